@@ -1,0 +1,120 @@
+// zmlogadmagent: one process, one connection on descriptor 0, one request.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "agent/globals.h"
+#include "agent/process_setup.h"
+#include "agent/request_framing.h"
+#include "agent/response_channel.h"
+#include "agent/status.h"
+#include "commands/collection_directories.h"
+#include "commands/external_commands.h"
+#include "commands/request_dispatcher.h"
+#include "platform/main_configuration.h"
+#include "platform/posix.h"
+#include "platform/runtime.h"
+
+namespace {
+
+// Leaves descriptors 0, 1 and 2 pointing at "/dev/null" and returns a private duplicate of the socket. The
+// exits are plain ones: there is no log and no peer to tell yet.
+Descriptor take_over_socket() {
+    if (redirect_fd(STDOUT_FILENO) != 0) {
+        exit(exit_status::stdout_not_redirected);
+    }
+    if (redirect_fd(STDERR_FILENO) != 0) {
+        exit(exit_status::stderr_not_redirected);
+    }
+    // Not close-on-exec: a tool inherits the socket under this number too.
+    Descriptor socket(dup(STDIN_FILENO));
+    if (!socket.valid()) {
+        exit(exit_status::socket_not_duplicated);
+    }
+    if (redirect_fd(STDIN_FILENO) != 0) {
+        exit(exit_status::stdin_not_redirected);
+    }
+    return socket;
+}
+
+// The log is opened whether or not the configuration could be read, so that it can tell that it could not.
+void read_configuration_and_open_log() {
+    const int result = ZM_read_master_config();
+    int out = 0;
+    debugFD = open_debug_log("/usr/kumel/zembrath/logs", c_pname, c_pname, 0666, &out);
+    if (result != 0) {
+        logmsgf(log_level::error, c_pname, "failed to read qr.conf SC=%d", result);
+        myexit(result);
+    }
+}
+
+// Ends a process whose request never came to be known, once the peer has been told the status.
+[[noreturn]] void report_and_exit(int status, int socket) {
+    qas_report_exit_status(status, socket);
+    myexit(status);
+}
+
+void verify_peer(int socket) {
+    const int result = setup_comms_w_client(socket);
+    if (result != status::success) {
+        logmsgf(log_level::error, c_pname, "client communication setup failed SC=%d", result);
+        report_and_exit(result, socket);
+    }
+}
+
+RequestVector receive_request(int socket) {
+    RequestVector request;
+    const int result = receive_inputs_from_client(socket, request);
+    if (result != status::success) {
+        logmsgf(log_level::error, c_pname, "failed to receive args SC=%d", result);
+        report_and_exit(result, socket);
+    }
+    return request;
+}
+
+int process_request(const RequestVector& request, int socket) {
+    logmsgf(log_level::information, "process_request", "processing request R=%s", request[0].c_str());
+    bool is_external = false;
+    const int result = is_cmd_valid(request[0], is_external);
+    if (result != status::success) {
+        return result;
+    }
+    return is_external ? execute_cmd_send_output(request, socket) : perform_request_send_output(request, socket);
+}
+
+void perform_cleanup_on_failure(const std::string& command, int status) {
+    constexpr const char* tag = "perform_cleanup_on_failure";
+    if (status == status::success ||
+        (command != "RUNZMCPLOGS" && command != "RUNZMSU" && command != "CALCLOGSIZE")) {
+        return;
+    }
+    logmsgf(log_level::error, c_pname, "Received NSC=%d (%s). Cleanup required", status, getECmsg(status));
+    if (g_termdir.empty()) {
+        logmsgf(log_level::warning, tag, "Directory string is empty");
+        return;
+    }
+    logmsgf(log_level::information, tag, "cleaning up: %s", g_termdir.c_str());
+    remove_directory(g_termdir.c_str(), 1);
+}
+
+}  // namespace
+
+int main() {
+    umask(022);
+    mywinsock_start();
+    const Descriptor socket = take_over_socket();
+    read_configuration_and_open_log();
+    signal(SIGPIPE, SIG_IGN);  // a closed peer is an error of the write, not the end of the process
+    verify_peer(socket.get());
+    const RequestVector request = receive_request(socket.get());
+    const int status = process_request(request, socket.get());
+    perform_cleanup_on_failure(request[0], status);
+    logmsgf(log_level::information, c_pname, "closing peer SOCK (%d) in QAS NSC=%d", socket.get(), status);
+    qas_report_exit_status(status, socket.get());
+    // Unlike the early exits the status is returned as it is, and the parent sees its low eight bits.
+    return status;
+}

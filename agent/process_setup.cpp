@@ -1,0 +1,69 @@
+#include "agent/process_setup.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "agent/status.h"
+#include "platform/network.h"
+#include "platform/posix.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr std::uint32_t service_tag = 0x5A4D4C41;  // 'ZMLA'
+constexpr int verification_timeout = 60;           // seconds
+
+}  // namespace
+
+void myexit(int status) { exit(status < 255 ? status : exit_status::too_large); }
+
+void mywinsock_start() {}
+
+int redirect_fd(int fd) {
+    constexpr const char* tag = "redirect_fd";
+    const Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
+    if (!null.valid()) {
+        logmsgf(log_level::error, tag, "failed to open /dev/null");
+        return -1;
+    }
+    if (null.get() == fd) {
+        logmsgf(log_level::error, tag, "Can't redirect fd to itself FD=%d", fd);
+        return -1;
+    }
+    if (dup2(null.get(), fd) == -1) {
+        // Told in the log only: a start-up that got this far goes on.
+        logmsgf(log_level::error, tag, "dup failed fd=%d new=%d", null.get(), fd);
+    }
+    return 0;
+}
+
+int setup_comms_w_client(int socket) {
+    constexpr const char* tag = "setup_comms_w_client";
+    std::uint32_t flags = 0;
+    std::uint32_t user_type = 0;
+    const int result =
+        xnet_verify_peer_creds(socket, service_tag, 1, &flags, &user_type, nullptr, verification_timeout);
+    if (result != 0) {
+        logmsgf(log_level::error, tag, "failed to accept connection SC=%d (%s)", result, getECmsg(result));
+        return result;
+    }
+    if ((flags & peer_flag::host_is_server) == 0) {
+        logmsgf(log_level::error, tag, "peer not in SERVER list");
+        return status::peer_not_a_server;
+    }
+    if ((flags & peer_flag::user_is_unknown) != 0) {
+        logmsgf(log_level::error, tag, "peer user info unavailable");
+        return status::peer_not_root;
+    }
+    // Users of another kind than the operating system's pass whatever their flags: the network layer that
+    // identified them answers for them.
+    if (user_type == operating_system_user &&
+        (flags & (peer_flag::user_is_root | peer_flag::user_is_privileged)) == 0) {
+        logmsgf(log_level::error, tag, "peer is not root user");
+        return status::peer_not_root;
+    }
+    logmsgf(log_level::information, tag, "verified credentials of peer");
+    return status::success;
+}

@@ -1,0 +1,49 @@
+#include "agent/response_channel.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "agent/bounded_text.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr std::size_t status_line_size = 512;
+constexpr timespec retry_pause = {.tv_sec = 0, .tv_nsec = 10'000'000};
+
+}  // namespace
+
+int socksend(int socket, const char* text, unsigned long length) {
+    constexpr const char* tag = "socksend";
+    const int total = static_cast<int>(length);
+    int sent = 0;
+    int attempt = 0;  // counts every write, also those that fail
+    while (sent != total) {
+        const ssize_t count = write(socket, text + sent, length - static_cast<unsigned long>(sent));
+        ++attempt;
+        if (count != -1) {
+            sent += static_cast<int>(count);
+            logmsgf(log_level::information, tag, "sent installment #%d: %d of %d", attempt, sent, total);
+        } else if (errno == EAGAIN) {
+            logmsgf(log_level::warning, tag, "sleep, retry I=%d L=%d FD=%d E=%d %s", attempt, total, socket, EAGAIN,
+                    strerror(EAGAIN));
+            nanosleep(&retry_pause, nullptr);
+        } else {
+            // EINTR too: nothing in this process catches signals, so one that gets here is not to be sat out.
+            logmsgf(log_level::error, tag, "send failed, fatal I=%d M=%s L=%d FD=%d E=%d %s", attempt, text, total,
+                    socket, errno, strerror(errno));
+            return -1;
+        }
+    }
+    logmsgf(log_level::information, tag, "sent M=%s L=%d, %d", text, total, total);
+    return total;
+}
+
+void qas_report_exit_status(int status, int socket) {
+    const std::string line =
+        bounded_print(status_line_size, "%s %d %s\n", "EXIT STATUS", status, getECmsg(status));
+    socksend(socket, line.c_str(), line.size());
+}

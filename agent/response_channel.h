@@ -1,0 +1,11 @@
+// The way back to the peer: everything that the agent itself says goes through socksend.
+#pragma once
+
+// Writes `length` bytes of `text` (which is NUL-terminated as well) to the socket, in as many writes as it
+// takes. Returns `length`, or -1 after a fatal write error, and then errno tells it and the rest is unsent.
+// Waits without limit for a peer that does not drain a non-blocking socket.
+int socksend(int socket, const char* text, unsigned long length);
+
+// Sends the final line: "EXIT STATUS", the status, its text. Cut to 511 characters, and a line that is cut
+// loses its newline. That it could not be sent is only logged.
+void qas_report_exit_status(int status, int socket);

@@ -1,0 +1,190 @@
+#include "commands/collection_directories.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "agent/bounded_text.h"
+#include "agent/response_channel.h"
+#include "agent/status.h"
+#include "agent/string_utilities.h"
+#include "platform/posix.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr const char* collection_prefix = "zmla";
+constexpr std::size_t default_directory_size = 1024;
+constexpr std::size_t entry_path_size = 2048;
+constexpr mode_t collection_mode = 0755;
+constexpr int recursively = 1;
+constexpr int plain_files_only = 0;
+
+// Removes the thing at `path` that a directory being removed holds. Returns as remove_directory.
+int remove_entry(const std::string& path, const struct stat& entry, int option) {
+    constexpr const char* tag = "remove_directory";
+    if (!S_ISDIR(entry.st_mode)) {
+        if (unlink(path.c_str()) == 0) {
+            return status::success;
+        }
+        logmsgf(log_level::error, tag, "unlink failed FILE=%s E=%d (%s)", path.c_str(), errno, strerror(errno));
+        return status::directory_failed;
+    }
+    if (option == recursively) {
+        return remove_directory(path.c_str(), recursively);
+    }
+    logmsgf(log_level::warning, tag, "not removing internal dir (%s)", path.c_str());
+    return status::directory_failed;
+}
+
+// Empties the directory. What cannot be examined is left in place and told by the log alone.
+int remove_entries(const char* directory, DIR* stream, int option) {
+    constexpr const char* tag = "remove_directory";
+    // A read error ends the reading as the end of the directory does.
+    while (const dirent* entry = readdir(stream)) {
+        if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) {
+            continue;
+        }
+        const std::string path = bounded_print(entry_path_size, "%s%s%s", directory, "/", entry->d_name);
+        struct stat examined {};
+        // Follows links on purpose, so a link to a directory is treated as the directory.
+        if (stat(path.c_str(), &examined) != 0) {
+            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path.c_str(), errno, strerror(errno));
+            continue;
+        }
+        const int result = remove_entry(path, examined, option);
+        if (result != status::success) {
+            logmsgf(log_level::error, tag, "failed to remove FILE=%s RV=%d", path.c_str(), result);
+            return result;
+        }
+    }
+    return status::success;
+}
+
+// Returns why the base name is not that of a collection result, "zmla-", 29 digits, "-", 6 characters; null
+// when it is.
+const char* find_name_error(const std::string& name) {
+    constexpr std::size_t middle_length = 29;
+    constexpr std::size_t end_length = 6;
+    std::vector<std::string> pieces;
+    split_string(name, '-', pieces);
+    if (pieces.size() != 3) {
+        return "Does not match expected format";
+    }
+    if (pieces[0] != collection_prefix) {
+        return "Expected directory prefix is missing";
+    }
+    if (pieces[1].size() != middle_length) {
+        return "The middle is not 29 chars";
+    }
+    if (pieces[1].find_first_not_of("0123456789") != std::string::npos) {
+        return "The middle is not all digits";
+    }
+    if (pieces[2].size() != end_length) {
+        return "The end is not 6 chars";
+    }
+    return nullptr;
+}
+
+bool is_valid_zmladir(const std::string& directory) {
+    constexpr const char* tag = "is_valid_zmladir";
+    if (directory.empty()) {
+        logmsgf(log_level::error, tag, "Directory path is empty!");
+        return false;
+    }
+    if (const char* error = find_name_error(get_basename(directory))) {
+        logmsgf(log_level::error, tag, "Invalid directory (ERR=%s): %s", error, directory.c_str());
+        return false;
+    }
+    logmsgf(log_level::information, tag, "Directory valid for removal: %s", directory.c_str());
+    return true;
+}
+
+// Removes one directory if its name allows that. Sets the answer, which lacks its newline; returns the status.
+int clean_up_directory(const std::string& directory, std::string& answer) {
+    if (!is_valid_zmladir(directory)) {
+        answer = "CLEANUP: Will not clean up unknown location: " + directory;
+        return status::cleanup_refused;
+    }
+    const int result = remove_directory(directory.c_str(), plain_files_only);
+    if (result == status::success) {
+        answer = "CLEANUP: Successfully cleaned up " + directory;
+    } else {
+        answer = "CLEANUP: Failed to clean up " + directory + ": " + strerror(errno);
+    }
+    return result;
+}
+
+}  // namespace
+
+const char* GETZMLALOGDIR() {
+    static std::array<char, default_directory_size> directory;
+    if (directory[0] == '\0') {
+        snprintf(directory.data(), directory.size(), "%s%s%s", "/usr/kumel/zembrath/logs", "/", "zmlaevidence");
+    }
+    return directory.data();
+}
+
+int get_zmcplogs_temp_destdir(RequestVector& args, const char* default_dir, std::string& temporary,
+                              std::string& collection) {
+    constexpr const char* tag = "get_zmcplogs_temp_destdir";
+    std::string directory = default_dir;
+    const auto option = std::find(args.begin(), args.end(), "--collectdir");
+    if (option != args.end() && option + 1 != args.end()) {
+        directory = option[1];
+        args.erase(option, option + 2);
+    }
+    if (mkdir(directory.c_str(), collection_mode) != 0 && errno != EEXIST) {
+        logmsgf(log_level::error, tag, "Failed to create DIR=%s E=%d (%s)", directory.c_str(), errno,
+                strerror(errno));
+        return status::collection_directory_not_created;
+    }
+    collection = directory;
+    temporary = temporary_name(directory, collection_prefix);
+    logmsgf(log_level::information, tag, "zmcplogs/zmsu o/p dir: %s, collect dir:%s", temporary.c_str(),
+            collection.c_str());
+    return status::success;
+}
+
+int remove_directory(const char* path, int option) {
+    constexpr const char* tag = "remove_directory";
+    Directory stream(opendir(path));
+    if (!stream) {
+        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", path, errno, strerror(errno));
+        return status::directory_failed;
+    }
+    logmsgf(log_level::information, tag, "Removing directory (%s) Option(%d)", path, option);
+    const int result = remove_entries(path, stream.get(), option);
+    if (result != status::success) {
+        return result;
+    }
+    stream.reset();
+    if (rmdir(path) != 0) {
+        logmsgf(log_level::error, tag, "rmdir failed DIR=%s E=%d (%s)", path, errno, strerror(errno));
+        return status::directory_failed;
+    }
+    return status::success;
+}
+
+int perform_cleanup_zmladir(const RequestVector& request, int socket) {
+    constexpr const char* tag = "perform_cleanup_zmladir";
+    int result = status::success;
+    for (std::size_t i = 1; i < request.size(); ++i) {
+        std::string answer;
+        result = clean_up_directory(request[i], answer);
+        // An error in the log even when all went well: a removal is to be seen there.
+        logmsgf(log_level::error, tag, "Cleanup result D=%s #D=%d NSC=%d M=%s", request[i].c_str(),
+                static_cast<int>(i), result, answer.c_str());
+        answer += '\n';
+        if (socksend(socket, answer.c_str(), answer.size()) < static_cast<int>(answer.size())) {
+            logmsgf(log_level::error, tag, "clean up response send failed RV=%d", status::output_not_sent);
+            return status::output_not_sent;
+        }
+    }
+    return result;
+}

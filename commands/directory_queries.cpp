@@ -1,0 +1,124 @@
+#include "commands/directory_queries.h"
+
+#include <libgen.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+
+#include "agent/bounded_text.h"
+#include "agent/response_channel.h"
+#include "agent/status.h"
+#include "platform/posix.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr std::size_t entry_path_size = 1024;
+constexpr std::size_t listing_line_size = 2048;
+constexpr std::size_t parent_path_size = 2048;
+constexpr std::size_t space_line_size = 1024;
+constexpr unsigned bytes_to_mebibytes_shift = 20;
+
+bool send_whole(int socket, const std::string& line) {
+    return socksend(socket, line.c_str(), line.size()) == static_cast<int>(line.size());
+}
+
+// Reports one entry of a listed directory; a directory is passed over. Returns as list_dir_and_send_output.
+int list_entry(const std::string& directory, const char* name, int socket) {
+    constexpr const char* tag = "list_dir_and_send_output";
+    const std::string path = bounded_print(entry_path_size, "%s%s%s", directory.c_str(), "/", name);
+    struct stat entry {};
+    // Follows links on purpose: a package may be a link to where it was really written.
+    if (stat(path.c_str(), &entry) != 0) {
+        logmsgf(log_level::error, tag, "Can't access %s rv=%d E=%d (%s)", path.c_str(), status::failure, errno,
+                strerror(errno));
+        return status::failure;
+    }
+    if (S_ISDIR(entry.st_mode)) {
+        return status::success;
+    }
+    const std::string line = bounded_print(listing_line_size, "ZMSU PACKAGE=%s\n", path.c_str());
+    if (!send_whole(socket, line)) {
+        logmsgf(log_level::error, tag, "Failed to send ZMSU o/p FN (%s) rv=%d", line.c_str(),
+                status::output_not_sent);
+        return status::output_not_sent;
+    }
+    return status::success;
+}
+
+bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+// Sets `target` to the directory, or to its parent when only that exists. Tries one level up and no further: a
+// collection directory may not be there yet, but its parent must be.
+bool choose_space_target(const std::string& directory, std::string& target) {
+    constexpr const char* tag = "calc_free_space_send_output";
+    target = directory;
+    if (exists(directory)) {
+        return true;
+    }
+    std::string copy = bounded_copy(parent_path_size, directory);
+    target = dirname(copy.data());
+    if (!exists(target)) {
+        logmsgf(log_level::error, tag, "Specified dir (%s) or parent dir (%s) does not exist", directory.c_str(),
+                target.c_str());
+        return false;
+    }
+    logmsgf(log_level::information, tag, "Specified dir (%s) does not exist, using parent dir %s",
+            directory.c_str(), target.c_str());
+    return true;
+}
+
+}  // namespace
+
+int list_dir_and_send_output(std::string directory, int socket) {
+    constexpr const char* tag = "list_dir_and_send_output";
+    logmsgf(log_level::information, tag, "Opening dir:%s", directory.c_str());
+    const Directory stream(opendir(directory.c_str()));
+    if (!stream) {
+        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", directory.c_str(), errno,
+                strerror(errno));
+        return status::directory_failed;
+    }
+    int result = status::success;
+    // A read error ends the listing as the end of the directory does.
+    while (result == status::success) {
+        const dirent* entry = readdir(stream.get());
+        if (entry == nullptr) {
+            break;
+        }
+        if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) {
+            result = list_entry(directory, entry->d_name, socket);
+        }
+    }
+    return result;
+}
+
+int calc_free_space_send_output(std::string directory, int socket) {
+    constexpr const char* tag = "calc_free_space_send_output";
+    logmsgf(log_level::information, tag, "Checking available space at %s", directory.c_str());
+    if (directory.size() > 1 && directory.back() == '/') {
+        directory.pop_back();
+    }
+    std::string target;
+    if (!choose_space_target(directory, target)) {
+        return status::directory_failed;
+    }
+    struct statvfs space {};
+    if (statvfs(target.c_str(), &space) != 0) {
+        logmsgf(log_level::error, tag, "failed to get disk space D=%s E=%d %s", target.c_str(), errno,
+                strerror(errno));
+        return status::directory_failed;
+    }
+    // Counted in blocks of f_bsize, and free is what an unprivileged user may use.
+    const std::uint64_t block = space.f_bsize;
+    const std::uint64_t free_space = (block * space.f_bavail) >> bytes_to_mebibytes_shift;
+    const std::uint64_t total_space = (block * space.f_blocks) >> bytes_to_mebibytes_shift;
+    const std::string line =
+        bounded_print(space_line_size, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%lu MB TOTAL_SPACE=%lu MB\n",
+                      target.c_str(), free_space, total_space);
+    return send_whole(socket, line) ? status::success : status::output_not_sent;
+}

@@ -1,0 +1,197 @@
+#include "commands/external_commands.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+#include "agent/response_channel.h"
+#include "agent/status.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr const char* tag = "execute_cmd_send_output";
+
+constexpr std::array external_words = {"zmsu", "zmcplogs", "ktlogcfg", "versioninfo"};
+
+constexpr std::array built_in_words = {"ENABLELOGGING", "DISABLELOGGING", "FETCHFILE",    "RESETLOGGING", "RUNZMSU",
+                                       "RUNZMCPLOGS",   "CALCLOGSIZE",    "GETDISKSPACE", "ZMLA",         "CLEANUP"};
+
+struct ToolPath {
+    const char* name;
+    const char* path;
+};
+
+constexpr std::array tool_paths = {
+    // The support utility keeps its file under the name of before; the file "zmsu" is another program.
+    ToolPath{"zmsu", "/usr/kumel/zembrath/bin/support/old_zmsu"},
+    ToolPath{"RUNZMSU", "/usr/kumel/zembrath/bin/support/old_zmsu"},
+    ToolPath{"zmcplogs", "/usr/kumel/zembrath/bin/support/zmcplogs"},
+    ToolPath{"RUNZMCPLOGS", "/usr/kumel/zembrath/bin/support/zmcplogs"},
+    ToolPath{"CALCLOGSIZE", "/usr/kumel/zembrath/bin/support/zmcplogs"},
+    ToolPath{"versioninfo", "/usr/kumel/zembrath/bin/goodies/support/versioninfo"},
+    ToolPath{"ktlogcfg", "/usr/kumel/zembrath/bin/private/ktlogcfg"},
+    // Has a path although it is no external word: only the request word reaches it.
+    ToolPath{"zmlogadm", "/usr/kumel/zembrath/bin/support/zmlogadm"},
+    ToolPath{"ZMLA", "/usr/kumel/zembrath/bin/support/zmlogadm"},
+};
+
+// Slots of the child's vector of pointers. The file to execute and the closing null pointer take two of them.
+constexpr int argv_slots = 512;
+constexpr std::size_t most_elements = argv_slots - 2;
+
+template <typename Words>
+bool holds(const Words& words, const std::string& word) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+void point_at_socket(int socket, int fd, const char* name) {
+    if (socket != fd) {
+        const int result = dup2(socket, fd);
+        logmsgf(log_level::information, "setup_child_stdfds", "%s dup2() INFD=%d RV=%d", name, socket, result);
+    }
+}
+
+// Leaves the socket's own descriptor open too.
+void setup_child_stdfds(int socket) {
+    point_at_socket(socket, STDIN_FILENO, "stdin");
+    point_at_socket(socket, STDOUT_FILENO, "stdout");
+    point_at_socket(socket, STDERR_FILENO, "stderr");
+}
+
+// Keeps from the tool whatever descriptors the agent itself was started with: the tool gets its three streams
+// and the socket.
+void close_strays_on_exec(int socket) {
+    const auto first = static_cast<unsigned>(STDERR_FILENO) + 1;
+    const auto kept = static_cast<unsigned>(socket);
+    if (kept > first) {
+        close_range(first, kept - 1, CLOSE_RANGE_CLOEXEC);
+    }
+    close_range(std::max(first, kept + 1), ~0U, CLOSE_RANGE_CLOEXEC);
+}
+
+// Fills the vector with pointers to the path and to the request's own texts, which outlive it. The command word
+// is not passed. Returns false, with nothing filled, when there are more elements than slots.
+bool setup_execvp_argv(const RequestVector& request, const std::string& path, std::array<char*, argv_slots>& argv) {
+    constexpr const char* argv_tag = "setup_execvp_argv";
+    const int elements = static_cast<int>(request.size());
+    logmsgf(log_level::information, argv_tag, "input C=%s, #ARGS=%d, MAX ARGV SLOTS=%d", path.c_str(), elements,
+            argv_slots);
+    if (request.size() > most_elements) {
+        logmsgf(log_level::error, argv_tag, "Not enough argv slots. #ARGS=%d SLOTS=%d", elements, argv_slots);
+        return false;
+    }
+    argv[0] = const_cast<char*>(path.c_str());
+    for (std::size_t i = 1; i < request.size(); ++i) {
+        argv[i] = const_cast<char*>(request[i].c_str());
+        // The place is counted from the file's slot, so the first argument is the second.
+        logmsgf(log_level::information, argv_tag, "adding arg A=%s I=%d", argv[i], static_cast<int>(i) + 1);
+    }
+    argv[request.size()] = nullptr;
+    return true;
+}
+
+[[noreturn]] void become_tool(const RequestVector& request, int socket) {
+    setup_child_stdfds(socket);
+    const std::string path = getcommandpath(request[0]);
+    std::array<char*, argv_slots> argv;
+    if (setup_execvp_argv(request, path, argv)) {
+        close_strays_on_exec(socket);
+        const int result = execvp(path.c_str(), argv.data());
+        logmsgf(log_level::error, tag, "execvp() failed C=%s EC=%d", path.c_str(), result);
+    }
+    exit(status::tool_not_executed);
+}
+
+// Waits for the child. Returns its exit code, status::tool_killed, or nothing when it could not be waited for.
+std::optional<int> wait_for_tool(pid_t child, const std::string& path) {
+    int word = 0;
+    if (waitpid(child, &word, 0) == -1) {
+        logmsgf(log_level::error, tag, "waitpid() failed C=%s ERRNO=%d (%s)", path.c_str(), errno, strerror(errno));
+        return std::nullopt;
+    }
+    int code = WEXITSTATUS(word);
+    const int signal = WTERMSIG(word);
+    if (signal != 0) {
+        logmsgf(log_level::error, tag, "child process terminated w/ signal SIG=%d C=%s", signal, path.c_str());
+        code = status::tool_killed;
+    }
+    logmsgf(log_level::information, tag, "child process exited CEC=%d C=%s", code, path.c_str());
+    return code;
+}
+
+// Finds out whether the peer is still there and waiting: it is when there is nothing to read. Returns 0, or the
+// status that the request then has, whatever the tool's was.
+int probe_peer(int socket) {
+    const int result = fcntl(socket, F_SETFL, O_NONBLOCK);
+    if (result == -1) {
+        logmsgf(log_level::error, tag, "set socket nonblocking failed RV=%d E=%d (%s)", result, errno,
+                strerror(errno));
+        return status::socket_not_nonblocking;
+    }
+    char byte = 0;
+    const int received = static_cast<int>(recv(socket, &byte, 1, 0));
+    logmsgf(log_level::detail, tag, "recv return value=%d ERRNO=%d (%s)", received, errno, strerror(errno));
+    if (received != -1) {
+        logmsgf(log_level::error, tag, "Peer socket is closed NSC=%d", status::peer_closed);
+        return status::peer_closed;
+    }
+    if (socksend(socket, "\n", 1) != 1) {
+        logmsgf(log_level::error, tag, "failed to flush output E=%d (%s)", errno, strerror(errno));
+        return status::output_not_sent;
+    }
+    return status::success;
+}
+
+}  // namespace
+
+int is_cmd_valid(std::string word, bool& is_external) {
+    constexpr const char* check_tag = "is_cmd_valid";
+    is_external = false;
+    if (holds(external_words, word)) {
+        is_external = true;
+        logmsgf(log_level::information, check_tag, "command is valid & external C=%s", word.c_str());
+        return status::success;
+    }
+    if (holds(built_in_words, word)) {
+        logmsgf(log_level::information, check_tag, "command is valid C=%s", word.c_str());
+        return status::success;
+    }
+    logmsgf(log_level::error, check_tag, "command is not valid C=%s RV=%d", word.c_str(), status::command_not_valid);
+    return status::command_not_valid;
+}
+
+std::string getcommandpath(std::string name) {
+    const auto* const tool =
+        std::find_if(tool_paths.begin(), tool_paths.end(), [&](const ToolPath& row) { return name == row.name; });
+    std::string path = tool == tool_paths.end() ? "" : tool->path;
+    logmsgf(log_level::information, "getcommandpath", "full cmd path N=%s P=%s", name.c_str(), path.c_str());
+    return path;
+}
+
+int execute_cmd_send_output(const RequestVector& request, int socket) {
+    const std::string path = getcommandpath(request[0]);
+    const pid_t child = fork();
+    if (child == -1) {
+        logmsgf(log_level::error, tag, "fork() failed C=%s ERRNO=%d (%s)", path.c_str(), errno, strerror(errno));
+        return status::fork_failed;
+    }
+    if (child == 0) {
+        become_tool(request, socket);
+    }
+    logmsgf(log_level::information, tag, "child process started C=%s PID=%d", path.c_str(), child);
+    const std::optional<int> code = wait_for_tool(child, path);
+    if (!code) {
+        return status::wait_failed;
+    }
+    const int probed = probe_peer(socket);
+    return probed == status::success ? *code : probed;
+}

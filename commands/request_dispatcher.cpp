@@ -1,0 +1,112 @@
+#include "commands/request_dispatcher.h"
+
+#include <unistd.h>
+
+#include <array>
+
+#include "agent/status.h"
+#include "commands/collection_directories.h"
+#include "commands/directory_queries.h"
+#include "commands/external_commands.h"
+#include "logging_config/logging_request.h"
+#include "platform/runtime.h"
+
+namespace {
+
+// A request for a support tool, made ready to run: the arguments of its own, and where it will collect.
+struct Collection {
+    RequestVector request;
+    std::string temporary;
+    std::string directory;
+};
+
+int prepare_collection(const RequestVector& request, Collection& collection) {
+    collection.request = request;
+    return get_zmcplogs_temp_destdir(collection.request, GETZMLALOGDIR(), collection.temporary,
+                                     collection.directory);
+}
+
+int run_zmcplogs(const RequestVector& request, int socket) {
+    Collection collection;
+    const int prepared = prepare_collection(request, collection);
+    if (prepared != status::success) {
+        return prepared;
+    }
+    collection.request.push_back(collection.temporary);
+    g_termdir = collection.temporary;
+    return execute_cmd_send_output(collection.request, socket);
+}
+
+int run_zmsu(const RequestVector& request, int socket) {
+    Collection collection;
+    const int prepared = prepare_collection(request, collection);
+    if (prepared != status::success) {
+        return prepared;
+    }
+    collection.request.emplace_back("-odir");
+    collection.request.push_back(collection.temporary);
+    g_termdir = collection.temporary;
+    const int result = execute_cmd_send_output(collection.request, socket);
+    if (result != status::success) {
+        return result;
+    }
+    return list_dir_and_send_output(collection.temporary, socket);
+}
+
+// The tool only tells its sizes, so its status does not count and its directory goes at once: g_termdir stays
+// empty.
+int calculate_log_size(const RequestVector& request, int socket) {
+    Collection collection;
+    const int prepared = prepare_collection(request, collection);
+    if (prepared != status::success) {
+        return prepared;
+    }
+    collection.request.push_back(collection.temporary);
+    execute_cmd_send_output(collection.request, socket);
+    const int result = calc_free_space_send_output(collection.directory, socket);
+    if (access(collection.temporary.c_str(), F_OK) == 0) {
+        remove_directory(collection.temporary.c_str(), 1);
+    }
+    return result;
+}
+
+// Answers every directory, also after a failure; the last one's status is the request's.
+int get_disk_space(const RequestVector& request, int socket) {
+    int result = status::success;
+    for (std::size_t i = 1; i < request.size(); ++i) {
+        result = calc_free_space_send_output(request[i], socket);
+    }
+    return result;
+}
+
+int enable_logging(const RequestVector& request, int socket) { return handle_logging(request, socket, "enable"); }
+
+int disable_logging(const RequestVector& request, int socket) { return handle_logging(request, socket, "disable"); }
+
+int reset_logging(const RequestVector& request, int socket) { return handle_logging(request, socket, "reset"); }
+
+struct RequestWord {
+    const char* word;
+    int (*handler)(const RequestVector& request, int socket);
+};
+
+constexpr std::array request_words = {
+    RequestWord{"ENABLELOGGING", enable_logging}, RequestWord{"DISABLELOGGING", disable_logging},
+    RequestWord{"RESETLOGGING", reset_logging},   RequestWord{"RUNZMCPLOGS", run_zmcplogs},
+    RequestWord{"RUNZMSU", run_zmsu},             RequestWord{"CALCLOGSIZE", calculate_log_size},
+    RequestWord{"GETDISKSPACE", get_disk_space},  RequestWord{"ZMLA", execute_cmd_send_output},
+    RequestWord{"CLEANUP", perform_cleanup_zmladir},
+};
+
+}  // namespace
+
+int perform_request_send_output(const RequestVector& request, int socket) {
+    for (const RequestWord& row : request_words) {
+        if (request[0] == row.word) {
+            return row.handler(request, socket);
+        }
+    }
+    // A word that is accepted but has no handler yet, FETCHFILE, succeeds and is told by the log alone.
+    logmsgf(log_level::error, "perform_request_send_output", "Command %s is not supported", request[0].c_str());
+    return status::success;
+}

@@ -1,0 +1,77 @@
+#include "logging_config/connection_broker.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "agent/bounded_text.h"
+#include "agent/status.h"
+#include "agent/string_utilities.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr const char* tool = "/opt/HOLKkob/bin/ktlogcfg";
+constexpr const char* fixed_arguments = " -a -p 50936 -o 103 -s DebugLevel=";
+
+// Returns the text so that the shell passes it on letter for letter: as it is when it holds nothing that means
+// anything to a shell, else in single quotes.
+std::string quote_for_shell(const std::string& text) {
+    constexpr const char* harmless = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.+=-";
+    if (text.find_first_not_of(harmless) == std::string::npos) {
+        return text;
+    }
+    std::string quoted = "'";
+    for (const char byte : text) {
+        if (byte == '\'') {
+            quoted += "'\\''";
+        } else {
+            quoted += byte;
+        }
+    }
+    return quoted + "'";
+}
+
+}  // namespace
+
+int extract_kob_values(const Values& values, std::string& name, std::string& level) {
+    constexpr const char* tag = "validate_kob_ctgyargs";
+    constexpr std::uint32_t highest_level = 10;
+    if (values.size() != 1) {
+        logmsgf(log_level::error, tag, "Expected 1, NOT %d", static_cast<int>(values.size()));
+        return status::kob_arguments_not_valid;
+    }
+    split_lhs_rhs(values[0], name, level);
+    // The low 32 bits, taken as unsigned, so that a negative level is too high.
+    const auto value = static_cast<std::uint32_t>(strtol(level.c_str(), nullptr, 10));
+    if (value <= highest_level && name == "kob") {
+        return status::success;
+    }
+    logmsgf(log_level::error, tag, "Invalid KOB DbgLevel spec: N=%s V=%d", name.c_str(), static_cast<int>(value));
+    return status::kob_arguments_not_valid;
+}
+
+int process_kob(std::string category, const Values& values, Responses& responses) {
+    constexpr const char* tag = "process_kob";
+    constexpr std::size_t line_size = 1024;
+    std::string name;
+    std::string level;
+    const int checked = extract_kob_values(values, name, level);
+    if (checked != status::success) {
+        logmsgf(log_level::information, tag, "Completed w/ %d", checked);
+        return checked;
+    }
+    const std::string command = tool + (fixed_arguments + quote_for_shell(level));
+    logmsgf(log_level::information, tag, "For C=%s CA=%s executing cmd=%s", category.c_str(), level.c_str(),
+            command.c_str());
+    // The raw wait status is passed on undecoded, in the line and as the result.
+    const int result = system(command.c_str());
+    const std::string line =
+        result == 0 ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Success\n", category.c_str(),
+                                    name.c_str(), result)
+                    : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=failed to change KOB cfg\n",
+                                    category.c_str(), name.c_str(), result);
+    logmsgf(log_level::information, tag, "Sending to caller: %s", line.c_str());
+    responses.push_back(line);
+    logmsgf(log_level::information, tag, "Completed w/ %d", result);
+    return result;
+}

@@ -1,0 +1,68 @@
+#include "logging_config/console_properties.h"
+
+#include <array>
+
+#include "agent/bounded_text.h"
+#include "agent/status.h"
+#include "agent/string_utilities.h"
+#include "logging_config/key_value_file.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr const char* properties_file = "/usr/kumel/java/Debug.properties";
+constexpr std::size_t message_size = 512;
+constexpr std::size_t line_size = 2048;
+
+using Message = std::array<char, message_size>;
+
+int edit_property(const std::string& action, const char* key, const std::string& value, Message& message) {
+    message[0] = '\0';
+    if (action == "enable") {
+        return set_parameter_value(properties_file, key, "=", value, message.data(), message.size(), 1);
+    }
+    if (action == "disable" || action == "reset") {
+        return unset_parameter(properties_file, key, "=", message.data(), message.size(), "#");
+    }
+    return status::success;  // an action of another name edits nothing and is no failure
+}
+
+// The message of the first edit is cleared by the second, so only the latest one's is told.
+int edit_properties(const std::string& action, const std::string& mask, Message& message) {
+    const int result = edit_property(action, "printcmds", "true", message);
+    return result == status::success ? edit_property(action, "debugMask", mask, message) : result;
+}
+
+std::string describe(int result, const Message& message) {
+    if (result != status::success) {
+        return message.data();
+    }
+    if (message[0] == '\0') {
+        return "Set up Debug.properties";
+    }
+    return std::string("Set up Debug.properties (") + message.data() + ")";
+}
+
+}  // namespace
+
+int process_javagui(std::string category, const Values& values, Responses& responses, std::string action) {
+    Message message{};
+    int result = status::success;
+    bool edited = false;
+    for (const std::string& value : values) {
+        std::string name;
+        std::string mask = "0x00040000";
+        split_lhs_rhs(value, name, mask);
+        // One request edits the file once: the masks of later values are never used, their lines repeat the outcome.
+        if (!edited) {
+            result = edit_properties(action, mask, message);
+            edited = true;
+        }
+        const std::string label = category + ":" + name;
+        const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result,
+                                               describe(result, message).c_str());
+        logmsgf(log_level::information, "process_javagui", "%s", line.c_str());
+        responses.push_back(line);
+    }
+    return status::success;
+}

@@ -1,0 +1,158 @@
+#include "logging_config/deduplication.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <utility>
+
+#include "agent/bounded_text.h"
+#include "agent/status.h"
+#include "agent/string_utilities.h"
+#include "logging_config/key_value_file.h"
+#include "logging_config/text_lines.h"
+#include "platform/posix.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr const char* registry_file = "/etc/rkregistry.cfg";
+constexpr const char* registry_marker = "kpa.cfg";
+constexpr const char* fixed_component = "qtpiped";
+constexpr const char* fixed_component_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
+constexpr const char* plugin_file = "/usr/kumel/lib/stg-plugins/rk.conf";
+constexpr std::size_t message_size = 1024;
+constexpr std::size_t line_size = 2048;
+
+using Message = std::array<char, message_size>;
+
+// The outcome of the edit of each file of one request: its status and message.
+using Outcomes = std::map<std::string, std::pair<int, std::string>>;
+
+void respond(int level, const char* tag, const std::string& line, Responses& responses) {
+    logmsgf(level, tag, "%s", line.c_str());
+    responses.push_back(line);
+}
+
+// Sets a component's logging unless an earlier component of the request has edited the same file: then its outcome is
+// repeated, even when this one asks for another value.
+int set_component_logging(const std::string& component, const std::string& value, Outcomes& outcomes,
+                          Message& message) {
+    std::string path;
+    int result = get_rk_conf_filepath(component, path, message.data(), message.size());
+    if (result != status::success) {
+        return result;
+    }
+    const auto known = outcomes.find(path);
+    if (known != outcomes.end()) {
+        snprintf(message.data(), message.size(), "%s", known->second.second.c_str());
+        logmsgf(log_level::detail, "process_rk", "Using cached: EC=%d M=%s", known->second.first, message.data());
+        return known->second.first;
+    }
+    result = set_parameter_value(path, "Logging", "=", value + ",thread", message.data(), message.size(), 1);
+    outcomes[path] = {result, message.data()};
+    return result;
+}
+
+// The notice of the first edit is dropped, that of the second one told. An active "DEBUGLOG" stays as it is.
+int set_plugin_logging(const std::string& level, Message& message) {
+    const int result =
+        set_parameter_value(plugin_file, "LOGLEVEL", " = ", level, message.data(), message.size(), 1);
+    if (result != status::success) {
+        return result;
+    }
+    message[0] = '\0';
+    return set_parameter_value(plugin_file, "DEBUGLOG", " = ", "/", message.data(), message.size(), 0);
+}
+
+std::string describe_plugin_outcome(int result, const Message& message) {
+    if (result != status::success) {
+        return message.data();
+    }
+    if (message[0] == '\0') {
+        return "Set up rkplugin debug logging";
+    }
+    return std::string("INF: ") + message.data();
+}
+
+}  // namespace
+
+int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, unsigned long size) {
+    constexpr const char* tag = "get_kpa_conf_filepath";
+    const Descriptor file(open(registry.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.valid()) {
+        snprintf(error, size, "Failed to open file (%s) E=%d (%s)", registry.c_str(), errno, strerror(errno));
+        logmsgf(log_level::error, tag, "%s", error);
+        return status::registry_not_opened;
+    }
+    std::string text;
+    (void)read_all(file.get(), text);
+    for (const std::string_view line : split_lines(text)) {
+        if (contains(line, registry_marker)) {
+            std::string ignored_key;
+            split_lhs_rhs(std::string(line), ignored_key, path);
+            return status::success;
+        }
+    }
+    snprintf(error, size, "Failed to find kpa.cfg entry in %s", registry.c_str());
+    logmsgf(log_level::error, tag, "%s", error);
+    return status::registry_without_file;
+}
+
+int get_rk_conf_filepath(std::string component, std::string& path, char* error, unsigned long size) {
+    if (component == fixed_component) {
+        path = fixed_component_file;
+        return status::success;
+    }
+    const int result = get_kpa_conf_filepath(registry_file, path, error, size);
+    logmsgf(log_level::detail, "get_rk_conf_filepath", "Morvisk configuration file path=%s RV=%d ERR=%s", path.c_str(),
+            result, error);
+    return result;
+}
+
+int process_rk(std::string category, const Values& values, Responses& responses) {
+    Outcomes outcomes;
+    for (const std::string& element : values) {
+        Message message{};
+        std::string component;
+        std::string value = "full";
+        split_lhs_rhs(element, component, value);
+        const int result = set_component_logging(component, value, outcomes, message);
+        const std::string line =
+            result == status::success
+                ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Set debug logging '%s'\n", category.c_str(),
+                                component.c_str(), result, value.c_str())
+                : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s (Value=%s)\n", category.c_str(),
+                                component.c_str(), result, message.data(), value.c_str());
+        respond(log_level::information, "process_rk", line, responses);
+    }
+    return status::success;
+}
+
+int process_rkplugin(std::string category, const Values& values, Responses& responses) {
+    constexpr const char* tag = "process_rkplugin";
+    // The rejection is advisory: the first value is applied all the same.
+    if (values.size() != 1 || values[0] != "rkplugin") {
+        respond(log_level::error, tag,
+                bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", "RKPLUGIN", status::failure,
+                              "Only 'rkplugin' is valid 'RKPLUGIN' log ID"),
+                responses);
+    }
+    if (values.empty()) {
+        return status::success;
+    }
+    std::string name;
+    std::string level = "10";
+    split_lhs_rhs(values[0], name, level);
+    const std::string label = category + ":" + name;
+    Message message{};
+    const int result = set_plugin_logging(level, message);
+    respond(result == status::success ? log_level::information : log_level::error, tag,
+            bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result,
+                          describe_plugin_outcome(result, message).c_str()),
+            responses);
+    return status::success;
+}

@@ -1,0 +1,22 @@
+// Categories RK and RKPLUGIN: the deduplication components and the storage plug-in.
+#pragma once
+
+#include "logging_config/categories.h"
+
+// Finds the path that the registry names: what follows the first "=" of its first line with "kpa.cfg" in it,
+// unchanged; a line without "=" leaves `path` as it was. Returns 0, status::registry_not_opened or
+// status::registry_without_file; a failure is told in `error`, a buffer of `size` bytes.
+int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, unsigned long size);
+
+// Finds the configuration file of a component: a fixed one for "qtpiped", the registry's for every other. Returns
+// as get_kpa_conf_filepath.
+int get_rk_conf_filepath(std::string component, std::string& path, char* error, unsigned long size);
+
+// Sets "Logging" to VALUE ("full" for NAME alone) and ",thread" in the file of each component NAME=VALUE. A file is edited
+// once a call: later components that share it repeat its outcome. Appends one line for each component. Returns 0.
+int process_rk(std::string category, const Values& values, Responses& responses);
+
+// Sets "LOGLEVEL" to the level of the one value "rkplugin" or NAME=LEVEL (10 for NAME alone), and restores a
+// commented "DEBUGLOG". Any other list of values gets a line that rejects it, and its first value is applied all
+// the same. Returns 0.
+int process_rkplugin(std::string category, const Values& values, Responses& responses);

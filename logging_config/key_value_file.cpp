@@ -1,0 +1,216 @@
+#include "logging_config/key_value_file.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+#include "agent/status.h"
+#include "logging_config/text_lines.h"
+#include "platform/posix.h"
+#include "platform/runtime.h"
+
+namespace {
+
+// Where an operation tells what it has to tell: the caller's buffer, then the debug log.
+class Report {
+  public:
+    Report(const char* operation, char* buffer, unsigned long size)
+        : operation_(operation), buffer_(buffer), size_(size) {}
+
+    void tell(int level, const char* format, ...) const __attribute__((format(printf, 3, 4))) {
+        va_list arguments;
+        va_start(arguments, format);
+        vsnprintf(buffer_, size_, format, arguments);
+        va_end(arguments);
+        logmsgf(level, operation_, "%s", buffer_);
+    }
+
+  private:
+    const char* operation_;
+    char* buffer_;
+    unsigned long size_;
+};
+
+Descriptor open_for_reading(const std::string& path, const Report& report) {
+    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.valid()) {
+        report.tell(log_level::error, "Could not open file %s E=%d (%s)", path.c_str(), errno, strerror(errno));
+    }
+    return file;
+}
+
+// The new copy of the file, line by line, until it takes the file's place.
+class NewCopy {
+  public:
+    explicit NewCopy(const std::string& path) : path_(path), name_(path + ".new") {}
+
+    // A stale copy is truncated and used again, with the mode it has.
+    bool open(const Report& report) {
+        constexpr mode_t mode = 0666;  // less the umask, as for any new file
+        file_.reset(::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
+        if (!file_.valid()) {
+            report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), errno,
+                        strerror(errno));
+        }
+        return file_.valid();
+    }
+
+    // Each line goes out at once, so what a reader of the copy sees is always whole lines. A write that fails is
+    // passed over on purpose: only opening and renaming may fail a change.
+    void write(std::string_view line) {
+        line_.assign(line);
+        line_ += '\n';
+        (void)write_all(file_.get(), line_);
+    }
+
+    bool replace_file(const Report& report) {
+        file_.reset();
+        if (rename(name_.c_str(), path_.c_str()) != 0) {
+            report.tell(log_level::error, "Failed to rename %s to %s E=%d (%s)", name_.c_str(), path_.c_str(), errno,
+                        strerror(errno));
+            return false;
+        }
+        return true;
+    }
+
+  private:
+    const std::string& path_;
+    std::string name_;
+    std::string line_;
+    Descriptor file_;
+};
+
+// A line that holds a setting and a trailing "#" remark counts as commented too: lines are never split.
+bool is_commented(std::string_view line) { return contains(line, "#"); }
+
+// Switches a commented line back on: every "#", not only the first, becomes a space, and leading blanks go. A line
+// of blanks alone stays as it then is.
+std::string restore(std::string_view line) {
+    std::string restored(line);
+    for (char& byte : restored) {
+        if (byte == '#') {
+            byte = ' ';
+        }
+    }
+    const std::size_t first = restored.find_first_not_of(" \t");
+    return first == std::string::npos ? restored : restored.substr(first);
+}
+
+enum class Goal { make_active, restore_default };
+
+// Decides line by line what set_parameter_value writes.
+class SettingEditor {
+  public:
+    SettingEditor(std::string match, const std::string& value, Goal goal)
+        : match_(std::move(match)), setting_(match_ + value), goal_(goal) {}
+
+    void look_for_active(const std::vector<std::string_view>& lines) {
+        for (const std::string_view line : lines) {
+            active_found_ = active_found_ || (contains(line, match_) && !is_commented(line));
+        }
+    }
+
+    // What it returns stands until the next call.
+    std::string_view edit(std::string_view line) {
+        if (!contains(line, match_)) {
+            return line;
+        }
+        if (!is_commented(line)) {
+            return goal_ == Goal::make_active ? setting_ : line;
+        }
+        if (active_found_) {
+            return line;
+        }
+        if (goal_ == Goal::make_active) {
+            active_found_ = true;  // only the first commented line is replaced
+            return setting_;
+        }
+        if (!restored_line_ && contains(line, setting_)) {
+            return restored_line_.emplace(restore(line));
+        }
+        return line;
+    }
+
+    [[nodiscard]] const std::string& setting() const { return setting_; }
+    [[nodiscard]] bool must_append() const { return goal_ == Goal::make_active && !active_found_; }
+    [[nodiscard]] bool found_nothing() const {
+        return goal_ == Goal::restore_default && !active_found_ && !restored_line_;
+    }
+
+  private:
+    std::string match_;
+    std::string setting_;
+    Goal goal_;
+    bool active_found_ = false;
+    std::optional<std::string> restored_line_;
+};
+
+}  // namespace
+
+int set_parameter_value(std::string path, std::string key, std::string separator, std::string value, char* error,
+                        unsigned long size, int set) {
+    const Report report("set_parameter_value", error, size);
+    Descriptor file = open_for_reading(path, report);
+    if (!file.valid()) {
+        return status::parameter_not_set;
+    }
+    // Before the file is read, and also when nothing will change: a folder that takes no copy fails here.
+    NewCopy copy(path);
+    if (!copy.open(report)) {
+        return status::parameter_not_set;
+    }
+    std::string text;
+    (void)read_all(file.get(), text);
+    file.reset();
+    const std::vector<std::string_view> lines = split_lines(text);
+    SettingEditor editor(key + separator, value, set != 0 ? Goal::make_active : Goal::restore_default);
+    editor.look_for_active(lines);
+    for (const std::string_view line : lines) {
+        copy.write(editor.edit(line));
+    }
+    if (editor.must_append()) {
+        copy.write(editor.setting());
+    }
+    if (editor.found_nothing()) {
+        report.tell(log_level::warning, "Parameter %s is not set in file %s", key.c_str(), path.c_str());
+    }
+    return copy.replace_file(report) ? status::success : status::parameter_not_set;
+}
+
+int unset_parameter(std::string path, std::string key, std::string separator, char* error, unsigned long size,
+                    std::string comment) {
+    const Report report("unset_parameter", error, size);
+    Descriptor file = open_for_reading(path, report);
+    if (!file.valid()) {
+        return status::parameter_not_unset;
+    }
+    std::string text;
+    (void)read_all(file.get(), text);
+    file.reset();
+    const std::vector<std::string_view> lines = split_lines(text);
+    // Unlike in set_parameter_value the setting must begin the line: leading blanks or a "#" make it another.
+    const std::string match = key + separator;
+    const auto is_set = [&](std::string_view line) { return line.starts_with(match); };
+    if (std::none_of(lines.begin(), lines.end(), is_set)) {
+        report.tell(log_level::information, "Parameter %s is not set in file %s", key.c_str(), path.c_str());
+        return status::success;
+    }
+    NewCopy copy(path);
+    if (!copy.open(report)) {
+        return status::parameter_not_unset;
+    }
+    for (const std::string_view line : lines) {
+        if (!is_set(line) || (!comment.empty() && line.starts_with(comment))) {
+            copy.write(line);
+        } else if (!comment.empty()) {
+            copy.write(comment + std::string(line));
+        }
+    }
+    return copy.replace_file(report) ? status::success : status::parameter_not_unset;
+}

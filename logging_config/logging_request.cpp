@@ -1,0 +1,75 @@
+#include "logging_config/logging_request.h"
+
+#include "agent/response_channel.h"
+#include "agent/status.h"
+#include "logging_config/categories.h"
+#include "platform/runtime.h"
+
+namespace {
+
+// Logs an argument that is not of the form. The message's format goes where the tag belongs and the argument
+// where the format belongs: that is how this line has always looked in the log, without a tag, and what reads the
+// log knows it so. Every "%" is doubled, so the argument appears letter for letter and nothing in it is
+// interpreted.
+void log_malformed_argument(const std::string& argument, std::size_t colon) {
+    std::string format;
+    for (const char byte : argument) {
+        format.append(byte == '%' ? 2 : 1, byte);
+    }
+    const int position = colon == std::string::npos ? -1 : static_cast<int>(colon);
+#pragma GCC diagnostic push
+// Safe: the only directives left in the text are doubled percent signs, which take no argument.
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    logmsgf(log_level::error, "Invalid 'ctgy:args' format: %s Position=%d RV=%d", format.c_str(), position,
+            status::logging_argument_not_valid);
+#pragma GCC diagnostic pop
+}
+
+int send_responses(const Responses& responses, int socket, int result) {
+    constexpr const char* tag = "handle_logging";
+    for (const std::string& line : responses) {
+        const int length = static_cast<int>(line.size());
+        logmsgf(log_level::information, tag, "Responding (len=%d) %s", length, line.c_str());
+        if (socksend(socket, line.c_str(), line.size()) != length) {
+            logmsgf(log_level::error, tag, "failed to send response: %s (SFD=%d)", line.c_str(), socket);
+            result = status::output_not_sent;
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+int split_ctgy_args(std::string argument, std::string& category, std::vector<std::string>& values) {
+    const std::size_t colon = argument.find(':');
+    if (colon == std::string::npos || colon + 1 == argument.size()) {
+        log_malformed_argument(argument, colon);
+        return status::logging_argument_not_valid;
+    }
+    category = argument.substr(0, colon);
+    std::size_t start = colon + 1;
+    for (std::size_t comma = argument.find(',', start); comma != std::string::npos;
+         comma = argument.find(',', start)) {
+        values.push_back(argument.substr(start, comma - start));
+        start = comma + 1;
+    }
+    values.push_back(argument.substr(start));
+    return status::success;
+}
+
+int handle_logging(const RequestVector& request, int socket, const char* action) {
+    logmsgf(log_level::information, "handle_logging", "%s logging C=%s", action, request[0].c_str());
+    Responses responses;
+    int result = status::success;
+    for (std::size_t i = 1; i < request.size(); ++i) {
+        std::string category;
+        Values values;
+        result = split_ctgy_args(request[i], category, values);
+        if (result != status::success) {
+            return result;
+        }
+        // The status is the last category's: an earlier failure is told by its response lines.
+        result = process_category(category, values, responses, action);
+    }
+    return send_responses(responses, socket, result);
+}

@@ -1,0 +1,135 @@
+#include "logging_config/main_configuration_verbosity.h"
+
+#include <strings.h>
+
+#include <array>
+
+#include "agent/bounded_text.h"
+#include "agent/status.h"
+#include "agent/string_utilities.h"
+#include "logging_config/key_value_file.h"
+#include "logging_config/text_lines.h"
+#include "platform/main_configuration.h"
+#include "platform/runtime.h"
+
+namespace {
+
+constexpr const char* tag = "process_qrconf";
+constexpr std::size_t message_size = 1024;
+constexpr std::size_t line_size = 2048;
+
+// Keys that are fixed members of the configuration record and cannot be removed, only zeroed.
+constexpr std::array structure_members = {"TAPEMGR_VERBOSE", "SESSMGR_VERBOSE", "CATMGR_VERBOSE",
+                                          "REQD_VERBOSE",    "PROXYD_VERBOSE",  "OFFSITE_VERBOSE",
+                                          "SCHEDD_VERBOSE",  "DISKMGR_VERBOSE", "JOBD_VERBOSE"};
+constexpr std::array special_members = {"Debug_Database"};
+
+template <typename Names>
+int find_ignoring_case(const Names& names, const std::string& name) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (strcasecmp(names[i], name.c_str()) == 0) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+bool isqrconfstructmember(const std::string& key) {
+    const int index = find_ignoring_case(structure_members, key);
+    if (index < 0) {
+        return false;
+    }
+    logmsgf(log_level::detail, "isqrconfstructmember", "qr.conf structure member: %d %s", index, key.c_str());
+    return true;
+}
+
+bool isqrconfspecialmember(const std::string& name) {
+    const int index = find_ignoring_case(special_members, name);
+    if (index < 0) {
+        return false;
+    }
+    logmsgf(log_level::detail, "isqrconfspecialmember", "qr.conf special member: %d %s", index, name.c_str());
+    return true;
+}
+
+// Returns the configuration text line that resets a key while global debug logging is off: zero it, or remove
+// it. The special member is looked for among the "_VERBOSE" keys alone, so its own name is in effect never
+// protected; peers count on it being zeroed by the first test.
+std::string reset_line(const std::string& name, const std::string& key) {
+    if (!contains(key, "_VERBOSE") || isqrconfstructmember(key) || isqrconfspecialmember(name)) {
+        return key + "=0\n";
+    }
+    logmsgf(log_level::detail, tag, "Removing '%s' from qr.conf", name.c_str());
+    return key + "\n";
+}
+
+std::string configuration_line(const std::string& name, const std::string& level) {
+    const std::string key = stringupper(name);
+    if (get_master_config_ptr()->VERBOSE == 0 && level == "-1") {
+        return reset_line(name, key);
+    }
+    return key + "=" + level + "\n";
+}
+
+// Parses the text and applies it to this host. Returns 0, or the library's status with `message` telling it.
+int apply_configuration(std::string text, std::string& message) {
+    ConfigRecord record{};
+    ConfigRecord other;  // the library wants a second record and reads nothing from it
+    int result = ParseConfigExA(text.data(), &record, &other, 1);
+    if (result != 0) {
+        message = bounded_print(message_size, "invalid qr.conf input (RV=%d %s)", result, getECmsg(result));
+    } else {
+        result = UpdateHostConfigExA(QRConfZMStandardServer, &record, &other, 0, 0, 0);
+        if (result != 0) {
+            message = bounded_print(message_size, "qr.conf update failed (RV=%d %s)", result, getECmsg(result));
+        }
+    }
+    FreeConfig(&record);
+    return result;
+}
+
+}  // namespace
+
+int process_qrconf(std::string category, const Values& entries, Responses& responses, const char*) {
+    logmsgf(log_level::detail, tag, "current global VERBOSE=%d", get_master_config_ptr()->VERBOSE);
+    std::string text;
+    std::vector<std::string> labels;
+    for (const std::string& entry : entries) {
+        std::string name;
+        std::string level = "5";
+        split_lhs_rhs(entry, name, level);
+        text += configuration_line(name, level);
+        labels.push_back(category + ":" + name);
+    }
+    std::string message = "Set up";
+    const int result = apply_configuration(text, message);
+    // One update, one outcome: every line carries the same flag, not the library's status.
+    const bool failed = result != 0;
+    for (const std::string& label : labels) {
+        const std::string line =
+            bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(),
+                          failed ? status::failure : status::success, message.c_str());
+        logmsgf(failed ? log_level::error : log_level::information, tag, "%s", line.c_str());
+        responses.push_back(line);
+    }
+    return result;
+}
+
+int process_config_file_entry(std::string category, std::string entry, Responses& responses, std::string path,
+                              std::string key, std::string separator, std::string default_level) {
+    std::string name;
+    std::string level = default_level;
+    split_lhs_rhs(entry, name, level);
+    const std::string label = category + ":" + name;
+    std::array<char, message_size> notice{};
+    const int result = set_parameter_value(path, key, separator, level, notice.data(), notice.size(), 1);
+    std::string message = notice.data();
+    if (result == status::success) {
+        message = message.empty() ? "Set up " + name + " debug logging" : "INF: " + message;
+    }
+    const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result,
+                                           message.c_str());
+    logmsgf(log_level::information, "process_config_file_entry", "%s", line.c_str());
+    responses.push_back(line);
+    return result;
+}

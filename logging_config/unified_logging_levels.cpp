@@ -1,0 +1,187 @@
+#include "logging_config/unified_logging_levels.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "agent/bounded_text.h"
+#include "agent/status.h"
+#include "agent/string_utilities.h"
+#include "platform/runtime.h"
+#include "platform/unified_logging.h"
+
+namespace {
+
+constexpr const char* tag = "process_ktul_loglevel";
+constexpr std::size_t line_size = 1024;
+
+// The product whose defaults are known, and the originator that holds them.
+constexpr int product_with_defaults = 51216;
+constexpr unsigned long default_originator = 112;
+
+// The originator whose diagnostic level is never changed.
+constexpr std::uint32_t fixed_diagnostic_originator = 156;
+
+struct Levels {
+    int debug = 1;
+    int diagnostic = 6;
+};
+
+constexpr int wanted_diagnostic = 6;
+
+struct HandleRelease {
+    void operator()(holkLogCfg* handle) const { holkLogFreeCfg(handle); }
+};
+using Handle = std::unique_ptr<holkLogCfg, HandleRelease>;
+
+// Null when the configuration could not be loaded.
+Handle load(int product, unsigned long originator) {
+    holkLogCfg* handle = nullptr;
+    return Handle(holkLogReadCfg(product, originator, &handle) == 0 ? handle : nullptr);
+}
+
+Levels read_defaults(int product) {
+    Levels defaults;
+    if (product != product_with_defaults) {
+        return defaults;
+    }
+    if (const Handle handle = load(product, default_originator)) {
+        holkLogCfgGetDebugLevel(handle.get(), &defaults.debug);
+        holkLogCfgGetDiagLevel(handle.get(), &defaults.diagnostic);
+        logmsgf(log_level::detail, tag, "Default DbgLvl=%d DiagLvl=%d", defaults.debug, defaults.diagnostic);
+    }
+    return defaults;
+}
+
+// What one value asks for. Text that is no number reads as 0, on purpose: nothing is validated.
+struct Wanted {
+    std::uint32_t originator;
+    int level;
+};
+
+Wanted parse(const std::string& value) {
+    std::string originator;
+    std::string level = "6";
+    split_lhs_rhs(value, originator, level);
+    return {static_cast<std::uint32_t>(strtoul(originator.c_str(), nullptr, 10)),
+            static_cast<int>(strtol(level.c_str(), nullptr, 10))};
+}
+
+// Changes the levels of originators of one product, one response line each.
+class LevelChange {
+  public:
+    LevelChange(std::string category, int product, Responses& responses)
+        : category_(std::move(category)),
+          product_(product),
+          defaults_(read_defaults(product)),
+          responses_(responses) {}
+
+    // Returns 0, or status::ktul_not_loaded.
+    int apply(const Wanted& wanted) {
+        const Handle handle = load(product_, wanted.originator);
+        if (!handle) {
+            respond(log_level::error, bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s OID=%d Product ID=%d\n",
+                                                    category_.c_str(), shown(wanted), status::failure,
+                                                    "Failed to load KtUL CFG", shown(wanted), product_));
+            return status::ktul_not_loaded;
+        }
+        const Levels current = read_current(wanted, handle.get());
+        if (current.debug == wanted.level && current.diagnostic == wanted_diagnostic) {
+            logmsgf(log_level::information, tag, "No change required PID=%d OID=%d [%d, %d]", product_, shown(wanted),
+                    current.debug, wanted_diagnostic);
+            respond_success(wanted, current);
+        } else if (const int result = change_debug(wanted, current, handle.get()); result != 0) {
+            respond_failure(wanted, "failed to set debug level", result);
+        } else {
+            change_diagnostic(wanted, current, handle.get());
+            write(wanted, current, handle.get());
+        }
+        return status::success;
+    }
+
+  private:
+    // Messages show an originator as a signed number.
+    static int shown(const Wanted& wanted) { return static_cast<int>(wanted.originator); }
+
+    Levels read_current(const Wanted& wanted, const holkLogCfg* handle) const {
+        Levels current;
+        holkLogCfgGetDebugLevel(handle, &current.debug);
+        logmsgf(log_level::detail, tag, "Current setting P=%d O=%d DbgLvl=%d", product_, shown(wanted), current.debug);
+        holkLogCfgGetDiagLevel(handle, &current.diagnostic);
+        logmsgf(log_level::detail, tag, "Current setting P=%d O=%d DiagLvl=%d", product_, shown(wanted),
+                current.diagnostic);
+        return current;
+    }
+
+    // Removes the originator's entry instead of writing level 1 where that is the product's default.
+    int change_debug(const Wanted& wanted, const Levels& current, holkLogCfg* handle) const {
+        if (current.debug == wanted.level) {
+            return 0;
+        }
+        if (product_ == product_with_defaults && wanted.level == 1 && defaults_.debug == 1) {
+            const int result = holkLogCfgRemoveSettings(handle, holk_debug_level_setting);
+            logmsgf(log_level::detail, tag, "Removing '%d.DebugLevel' line", shown(wanted));
+            return result;
+        }
+        return holkLogCfgSetDebugLevel(handle, wanted.level);
+    }
+
+    void change_diagnostic(const Wanted& wanted, const Levels& current, holkLogCfg* handle) const {
+        if (current.diagnostic == wanted_diagnostic || wanted.originator == fixed_diagnostic_originator) {
+            return;
+        }
+        if (product_ == product_with_defaults && defaults_.diagnostic == wanted_diagnostic) {
+            holkLogCfgRemoveSettings(handle, holk_diagnostic_level_setting);
+            logmsgf(log_level::detail, tag, "Removing '%d.DiagnosticLevel' line", shown(wanted));
+        } else {
+            holkLogCfgSetDiagLevel(handle, wanted_diagnostic);
+        }
+    }
+
+    void write(const Wanted& wanted, const Levels& current, const holkLogCfg* handle) {
+        const int result = holkLogWriteCfg(product_, wanted.originator, handle);
+        if (result != 0) {
+            respond_failure(wanted, "failed to write ktul cfg", result);
+        } else {
+            respond_success(wanted, current);
+        }
+    }
+
+    // The new diagnostic level reads 6 also for the originator whose level was left alone.
+    void respond_success(const Wanted& wanted, const Levels& current) {
+        respond(log_level::information,
+                bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=DEBUG:%d=%d,%d=%d DIAG:%d=%d,%d=%d\n",
+                              category_.c_str(), shown(wanted), status::success, shown(wanted), current.debug,
+                              shown(wanted), wanted.level, shown(wanted), current.diagnostic, shown(wanted),
+                              wanted_diagnostic));
+    }
+
+    void respond_failure(const Wanted& wanted, const char* message, int result) {
+        respond(log_level::error,
+                bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s RV=%d LVL=%d\n", category_.c_str(),
+                              shown(wanted), status::failure, message, result, wanted.level));
+    }
+
+    void respond(int level, const std::string& line) {
+        logmsgf(level, tag, "%s", line.c_str());
+        responses_.push_back(line);
+    }
+
+    std::string category_;
+    int product_;
+    Levels defaults_;
+    Responses& responses_;
+};
+
+}  // namespace
+
+int process_ktul_loglevel(std::string category, const Values& values, Responses& responses, int product) {
+    LevelChange change(std::move(category), product, responses);
+    int result = status::success;
+    for (const std::string& value : values) {
+        if (change.apply(parse(value)) != status::success) {
+            result = status::ktul_not_loaded;
+        }
+    }
+    return result;
+}

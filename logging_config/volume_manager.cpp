@@ -1,0 +1,39 @@
+#include "logging_config/volume_manager.h"
+
+#include <array>
+#include <cstring>
+
+#include "agent/bounded_text.h"
+#include "agent/status.h"
+#include "logging_config/key_value_file.h"
+#include "platform/runtime.h"
+
+int process_vmconf(std::string category, const Values& entries, Responses& responses, const char* action) {
+    constexpr const char* tag = "process_vmconf";
+    constexpr std::size_t message_size = 1024;
+    constexpr std::size_t line_size = 2048;
+    constexpr const char* file = "/usr/kumel/volmgr/vm.conf";
+    // A bare keyword: neither separator nor value.
+    constexpr const char* key = "VERBOSE";
+    std::array<char, message_size> message{};
+    int result = status::success;
+    if (strcmp(action, "enable") == 0) {
+        result = set_parameter_value(file, key, "", "", message.data(), message.size(), 1);
+    } else if (strcmp(action, "disable") == 0 || strcmp(action, "reset") == 0) {
+        result = unset_parameter(file, key, "", message.data(), message.size(), "#");
+    } else {
+        logmsgf(log_level::error, tag, "Invalid action=%s", action);
+        return status::failure;
+    }
+    for (const std::string& entry : entries) {
+        const std::string line =
+            result == status::success
+                ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Set debug logging\n", category.c_str(),
+                                entry.c_str(), result)
+                : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s\n", category.c_str(), entry.c_str(), result,
+                                message.data());
+        logmsgf(log_level::information, tag, "%s", line.c_str());
+        responses.push_back(line);
+    }
+    return status::success;
+}
