@@ -14,4 +14,6 @@ std::string bounded_print(std::size_t size, const char* format, ...) {
     return text;
 }
 
-std::string bounded_copy(std::size_t size, const std::string& text) { return text.substr(0, size - 1); }
+std::string bounded_copy(std::size_t size, const std::string& text) {
+    return text.substr(0, size - 1);
+}

@@ -88,8 +88,7 @@ int process_request(const RequestVector& request, int socket) {
 
 void perform_cleanup_on_failure(const std::string& command, int status) {
     constexpr const char* tag = "perform_cleanup_on_failure";
-    if (status == status::success ||
-        (command != "RUNZMCPLOGS" && command != "RUNZMSU" && command != "CALCLOGSIZE")) {
+    if (status == status::success || (command != "RUNZMCPLOGS" && command != "RUNZMSU" && command != "CALCLOGSIZE")) {
         return;
     }
     logmsgf(log_level::error, c_pname, "Received NSC=%d (%s). Cleanup required", status, getECmsg(status));

@@ -17,7 +17,9 @@ constexpr int verification_timeout = 60;           // seconds
 
 }  // namespace
 
-void myexit(int status) { exit(status < 255 ? status : exit_status::too_large); }
+void myexit(int status) {
+    exit(status < 255 ? status : exit_status::too_large);
+}
 
 void mywinsock_start() {}
 

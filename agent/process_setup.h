@@ -14,4 +14,3 @@ int redirect_fd(int fd);
 // Verifies that the peer is root on a host of the SERVER list. Returns 0, the status of the verification
 // when that failed, status::peer_not_a_server or status::peer_not_root.
 int setup_comms_w_client(int socket);
-

@@ -43,7 +43,6 @@ int socksend(int socket, const char* text, unsigned long length) {
 }
 
 void qas_report_exit_status(int status, int socket) {
-    const std::string line =
-        bounded_print(status_line_size, "%s %d %s\n", "EXIT STATUS", status, getECmsg(status));
+    const std::string line = bounded_print(status_line_size, "%s %d %s\n", "EXIT STATUS", status, getECmsg(status));
     socksend(socket, line.c_str(), line.size());
 }

@@ -49,4 +49,6 @@ void split_string(const std::string& text, char delimiter, std::vector<std::stri
     pieces.push_back(text.substr(start));
 }
 
-bool valid_host_type(std::string text) { return text == "MASTER" || text == "MEDIA" || text == "CLIENT"; }
+bool valid_host_type(std::string text) {
+    return text == "MASTER" || text == "MEDIA" || text == "CLIENT";
+}

@@ -140,8 +140,7 @@ int get_zmcplogs_temp_destdir(RequestVector& args, const char* default_dir, std:
         args.erase(option, option + 2);
     }
     if (mkdir(directory.c_str(), collection_mode) != 0 && errno != EEXIST) {
-        logmsgf(log_level::error, tag, "Failed to create DIR=%s E=%d (%s)", directory.c_str(), errno,
-                strerror(errno));
+        logmsgf(log_level::error, tag, "Failed to create DIR=%s E=%d (%s)", directory.c_str(), errno, strerror(errno));
         return status::collection_directory_not_created;
     }
     collection = directory;
@@ -178,8 +177,8 @@ int perform_cleanup_zmladir(const RequestVector& request, int socket) {
         std::string answer;
         result = clean_up_directory(request[i], answer);
         // An error in the log even when all went well: a removal is to be seen there.
-        logmsgf(log_level::error, tag, "Cleanup result D=%s #D=%d NSC=%d M=%s", request[i].c_str(),
-                static_cast<int>(i), result, answer.c_str());
+        logmsgf(log_level::error, tag, "Cleanup result D=%s #D=%d NSC=%d M=%s", request[i].c_str(), static_cast<int>(i),
+                result, answer.c_str());
         answer += '\n';
         if (socksend(socket, answer.c_str(), answer.size()) < static_cast<int>(answer.size())) {
             logmsgf(log_level::error, tag, "clean up response send failed RV=%d", status::output_not_sent);

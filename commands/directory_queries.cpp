@@ -43,14 +43,15 @@ int list_entry(const std::string& directory, const char* name, int socket) {
     }
     const std::string line = bounded_print(listing_line_size, "ZMSU PACKAGE=%s\n", path.c_str());
     if (!send_whole(socket, line)) {
-        logmsgf(log_level::error, tag, "Failed to send ZMSU o/p FN (%s) rv=%d", line.c_str(),
-                status::output_not_sent);
+        logmsgf(log_level::error, tag, "Failed to send ZMSU o/p FN (%s) rv=%d", line.c_str(), status::output_not_sent);
         return status::output_not_sent;
     }
     return status::success;
 }
 
-bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+bool exists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
 
 // Sets `target` to the directory, or to its parent when only that exists. Tries one level up and no further: a
 // collection directory may not be there yet, but its parent must be.
@@ -67,8 +68,8 @@ bool choose_space_target(const std::string& directory, std::string& target) {
                 target.c_str());
         return false;
     }
-    logmsgf(log_level::information, tag, "Specified dir (%s) does not exist, using parent dir %s",
-            directory.c_str(), target.c_str());
+    logmsgf(log_level::information, tag, "Specified dir (%s) does not exist, using parent dir %s", directory.c_str(),
+            target.c_str());
     return true;
 }
 
@@ -79,8 +80,7 @@ int list_dir_and_send_output(std::string directory, int socket) {
     logmsgf(log_level::information, tag, "Opening dir:%s", directory.c_str());
     const Directory stream(opendir(directory.c_str()));
     if (!stream) {
-        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", directory.c_str(), errno,
-                strerror(errno));
+        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", directory.c_str(), errno, strerror(errno));
         return status::directory_failed;
     }
     int result = status::success;
@@ -109,8 +109,7 @@ int calc_free_space_send_output(std::string directory, int socket) {
     }
     struct statvfs space {};
     if (statvfs(target.c_str(), &space) != 0) {
-        logmsgf(log_level::error, tag, "failed to get disk space D=%s E=%d %s", target.c_str(), errno,
-                strerror(errno));
+        logmsgf(log_level::error, tag, "failed to get disk space D=%s E=%d %s", target.c_str(), errno, strerror(errno));
         return status::directory_failed;
     }
     // Counted in blocks of f_bsize, and free is what an unprivileged user may use.

@@ -133,8 +133,7 @@ std::optional<int> wait_for_tool(pid_t child, const std::string& path) {
 int probe_peer(int socket) {
     const int result = fcntl(socket, F_SETFL, O_NONBLOCK);
     if (result == -1) {
-        logmsgf(log_level::error, tag, "set socket nonblocking failed RV=%d E=%d (%s)", result, errno,
-                strerror(errno));
+        logmsgf(log_level::error, tag, "set socket nonblocking failed RV=%d E=%d (%s)", result, errno, strerror(errno));
         return status::socket_not_nonblocking;
     }
     char byte = 0;

@@ -22,8 +22,7 @@ struct Collection {
 
 int prepare_collection(const RequestVector& request, Collection& collection) {
     collection.request = request;
-    return get_zmcplogs_temp_destdir(collection.request, GETZMLALOGDIR(), collection.temporary,
-                                     collection.directory);
+    return get_zmcplogs_temp_destdir(collection.request, GETZMLALOGDIR(), collection.temporary, collection.directory);
 }
 
 int run_zmcplogs(const RequestVector& request, int socket) {
@@ -79,11 +78,17 @@ int get_disk_space(const RequestVector& request, int socket) {
     return result;
 }
 
-int enable_logging(const RequestVector& request, int socket) { return handle_logging(request, socket, "enable"); }
+int enable_logging(const RequestVector& request, int socket) {
+    return handle_logging(request, socket, "enable");
+}
 
-int disable_logging(const RequestVector& request, int socket) { return handle_logging(request, socket, "disable"); }
+int disable_logging(const RequestVector& request, int socket) {
+    return handle_logging(request, socket, "disable");
+}
 
-int reset_logging(const RequestVector& request, int socket) { return handle_logging(request, socket, "reset"); }
+int reset_logging(const RequestVector& request, int socket) {
+    return handle_logging(request, socket, "reset");
+}
 
 struct RequestWord {
     const char* word;
@@ -91,10 +96,14 @@ struct RequestWord {
 };
 
 constexpr std::array request_words = {
-    RequestWord{"ENABLELOGGING", enable_logging}, RequestWord{"DISABLELOGGING", disable_logging},
-    RequestWord{"RESETLOGGING", reset_logging},   RequestWord{"RUNZMCPLOGS", run_zmcplogs},
-    RequestWord{"RUNZMSU", run_zmsu},             RequestWord{"CALCLOGSIZE", calculate_log_size},
-    RequestWord{"GETDISKSPACE", get_disk_space},  RequestWord{"ZMLA", execute_cmd_send_output},
+    RequestWord{"ENABLELOGGING", enable_logging},
+    RequestWord{"DISABLELOGGING", disable_logging},
+    RequestWord{"RESETLOGGING", reset_logging},
+    RequestWord{"RUNZMCPLOGS", run_zmcplogs},
+    RequestWord{"RUNZMSU", run_zmsu},
+    RequestWord{"CALCLOGSIZE", calculate_log_size},
+    RequestWord{"GETDISKSPACE", get_disk_space},
+    RequestWord{"ZMLA", execute_cmd_send_output},
     RequestWord{"CLEANUP", perform_cleanup_zmladir},
 };
 

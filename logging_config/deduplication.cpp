@@ -59,8 +59,7 @@ int set_component_logging(const std::string& component, const std::string& value
 
 // The notice of the first edit is dropped, that of the second one told. An active "DEBUGLOG" stays as it is.
 int set_plugin_logging(const std::string& level, Message& message) {
-    const int result =
-        set_parameter_value(plugin_file, "LOGLEVEL", " = ", level, message.data(), message.size(), 1);
+    const int result = set_parameter_value(plugin_file, "LOGLEVEL", " = ", level, message.data(), message.size(), 1);
     if (result != status::success) {
         return result;
     }

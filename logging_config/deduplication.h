@@ -12,8 +12,9 @@ int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, 
 // as get_kpa_conf_filepath.
 int get_rk_conf_filepath(std::string component, std::string& path, char* error, unsigned long size);
 
-// Sets "Logging" to VALUE ("full" for NAME alone) and ",thread" in the file of each component NAME=VALUE. A file is edited
-// once a call: later components that share it repeat its outcome. Appends one line for each component. Returns 0.
+// Sets "Logging" to VALUE ("full" for NAME alone) and ",thread" in the file of each component NAME=VALUE. A file is
+// edited once a call: later components that share it repeat its outcome. Appends one line for each component. Returns
+// 0.
 int process_rk(std::string category, const Values& values, Responses& responses);
 
 // Sets "LOGLEVEL" to the level of the one value "rkplugin" or NAME=LEVEL (10 for NAME alone), and restores a

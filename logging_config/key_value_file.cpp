@@ -87,7 +87,9 @@ class NewCopy {
 };
 
 // A line that holds a setting and a trailing "#" remark counts as commented too: lines are never split.
-bool is_commented(std::string_view line) { return contains(line, "#"); }
+bool is_commented(std::string_view line) {
+    return contains(line, "#");
+}
 
 // Switches a commented line back on: every "#", not only the first, becomes a space, and leading blanks go. A line
 // of blanks alone stays as it then is.

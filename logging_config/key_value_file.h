@@ -4,8 +4,8 @@
 //
 // A change is a whole new copy under the path with ".new" behind it, renamed over the file. The copy is a new file,
 // with the mode of new files and this process as its owner; no lock is taken; write errors are ignored.
-// Only opening and renaming can fail, and a rename that fails leaves the copy behind. These rules are fixed, and they are
-// not those of the files that the platform library rewrites.
+// Only opening and renaming can fail, and a rename that fails leaves the copy behind. These rules are fixed, and they
+// are not those of the files that the platform library rewrites.
 //
 // What is to be told goes into the caller's error buffer of `size` bytes, bounded and terminated, and from there
 // into the debug log. The buffer stays as it is when there is nothing to tell, so callers clear it.
@@ -16,8 +16,8 @@
 // Makes key, separator and value a line of the file. With `set` non-zero every active line that contains the
 // setting anywhere is replaced, else the first commented one, else the line is appended; a line that contains "#"
 // anywhere counts as commented. With `set` zero the first commented line that holds the whole new line is
-// switched back on when no active one is there; when there is none either, that is told, and is no failure. Returns 0 or
-// status::parameter_not_set. A missing file is not created.
+// switched back on when no active one is there; when there is none either, that is told, and is no failure. Returns 0
+// or status::parameter_not_set. A missing file is not created.
 int set_parameter_value(std::string path, std::string key, std::string separator, std::string value, char* error,
                         unsigned long size, int set);
 

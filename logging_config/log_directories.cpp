@@ -15,7 +15,9 @@ namespace {
 constexpr std::size_t line_size = 1024;
 constexpr mode_t volume_manager_mode = 0755;
 
-bool is_enable(const char* action) { return strcmp(action, "enable") == 0; }
+bool is_enable(const char* action) {
+    return strcmp(action, "enable") == 0;
+}
 
 void respond(int level, const char* tag, const std::string& line, Responses& responses) {
     logmsgf(level, tag, "%s", line.c_str());

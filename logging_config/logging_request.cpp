@@ -48,8 +48,7 @@ int split_ctgy_args(std::string argument, std::string& category, std::vector<std
     }
     category = argument.substr(0, colon);
     std::size_t start = colon + 1;
-    for (std::size_t comma = argument.find(',', start); comma != std::string::npos;
-         comma = argument.find(',', start)) {
+    for (std::size_t comma = argument.find(',', start); comma != std::string::npos; comma = argument.find(',', start)) {
         values.push_back(argument.substr(start, comma - start));
         start = comma + 1;
     }

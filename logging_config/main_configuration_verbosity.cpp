@@ -106,9 +106,8 @@ int process_qrconf(std::string category, const Values& entries, Responses& respo
     // One update, one outcome: every line carries the same flag, not the library's status.
     const bool failed = result != 0;
     for (const std::string& label : labels) {
-        const std::string line =
-            bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(),
-                          failed ? status::failure : status::success, message.c_str());
+        const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(),
+                                               failed ? status::failure : status::success, message.c_str());
         logmsgf(failed ? log_level::error : log_level::information, tag, "%s", line.c_str());
         responses.push_back(line);
     }
@@ -127,8 +126,8 @@ int process_config_file_entry(std::string category, std::string entry, Responses
     if (result == status::success) {
         message = message.empty() ? "Set up " + name + " debug logging" : "INF: " + message;
     }
-    const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result,
-                                           message.c_str());
+    const std::string line =
+        bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result, message.c_str());
     logmsgf(log_level::information, "process_config_file_entry", "%s", line.c_str());
     responses.push_back(line);
     return result;

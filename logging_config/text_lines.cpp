@@ -10,4 +10,6 @@ std::vector<std::string_view> split_lines(std::string_view text) {
     return lines;
 }
 
-bool contains(std::string_view line, std::string_view text) { return line.find(text) != std::string_view::npos; }
+bool contains(std::string_view line, std::string_view text) {
+    return line.find(text) != std::string_view::npos;
+}

@@ -71,18 +71,15 @@ Wanted parse(const std::string& value) {
 class LevelChange {
   public:
     LevelChange(std::string category, int product, Responses& responses)
-        : category_(std::move(category)),
-          product_(product),
-          defaults_(read_defaults(product)),
-          responses_(responses) {}
+        : category_(std::move(category)), product_(product), defaults_(read_defaults(product)), responses_(responses) {}
 
     // Returns 0, or status::ktul_not_loaded.
     int apply(const Wanted& wanted) {
         const Handle handle = load(product_, wanted.originator);
         if (!handle) {
-            respond(log_level::error, bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s OID=%d Product ID=%d\n",
-                                                    category_.c_str(), shown(wanted), status::failure,
-                                                    "Failed to load KtUL CFG", shown(wanted), product_));
+            respond(log_level::error,
+                    bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s OID=%d Product ID=%d\n", category_.c_str(),
+                                  shown(wanted), status::failure, "Failed to load KtUL CFG", shown(wanted), product_));
             return status::ktul_not_loaded;
         }
         const Levels current = read_current(wanted, handle.get());

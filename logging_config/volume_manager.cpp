@@ -26,12 +26,11 @@ int process_vmconf(std::string category, const Values& entries, Responses& respo
         return status::failure;
     }
     for (const std::string& entry : entries) {
-        const std::string line =
-            result == status::success
-                ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Set debug logging\n", category.c_str(),
-                                entry.c_str(), result)
-                : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s\n", category.c_str(), entry.c_str(), result,
-                                message.data());
+        const std::string line = result == status::success
+                                     ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Set debug logging\n",
+                                                     category.c_str(), entry.c_str(), result)
+                                     : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s\n", category.c_str(),
+                                                     entry.c_str(), result, message.data());
         logmsgf(log_level::information, tag, "%s", line.c_str());
         responses.push_back(line);
     }

@@ -30,8 +30,7 @@ int ParseConfigExA(char* text, ConfigRecord* record, ConfigRecord* other, int op
 // Applies a parsed record to this host's qr.conf, as one safe rewrite (old or new, never in between). Returns
 // 0, or a status that getECmsg describes. Only `selector` QRConfZMStandardServer is known; `other` and the three
 // options are not used by this implementation.
-int UpdateHostConfigExA(int selector, ConfigRecord* record, ConfigRecord* other, int option1, int option2,
-                        int option3);
+int UpdateHostConfigExA(int selector, ConfigRecord* record, ConfigRecord* other, int option1, int option2, int option3);
 
 // Releases what a parse put into the record and empties it. Harmless on an empty record.
 void FreeConfig(ConfigRecord* record);

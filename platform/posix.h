@@ -5,8 +5,8 @@
 #include <dirent.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <array>
+#include <cerrno>
 #include <memory>
 #include <string>
 #include <string_view>
