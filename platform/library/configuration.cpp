@@ -1,0 +1,114 @@
+#include "platform/library/configuration.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+
+#include "platform/library/numbers.h"
+#include "platform/library/statuses.h"
+#include "platform/library/text_file.h"
+#include "platform/main_configuration.h"
+
+namespace platform_library {
+
+namespace {
+
+constexpr int longest_network_timeout = 86400;
+
+HostConfiguration host;
+ConfigRecord master{};
+
+// Only ASCII counts, whatever the locale.
+bool is_letter(char byte) {
+    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+}
+
+bool is_key_byte(char byte) {
+    return is_letter(byte) || (byte >= '0' && byte <= '9') || byte == '_';
+}
+
+std::string_view strip(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r";
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+int parse_network_timeout(std::string_view value) {
+    const std::optional<std::int32_t> seconds = parse_int32(value);
+    const bool in_range = seconds && *seconds >= 1 && *seconds <= longest_network_timeout;
+    return in_range ? *seconds : HostConfiguration().network_timeout;
+}
+
+// SERVER adds up; of any other key the first line holds.
+void read_configuration(std::string_view text) {
+    host = {};
+    master = {};
+    bool verbose_seen = false;
+    bool timeout_seen = false;
+    for_each_line(text, [&](std::string_view line) {
+        const std::optional<ConfigurationLine> entry = parse_configuration_line(line);
+        if (!entry) {
+            return;
+        }
+        const std::string key = fold_key(entry->key);
+        if (key == "SERVER") {
+            host.servers.emplace_back(entry->value);
+        } else if (key == "VERBOSE" && !verbose_seen) {
+            verbose_seen = true;
+            master.VERBOSE = parse_int32(entry->value).value_or(0);
+        } else if (key == "NETWORK_TIMEOUT" && !timeout_seen) {
+            timeout_seen = true;
+            host.network_timeout = parse_network_timeout(entry->value);
+        }
+    });
+}
+
+}  // namespace
+
+const HostConfiguration& host_configuration() {
+    return host;
+}
+
+bool is_configuration_key(std::string_view text) {
+    return !text.empty() && is_letter(text.front()) && std::all_of(text.begin(), text.end(), is_key_byte);
+}
+
+std::string fold_key(std::string_view key) {
+    std::string folded(key);
+    for (char& byte : folded) {
+        if (byte >= 'a' && byte <= 'z') {
+            byte = static_cast<char>(byte - 'a' + 'A');
+        }
+    }
+    return folded;
+}
+
+std::optional<ConfigurationLine> parse_configuration_line(std::string_view line) {
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view key = strip(line.substr(0, equals));
+    if (!is_configuration_key(key)) {
+        return std::nullopt;
+    }
+    return ConfigurationLine{key, strip(line.substr(equals + 1))};
+}
+
+}  // namespace platform_library
+
+int ZM_read_master_config() {
+    std::string text;
+    if (platform_library::read_text_file(platform_library::main_configuration_file, text) != 0) {
+        return platform_library::status::configuration_not_read;
+    }
+    platform_library::read_configuration(text);
+    return 0;
+}
+
+const ConfigRecord* get_master_config_ptr() {
+    return &platform_library::master;
+}

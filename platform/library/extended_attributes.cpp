@@ -1,0 +1,95 @@
+#include "platform/library/extended_attributes.h"
+
+#include <sys/xattr.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <vector>
+
+namespace platform_library {
+
+namespace {
+
+// Calls `query`, which takes a buffer and its size, as often as it takes for a buffer that holds the answer.
+// Returns 0 or an error number.
+template <typename Query>
+int query_all(Query query, std::string& answer) {
+    for (;;) {
+        const ssize_t needed = query(nullptr, 0);
+        if (needed < 0) {
+            return errno;
+        }
+        answer.resize(static_cast<std::size_t>(needed));
+        const ssize_t size = needed == 0 ? 0 : query(answer.data(), answer.size());
+        if (size >= 0) {
+            answer.resize(static_cast<std::size_t>(size));
+            return 0;
+        }
+        if (errno != ERANGE) {
+            return errno;
+        }
+    }
+}
+
+int list_names(int file, std::vector<std::string>& names) {
+    std::string list;
+    const int error =
+        query_all([file](char* buffer, std::size_t size) { return flistxattr(file, buffer, size); }, list);
+    if (error != 0) {
+        return error == ENOTSUP ? 0 : error;
+    }
+    for (std::size_t start = 0; start < list.size();) {
+        names.emplace_back(list.c_str() + start);
+        start += names.back().size() + 1;
+    }
+    return 0;
+}
+
+int get_value(int file, const std::string& name, std::string& value) {
+    return query_all([&](char* buffer, std::size_t size) { return fgetxattr(file, name.c_str(), buffer, size); },
+                     value);
+}
+
+// An attribute that the new file was born with, such as a label that the system gives every file of the folder, is not
+// written again: that would need rights that reading it does not.
+int copy_attribute(int from, int to, const std::string& name) {
+    std::string value;
+    if (const int error = get_value(from, name, value)) {
+        return error;
+    }
+    std::string present;
+    if (get_value(to, name, present) == 0 && present == value) {
+        return 0;
+    }
+    return fsetxattr(to, name.c_str(), value.data(), value.size(), 0) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+int copy_extended_attributes(int from, int to) {
+    // A folder's default list is inherited by every new file, also where the old one had none.
+    constexpr const char* access_list = "system.posix_acl_access";
+    std::vector<std::string> names;
+    if (const int error = list_names(from, names)) {
+        return error;
+    }
+    for (const std::string& name : names) {
+        if (const int error = copy_attribute(from, to, name)) {
+            return error;
+        }
+    }
+    std::vector<std::string> born_with;
+    if (const int error = list_names(to, born_with)) {
+        return error;
+    }
+    const auto holds = [&](const std::vector<std::string>& list) {
+        return std::find(list.begin(), list.end(), access_list) != list.end();
+    };
+    if (holds(born_with) && !holds(names)) {
+        return fremovexattr(to, access_list) == 0 ? 0 : errno;
+    }
+    return 0;
+}
+
+}  // namespace platform_library

@@ -1,0 +1,19 @@
+// The framing of values on the wire.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace platform_library {
+
+// Returns the text as a netstring: its length in bytes, ":", the bytes, ",". A number is the netstring of its
+// decimal text.
+inline std::string netstring(std::string_view text) {
+    std::string framed = std::to_string(text.size());
+    framed += ':';
+    framed += text;
+    framed += ',';
+    return framed;
+}
+
+}  // namespace platform_library

@@ -1,0 +1,65 @@
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/library/statuses.h"
+#include "platform/runtime.h"
+
+namespace {
+
+namespace own = platform_library::status;
+
+struct StatusText {
+    int status;
+    const char* text;
+};
+
+// The catalogue of the product's statuses. Each text says what went wrong and, where that helps, what to look
+// at; each differs from every other.
+constexpr std::array catalogue = {
+    StatusText{0, "the requested operation was successfully completed"},
+    StatusText{1, "the requested operation was only partly or not carried out; see the lines above"},
+    StatusText{23, "the peer had closed the connection or sent more data when the tool ended"},
+    StatusText{27, "the tool was ended by a signal; see the debug log of zmlogadmagent"},
+    StatusText{29, "the tool could not be executed; see whether its file is installed"},
+    StatusText{135, "the peer's user is not known to be root; run the command as root"},
+    StatusText{602, "the connection could not be made non-blocking"},
+    StatusText{5762, "the peer host is not in the SERVER list of qr.conf"},
+    StatusText{5763, "the request could not be received; see the debug log of zmlogadmagent"},
+    StatusText{5764, "the command word is not valid"},
+    StatusText{5766, "no process could be started for the tool"},
+    StatusText{5769, "the end of the tool could not be waited for"},
+    StatusText{5772, "a unified logging configuration could not be loaded"},
+    StatusText{5784, "a directory could not be opened, examined or removed"},
+    StatusText{5796, "output could not be sent to the peer in full"},
+    StatusText{5803, "a parameter of a configuration file could not be set"},
+    StatusText{5804, "a parameter of a configuration file could not be removed"},
+    StatusText{5806, "the deduplication registry names no configuration file"},
+    StatusText{5809, "the arguments of the KOB category are not valid; expected is kob=LEVEL, 0 to 10"},
+    StatusText{5811, "the collection directory could not be created; see whether its parent exists"},
+    StatusText{5820, "the directory is not a collection result and was not cleaned up"},
+    StatusText{5822, "a logging argument is not of the form CATEGORY:VALUE,VALUE"},
+    StatusText{own::configuration_not_read, "the main configuration qr.conf could not be read"},
+    StatusText{own::configuration_text_not_valid, "a key or value is not one that qr.conf may be given"},
+    StatusText{own::peer_not_examined, "the connection's peer could not be identified"},
+    StatusText{own::logging_store_not_read, "the product's unified logging store could not be read"},
+    StatusText{own::logging_level_not_valid, "the originator's entry in the unified logging store is not a number"},
+};
+
+}  // namespace
+
+const char* getECmsg(int status) {
+    for (const StatusText& row : catalogue) {
+        if (row.status == status) {
+            return row.text;
+        }
+    }
+    static std::array<char, 128> text;
+    if (status > own::configuration_not_updated && status <= own::last_configuration_not_updated) {
+        snprintf(text.data(), text.size(), "the main configuration qr.conf could not be updated: %s",
+                 strerror(status - own::configuration_not_updated));
+    } else {
+        snprintf(text.data(), text.size(), "status %d, which has no text of its own", status);
+    }
+    return text.data();
+}

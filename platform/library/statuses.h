@@ -1,0 +1,16 @@
+// Statuses of the library's own. They are in nobody else's range.
+#pragma once
+
+namespace platform_library::status {
+
+inline constexpr int configuration_not_read = 5901;
+inline constexpr int configuration_text_not_valid = 5902;
+inline constexpr int peer_not_examined = 5903;
+inline constexpr int logging_store_not_read = 5904;
+inline constexpr int logging_level_not_valid = 5905;
+
+// A main configuration that could not be rewritten: this and the error number.
+inline constexpr int configuration_not_updated = 6000;
+inline constexpr int last_configuration_not_updated = 6999;
+
+}  // namespace platform_library::status

@@ -1,0 +1,30 @@
+// Text files, whole and by line.
+#pragma once
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+
+#include "platform/posix.h"
+
+namespace platform_library {
+
+// Reads the whole file into `text`. Returns 0 or an error number.
+inline int read_text_file(const std::string& path, std::string& text) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return file.valid() && read_all(file.get(), text) ? 0 : errno;
+}
+
+// Calls `visit` with each line, without its newline. A last line without one is a line.
+template <typename Visitor>
+void for_each_line(std::string_view text, Visitor visit) {
+    while (!text.empty()) {
+        const std::size_t newline = text.find('\n');
+        visit(text.substr(0, newline));
+        text.remove_prefix(newline == std::string_view::npos ? text.size() : newline + 1);
+    }
+}
+
+}  // namespace platform_library
