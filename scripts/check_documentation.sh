@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Checks that every folder, file and program that the documentation names in backquotes exists: as a path of the
+# project, or as a target of the build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+failed=0
+for page in README.md CONTRIBUTING.md docs/*.md; do
+    # A name that ends in "/" is a folder; one with a "/" in it, without a blank, is a path; others are not checked.
+    while read -r name; do
+        if [[ ! -e $name ]]; then
+            echo "$page names $name, which does not exist"
+            failed=1
+        fi
+    done < <(grep -o '`[A-Za-z_.][A-Za-z0-9_./-]*`' "$page" | tr -d '`' |
+             grep -E '^(agent|commands|logging_config|platform|request_command|tests|benchmarks|scripts|demonstration|docs|cmake|\.ci)/')
+    while read -r program; do
+        if ! grep -rqE "add_(executable|library)\($program( |$)" --include=CMakeLists.txt .; then
+            echo "$page names the program $program, which the build does not make"
+            failed=1
+        fi
+    done < <(grep -oE '`(zmlog[a-z]+|[a-z_]+_tests|[a-z_]+_benchmark|in_private_root)`' "$page" | tr -d '`' | sort -u)
+done
+exit "$failed"
