@@ -1,0 +1,70 @@
+#include "tests/unit/agent_test.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "agent/globals.h"
+#include "tests/support/private_root.h"
+
+AgentTest::AgentTest() {
+    failing_system_calls::reset();
+    recording_platform::reset();
+    g_termdir.clear();
+    debugFD = -1;
+}
+
+AgentTest::~AgentTest() {
+    EXPECT_EQ(recording_platform::misuses(), Texts{});
+    EXPECT_EQ(script.framed_reads.size(), 0U) << "the script holds more than was read";
+    EXPECT_EQ(faults.writes.size(), 0U) << "the script holds more than was written";
+    failing_system_calls::reset();
+}
+
+ProductPathTest::ProductPathTest() {
+    if (!in_private_root()) {
+        throw std::logic_error("a test of fixed paths runs in a private root only");
+    }
+    remove_tree("/usr/kumel");
+    remove_tree("/etc/rkregistry.cfg");
+    remove_tree("/opt/HOLKkob");
+}
+
+namespace children {
+
+int start() {
+    fflush(nullptr);  // or the child would write it once more
+    const pid_t child = fork();
+    if (child == -1) {
+        throw std::runtime_error("fork");
+    }
+    return child;
+}
+
+int wait(int child) {
+    int word = 0;
+    if (waitpid(child, &word, 0) != child) {
+        throw std::runtime_error("waitpid");
+    }
+    return WIFEXITED(word) ? WEXITSTATUS(word) : -1;
+}
+
+void end(int status) {
+    exit(status);
+}
+
+void end_unless(int process) {
+    if (getpid() != process) {
+        _exit(99);
+    }
+}
+
+int current() {
+    fflush(nullptr);
+    return getpid();
+}
+
+}  // namespace children

@@ -1,0 +1,67 @@
+// What the tests of the agent share.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/connection.h"
+#include "tests/support/failing_system_calls.h"
+#include "tests/support/recording_platform.h"
+#include "tests/support/test_files.h"
+
+using failing_system_calls::faults;
+using recording_platform::LogLine;
+using recording_platform::script;
+
+using Lines = std::vector<LogLine>;
+using Texts = std::vector<std::string>;
+
+// A test that starts with a fresh platform library and ends with everything released that the library gave out.
+class AgentTest : public ::testing::Test {
+  protected:
+    AgentTest();
+    ~AgentTest() override;
+};
+
+// One that finds the product's fixed paths missing: /usr/kumel, /opt and /etc/rkregistry.cfg.
+class ProductPathTest : public AgentTest {
+  protected:
+    ProductPathTest();
+};
+
+// Calls a function whose child processes end by themselves: one that came back would go on with the tests.
+template <typename Function>
+int call_that_forks(Function function);
+
+// Runs the function in a child process that nothing comes back from. Returns its exit status, or -1 when
+// a signal ended it.
+template <typename Function>
+int run_in_child(Function function);
+
+// How these two work.
+namespace children {
+int start();
+int wait(int child);
+[[noreturn]] void end(int status);
+void end_unless(int process);
+int current();
+}  // namespace children
+
+template <typename Function>
+int call_that_forks(Function function) {
+    const int process = children::current();
+    const int result = function();
+    children::end_unless(process);
+    return result;
+}
+
+template <typename Function>
+int run_in_child(Function function) {
+    const int child = children::start();
+    if (child == 0) {
+        children::end(function());
+    }
+    return children::wait(child);
+}
