@@ -120,7 +120,7 @@ class Replacement {
 
     std::string folder_path_;
     std::string name_;
-    std::string new_name_ = name_ + ".new";
+    std::string new_name_ = "." + name_ + ".new";  // nothing that a user would keep a draft under
     Descriptor folder_;
     Descriptor old_;
     struct stat old_state_ {};
