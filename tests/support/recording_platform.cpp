@@ -76,7 +76,7 @@ OriginatorLevels levels_of(const holkLogCfg* handle) {
 FramedRead next_read() {
     if (script.framed_reads.empty()) {
         record_misuse("more was read than the script holds");
-        return {.number = 0, .text = "", .result = -1, .error_number = ECONNRESET};
+        return framed_failure(-1, ECONNRESET);
     }
     FramedRead read = script.framed_reads.front();
     script.framed_reads.pop_front();
@@ -117,6 +117,18 @@ bool is_child(const LoggedMessage& message) {
 
 void PrintTo(const LogLine& line, std::ostream* out) {
     *out << "<" << line.level << "> " << line.tag << ": " << line.text;
+}
+
+FramedRead framed_number(long number) {
+    return {.number = number, .text = "", .result = 1, .error_number = 0};
+}
+
+FramedRead framed_text(const std::string& text) {
+    return {.number = 0, .text = text, .result = 1, .error_number = 0};
+}
+
+FramedRead framed_failure(int result, int error_number) {
+    return {.number = result, .text = "", .result = result, .error_number = error_number};
 }
 
 void reset() {

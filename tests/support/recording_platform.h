@@ -43,6 +43,10 @@ struct FramedRead {
     int error_number = 0;  // stored when it is not 0
 };
 
+FramedRead framed_number(long number);
+FramedRead framed_text(const std::string& text);
+FramedRead framed_failure(int result, int error_number);
+
 struct OriginatorLevels {
     std::optional<int> debug;
     std::optional<int> diagnostic;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/connection.h"
+#include "tests/support/agent_connection.h"
 #include "tests/support/failing_system_calls.h"
 #include "tests/support/recording_platform.h"
 #include "tests/support/test_files.h"

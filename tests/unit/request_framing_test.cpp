@@ -7,24 +7,15 @@
 namespace {
 
 using recording_platform::calls;
+using recording_platform::framed_failure;
+using recording_platform::framed_number;
+using recording_platform::framed_text;
 using recording_platform::FramedRead;
 using recording_platform::messages;
 
 constexpr int error = 16;
 constexpr int information = 4;
 constexpr const char* tag = "receive_inputs_from_client";
-
-FramedRead number(long value) {
-    return {.number = value, .text = "", .result = 1, .error_number = 0};
-}
-
-FramedRead text(const std::string& value) {
-    return {.number = 0, .text = value, .result = 1, .error_number = 0};
-}
-
-FramedRead failure(int result, int error_number) {
-    return {.number = result, .text = "", .result = result, .error_number = error_number};
-}
 
 class ReceiveInputsFromClient : public AgentTest {
   protected:
@@ -37,7 +28,7 @@ class ReceiveInputsFromClient : public AgentTest {
 };
 
 TEST_F(ReceiveInputsFromClient, ReadsACountAndThatManyStrings) {
-    EXPECT_EQ(receive({number(3), text("GETDISKSPACE"), text("/tmp"), text("")}), 0);
+    EXPECT_EQ(receive({framed_number(3), framed_text("GETDISKSPACE"), framed_text("/tmp"), framed_text("")}), 0);
     EXPECT_EQ(request_, (RequestVector{"GETDISKSPACE", "/tmp", ""}));
     EXPECT_EQ(messages(), (Lines{{information, tag, "string from peer C=GETDISKSPACE"},
                                  {information, tag, "string from peer C=/tmp"},
@@ -46,80 +37,80 @@ TEST_F(ReceiveInputsFromClient, ReadsACountAndThatManyStrings) {
 
 TEST_F(ReceiveInputsFromClient, FetchesTheTimeOutAfreshBeforeEveryRead) {
     script.network_timeout = 100;
-    receive({number(2), text("a"), text("b")});
+    receive({framed_number(2), framed_text("a"), framed_text("b")});
     EXPECT_EQ(calls(),
               (Texts{"xnet_get_max_timeout", "get_long 5 100 0", "xnet_get_max_timeout",
                      "get_string 5 cleared 2047 101", "xnet_get_max_timeout", "get_string 5 cleared 2047 102"}));
 }
 
 TEST_F(ReceiveInputsFromClient, RefusesACountOfZeroWithErrorNumberZero) {
-    EXPECT_EQ(receive({number(0)}), 5763);
+    EXPECT_EQ(receive({framed_number(0)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failure receiving #args E=0 (Success)"}}));
     EXPECT_EQ(request_, RequestVector{});
 }
 
 TEST_F(ReceiveInputsFromClient, RefusesANegativeCountWithErrorNumberZero) {
-    EXPECT_EQ(receive({number(-4)}), 5763);
+    EXPECT_EQ(receive({framed_number(-4)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failure receiving #args E=0 (Success)"}}));
 }
 
 TEST_F(ReceiveInputsFromClient, TellsWhyTheCountCouldNotBeRead) {
-    EXPECT_EQ(receive({failure(0, ETIMEDOUT)}), 5763);
+    EXPECT_EQ(receive({framed_failure(0, ETIMEDOUT)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failure receiving #args E=110 (Connection timed out)"}}));
 }
 
 TEST_F(ReceiveInputsFromClient, TakesTheCountAsASigned32BitValue) {
-    EXPECT_EQ(receive({number(0x100000001), text("zmsu")}), 0);
+    EXPECT_EQ(receive({framed_number(0x100000001), framed_text("zmsu")}), 0);
     EXPECT_EQ(request_, RequestVector{"zmsu"});
 }
 
 TEST_F(ReceiveInputsFromClient, RefusesACountWhose32BitsAreNotPositive) {
-    EXPECT_EQ(receive({number(0x100000000)}), 5763);
-    EXPECT_EQ(receive({number(0x80000000)}), 5763);
+    EXPECT_EQ(receive({framed_number(0x100000000)}), 5763);
+    EXPECT_EQ(receive({framed_number(0x80000000)}), 5763);
 }
 
 TEST_F(ReceiveInputsFromClient, ReportsTheIndexOfTheArgumentThatFailed) {
-    EXPECT_EQ(receive({number(3), text("a"), text("b"), failure(-1, ECONNRESET)}), 5763);
+    EXPECT_EQ(receive({framed_number(3), framed_text("a"), framed_text("b"), framed_failure(-1, ECONNRESET)}), 5763);
     EXPECT_EQ(messages().back(), (LogLine{error, tag, "failed to read peer msg A#=2 E=104 Connection reset by peer"}));
 }
 
 TEST_F(ReceiveInputsFromClient, KeepsTheArgumentsBeforeTheOneThatFailed) {
-    receive({number(3), text("a"), text("b"), failure(-1, ECONNRESET)});
+    receive({framed_number(3), framed_text("a"), framed_text("b"), framed_failure(-1, ECONNRESET)});
     EXPECT_EQ(request_, (RequestVector{"a", "b"}));
 }
 
 TEST_F(ReceiveInputsFromClient, TakesAResultOfZeroAsAFailure) {
-    EXPECT_EQ(receive({number(1), failure(0, 0)}), 5763);
+    EXPECT_EQ(receive({framed_number(1), framed_failure(0, 0)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failed to read peer msg A#=0 E=0 Success"}}));
 }
 
 TEST_F(ReceiveInputsFromClient, AcceptsAnyPositiveResult) {
-    FramedRead read = text("word");
+    FramedRead read = framed_text("word");
     read.result = 4;
-    EXPECT_EQ(receive({number(1), read}), 0);
+    EXPECT_EQ(receive({framed_number(1), read}), 0);
     EXPECT_EQ(request_, RequestVector{"word"});
 }
 
 TEST_F(ReceiveInputsFromClient, ReceivesTheLongestArgumentWhole) {
     const std::string longest(2047, 'x');
-    EXPECT_EQ(receive({number(1), text(longest)}), 0);
+    EXPECT_EQ(receive({framed_number(1), framed_text(longest)}), 0);
     EXPECT_EQ(request_, RequestVector{longest});
 }
 
 TEST_F(ReceiveInputsFromClient, TakesNoTextForAFormat) {
-    EXPECT_EQ(receive({number(1), text("%s%n")}), 0);
+    EXPECT_EQ(receive({framed_number(1), framed_text("%s%n")}), 0);
     EXPECT_EQ(messages(), (Lines{{information, tag, "string from peer C=%s%n"}}));
 }
 
 TEST_F(ReceiveInputsFromClient, SetsNoLimitOfItsOwnToTheCount) {
-    std::deque<FramedRead> reads = {number(3000)};
-    reads.resize(3001, text("x"));
+    std::deque<FramedRead> reads = {framed_number(3000)};
+    reads.resize(3001, framed_text("x"));
     EXPECT_EQ(receive(reads), 0);
     EXPECT_EQ(request_.size(), 3000U);
 }
 
 TEST_F(ReceiveInputsFromClient, TakesNoRoomForArgumentsThatWereOnlyAnnounced) {
-    EXPECT_EQ(receive({number(0x7fffffff), text("a"), failure(-1, ECONNRESET)}), 5763);
+    EXPECT_EQ(receive({framed_number(0x7fffffff), framed_text("a"), framed_failure(-1, ECONNRESET)}), 5763);
     EXPECT_LT(request_.capacity(), 100U);
 }
 

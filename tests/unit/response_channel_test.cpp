@@ -27,7 +27,7 @@ class Socksend : public AgentTest {
     int send(const std::string& text) { return socksend(socket_.agent(), text.c_str(), text.size()); }
     std::string fd() const { return std::to_string(socket_.agent()); }
 
-    Connection socket_;
+    AgentConnection socket_;
 };
 
 TEST_F(Socksend, WritesTheTextInOneInstallmentWhenThatIsAccepted) {

@@ -5,9 +5,9 @@
 
 #include "platform/posix.h"
 
-class Connection {
+class AgentConnection {
   public:
-    Connection();
+    AgentConnection();
 
     // The agent's end.
     [[nodiscard]] int agent() const { return agent_.get(); }

@@ -1,11 +1,11 @@
-#include "tests/support/connection.h"
+#include "tests/support/agent_connection.h"
 
 #include <sys/socket.h>
 
 #include <array>
 #include <stdexcept>
 
-Connection::Connection() {
+AgentConnection::AgentConnection() {
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         throw std::runtime_error("socketpair");
@@ -14,13 +14,13 @@ Connection::Connection() {
     peer_.reset(ends[1]);
 }
 
-void Connection::peer_sends(const std::string& text) {
+void AgentConnection::peer_sends(const std::string& text) {
     if (!write_all(peer_.get(), text)) {
         throw std::runtime_error("the peer could not send");
     }
 }
 
-std::string Connection::received() {
+std::string AgentConnection::received() {
     std::string text;
     std::array<char, 16384> buffer{};
     for (;;) {

@@ -1,0 +1,303 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+
+#include "tests/support/call_journal.h"
+#include "tests/unit/agent_test.h"
+
+// `main` of the agent.
+int agent_main();
+
+namespace {
+
+using recording_platform::calls;
+using recording_platform::calls_of;
+using recording_platform::child_messages;
+using recording_platform::child_messages_under;
+
+constexpr int error = 16;
+constexpr int warning = 8;
+constexpr int information = 4;
+constexpr const char* program = "zmlogadmagent";
+const std::string logs = "/usr/kumel/zembrath/logs";
+const std::string support = "/usr/kumel/zembrath/bin/support/";
+
+std::string number(int value) {
+    return std::to_string(value);
+}
+
+class AgentLifecycle : public ProductPathTest {
+  protected:
+    AgentLifecycle() { make_folder(logs); }
+
+    void request(const Texts& elements) {
+        script.framed_reads.push_back(recording_platform::framed_number(static_cast<long>(elements.size())));
+        for (const std::string& element : elements) {
+            script.framed_reads.push_back(recording_platform::framed_text(element));
+        }
+    }
+
+    // Runs the agent in a child process with the connection on descriptor 0, all but the descriptor named `closed`.
+    int run(int closed = -1) {
+        const int status = run_in_child([&] {
+            dup3(socket_.agent(), STDIN_FILENO, 0);
+            close(closed);
+            call_journal::clear();
+            return agent_main();
+        });
+        script.framed_reads.clear();
+        return status;
+    }
+
+    // The number that the agent's next descriptor gets: that of the socket.
+    static int next_descriptor() {
+        const Descriptor probe(dup3(STDIN_FILENO, 400, 0));
+        return Descriptor(open("/", O_RDONLY | O_CLOEXEC)).get();
+    }
+
+    AgentConnection socket_;
+};
+
+TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
+    const int next = next_descriptor();
+    request({"FETCHFILE"});
+    EXPECT_EQ(run(), 0);
+    Texts expected = {"umask 18",
+                      "open /dev/null",
+                      "dup2 " + number(next) + " 1",
+                      "open /dev/null",
+                      "dup2 " + number(next) + " 2",
+                      "dup 0",
+                      "open /dev/null",
+                      "dup2 " + number(next + 1) + " 0",
+                      "ZM_read_master_config",
+                      "open_debug_log /usr/kumel/zembrath/logs zmlogadmagent zmlogadmagent 438 0",
+                      "signal 13 ignored",
+                      "xnet_verify_peer_creds " + number(next) + " 1515015233 1 0 0 null 60",
+                      "xnet_get_max_timeout",
+                      "get_long " + number(next) + " 300 0",
+                      "xnet_get_max_timeout",
+                      "get_string " + number(next) + " cleared 2047 301"};
+    EXPECT_EQ(calls(), expected);
+}
+
+TEST_F(AgentLifecycle, KeepsTheSocketUnderAnotherNumberThanTheStandardStreams) {
+    const int next = next_descriptor();
+    script.during_verification = [&] {
+        for (const int fd : {0, 1, 2, next}) {
+            char target[PATH_MAX] = "";
+            (void)!readlink(("/proc/self/fd/" + number(fd)).c_str(), target, sizeof target - 1);
+            call_journal::append(call_journal::Kind::call, {"descriptor " + number(fd) + " " + target});
+        }
+    };
+    request({"FETCHFILE"});
+    run();
+    const Texts descriptors = calls_of("descriptor");
+    ASSERT_EQ(descriptors.size(), 4U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_TRUE(descriptors[i].ends_with("/dev/null")) << descriptors[i];
+    }
+    EXPECT_NE(descriptors[3].find(" socket:"), std::string::npos) << descriptors[3];
+}
+
+TEST_F(AgentLifecycle, ServesOneRequestFromReceptionToTheStatusLine) {
+    request({"FETCHFILE", "x"});
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 0 text of 0\n");
+    const std::string line = "EXIT STATUS 0 text of 0\n";
+    EXPECT_EQ(child_messages(),
+              (Lines{{information, "setup_comms_w_client", "verified credentials of peer"},
+                     {information, "receive_inputs_from_client", "string from peer C=FETCHFILE"},
+                     {information, "receive_inputs_from_client", "string from peer C=x"},
+                     {information, "process_request", "processing request R=FETCHFILE"},
+                     {information, "is_cmd_valid", "command is valid C=FETCHFILE"},
+                     {error, "perform_request_send_output", "Command FETCHFILE is not supported"},
+                     {information, program, "closing peer SOCK (" + number(next_descriptor()) + ") in QAS NSC=0"},
+                     {information, "socksend", "sent installment #1: 24 of 24"},
+                     {information, "socksend", "sent M=" + line + " L=24, 24"}}));
+}
+
+TEST_F(AgentLifecycle, EndsWith11WhenStdoutWasClosed) {
+    EXPECT_EQ(run(STDOUT_FILENO), 11);
+    EXPECT_EQ(child_messages(), (Lines{{error, "redirect_fd", "Can't redirect fd to itself FD=1"}}));
+    EXPECT_EQ(calls_of("ZM_read_master_config"), Texts{});
+    EXPECT_EQ(socket_.received(), "");
+}
+
+TEST_F(AgentLifecycle, EndsWith12WhenStderrWasClosed) {
+    EXPECT_EQ(run(STDERR_FILENO), 12);
+    EXPECT_EQ(child_messages(), (Lines{{error, "redirect_fd", "Can't redirect fd to itself FD=2"}}));
+    EXPECT_EQ(socket_.received(), "");
+}
+
+TEST_F(AgentLifecycle, EndsWith17WithoutAMessageWhenStdinWasClosed) {
+    EXPECT_EQ(run(STDIN_FILENO), 17);
+    EXPECT_EQ(child_messages(), Lines{});
+    EXPECT_EQ(calls_of("ZM_read_master_config"), Texts{});
+}
+
+TEST_F(AgentLifecycle, EndsWith17WhenTheSocketCannotBeDuplicated) {
+    faults.descriptor_not_duplicated = EMFILE;
+    EXPECT_EQ(run(), 17);
+    EXPECT_EQ(child_messages(), Lines{});
+    EXPECT_EQ(socket_.received(), "");
+}
+
+TEST_F(AgentLifecycle, EndsWithAStatusOfItsOwnForEachStreamThatCannotBeRedirected) {
+    faults.null_device_not_opened = ENFILE;
+    const std::vector<int> statuses = {11, 12, 18};
+    for (int opens = 0; opens < 3; ++opens) {
+        faults.null_device_opens_before_that = opens;
+        EXPECT_EQ(run(), statuses[static_cast<std::size_t>(opens)]);
+        EXPECT_EQ(child_messages(), (Lines{{error, "redirect_fd", "failed to open /dev/null"}}));
+        EXPECT_EQ(calls_of("ZM_read_master_config"), Texts{});
+    }
+    EXPECT_EQ(socket_.received(), "");
+}
+
+TEST_F(AgentLifecycle, SendsNothingWhenTheConfigurationCannotBeRead) {
+    script.configuration_unreadable = 25;
+    EXPECT_EQ(run(), 25);
+    EXPECT_EQ(socket_.received(), "");
+    EXPECT_EQ(child_messages(), (Lines{{error, program, "failed to read qr.conf SC=25"}}));
+    EXPECT_EQ(calls_of("open_debug_log").size(), 1U);
+    EXPECT_EQ(calls_of("xnet_verify_peer_creds"), Texts{});
+}
+
+TEST_F(AgentLifecycle, EndsWith252WhenTheStatusOfTheConfigurationIsTooLarge) {
+    script.configuration_unreadable = 5000;
+    EXPECT_EQ(run(), 252);
+}
+
+TEST_F(AgentLifecycle, WorksOnWithoutADebugLog) {
+    script.debug_log_descriptor = -1;
+    request({"FETCHFILE"});
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 0 text of 0\n");
+}
+
+TEST_F(AgentLifecycle, TellsThePeerTheStatusOfAFailedVerification) {
+    script.verification_fails = 46;
+    EXPECT_EQ(run(), 46);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 46 text of 46\n");
+    const Lines lines = child_messages();
+    EXPECT_EQ(lines.at(0), (LogLine{error, "setup_comms_w_client", "failed to accept connection SC=46 (text of 46)"}));
+    EXPECT_EQ(lines.at(1), (LogLine{error, program, "client communication setup failed SC=46"}));
+    EXPECT_EQ(calls_of("get_long"), Texts{});
+}
+
+TEST_F(AgentLifecycle, SendsOneLineToAHostThatIsNotInTheServerList) {
+    script.peer_flags = 0x40;
+    EXPECT_EQ(run(), 252);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 5762 text of 5762\n");
+    EXPECT_EQ(child_messages().at(1), (LogLine{error, program, "client communication setup failed SC=5762"}));
+}
+
+TEST_F(AgentLifecycle, EndsWith135ForAPeerThatIsNotRoot) {
+    script.peer_flags = 0x2;
+    EXPECT_EQ(run(), 135);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 135 text of 135\n");
+    EXPECT_EQ(child_messages().at(1), (LogLine{error, program, "client communication setup failed SC=135"}));
+}
+
+TEST_F(AgentLifecycle, TellsThePeerThatTheRequestWasNotReceived) {
+    script.framed_reads = {recording_platform::framed_failure(0, ETIMEDOUT)};
+    EXPECT_EQ(run(), 252);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 5763 text of 5763\n");
+    EXPECT_EQ(child_messages_under(program), (Lines{{error, program, "failed to receive args SC=5763"}}));
+}
+
+TEST_F(AgentLifecycle, AnswersAWordThatIsNotValidWithItsStatus) {
+    request({"runzmsu"});
+    EXPECT_EQ(run(), 5764 % 256);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 5764 text of 5764\n");
+    EXPECT_EQ(child_messages_under(program),
+              (Lines{{information, program, "closing peer SOCK (" + number(next_descriptor()) + ") in QAS NSC=5764"}}));
+    EXPECT_EQ(child_messages_under("is_cmd_valid").size(), 1U);
+}
+
+TEST_F(AgentLifecycle, RunsTheToolOfAnExternalWord) {
+    write_tool(support + "old_zmsu", "echo \"tool $1\"\nexit 3\n");
+    request({"zmsu", "-v"});
+    EXPECT_EQ(run(), 3);
+    EXPECT_EQ(socket_.received(), "tool -v\n\nEXIT STATUS 3 text of 3\n");
+    EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"), Lines{});
+}
+
+TEST_F(AgentLifecycle, ReturnsALargeStatusUnchangedSoThatItsLowEightBitsRemain) {
+    request({"GETDISKSPACE", "/missing/folder"});
+    EXPECT_EQ(run(), 152);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 5784 text of 5784\n");
+    EXPECT_EQ(child_messages_under(program).size(), 1U);
+}
+
+TEST_F(AgentLifecycle, SurvivesAPeerThatHasGone) {
+    socket_.peer_closes();
+    request({"GETDISKSPACE", "/missing/folder"});
+    EXPECT_EQ(run(), 152);
+    EXPECT_TRUE(child_messages().back().text.starts_with("send failed, fatal I=1 M=EXIT STATUS 5784"));
+}
+
+// Removal of the temporary directory after a failed collection.
+class FailedCollection : public AgentLifecycle {
+  protected:
+    const std::string temporary_ = logs + "/zmlaevidence/zmla-12345678901234567890123456789-abc123";
+};
+
+TEST_F(FailedCollection, LosesItsTemporaryDirectoryWhenTheSupportUtilityFails) {
+    write_tool(support + "old_zmsu", "mkdir -p $2/below && echo x > $2/below/file && exit 5\n");
+    request({"RUNZMSU"});
+    EXPECT_EQ(run(), 5);
+    EXPECT_FALSE(exists(temporary_));
+    EXPECT_TRUE(exists(logs + "/zmlaevidence"));
+    EXPECT_EQ(child_messages_under(program).at(0),
+              (LogLine{error, program, "Received NSC=5 (text of 5). Cleanup required"}));
+    EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"),
+              (Lines{{information, "perform_cleanup_on_failure", "cleaning up: " + temporary_}}));
+}
+
+TEST_F(FailedCollection, LosesItsTemporaryDirectoryWhenTheLogCopierFails) {
+    write_tool(support + "zmcplogs", "mkdir $1 && exit 6\n");
+    request({"RUNZMCPLOGS"});
+    EXPECT_EQ(run(), 6);
+    EXPECT_FALSE(exists(temporary_));
+}
+
+TEST_F(FailedCollection, CleansUpBeforeTheStatusLineAndKeepsTheStatusWhateverTheOutcome) {
+    write_tool(support + "zmcplogs", "exit 6\n");
+    request({"RUNZMCPLOGS"});
+    EXPECT_EQ(run(), 6);
+    EXPECT_EQ(socket_.received(), "\nEXIT STATUS 6 text of 6\n");
+    const std::string closing = "closing peer SOCK (" + number(next_descriptor()) + ") in QAS NSC=6";
+    EXPECT_EQ(child_messages_under(program), (Lines{{error, program, "Received NSC=6 (text of 6). Cleanup required"},
+                                                    {information, program, closing}}));
+    EXPECT_EQ(
+        child_messages_under("remove_directory"),
+        (Lines{{error, "remove_directory", "Failed to open dir: " + temporary_ + " E=2 (No such file or directory)"}}));
+}
+
+TEST_F(FailedCollection, RemovesNothingWhenTheToolNeverRan) {
+    remove_tree(logs);
+    for (const std::string word : {"RUNZMSU", "RUNZMCPLOGS", "CALCLOGSIZE"}) {
+        request({word});
+        EXPECT_EQ(run(), 5811 % 256) << word;
+        EXPECT_EQ(child_messages_under(program).at(0),
+                  (LogLine{error, program, "Received NSC=5811 (text of 5811). Cleanup required"}));
+        EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"),
+                  (Lines{{warning, "perform_cleanup_on_failure", "Directory string is empty"}}));
+        EXPECT_EQ(child_messages_under("remove_directory"), Lines{});
+    }
+}
+
+TEST_F(FailedCollection, IsNotCleanedUpAfterASuccess) {
+    write_tool(support + "zmcplogs", "mkdir $1\n");
+    request({"RUNZMCPLOGS"});
+    EXPECT_EQ(run(), 0);
+    EXPECT_TRUE(exists(temporary_));
+    EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"), Lines{});
+}
+
+}  // namespace
