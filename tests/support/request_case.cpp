@@ -1,0 +1,110 @@
+#include "tests/support/request_case.h"
+
+#include <filesystem>
+#include <ostream>
+
+#include "tests/support/log_matchers.h"
+#include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string kind_of(const std::string& path) {
+    const fs::file_status status = fs::symlink_status(path);
+    switch (status.type()) {
+        case fs::file_type::not_found:
+            return "nothing";
+        case fs::file_type::regular:
+            return "a file";
+        case fs::file_type::directory:
+            return "a folder";
+        case fs::file_type::symlink:
+            return "a link";
+        default:
+            return "something else";
+    }
+}
+
+}  // namespace
+
+FileState file(const std::string& path, const std::string& text) {
+    return {path, FileState::Kind::file, text};
+}
+
+FileState folder(const std::string& path) {
+    return {path, FileState::Kind::folder, ""};
+}
+
+FileState link(const std::string& path, const std::string& target) {
+    return {path, FileState::Kind::link, target};
+}
+
+FileState missing(const std::string& path) {
+    return {path, FileState::Kind::missing, ""};
+}
+
+void make(const FileState& state) {
+    switch (state.kind) {
+        case FileState::Kind::file:
+            write_file(state.path, state.text);
+            break;
+        case FileState::Kind::folder:
+            make_folder(state.path);
+            break;
+        case FileState::Kind::link:
+            make_link(state.text, state.path);
+            break;
+        case FileState::Kind::missing:
+            remove_tree(state.path);
+            break;
+    }
+}
+
+void expect(const FileState& state) {
+    switch (state.kind) {
+        case FileState::Kind::file:
+            EXPECT_EQ(kind_of(state.path), "a file") << state.path;
+            if (exists(state.path)) {
+                EXPECT_EQ(read_file(state.path), state.text) << state.path;
+            }
+            break;
+        case FileState::Kind::folder:
+            EXPECT_EQ(kind_of(state.path), "a folder") << state.path;
+            break;
+        case FileState::Kind::link:
+            ASSERT_EQ(kind_of(state.path), "a link") << state.path;
+            EXPECT_EQ(fs::read_symlink(state.path), state.text) << state.path;
+            break;
+        case FileState::Kind::missing:
+            EXPECT_EQ(kind_of(state.path), "nothing") << state.path;
+            break;
+    }
+}
+
+std::ostream& operator<<(std::ostream& out, const RequestCase& row) {
+    return out << row.name;
+}
+
+void check(const RequestCase& row) {
+    make_product_tree();
+    for (const FileState& state : row.before) {
+        make(state);
+    }
+    row.prepare();
+    const AgentRun run = run_agent(row.request);
+    EXPECT_THAT(run.output(), IsPattern(row.answer));
+    EXPECT_EQ(run.status(), row.status);
+    EXPECT_EQ(run.exit_status(), row.status & 0xff);
+    std::vector<LogLine> expected = {{4, "is_cmd_valid", "command is valid C=" + row.request[0]}};
+    expected.insert(expected.end(), row.log.begin(), row.log.end());
+    EXPECT_THAT(run.request_log(), LogIs(expected));
+    for (const FileState& state : row.after) {
+        expect(state);
+    }
+}
+
+std::string name_of_row(const testing::TestParamInfo<RequestCase>& row) {
+    return row.param.name;
+}
