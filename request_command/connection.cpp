@@ -1,0 +1,67 @@
+#include "request_command/connection.h"
+
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "request_command/deadline.h"
+#include "request_command/failure.h"
+#include "request_command/local_agent.h"
+#include "request_command/remote_host.h"
+
+namespace {
+
+sockaddr_un address_of(const LocalSocket& peer) {
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    if (peer.path.empty() || peer.path.size() >= sizeof address.sun_path) {
+        throw Failure("the path of a socket has 1 to " + std::to_string(sizeof address.sun_path - 1) + " bytes, not " +
+                      std::to_string(peer.path.size()));
+    }
+    peer.path.copy(address.sun_path, peer.path.size());
+    return address;
+}
+
+// Bounds a blocking connect: a non-blocking one would not wait for a place in the listener's queue.
+void set_connect_timeout(int fd, Deadline deadline) {
+    // No time at all would mean no bound.
+    const auto left = std::max(time_left(deadline), std::chrono::milliseconds(1));
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
+    const timeval timeout = {.tv_sec = seconds.count(), .tv_usec = std::chrono::microseconds(left - seconds).count()};
+    if (setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout) == -1) {
+        throw system_failure(errno, "cannot bound the time for connecting");
+    }
+}
+
+Descriptor connect_to_socket(const LocalSocket& peer, std::chrono::seconds timeout) {
+    const Deadline deadline = Clock::now() + timeout;
+    const sockaddr_un address = address_of(peer);
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!socket.valid()) {
+        throw system_failure(errno, "cannot make a socket");
+    }
+    do {
+        set_connect_timeout(socket.get(), deadline);
+        if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+            return socket;
+        }
+    } while (errno == EINTR);
+    throw system_failure(errno == EAGAIN ? ETIMEDOUT : errno, "cannot connect to " + peer.path);
+}
+
+}  // namespace
+
+Connection connect_to(const Peer& peer, std::chrono::seconds timeout) {
+    if (const auto* host = std::get_if<RemoteHost>(&peer)) {
+        return {.agent = {}, .socket = connect_to_host(*host, timeout)};
+    }
+    if (const auto* socket = std::get_if<LocalSocket>(&peer)) {
+        return {.agent = {}, .socket = connect_to_socket(*socket, timeout)};
+    }
+    return start_agent(std::get<AgentFile>(peer));
+}

@@ -1,0 +1,76 @@
+#include "request_command/exchange.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+
+#include "platform/library/netstring.h"
+#include "request_command/failure.h"
+
+namespace {
+
+// Tells whether a failed send or recv may be tried again.
+bool is_temporary(int error) {
+    return error == EAGAIN || error == EINTR;
+}
+
+// Waits until the peer can be heard, or can be sent to while there is something to send.
+short wait_for(int socket, bool sending) {
+    pollfd entry = {.fd = socket, .events = POLLIN, .revents = 0};
+    if (sending) {
+        entry.events |= POLLOUT;
+    }
+    while (poll(&entry, 1, -1) == -1) {
+        if (errno != EINTR) {
+            throw system_failure(errno, "cannot wait for the answer");
+        }
+    }
+    return entry.revents;
+}
+
+// Sends what goes out at once and takes it from the request. Returns 0, or the error number of a failure.
+int send_some(int socket, std::string_view& request) {
+    const ssize_t count = send(socket, request.data(), request.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count == -1) {
+        return is_temporary(errno) ? 0 : errno;
+    }
+    request.remove_prefix(static_cast<std::size_t>(count));
+    return 0;
+}
+
+}  // namespace
+
+std::string encode_request(const std::vector<std::string>& request) {
+    std::string encoded = platform_library::netstring(std::to_string(request.size()));
+    for (const std::string& text : request) {
+        encoded += platform_library::netstring(text);
+    }
+    return encoded;
+}
+
+int exchange(int socket, std::string_view request, AnswerPrinter& printer) {
+    std::array<char, 65536> buffer;
+    int send_error = 0;
+    for (;;) {
+        const short ready = wait_for(socket, !request.empty());
+        if ((ready & POLLOUT) != 0) {
+            send_error = send_some(socket, request);
+            if (send_error != 0) {
+                request = {};
+            }
+        }
+        if ((ready & ~POLLOUT) == 0) {
+            continue;
+        }
+        const ssize_t count = recv(socket, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        if (count > 0) {
+            printer.print({buffer.data(), static_cast<std::size_t>(count)});
+        } else if (count == 0) {
+            return send_error;
+        } else if (!is_temporary(errno)) {
+            return errno;
+        }
+    }
+}

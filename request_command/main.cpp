@@ -1,0 +1,89 @@
+// zmlogadm: sends one request to a log administration agent and prints its answer.
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "request_command/answer_printer.h"
+#include "request_command/connection.h"
+#include "request_command/exchange.h"
+#include "request_command/failure.h"
+#include "request_command/options.h"
+#include "request_command/standard_streams.h"
+
+namespace {
+
+// Stands for a status that cannot be the exit status, or would look like a failure of the command's own.
+constexpr int other_status = 252;
+
+void write_output(std::string_view text) {
+    if (!write_to_stream(STDOUT_FILENO, text)) {
+        throw system_failure(errno, "cannot write to standard output");
+    }
+}
+
+// There is nobody left to tell when this fails.
+void write_error(std::string_view text) {
+    static_cast<void>(write_to_stream(STDERR_FILENO, text));
+}
+
+// Says why an answer has no status line, as far as that is known. Waits for an agent that the command has started.
+std::string explain_missing_status(Connection& connection, int error) {
+    std::string reason = "the answer has no status line";
+    if (error != 0) {
+        reason += std::string(": ") + strerror(error);
+    }
+    if (connection.agent.valid()) {
+        connection.socket.reset();
+        reason += "; the agent " + describe_end(connection.agent.wait());
+    }
+    return reason;
+}
+
+// Returns the exit status.
+int send_request(const Options& options) {
+    Connection connection = connect_to(options.peer, options.timeout);
+    AnswerPrinter printer(write_output);
+    const int error = exchange(connection.socket.get(), encode_request(options.request), printer);
+    const std::optional<StatusLine> line = printer.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
+    if (!line) {
+        throw Failure(explain_missing_status(connection, error));
+    }
+    write_error(line->text);
+    return line->status >= 0 && line->status < own_failure ? line->status : other_status;
+}
+
+int run(int argc, char** argv) {
+    occupy_standard_descriptors();
+    signal(SIGPIPE, SIG_IGN);  // output that nobody reads is told as the failure of a write
+    static char name[] = "zmlogadm";
+    argv[0] = name;  // also in what getopt_long says, however the command was called
+    const Options options = parse_options(argc, argv);
+    switch (options.action) {
+        case Action::show_help:
+            write_output(help_text);
+            return 0;
+        case Action::show_version:
+            write_output("zmlogadm " ZMLOGADM_VERSION "\n");
+            return 0;
+        case Action::send_request:
+            break;
+    }
+    return send_request(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& failure) {
+        write_error(std::string("zmlogadm: ") + failure.what() + "\n");
+        return own_failure;
+    }
+}
