@@ -52,12 +52,6 @@ class AgentLifecycle : public ProductPathTest {
         return status;
     }
 
-    // The number that the agent's next descriptor gets: that of the socket.
-    static int next_descriptor() {
-        const Descriptor probe(dup3(STDIN_FILENO, 400, 0));
-        return Descriptor(open("/", O_RDONLY | O_CLOEXEC)).get();
-    }
-
     AgentConnection socket_;
 };
 

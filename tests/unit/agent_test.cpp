@@ -1,5 +1,6 @@
 #include "tests/unit/agent_test.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <stdexcept>
 
 #include "agent/globals.h"
+#include "platform/posix.h"
 #include "tests/support/private_root.h"
 
 AgentTest::AgentTest() {
@@ -31,6 +33,10 @@ ProductPathTest::ProductPathTest() {
     remove_tree("/usr/kumel");
     remove_tree("/etc/rkregistry.cfg");
     remove_tree("/opt/HOLKkob");
+}
+
+int next_descriptor() {
+    return Descriptor(open("/", O_RDONLY | O_CLOEXEC)).get();
 }
 
 namespace children {

@@ -31,6 +31,9 @@ class ProductPathTest : public AgentTest {
     ProductPathTest();
 };
 
+// The number that the next descriptor to be opened gets.
+int next_descriptor();
+
 // Calls a function whose child processes end by themselves: one that came back would go on with the tests.
 template <typename Function>
 int call_that_forks(Function function);

@@ -24,12 +24,6 @@ bool is_null_device(int fd) {
     return fstat(fd, &examined) == 0 && S_ISCHR(examined.st_mode) && examined.st_rdev == makedev(1, 3);
 }
 
-// The number that the next descriptor to be opened gets.
-int next_descriptor() {
-    const Descriptor probe(open("/", O_RDONLY | O_CLOEXEC));
-    return probe.get();
-}
-
 class MyexitStatus : public AgentTest {
   protected:
     static int exit_status_of(int status) {
