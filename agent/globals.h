@@ -2,10 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
-
-// The text arguments received from the peer; element 0 is the command word.
-using RequestVector = std::vector<std::string>;
 
 // The program name: the tag of the messages of `main` and the name of the debug log.
 extern const char* c_pname;

@@ -1,15 +1,17 @@
 // zmlogadmagent: one process, one connection on descriptor 0, one request.
 
-#include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 
 #include "agent/globals.h"
 #include "agent/process_setup.h"
 #include "agent/request_framing.h"
+#include "agent/request_vector.h"
 #include "agent/response_channel.h"
 #include "agent/status.h"
 #include "commands/collection_directories.h"
@@ -30,11 +32,13 @@ Descriptor take_over_socket() {
     if (redirect_fd(STDERR_FILENO) != 0) {
         exit(exit_status::stderr_not_redirected);
     }
-    // Not close-on-exec: a tool inherits the socket under this number too.
     Descriptor socket(dup(STDIN_FILENO));
     if (!socket.valid()) {
         exit(exit_status::socket_not_duplicated);
     }
+    // What a program that the agent runs inherits is decided where it is run: neither the socket as such, nor what the
+    // network service left open.
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     if (redirect_fd(STDIN_FILENO) != 0) {
         exit(exit_status::stdin_not_redirected);
     }
@@ -52,9 +56,19 @@ void read_configuration_and_open_log() {
     }
 }
 
+// Sends the final line. What the peer sent and nobody read, such as the request of a peer that is refused, is thrown
+// away then: closing the socket on it would reset the connection, and that can overtake the line.
+void send_final_status(int status, int socket) {
+    constexpr int most_reads = 64;
+    std::array<char, 16384> unread;
+    qas_report_exit_status(status, socket);
+    for (int i = 0; i < most_reads && recv(socket, unread.data(), unread.size(), MSG_DONTWAIT) > 0; ++i) {
+    }
+}
+
 // Ends a process whose request never came to be known, once the peer has been told the status.
 [[noreturn]] void report_and_exit(int status, int socket) {
-    qas_report_exit_status(status, socket);
+    send_final_status(status, socket);
     myexit(status);
 }
 
@@ -108,12 +122,13 @@ int main() {
     const Descriptor socket = take_over_socket();
     read_configuration_and_open_log();
     signal(SIGPIPE, SIG_IGN);  // a closed peer is an error of the write, not the end of the process
+    signal(SIGCHLD, SIG_DFL);  // a service that ignores its children must not make the agent lose its own
     verify_peer(socket.get());
     const RequestVector request = receive_request(socket.get());
     const int status = process_request(request, socket.get());
     perform_cleanup_on_failure(request[0], status);
     logmsgf(log_level::information, c_pname, "closing peer SOCK (%d) in QAS NSC=%d", socket.get(), status);
-    qas_report_exit_status(status, socket.get());
+    send_final_status(status, socket.get());
     // Unlike the early exits the status is returned as it is, and the parent sees its low eight bits.
     return status;
 }

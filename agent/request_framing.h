@@ -1,7 +1,7 @@
 // Reception of the request.
 #pragma once
 
-#include "agent/globals.h"
+#include "agent/request_vector.h"
 
 // Reads one request, an argument count and that many strings, and appends the strings to `request`, which is
 // empty on entry. Returns 0 with at least one element, or status::request_not_received, and then

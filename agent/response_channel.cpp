@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "agent/bounded_text.h"
+#include "agent/system_error.h"
 #include "platform/runtime.h"
 
 namespace {
@@ -33,8 +34,9 @@ int socksend(int socket, const char* text, unsigned long length) {
             nanosleep(&retry_pause, nullptr);
         } else {
             // EINTR too: nothing in this process catches signals, so one that gets here is not to be sat out.
+            const SystemError error;
             logmsgf(log_level::error, tag, "send failed, fatal I=%d M=%s L=%d FD=%d E=%d %s", attempt, text, total,
-                    socket, errno, strerror(errno));
+                    socket, error.number, error.text());
             return -1;
         }
     }

@@ -8,7 +8,7 @@ target_compile_options(build_flags INTERFACE
                             -Wnon-virtual-dtor -Wextra-semi>
   -Wformat=2 -Wformat-signedness -Wcast-align -Wnull-dereference -Wduplicated-cond -Wduplicated-branches
   -Wlogical-op -Wundef
-  -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+  -ffunction-sections -fdata-sections -fstack-protector-strong -fstack-clash-protection -fcf-protection)
 # Fortification needs optimisation, and the sanitizers do its work where they run.
 if(NOT ZMLA_SANITIZE)
   target_compile_options(build_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)

@@ -13,6 +13,7 @@
 #include "agent/response_channel.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
+#include "agent/system_error.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
 
@@ -32,13 +33,15 @@ int remove_entry(const std::string& path, const struct stat& entry, int option) 
         if (unlink(path.c_str()) == 0) {
             return status::success;
         }
-        logmsgf(log_level::error, tag, "unlink failed FILE=%s E=%d (%s)", path.c_str(), errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "unlink failed FILE=%s E=%d (%s)", path.c_str(), error.number, error.text());
         return status::directory_failed;
     }
     if (option == recursively) {
         return remove_directory(path.c_str(), recursively);
     }
     logmsgf(log_level::warning, tag, "not removing internal dir (%s)", path.c_str());
+    errno = ENOTEMPTY;  // what the peer is told in the end
     return status::directory_failed;
 }
 
@@ -54,7 +57,8 @@ int remove_entries(const char* directory, DIR* stream, int option) {
         struct stat examined {};
         // Follows links on purpose, so a link to a directory is treated as the directory.
         if (stat(path.c_str(), &examined) != 0) {
-            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path.c_str(), errno, strerror(errno));
+            const SystemError error;
+            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path.c_str(), error.number, error.text());
             continue;
         }
         const int result = remove_entry(path, examined, option);
@@ -112,10 +116,11 @@ int clean_up_directory(const std::string& directory, std::string& answer) {
         return status::cleanup_refused;
     }
     const int result = remove_directory(directory.c_str(), plain_files_only);
+    const SystemError error;
     if (result == status::success) {
         answer = "CLEANUP: Successfully cleaned up " + directory;
     } else {
-        answer = "CLEANUP: Failed to clean up " + directory + ": " + strerror(errno);
+        answer = "CLEANUP: Failed to clean up " + directory + ": " + error.text();
     }
     return result;
 }
@@ -140,7 +145,9 @@ int get_zmcplogs_temp_destdir(RequestVector& args, const char* default_dir, std:
         args.erase(option, option + 2);
     }
     if (mkdir(directory.c_str(), collection_mode) != 0 && errno != EEXIST) {
-        logmsgf(log_level::error, tag, "Failed to create DIR=%s E=%d (%s)", directory.c_str(), errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "Failed to create DIR=%s E=%d (%s)", directory.c_str(), error.number,
+                error.text());
         return status::collection_directory_not_created;
     }
     collection = directory;
@@ -154,7 +161,8 @@ int remove_directory(const char* path, int option) {
     constexpr const char* tag = "remove_directory";
     Directory stream(opendir(path));
     if (!stream) {
-        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", path, errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", path, error.number, error.text());
         return status::directory_failed;
     }
     logmsgf(log_level::information, tag, "Removing directory (%s) Option(%d)", path, option);
@@ -164,7 +172,8 @@ int remove_directory(const char* path, int option) {
     }
     stream.reset();
     if (rmdir(path) != 0) {
-        logmsgf(log_level::error, tag, "rmdir failed DIR=%s E=%d (%s)", path, errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "rmdir failed DIR=%s E=%d (%s)", path, error.number, error.text());
         return status::directory_failed;
     }
     return status::success;

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "agent/globals.h"
+#include "agent/request_vector.h"
 
 // Returns the default collection directory, the same static buffer on every call.
 const char* GETZMLALOGDIR();

@@ -12,6 +12,7 @@
 #include "agent/bounded_text.h"
 #include "agent/response_channel.h"
 #include "agent/status.h"
+#include "agent/system_error.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
 
@@ -34,8 +35,9 @@ int list_entry(const std::string& directory, const char* name, int socket) {
     struct stat entry {};
     // Follows links on purpose: a package may be a link to where it was really written.
     if (stat(path.c_str(), &entry) != 0) {
-        logmsgf(log_level::error, tag, "Can't access %s rv=%d E=%d (%s)", path.c_str(), status::failure, errno,
-                strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "Can't access %s rv=%d E=%d (%s)", path.c_str(), status::failure, error.number,
+                error.text());
         return status::failure;
     }
     if (S_ISDIR(entry.st_mode)) {
@@ -80,7 +82,9 @@ int list_dir_and_send_output(std::string directory, int socket) {
     logmsgf(log_level::information, tag, "Opening dir:%s", directory.c_str());
     const Directory stream(opendir(directory.c_str()));
     if (!stream) {
-        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", directory.c_str(), errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", directory.c_str(), error.number,
+                error.text());
         return status::directory_failed;
     }
     int result = status::success;
@@ -109,7 +113,9 @@ int calc_free_space_send_output(std::string directory, int socket) {
     }
     struct statvfs space {};
     if (statvfs(target.c_str(), &space) != 0) {
-        logmsgf(log_level::error, tag, "failed to get disk space D=%s E=%d %s", target.c_str(), errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "failed to get disk space D=%s E=%d %s", target.c_str(), error.number,
+                error.text());
         return status::directory_failed;
     }
     // Counted in blocks of f_bsize, and free is what an unprivileged user may use.

@@ -14,6 +14,7 @@
 
 #include "agent/response_channel.h"
 #include "agent/status.h"
+#include "agent/system_error.h"
 #include "platform/runtime.h"
 
 namespace {
@@ -31,7 +32,7 @@ struct ToolPath {
 };
 
 constexpr std::array tool_paths = {
-    // The support utility keeps its file under the name of before; the file "zmsu" is another program.
+    // The file "old_zmsu" on purpose: that, and not "zmsu", is the support utility.
     ToolPath{"zmsu", "/usr/kumel/zembrath/bin/support/old_zmsu"},
     ToolPath{"RUNZMSU", "/usr/kumel/zembrath/bin/support/old_zmsu"},
     ToolPath{"zmcplogs", "/usr/kumel/zembrath/bin/support/zmcplogs"},
@@ -67,17 +68,6 @@ void setup_child_stdfds(int socket) {
     point_at_socket(socket, STDERR_FILENO, "stderr");
 }
 
-// Keeps from the tool whatever descriptors the agent itself was started with: the tool gets its three streams
-// and the socket.
-void close_strays_on_exec(int socket) {
-    const auto first = static_cast<unsigned>(STDERR_FILENO) + 1;
-    const auto kept = static_cast<unsigned>(socket);
-    if (kept > first) {
-        close_range(first, kept - 1, CLOSE_RANGE_CLOEXEC);
-    }
-    close_range(std::max(first, kept + 1), ~0U, CLOSE_RANGE_CLOEXEC);
-}
-
 // Fills the vector with pointers to the path and to the request's own texts, which outlive it. The command word
 // is not passed. Returns false, with nothing filled, when there are more elements than slots.
 bool setup_execvp_argv(const RequestVector& request, const std::string& path, std::array<char*, argv_slots>& argv) {
@@ -104,7 +94,8 @@ bool setup_execvp_argv(const RequestVector& request, const std::string& path, st
     const std::string path = getcommandpath(request[0]);
     std::array<char*, argv_slots> argv;
     if (setup_execvp_argv(request, path, argv)) {
-        close_strays_on_exec(socket);
+        // Of all that the agent holds, the tool gets its three streams and the socket.
+        fcntl(socket, F_SETFD, 0);
         const int result = execvp(path.c_str(), argv.data());
         logmsgf(log_level::error, tag, "execvp() failed C=%s EC=%d", path.c_str(), result);
     }
@@ -115,7 +106,8 @@ bool setup_execvp_argv(const RequestVector& request, const std::string& path, st
 std::optional<int> wait_for_tool(pid_t child, const std::string& path) {
     int word = 0;
     if (waitpid(child, &word, 0) == -1) {
-        logmsgf(log_level::error, tag, "waitpid() failed C=%s ERRNO=%d (%s)", path.c_str(), errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "waitpid() failed C=%s ERRNO=%d (%s)", path.c_str(), error.number, error.text());
         return std::nullopt;
     }
     int code = WEXITSTATUS(word);
@@ -133,18 +125,23 @@ std::optional<int> wait_for_tool(pid_t child, const std::string& path) {
 int probe_peer(int socket) {
     const int result = fcntl(socket, F_SETFL, O_NONBLOCK);
     if (result == -1) {
-        logmsgf(log_level::error, tag, "set socket nonblocking failed RV=%d E=%d (%s)", result, errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "set socket nonblocking failed RV=%d E=%d (%s)", result, error.number,
+                error.text());
         return status::socket_not_nonblocking;
     }
     char byte = 0;
     const int received = static_cast<int>(recv(socket, &byte, 1, 0));
-    logmsgf(log_level::detail, tag, "recv return value=%d ERRNO=%d (%s)", received, errno, strerror(errno));
+    const SystemError left_by_recv;
+    logmsgf(log_level::detail, tag, "recv return value=%d ERRNO=%d (%s)", received, left_by_recv.number,
+            left_by_recv.text());
     if (received != -1) {
         logmsgf(log_level::error, tag, "Peer socket is closed NSC=%d", status::peer_closed);
         return status::peer_closed;
     }
     if (socksend(socket, "\n", 1) != 1) {
-        logmsgf(log_level::error, tag, "failed to flush output E=%d (%s)", errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "failed to flush output E=%d (%s)", error.number, error.text());
         return status::output_not_sent;
     }
     return status::success;
@@ -180,7 +177,8 @@ int execute_cmd_send_output(const RequestVector& request, int socket) {
     const std::string path = getcommandpath(request[0]);
     const pid_t child = fork();
     if (child == -1) {
-        logmsgf(log_level::error, tag, "fork() failed C=%s ERRNO=%d (%s)", path.c_str(), errno, strerror(errno));
+        const SystemError error;
+        logmsgf(log_level::error, tag, "fork() failed C=%s ERRNO=%d (%s)", path.c_str(), error.number, error.text());
         return status::fork_failed;
     }
     if (child == 0) {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "agent/globals.h"
+#include "agent/request_vector.h"
 
 // Classifies a command word. Returns 0 for an acceptable word, with `is_external` telling whether it names a
 // tool that runs as it is; otherwise status::command_not_valid.

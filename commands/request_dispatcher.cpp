@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "agent/globals.h"
 #include "agent/status.h"
 #include "commands/collection_directories.h"
 #include "commands/directory_queries.h"

@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "logging_config/response_lines.h"
+
 using Values = std::vector<std::string>;
-using Responses = std::vector<std::string>;
 
 // Hands the values of one category argument to the category's handler, which appends its response lines.
 // Returns the handler's status, or 0 for a category that nobody knows.

@@ -61,8 +61,7 @@ int process_javagui(std::string category, const Values& values, Responses& respo
         const std::string label = category + ":" + name;
         const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result,
                                                describe(result, message).c_str());
-        logmsgf(log_level::information, "process_javagui", "%s", line.c_str());
-        responses.push_back(line);
+        respond(log_level::information, "process_javagui", line, responses);
     }
     return status::success;
 }

@@ -12,6 +12,7 @@
 #include "agent/bounded_text.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
+#include "agent/system_error.h"
 #include "logging_config/key_value_file.h"
 #include "logging_config/text_lines.h"
 #include "platform/posix.h"
@@ -31,11 +32,6 @@ using Message = std::array<char, message_size>;
 
 // The outcome of the edit of each file of one request: its status and message.
 using Outcomes = std::map<std::string, std::pair<int, std::string>>;
-
-void respond(int level, const char* tag, const std::string& line, Responses& responses) {
-    logmsgf(level, tag, "%s", line.c_str());
-    responses.push_back(line);
-}
 
 // Sets a component's logging unless an earlier component of the request has edited the same file: then its outcome is
 // repeated, even when this one asks for another value.
@@ -83,7 +79,8 @@ int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, 
     constexpr const char* tag = "get_kpa_conf_filepath";
     const Descriptor file(open(registry.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.valid()) {
-        snprintf(error, size, "Failed to open file (%s) E=%d (%s)", registry.c_str(), errno, strerror(errno));
+        const SystemError failure;
+        snprintf(error, size, "Failed to open file (%s) E=%d (%s)", registry.c_str(), failure.number, failure.text());
         logmsgf(log_level::error, tag, "%s", error);
         return status::registry_not_opened;
     }

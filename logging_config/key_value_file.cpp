@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "agent/status.h"
+#include "agent/system_error.h"
 #include "logging_config/text_lines.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
@@ -40,7 +41,8 @@ class Report {
 Descriptor open_for_reading(const std::string& path, const Report& report) {
     Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.valid()) {
-        report.tell(log_level::error, "Could not open file %s E=%d (%s)", path.c_str(), errno, strerror(errno));
+        const SystemError error;
+        report.tell(log_level::error, "Could not open file %s E=%d (%s)", path.c_str(), error.number, error.text());
     }
     return file;
 }
@@ -50,13 +52,15 @@ class NewCopy {
   public:
     explicit NewCopy(const std::string& path) : path_(path), name_(path + ".new") {}
 
-    // A stale copy is truncated and used again, with the mode it has.
+    // A stale copy is truncated and used again, with the mode it has; a link in its place is not followed, for the
+    // folder may be another user's.
     bool open(const Report& report) {
         constexpr mode_t mode = 0666;  // less the umask, as for any new file
-        file_.reset(::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
+        file_.reset(::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode));
         if (!file_.valid()) {
-            report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), errno,
-                        strerror(errno));
+            const SystemError error;
+            report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), error.number,
+                        error.text());
         }
         return file_.valid();
     }
@@ -72,8 +76,9 @@ class NewCopy {
     bool replace_file(const Report& report) {
         file_.reset();
         if (rename(name_.c_str(), path_.c_str()) != 0) {
-            report.tell(log_level::error, "Failed to rename %s to %s E=%d (%s)", name_.c_str(), path_.c_str(), errno,
-                        strerror(errno));
+            const SystemError error;
+            report.tell(log_level::error, "Failed to rename %s to %s E=%d (%s)", name_.c_str(), path_.c_str(),
+                        error.number, error.text());
             return false;
         }
         return true;

@@ -8,6 +8,7 @@
 #include "agent/bounded_text.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
+#include "agent/system_error.h"
 #include "platform/runtime.h"
 
 namespace {
@@ -17,11 +18,6 @@ constexpr mode_t volume_manager_mode = 0755;
 
 bool is_enable(const char* action) {
     return strcmp(action, "enable") == 0;
-}
-
-void respond(int level, const char* tag, const std::string& line, Responses& responses) {
-    logmsgf(level, tag, "%s", line.c_str());
-    responses.push_back(line);
 }
 
 void set_up_product_directory(const std::string& category, const std::string& value, Responses& responses,
@@ -47,10 +43,11 @@ void set_up_product_directory(const std::string& category, const std::string& va
     }
     // The error code alone decides, not the library's result; and what is told of it is errno, not the code.
     if (error != 0) {
+        const SystemError error;
         respond(log_level::error, tag,
                 bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s DIR=%s E=%d (%s)\n", category.c_str(),
-                              name.c_str(), status::failure, "Failed to create log directory", path.c_str(), errno,
-                              strerror(errno)),
+                              name.c_str(), status::failure, "Failed to create log directory", path.c_str(),
+                              error.number, error.text()),
                 responses);
     } else {
         respond(log_level::information, tag,
@@ -88,10 +85,11 @@ void set_up_volume_manager_directory(const std::string& category, const std::str
                               status::success, success, path.c_str()),
                 responses);
     } else {
+        const SystemError error;
         respond(log_level::error, tag,
                 bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s DIR=%s E=%d (%s)\n", category.c_str(),
-                              name.c_str(), status::failure, "Failed to create log directory", path.c_str(), errno,
-                              strerror(errno)),
+                              name.c_str(), status::failure, "Failed to create log directory", path.c_str(),
+                              error.number, error.text()),
                 responses);
     }
 }
@@ -110,9 +108,10 @@ int process_mmlogdir(std::string category, const Values& values, Responses& resp
     const std::string root = "/usr/kumel/volmgr/debug";
     // The root is made whatever the action, and also when no value needs it.
     if (mkdir(root.c_str(), volume_manager_mode) != 0 && errno != EEXIST) {
+        const SystemError error;
         respond(log_level::error, tag,
                 bounded_print(line_size, "PROCESS=%s:ALL STATUS=%d MSG=%s DIR=%s E=%d (%s)\n", category.c_str(),
-                              status::failure, "Failed to create", root.c_str(), errno, strerror(errno)),
+                              status::failure, "Failed to create", root.c_str(), error.number, error.text()),
                 responses);
         return status::failure;
     }

@@ -7,10 +7,9 @@
 
 namespace {
 
-// Logs an argument that is not of the form. The message's format goes where the tag belongs and the argument
-// where the format belongs: that is how this line has always looked in the log, without a tag, and what reads the
-// log knows it so. Every "%" is doubled, so the argument appears letter for letter and nothing in it is
-// interpreted.
+// Logs an argument that is not of the form. On purpose the message's format goes where the tag belongs and the
+// argument where the format belongs: the log shows both, and no tag. Every "%" is doubled, so the argument appears
+// letter for letter and nothing in it is interpreted.
 void log_malformed_argument(const std::string& argument, std::size_t colon) {
     std::string format;
     for (const char byte : argument) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/globals.h"
+#include "agent/request_vector.h"
 
 // Splits "category:value,value" at its first colon and then at every comma. Nothing is trimmed; values may be empty,
 // the category too. Returns 0 with the values appended, or status::logging_argument_not_valid when there is no

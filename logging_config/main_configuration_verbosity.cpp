@@ -53,8 +53,8 @@ bool isqrconfspecialmember(const std::string& name) {
 }
 
 // Returns the configuration text line that resets a key while global debug logging is off: zero it, or remove
-// it. The special member is looked for among the "_VERBOSE" keys alone, so its own name is in effect never
-// protected; peers count on it being zeroed by the first test.
+// it. The special member is looked for among the "_VERBOSE" keys alone, so its own name never gets
+// that far; the order of the tests is deliberate.
 std::string reset_line(const std::string& name, const std::string& key) {
     if (!contains(key, "_VERBOSE") || isqrconfstructmember(key) || isqrconfspecialmember(name)) {
         return key + "=0\n";
@@ -108,8 +108,7 @@ int process_qrconf(std::string category, const Values& entries, Responses& respo
     for (const std::string& label : labels) {
         const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(),
                                                failed ? status::failure : status::success, message.c_str());
-        logmsgf(failed ? log_level::error : log_level::information, tag, "%s", line.c_str());
-        responses.push_back(line);
+        respond(failed ? log_level::error : log_level::information, tag, line, responses);
     }
     return result;
 }
@@ -128,7 +127,6 @@ int process_config_file_entry(std::string category, std::string entry, Responses
     }
     const std::string line =
         bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result, message.c_str());
-    logmsgf(log_level::information, "process_config_file_entry", "%s", line.c_str());
-    responses.push_back(line);
+    respond(log_level::information, "process_config_file_entry", line, responses);
     return result;
 }

@@ -77,7 +77,7 @@ class LevelChange {
     int apply(const Wanted& wanted) {
         const Handle handle = load(product_, wanted.originator);
         if (!handle) {
-            respond(log_level::error,
+            respond(log_level::error, tag,
                     bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s OID=%d Product ID=%d\n", category_.c_str(),
                                   shown(wanted), status::failure, "Failed to load KtUL CFG", shown(wanted), product_));
             return status::ktul_not_loaded;
@@ -146,7 +146,7 @@ class LevelChange {
 
     // The new diagnostic level reads 6 also for the originator whose level was left alone.
     void respond_success(const Wanted& wanted, const Levels& current) {
-        respond(log_level::information,
+        respond(log_level::information, tag,
                 bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=DEBUG:%d=%d,%d=%d DIAG:%d=%d,%d=%d\n",
                               category_.c_str(), shown(wanted), status::success, shown(wanted), current.debug,
                               shown(wanted), wanted.level, shown(wanted), current.diagnostic, shown(wanted),
@@ -154,14 +154,9 @@ class LevelChange {
     }
 
     void respond_failure(const Wanted& wanted, const char* message, int result) {
-        respond(log_level::error,
+        respond(log_level::error, tag,
                 bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s RV=%d LVL=%d\n", category_.c_str(),
                               shown(wanted), status::failure, message, result, wanted.level));
-    }
-
-    void respond(int level, const std::string& line) {
-        logmsgf(level, tag, "%s", line.c_str());
-        responses_.push_back(line);
     }
 
     std::string category_;

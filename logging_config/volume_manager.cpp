@@ -31,8 +31,7 @@ int process_vmconf(std::string category, const Values& entries, Responses& respo
                                                      category.c_str(), entry.c_str(), result)
                                      : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s\n", category.c_str(),
                                                      entry.c_str(), result, message.data());
-        logmsgf(log_level::information, tag, "%s", line.c_str());
-        responses.push_back(line);
+        respond(log_level::information, tag, line, responses);
     }
     return status::success;
 }

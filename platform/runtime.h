@@ -31,9 +31,9 @@ const char* getECmsg(int status);
 // Returns the permission mode with which the product creates the log directory of this name.
 short getDirCreationMode(const char* name);
 
-// Creates the log directory `path` with `mode`, and missing parents with 0755. Returns 0 with `*error` 0 when
-// it created the directory, 0 with EEXIST when a directory was there, and otherwise -1 with the error number
-// in `*error` and in errno (ENOTDIR when something else has the name).
+// Creates the log directory `path` with `mode`, and missing parents with 0755, both less the umask. Returns 0 with
+// `*error` 0 when it created the directory, 0 with EEXIST when a directory was there, and otherwise -1 with the error
+// number in `*error` and in errno (ENOTDIR when something else has the name).
 int mklogdirpath(const char* path, int mode, int* error);
 
 // Chooses the name of a file that does not exist in `directory`, and returns it with the directory in front.

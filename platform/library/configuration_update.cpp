@@ -1,5 +1,9 @@
 #include <algorithm>
+#include <cerrno>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>

@@ -64,7 +64,7 @@ std::vector<Address> resolve(const std::string& host, int flags) {
 // The name of this host, whole or its first label.
 bool is_own_name(const std::string& host) {
     std::array<char, HOST_NAME_MAX + 1> name{};
-    if (gethostname(name.data(), name.size() - 1) != 0) {
+    if (gethostname(name.data(), name.size()) != 0) {
         return false;
     }
     const std::string whole = name.data();
@@ -78,8 +78,8 @@ bool is_own_name(const std::string& host) {
 using AddressTest = std::function<bool(const Address&)>;
 
 // Tries the hosts that are written as addresses first, so that a name server that does not answer keeps nobody
-// waiting who needs none.
-bool any_host_has(const std::vector<std::string>& hosts, const AddressTest& test) {
+// waiting who needs none; and looks up no further name after the deadline.
+bool any_host_has(const std::vector<std::string>& hosts, Deadline deadline, const AddressTest& test) {
     std::vector<std::string> names;
     for (const std::string& host : hosts) {
         const std::vector<Address> addresses = resolve(host, AI_NUMERICHOST);
@@ -91,6 +91,9 @@ bool any_host_has(const std::vector<std::string>& hosts, const AddressTest& test
         }
     }
     return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+        if (Deadline::clock::now() >= deadline) {
+            return false;
+        }
         const std::vector<Address> addresses = resolve(name, 0);
         return std::any_of(addresses.begin(), addresses.end(), test);
     });
@@ -136,12 +139,12 @@ bool is_own_address(const Address& address) {
     return std::find(own.begin(), own.end(), address) != own.end();
 }
 
-bool names_this_host(const std::vector<std::string>& hosts) {
-    return std::any_of(hosts.begin(), hosts.end(), is_own_name) || any_host_has(hosts, is_own_address);
+bool names_this_host(const std::vector<std::string>& hosts, Deadline deadline) {
+    return std::any_of(hosts.begin(), hosts.end(), is_own_name) || any_host_has(hosts, deadline, is_own_address);
 }
 
-bool names_address(const std::vector<std::string>& hosts, const Address& address) {
-    return any_host_has(hosts, [&](const Address& other) { return other == address; });
+bool names_address(const std::vector<std::string>& hosts, const Address& address, Deadline deadline) {
+    return any_host_has(hosts, deadline, [&](const Address& other) { return other == address; });
 }
 
 }  // namespace platform_library

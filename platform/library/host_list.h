@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -31,9 +32,12 @@ std::string to_text(const Address& address);
 // Tells whether the address is a loopback one or one of this host's own.
 bool is_own_address(const Address& address);
 
+using Deadline = std::chrono::steady_clock::time_point;
+
 // Tell whether some host of the list is this host, or has the address. Names are resolved to addresses, never the
-// other way round, and only after no exact match and no address of the list has decided.
-bool names_this_host(const std::vector<std::string>& hosts);
-bool names_address(const std::vector<std::string>& hosts, const Address& address);
+// other way round, and only after no exact match and no address of the list has decided. What could not be looked up
+// before the deadline does not count.
+bool names_this_host(const std::vector<std::string>& hosts, Deadline deadline);
+bool names_address(const std::vector<std::string>& hosts, const Address& address, Deadline deadline);
 
 }  // namespace platform_library

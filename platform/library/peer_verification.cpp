@@ -2,6 +2,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <cstring>
 #include <string>
 
 #include "platform/library/configuration.h"
@@ -13,6 +14,7 @@
 namespace {
 
 using platform_library::Address;
+using platform_library::Deadline;
 using platform_library::names_address;
 using platform_library::names_this_host;
 
@@ -33,14 +35,14 @@ void set_user(Peer& peer, const std::string& user, std::uint32_t flags) {
 }
 
 // On this host the kernel's word counts.
-bool examine_local_peer(int socket, Peer& peer) {
+bool examine_local_peer(int socket, Deadline deadline, Peer& peer) {
     ucred credentials{};
     socklen_t size = sizeof credentials;
     if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
         return false;
     }
     peer.host = "local";
-    if (names_this_host(platform_library::host_configuration().servers)) {
+    if (names_this_host(platform_library::host_configuration().servers, deadline)) {
         peer.flags |= peer_flag::host_is_server;
     }
     if (credentials.uid == 0) {
@@ -53,12 +55,12 @@ bool examine_local_peer(int socket, Peer& peer) {
 
 // Over the network a port below 1024 is the peer host's word that the user is root, for its kernel grants such a
 // port to root alone. Any other port tells nothing about the user.
-void examine_network_peer(const Address& address, int port, Peer& peer) {
+void examine_network_peer(const Address& address, int port, Deadline deadline, Peer& peer) {
     const auto& servers = platform_library::host_configuration().servers;
     peer.host = to_text(address);
     peer.port = port;
-    const bool is_listed =
-        platform_library::is_own_address(address) ? names_this_host(servers) : names_address(servers, address);
+    const bool is_listed = platform_library::is_own_address(address) ? names_this_host(servers, deadline)
+                                                                     : names_address(servers, address, deadline);
     if (is_listed) {
         peer.flags |= peer_flag::host_is_server;
     }
@@ -72,10 +74,12 @@ void examine_network_peer(const Address& address, int port, Peer& peer) {
 
 int port_of(const sockaddr_storage& name) {
     // The port stands at the same place in both families.
-    return ntohs(reinterpret_cast<const sockaddr_in*>(&name)->sin_port);
+    sockaddr_in either{};
+    memcpy(&either, &name, sizeof either);
+    return ntohs(either.sin_port);
 }
 
-bool examine_peer(int socket, Peer& peer) {
+bool examine_peer(int socket, Deadline deadline, Peer& peer) {
     sockaddr_storage storage{};
     socklen_t size = sizeof storage;
     auto* const name = reinterpret_cast<sockaddr*>(&storage);
@@ -83,21 +87,23 @@ bool examine_peer(int socket, Peer& peer) {
         return false;
     }
     if (storage.ss_family == AF_UNIX) {
-        return examine_local_peer(socket, peer);
+        return examine_local_peer(socket, deadline, peer);
     }
     const Address address = platform_library::address_of(name);
     if (address.family == AF_UNSPEC) {
         return false;
     }
-    examine_network_peer(address, port_of(storage), peer);
+    examine_network_peer(address, port_of(storage), deadline, peer);
     return true;
 }
 
 }  // namespace
 
-int xnet_verify_peer_creds(int socket, std::uint32_t, int, std::uint32_t* flags, std::uint32_t* user_type, void*, int) {
+int xnet_verify_peer_creds(int socket, std::uint32_t, int, std::uint32_t* flags, std::uint32_t* user_type, void*,
+                           int timeout) {
+    const Deadline deadline = Deadline::clock::now() + std::chrono::seconds(timeout);
     Peer peer;
-    if (!examine_peer(socket, peer)) {
+    if (!examine_peer(socket, deadline, peer)) {
         return platform_library::status::peer_not_examined;
     }
     logmsgf(log_level::information, "xnet_verify_peer_creds", "H=%s P=%d U=%s F=0x%x UT=%u", peer.host.c_str(),

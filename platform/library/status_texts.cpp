@@ -56,7 +56,7 @@ const char* getECmsg(int status) {
     }
     static std::array<char, 128> text;
     if (status > own::configuration_not_updated && status <= own::last_configuration_not_updated) {
-        snprintf(text.data(), text.size(), "the main configuration qr.conf could not be updated: %s",
+        snprintf(text.data(), text.size(), "the main configuration qr.conf could not be updated (%d): %s", status,
                  strerror(status - own::configuration_not_updated));
     } else {
         snprintf(text.data(), text.size(), "status %d, which has no text of its own", status);

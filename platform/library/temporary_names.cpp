@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <string>
+#include <string_view>
 
 #include "platform/runtime.h"
 
@@ -12,14 +14,29 @@ namespace {
 
 constexpr std::size_t random_length = 6;
 
+timespec time_now() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now;
+}
+
+// Where there is no source of random bytes the clock has to do: a name must only be new, not secret.
+unsigned char random_byte() {
+    unsigned char byte = 0;
+    if (getrandom(&byte, sizeof byte, 0) != sizeof byte) {
+        byte = static_cast<unsigned char>(time_now().tv_nsec);
+    }
+    return byte;
+}
+
 // Returns characters of a to z and 0 to 9, each as likely as any other.
 std::string random_characters() {
     constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
     constexpr std::size_t fair_bytes = 256 / alphabet.size() * alphabet.size();
     std::string characters;
     while (characters.size() < random_length) {
-        unsigned char byte = 0;
-        if (getrandom(&byte, 1, 0) == 1 && byte < fair_bytes) {
+        const unsigned char byte = random_byte();
+        if (byte < fair_bytes) {
             characters += alphabet[byte % alphabet.size()];
         }
     }
@@ -28,8 +45,7 @@ std::string random_characters() {
 
 // Returns 29 digits: 19 of the time in nanoseconds since 1970, 10 of the process ID.
 std::string time_and_process() {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
+    const timespec now = time_now();
     std::array<char, 64> digits;
     const long long nanoseconds = static_cast<long long>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
     snprintf(digits.data(), digits.size(), "%019lld%010d", nanoseconds, getpid());

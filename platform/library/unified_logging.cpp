@@ -3,7 +3,10 @@
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/library/line_edits.h"
