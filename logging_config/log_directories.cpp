@@ -43,11 +43,11 @@ void set_up_product_directory(const std::string& category, const std::string& va
     }
     // The error code alone decides, not the library's result; and what is told of it is errno, not the code.
     if (error != 0) {
-        const SystemError error;
+        const SystemError last;
         respond(log_level::error, tag,
                 bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s DIR=%s E=%d (%s)\n", category.c_str(),
                               name.c_str(), status::failure, "Failed to create log directory", path.c_str(),
-                              error.number, error.text()),
+                              last.number, last.text()),
                 responses);
     } else {
         respond(log_level::information, tag,
