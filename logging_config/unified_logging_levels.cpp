@@ -79,7 +79,8 @@ class LevelChange {
         if (!handle) {
             respond(log_level::error, tag,
                     bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s OID=%d Product ID=%d\n", category_.c_str(),
-                                  shown(wanted), status::failure, "Failed to load KtUL CFG", shown(wanted), product_));
+                                  shown(wanted), status::failure, "Failed to load KtUL CFG", shown(wanted), product_),
+                    responses_);
             return status::ktul_not_loaded;
         }
         const Levels current = read_current(wanted, handle.get());
@@ -150,13 +151,15 @@ class LevelChange {
                 bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=DEBUG:%d=%d,%d=%d DIAG:%d=%d,%d=%d\n",
                               category_.c_str(), shown(wanted), status::success, shown(wanted), current.debug,
                               shown(wanted), wanted.level, shown(wanted), current.diagnostic, shown(wanted),
-                              wanted_diagnostic));
+                              wanted_diagnostic),
+                responses_);
     }
 
     void respond_failure(const Wanted& wanted, const char* message, int result) {
         respond(log_level::error, tag,
                 bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s RV=%d LVL=%d\n", category_.c_str(),
-                              shown(wanted), status::failure, message, result, wanted.level));
+                              shown(wanted), status::failure, message, result, wanted.level),
+                responses_);
     }
 
     std::string category_;
