@@ -1,0 +1,22 @@
+// The files that the measured requests work on, at the product's fixed paths. In a private root alone.
+#pragma once
+
+#include <string>
+
+inline const std::string volume_manager_file = "/usr/kumel/volmgr/vm.conf";
+
+// Makes the folders, a main configuration that trusts this host, all that a request of fourteen categories changes,
+// and the tools of the product.
+void make_sample_product();
+
+// Puts back what a request of fourteen categories changes, as far as it would change less when sent again.
+void reset_logging();
+
+void write_sample_file(const std::string& path, const std::string& text);
+[[nodiscard]] std::string read_sample_file(const std::string& path);
+
+// Returns a volume manager configuration of so many lines, in whose middle the verbosity is commented out.
+[[nodiscard]] std::string volume_manager_text(int lines);
+
+// Makes a folder with so many small files.
+void fill_folder(const std::string& folder, int files);

@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that are missing, and touches nothing when none is. Without arguments all groups:
+#
+#   build      building, testing and demonstrating
+#   lint       scripts/lint.sh
+#   benchmark  scripts/benchmark.sh, beyond what building needs
+set -euo pipefail
+
+packages_of() {
+    case $1 in
+        build) echo cmake g++ make libgtest-dev libgmock-dev strace systemd util-linux diffutils attr acl ;;
+        lint) echo git clang-format-14 clang-tidy-14 ;;
+        benchmark) echo augeas-tools ;;
+        *)
+            echo "install_dependencies.sh: no group is called $1; there are build, lint and benchmark" >&2
+            exit 2
+            ;;
+    esac
+}
+
+is_installed() {
+    [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+(($# > 0)) || set -- build lint benchmark
+missing=()
+for group in "$@"; do
+    packages=$(packages_of "$group")
+    for package in $packages; do
+        is_installed "$package" || missing+=("$package")
+    done
+done
+if ((${#missing[@]} == 0)); then
+    exit 0
+fi
+
+as_root=()
+if ((EUID != 0)); then
+    as_root=(sudo)
+    [[ -t 0 ]] || as_root+=(--non-interactive)
+fi
+if ! command -v apt-get >/dev/null || ! { ((EUID == 0)) || command -v sudo >/dev/null; }; then
+    echo "Missing packages: ${missing[*]}" >&2
+    echo "They cannot be installed here; as root of a Debian 12 machine: apt-get install ${missing[*]}" >&2
+    exit 1
+fi
+echo "Installing ${missing[*]}"
+install=(apt-get install --quiet --yes --no-install-recommends "${missing[@]}")
+if ! { "${as_root[@]}" apt-get update --quiet --quiet &&
+       "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive "${install[@]}"; } >/dev/null; then
+    echo "Missing packages: ${missing[*]}" >&2
+    echo "They could not be installed; see above. As root: apt-get install ${missing[*]}" >&2
+    exit 1
+fi
