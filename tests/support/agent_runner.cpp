@@ -113,7 +113,7 @@ std::vector<LogLine> AgentRun::request_log() const {
         if (line.text.starts_with("closing peer SOCK")) {
             is_inside = false;
         }
-        if (is_inside && line.tag != "socksend") {
+        if (is_inside && line.tag != "is_cmd_valid" && line.tag != "socksend") {
             lines.push_back(line);
         }
         if (line.tag == "process_request") {
@@ -245,5 +245,15 @@ AgentRun run_agent(const Request& request, const AgentOptions& options) {
 AgentRun run_agent_with_bytes(std::string_view bytes, const AgentOptions& options) {
     Agent agent(options);
     agent.send(bytes);
+    return agent.finish();
+}
+
+AgentRun run_agent_without_peer(const Request& request) {
+    ConnectedSockets sockets = connect_locally();
+    if (!write_all(sockets.peer_end.get(), netstrings(request))) {
+        fail("send");
+    }
+    sockets.peer_end.reset();
+    Agent agent(std::move(sockets), {});
     return agent.finish();
 }

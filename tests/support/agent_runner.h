@@ -64,7 +64,7 @@ struct AgentRun {
     [[nodiscard]] std::vector<LogLine> own_log() const;
     [[nodiscard]] std::vector<LogLine> child_log() const;
     // The agent's own messages about carrying the request out: what stands between "processing request" and "closing
-    // peer", less what socksend says.
+    // peer", less what is_cmd_valid and socksend say.
     [[nodiscard]] std::vector<LogLine> request_log() const;
 };
 
@@ -107,3 +107,6 @@ class Agent {
 // Sends one request, or any bytes, to a fresh agent and waits for its end.
 [[nodiscard]] AgentRun run_agent(const Request& request, const AgentOptions& options = {});
 [[nodiscard]] AgentRun run_agent_with_bytes(std::string_view bytes, const AgentOptions& options = {});
+
+// Runs an agent whose peer has sent the request and closed its end before the agent started.
+[[nodiscard]] AgentRun run_agent_without_peer(const Request& request);

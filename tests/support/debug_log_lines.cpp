@@ -77,49 +77,62 @@ LogLine parse_line(std::string_view text) {
     return line;
 }
 
-// Each takes what its placeholder stands for from the front of the text, or returns false.
-bool take_digits(std::string_view& text) {
-    const std::size_t end = std::min(text.find_first_not_of(digits), text.size());
-    text.remove_prefix(end);
-    return end != 0;
+constexpr std::string_view digits_mark = "<digits>";
+constexpr std::string_view text_mark = "<text>";
+constexpr std::string_view temporary_mark = "<temporary>";
+
+std::size_t count_digits(std::string_view text) {
+    return std::min(text.find_first_not_of(digits), text.size());
 }
 
-bool take_temporary(std::string_view& text) {
+// The length of the name of a temporary directory at the front of the text; 0 when there is none.
+std::size_t temporary_length(std::string_view text) {
     constexpr std::string_view prefix = "zmla-";
     constexpr std::size_t middle = 29;
     constexpr std::size_t end = 6;
     constexpr std::size_t length = prefix.size() + middle + 1 + end;
     const std::string_view name = text.substr(0, length);
-    if (name.size() != length || !name.starts_with(prefix) || name[prefix.size() + middle] != '-' ||
-        name.substr(prefix.size(), middle).find_first_not_of(digits) != std::string_view::npos ||
-        name.substr(length - end).find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789") != std::string_view::npos) {
-        return false;
-    }
-    text.remove_prefix(length);
-    return true;
+    const bool is_name =
+        name.size() == length && name.starts_with(prefix) && name[prefix.size() + middle] == '-' &&
+        name.substr(prefix.size(), middle).find_first_not_of(digits) == std::string_view::npos &&
+        name.substr(length - end).find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789") == std::string_view::npos;
+    return is_name ? length : 0;
 }
 
-struct Placeholder {
-    std::string_view mark;
-    bool (*take)(std::string_view& text);
-};
+bool matches(std::string_view pattern, std::string_view text);
 
-constexpr Placeholder placeholders[] = {{"<digits>", take_digits}, {"<temporary>", take_temporary}};
+// What the mark at the pattern's front stands for has the length at the text's front; the rest has to match.
+bool matches_behind(std::string_view mark, std::string_view pattern, std::size_t length, std::string_view text) {
+    return length != 0 && matches(pattern.substr(mark.size()), text.substr(length));
+}
 
-// Takes one byte or one placeholder from the front of the pattern, and what it stands for from the text.
-bool take_step(std::string_view& pattern, std::string_view& text) {
-    for (const Placeholder& placeholder : placeholders) {
-        if (pattern.starts_with(placeholder.mark)) {
-            pattern.remove_prefix(placeholder.mark.size());
-            return placeholder.take(text);
+bool matches_text_of_any_length(std::string_view pattern, std::string_view text) {
+    for (std::size_t length = 1; length <= text.size(); ++length) {
+        if (matches_behind(text_mark, pattern, length, text)) {
+            return true;
         }
     }
-    if (text.empty() || text.front() != pattern.front()) {
-        return false;
+    return false;
+}
+
+bool matches(std::string_view pattern, std::string_view text) {
+    while (!pattern.empty()) {
+        if (pattern.starts_with(digits_mark)) {
+            return matches_behind(digits_mark, pattern, count_digits(text), text);
+        }
+        if (pattern.starts_with(temporary_mark)) {
+            return matches_behind(temporary_mark, pattern, temporary_length(text), text);
+        }
+        if (pattern.starts_with(text_mark)) {
+            return matches_text_of_any_length(pattern, text);
+        }
+        if (text.empty() || text.front() != pattern.front()) {
+            return false;
+        }
+        pattern.remove_prefix(1);
+        text.remove_prefix(1);
     }
-    pattern.remove_prefix(1);
-    text.remove_prefix(1);
-    return true;
+    return text.empty();
 }
 
 }  // namespace
@@ -156,14 +169,7 @@ std::vector<LogLine> read_debug_log() {
 }
 
 bool matches_pattern(const std::string& pattern, const std::string& text) {
-    std::string_view pattern_rest = pattern;
-    std::string_view text_rest = text;
-    while (!pattern_rest.empty()) {
-        if (!take_step(pattern_rest, text_rest)) {
-            return false;
-        }
-    }
-    return text_rest.empty();
+    return matches(pattern, text);
 }
 
 bool matches_pattern(const LogLine& pattern, const LogLine& line) {

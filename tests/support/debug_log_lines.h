@@ -24,7 +24,7 @@ std::ostream& operator<<(std::ostream& out, const LogLine& line);
 // Returns the messages of all files of the agent's debug log, by date; none when there is no log.
 [[nodiscard]] std::vector<LogLine> read_debug_log();
 
-// Tells whether the text is the pattern's, in which <digits> stands for one digit or more, and <temporary> for the name
-// of a temporary directory: "zmla-", 29 digits, "-", 6 of a to z and 0 to 9.
+// Tells whether the text is the pattern's, in which <digits> stands for one digit or more, <text> for one byte or more,
+// and <temporary> for the name of a temporary directory: "zmla-", 29 digits, "-", 6 of a to z and 0 to 9.
 [[nodiscard]] bool matches_pattern(const std::string& pattern, const std::string& text);
 [[nodiscard]] bool matches_pattern(const LogLine& pattern, const LogLine& line);

@@ -12,7 +12,7 @@
 
 // Something of a name in the file system, to be made before a request or to be found after it.
 struct FileState {
-    enum class Kind { file, folder, link, missing };
+    enum class Kind { file, folder, empty_folder, link, missing };
     std::string path;
     Kind kind = Kind::missing;
     // The text of a file, or what a link points to.
@@ -21,7 +21,8 @@ struct FileState {
 
 [[nodiscard]] FileState file(const std::string& path, const std::string& text = "");
 [[nodiscard]] FileState folder(const std::string& path);
-[[nodiscard]] FileState link(const std::string& path, const std::string& target);
+[[nodiscard]] FileState empty_folder(const std::string& path);
+[[nodiscard]] FileState soft_link(const std::string& path, const std::string& target);
 [[nodiscard]] FileState missing(const std::string& path);
 
 void make(const FileState& state);
@@ -40,7 +41,7 @@ struct RequestCase {
     std::string answer = "";
     // The status line's number; its low eight bits are the exit status.
     int status = 0;
-    // AgentRun::request_log. The message "command is valid C=..." that comes first is left out.
+    // AgentRun::request_log, texts being patterns.
     std::vector<LogLine> log = {};
     std::vector<FileState> after = {};
 };
