@@ -135,25 +135,26 @@ Descriptor connect_from_any_port(const addrinfo& address, Deadline deadline) {
 
 Descriptor connect_from_root_port(const addrinfo& address, Deadline deadline) {
     const unsigned start = std::random_device()();
+    int error = 0;
     for (unsigned i = 0; i != root_ports; ++i) {
         Descriptor socket = open_socket(address);
-        const unsigned port = first_root_port + (start + i) % root_ports;
-        if (!bind_to_port(socket.get(), address.ai_family, port)) {
-            if (errno == EADDRINUSE) {
+        if (!bind_to_port(socket.get(), address.ai_family, first_root_port + (start + i) % root_ports)) {
+            error = errno;
+            if (error == EADDRINUSE) {
                 continue;
             }
-            throw system_failure(errno, "cannot use a source port below 1024");
+            throw system_failure(error, "cannot use a source port below 1024");
         }
-        const int error = connect_socket(socket.get(), address, deadline);
+        error = connect_socket(socket.get(), address, deadline);
         if (error == 0) {
             return socket;
         }
-        // The port is free, but not for this peer: an earlier connection to it lingers.
+        // A port may be free and yet not serve for this peer, while an earlier connection lingers.
         if (error != EADDRINUSE && error != EADDRNOTAVAIL) {
             throw Failure(strerror(error));
         }
     }
-    throw Failure("all source ports from 512 to 1023 are in use");
+    throw system_failure(error, "no source port from 512 to 1023 can be used");
 }
 
 std::string text_of(const addrinfo& address) {

@@ -1,0 +1,207 @@
+#include "request_command/answer_printer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+
+namespace {
+
+using std::string_literals::operator""s;
+
+// What an answer was told apart into.
+struct Parts {
+    std::string output;
+    std::optional<std::string> status_line;
+    std::optional<int> status;
+
+    bool operator==(const Parts&) const = default;
+};
+
+void PrintTo(const Parts& parts, std::ostream* stream) {
+    *stream << testing::PrintToString(parts.output) << " " << testing::PrintToString(parts.status_line) << " "
+            << testing::PrintToString(parts.status);
+}
+
+// Prints answers into a text.
+class Printer {
+  public:
+    void print(std::string_view bytes) { printer_.print(bytes); }
+
+    [[nodiscard]] const std::string& output() const { return output_; }
+
+    Parts finish(AnswerEnd end = AnswerEnd::complete) {
+        const std::optional<StatusLine> line = printer_.finish(end);
+        if (!line) {
+            return {.output = output_, .status_line = std::nullopt, .status = std::nullopt};
+        }
+        return {.output = output_, .status_line = line->text, .status = line->status};
+    }
+
+  private:
+    std::string output_;
+    AnswerPrinter printer_{[this](std::string_view text) { output_ += text; }};
+};
+
+Parts print_whole(std::string_view answer, AnswerEnd end = AnswerEnd::complete) {
+    Printer printer;
+    printer.print(answer);
+    return printer.finish(end);
+}
+
+struct Answer {
+    std::string name;
+    std::string output;
+    std::string status_line;
+    std::optional<int> status;
+
+    [[nodiscard]] Parts parts() const {
+        if (!status) {
+            return {.output = output + status_line, .status_line = std::nullopt, .status = std::nullopt};
+        }
+        return {.output = output, .status_line = status_line, .status = status};
+    }
+    [[nodiscard]] std::string bytes() const { return output + status_line; }
+};
+
+void PrintTo(const Answer& answer, std::ostream* stream) {
+    *stream << answer.name;
+}
+
+// A status line that an agent has cut.
+std::string cut_line(const std::string& beginning) {
+    return beginning + std::string(511 - beginning.size(), 'x');
+}
+
+const std::vector<Answer> answers = {
+    {"Nothing", "", "", {}},
+    {"NoOutput", "", "EXIT STATUS 0 done\n", 0},
+    {"Lines", "one\ntwo\n", "EXIT STATUS 5 no\n", 5},
+    {"NoText", "", "EXIT STATUS 12\n", 12},
+    {"NoTextAndNoNewline", "one\n", "EXIT STATUS 12", 12},
+    {"NoNewline", "one\n", "EXIT STATUS 12 some text", 12},
+    {"NegativeStatus", "", "EXIT STATUS -3 below\n", -3},
+    {"HugeStatus", "", "EXIT STATUS 99999999999999999999 much\n", INT_MAX},
+    {"HugeNegativeStatus", "", "EXIT STATUS -99999999999999999999 little\n", INT_MIN},
+    {"LineWithoutNewlineBefore", "a cut line", "EXIT STATUS 0 done\n", 0},
+    {"BeginningOfMarkerBefore", "EXIT STATU", "EXIT STATUS 0 done\n", 0},
+    {"MarkerBefore", "EXIT STATUS", "EXIT STATUS 0 done\n", 0},
+    {"StatusLineBefore", "EXIT STATUS 7 a tool's\n\n", "EXIT STATUS 0 done\n", 0},
+    {"StatusLineRightBefore", "EXIT STATUS 7 a tool's\n", "EXIT STATUS 0 done\n", 0},
+    {"StatusLineWithoutNewlineBefore", "EXIT STATUS 7 ", "EXIT STATUS 0 done\n", 0},
+    {"BeginningOfMarkerInText", "", "EXIT STATUS 1 EXIT STATU", 1},
+    {"BytesThatAreNoText", "\0\xff\x80 \0EXIT\0STATUS"s, "EXIT STATUS 0 d\0\xff ne\n"s, 0},
+    {"CutLine", "one\n", cut_line("EXIT STATUS 6 "), 6},
+    {"CutLineAfterCutLine", std::string(1023, 'y'), cut_line("EXIT STATUS 6 "), 6},
+    {"LongestWholeLine", "one\n", cut_line("EXIT STATUS 6 ").substr(0, 510) + "\n", 6},
+    {"TooLongLine", "one\n", cut_line("EXIT STATUS 6 ") + "x", {}},
+    {"OutputAlone", "one\ntwo\n", "", {}},
+    {"StatusLineFollowedByOutput", "EXIT STATUS 0 done\n", "more\n", {}},
+    {"StatusLineFollowedByNewline", "EXIT STATUS 0 done\n", "\n", {}},
+    {"MarkerAlone", "one\nEXIT STATUS", "", {}},
+    {"MarkerAndBlank", "one\nEXIT STATUS ", "", {}},
+    {"MarkerAndSign", "one\nEXIT STATUS -", "", {}},
+    {"MarkerAndNewline", "EXIT STATUS\n", "", {}},
+    {"BeginningOfMarkerAlone", "one\nEXIT STAT", "", {}},
+    {"OtherCase", "exit status 0 done\n", "", {}},
+    {"NoNumber", "EXIT STATUS unknown\n", "", {}},
+    {"NumberWithPlus", "EXIT STATUS +5 done\n", "", {}},
+    {"NumberWithTwoSigns", "EXIT STATUS --5 done\n", "", {}},
+    {"NumberAfterTwoBlanks", "EXIT STATUS  5 done\n", "", {}},
+    {"NumberThatGoesOn", "EXIT STATUS 5x done\n", "", {}},
+    {"NumberWithoutBlankBefore", "EXIT STATUS5 done\n", "", {}},
+    {"MarkerThatDoesNotCountBehindOneThatWould", "EXIT STATUS 0 done; EXIT STATUS unknown\n", "", {}},
+};
+
+class AnswerParts : public testing::TestWithParam<Answer> {};
+
+TEST_P(AnswerParts, AreToldApartWhenTheAnswerComesAtOnce) {
+    EXPECT_EQ(print_whole(GetParam().bytes()), GetParam().parts());
+}
+
+TEST_P(AnswerParts, AreToldApartWhereverTheAnswerIsSplitInTwo) {
+    const std::string bytes = GetParam().bytes();
+    for (std::size_t split = 0; split <= bytes.size(); ++split) {
+        Printer printer;
+        printer.print(std::string_view(bytes).substr(0, split));
+        printer.print(std::string_view(bytes).substr(split));
+        EXPECT_EQ(printer.finish(), GetParam().parts()) << "split at " << split;
+    }
+}
+
+TEST_P(AnswerParts, AreToldApartWhenTheAnswerComesByteByByte) {
+    Printer printer;
+    for (const char byte : GetParam().bytes()) {
+        printer.print({&byte, 1});
+    }
+    EXPECT_EQ(printer.finish(), GetParam().parts());
+}
+
+INSTANTIATE_TEST_SUITE_P(Answers, AnswerParts, testing::ValuesIn(answers),
+                         [](const testing::TestParamInfo<Answer>& row) { return row.param.name; });
+
+TEST(AnswerPrinter, PassesOutputOnAtOnce) {
+    Printer printer;
+    printer.print("one\ntwo, not ended");
+    EXPECT_EQ(printer.output(), "one\ntwo, not ended");
+}
+
+TEST(AnswerPrinter, KeepsBackTheBeginningOfAMarkerAndNothingElse) {
+    Printer printer;
+    printer.print("one EXIT STAT");
+    EXPECT_EQ(printer.output(), "one ");
+    printer.print("ION");
+    EXPECT_EQ(printer.output(), "one EXIT STATION");
+}
+
+TEST(AnswerPrinter, KeepsAStatusLineBackWhateverPauseFollows) {
+    Printer printer;
+    printer.print("one\nEXIT STATUS 0 done\n");
+    printer.print("");
+    EXPECT_EQ(printer.output(), "one\n");
+}
+
+TEST(AnswerPrinter, PassesAToolsStatusLineOnOnceMoreFollows) {
+    Printer printer;
+    printer.print("EXIT STATUS 0 done\n");
+    printer.print("m");
+    EXPECT_EQ(printer.output(), "EXIT STATUS 0 done\nm");
+}
+
+TEST(AnswerPrinter, PassesAMarkerOnOnceNoNumberFollows) {
+    Printer printer;
+    printer.print("EXIT STATUS o");
+    EXPECT_EQ(printer.output(), "EXIT STATUS o");
+}
+
+TEST(AnswerPrinter, PassesAStatusLineOnOnceAnotherBegins) {
+    Printer printer;
+    printer.print("EXIT STATUS 7 cut EXIT STATUS");
+    EXPECT_EQ(printer.output(), "EXIT STATUS 7 cut ");
+}
+
+TEST(AnswerPrinter, PassesALineOnOnceItIsTooLongForAStatusLine) {
+    Printer printer;
+    const std::string line = cut_line("EXIT STATUS 6 ");
+    printer.print(line);
+    EXPECT_EQ(printer.output(), "");
+    printer.print("x");
+    EXPECT_EQ(printer.output(), line + "x");
+}
+
+TEST(AnswerPrinter, TakesAWholeStatusLineFromABrokenConnection) {
+    EXPECT_EQ(print_whole("one\nEXIT STATUS 5 no\n", AnswerEnd::broken),
+              (Parts{.output = "one\n", .status_line = "EXIT STATUS 5 no\n", .status = 5}));
+}
+
+TEST(AnswerPrinter, TakesALineOfFullLengthFromABrokenConnection) {
+    const std::string line = cut_line("EXIT STATUS 5 ");
+    EXPECT_EQ(print_whole(line, AnswerEnd::broken), (Parts{.output = "", .status_line = line, .status = 5}));
+}
+
+TEST(AnswerPrinter, TakesNoStatusFromALineThatABrokenConnectionMayHaveShortened) {
+    EXPECT_EQ(print_whole("one\nEXIT STATUS 57", AnswerEnd::broken),
+              (Parts{.output = "one\nEXIT STATUS 57", .status_line = std::nullopt, .status = std::nullopt}));
+}
+
+}  // namespace

@@ -1,0 +1,297 @@
+// What goes over a connection and what becomes of it.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/request_command/command_run.h"
+#include "tests/support/scripted_peer.h"
+#include "tests/support/test_files.h"
+
+namespace {
+
+using std::string_literals::operator""s;
+using testing::HasSubstr;
+
+// More than a connection holds on its way.
+const std::string much_output = [] {
+    std::string text;
+    while (text.size() < 8'000'000) {
+        text += "a line of output, number " + std::to_string(text.size()) + "\n";
+    }
+    return text;
+}();
+
+const Arguments much_to_send = Arguments{"CLEANUP"} + Arguments(600, std::string(2000, 'x'));
+
+class Exchange : public testing::Test {
+  protected:
+    [[nodiscard]] Command start(const Arguments& request, const Preparation& prepare = nullptr) const {
+        return Command(listener_.options() + request, prepare);
+    }
+
+    // Runs the command with a peer that receives the request and then sends the answer.
+    [[nodiscard]] CommandRun run_with_answer(const std::string& answer, const Preparation& prepare = nullptr) const {
+        Command command = start({"CLEANUP"}, prepare);
+        PeerConnection peer = listener_.accept();
+        static_cast<void>(peer.receive_request());
+        peer.send(answer);
+        peer.close();
+        return command.finish();
+    }
+
+    [[nodiscard]] std::string request_of(const Arguments& request) const {
+        Command command = start(request);
+        const PeerConnection peer = listener_.accept();
+        std::string bytes = peer.receive_request();
+        peer.send("EXIT STATUS 0 done\n");
+        peer.stop_sending();
+        EXPECT_EQ(peer.receive_to_end(), "");
+        EXPECT_EQ(command.finish().exit_status, 0);
+        return bytes;
+    }
+
+    ScratchFolder folder_;
+    PeerListener listener_ = PeerListener::at_path(folder_.path("socket"));
+};
+
+TEST_F(Exchange, SendsTheWordAlone) {
+    EXPECT_EQ(request_of({"CLEANUP"}), "1:1,7:CLEANUP,");
+}
+
+TEST_F(Exchange, SendsTheWordAndItsArguments) {
+    EXPECT_EQ(request_of({"GETDISKSPACE", "/tmp"}), "1:2,12:GETDISKSPACE,4:/tmp,");
+}
+
+TEST_F(Exchange, SendsArgumentsAsTheyStand) {
+    EXPECT_EQ(request_of({"--", "-x", "--help", "--", "", "a b\n", "\xff,1:"}),
+              "1:6,2:-x,6:--help,2:--,0:,4:a b\n,4:\xff,1:,");
+}
+
+TEST_F(Exchange, SendsTheLongestTexts) {
+    const std::string longest(2047, 'x');
+    EXPECT_EQ(request_of({longest, longest}), "1:2,2047:" + longest + ",2047:" + longest + ",");
+}
+
+TEST_F(Exchange, KeepsItsSendingSideOpenUntilTheAnswerEnds) {
+    Command command = start({"CLEANUP"});
+    const PeerConnection peer = listener_.accept();
+    static_cast<void>(peer.receive_request());
+    peer.send("one\n");
+    command.await_output("one\n");
+    EXPECT_TRUE(peer.command_waits());
+}
+
+TEST_F(Exchange, PrintsOutputWhileTheAnswerGoesOn) {
+    Command command = start({"CLEANUP"});
+    PeerConnection peer = listener_.accept();
+    static_cast<void>(peer.receive_request());
+    peer.send("one\n");
+    command.await_output("one\n");
+    peer.send("half");
+    command.await_output("half");
+    peer.send(" a line\nEXIT STATUS 0 done\n");
+    peer.close();
+    EXPECT_EQ(command.finish().output, "one\nhalf a line\n");
+}
+
+TEST_F(Exchange, PrintsOutputAndStatusLineApart) {
+    const CommandRun run = run_with_answer("one\ntwo\nEXIT STATUS 0 done\n");
+    EXPECT_EQ(run.output, "one\ntwo\n");
+    EXPECT_EQ(run.errors, "EXIT STATUS 0 done\n");
+    EXPECT_EQ(run.exit_status, 0);
+}
+
+TEST_F(Exchange, PrintsAToolsStatusLineAsOutput) {
+    const CommandRun run = run_with_answer("EXIT STATUS 7 a tool's\n\nEXIT STATUS 3 no\n");
+    EXPECT_EQ(run.output, "EXIT STATUS 7 a tool's\n\n");
+    EXPECT_EQ(run.errors, "EXIT STATUS 3 no\n");
+    EXPECT_EQ(run.exit_status, 3);
+}
+
+TEST_F(Exchange, FindsTheStatusLineBehindALineWithoutNewline) {
+    const CommandRun run = run_with_answer("a cut lineEXIT STATUS 3 no\n");
+    EXPECT_EQ(run.output, "a cut line");
+    EXPECT_EQ(run.errors, "EXIT STATUS 3 no\n");
+    EXPECT_EQ(run.exit_status, 3);
+}
+
+TEST_F(Exchange, AddsNoNewlineToACutStatusLine) {
+    const std::string line = "EXIT STATUS 3 " + std::string(497, 'x');
+    const CommandRun run = run_with_answer("one\n" + line);
+    EXPECT_EQ(run.output, "one\n");
+    EXPECT_EQ(run.errors, line);
+    EXPECT_EQ(run.exit_status, 3);
+}
+
+TEST_F(Exchange, PrintsBytesThatAreNoText) {
+    const CommandRun run = run_with_answer("\0\xff\x80\r\0\n"s + "EXIT STATUS 3 n\0\xff\n"s);
+    EXPECT_EQ(run.output, "\0\xff\x80\r\0\n"s);
+    EXPECT_EQ(run.errors, "EXIT STATUS 3 n\0\xff\n"s);
+}
+
+struct Status {
+    std::string sent;
+    int exit_status;
+};
+
+void PrintTo(const Status& status, std::ostream* stream) {
+    *stream << status.sent;
+}
+
+class ExchangeStatus : public Exchange, public testing::WithParamInterface<Status> {};
+
+TEST_P(ExchangeStatus, BecomesTheExitStatus) {
+    const CommandRun run = run_with_answer("EXIT STATUS " + GetParam().sent + " text\n");
+    EXPECT_EQ(run.exit_status, GetParam().exit_status);
+    EXPECT_EQ(run.errors, "EXIT STATUS " + GetParam().sent + " text\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(Statuses, ExchangeStatus,
+                         testing::Values(Status{"0", 0}, Status{"1", 1}, Status{"135", 135}, Status{"254", 254},
+                                         Status{"255", 252}, Status{"256", 252}, Status{"5764", 252}, Status{"-1", 252},
+                                         Status{"2147483647", 252}, Status{"-2147483648", 252},
+                                         Status{"4294967296", 252}, Status{"18446744073709551616", 252}));
+
+TEST_F(Exchange, FailsWithoutAStatusLine) {
+    const CommandRun run = run_with_answer("one\nEXIT STATUS unknown\n");
+    EXPECT_EQ(run.exit_status, 255);
+    EXPECT_EQ(run.output, "one\nEXIT STATUS unknown\n");
+    EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line\n");
+}
+
+TEST_F(Exchange, FailsWithoutAnAnswer) {
+    const CommandRun run = run_with_answer("");
+    EXPECT_EQ(run.exit_status, 255);
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line\n");
+}
+
+TEST_F(Exchange, ReceivesAnAnswerThatComesBeforeTheRequestIsRead) {
+    Command command = start(much_to_send);
+    PeerConnection peer = listener_.accept();
+    std::string request;
+    const std::jthread script([&] {
+        peer.send(much_output);
+        request = peer.receive_request();
+        peer.send("EXIT STATUS 3 no\n");
+        peer.close();
+    });
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.output, much_output);
+    EXPECT_EQ(run.exit_status, 3);
+}
+
+TEST_F(Exchange, SendsAManifoldRequestWhole) {
+    const std::string request = request_of(Arguments{"CLEANUP"} + Arguments(100'000, "x"));
+    EXPECT_EQ(request.size(), std::string("6:100001,7:CLEANUP,").size() + 400'000);
+}
+
+TEST_F(Exchange, PrintsTheAnswerOfAPeerThatRefusesTheRequestUnread) {
+    Command command = start(much_to_send);
+    PeerConnection peer = listener_.accept();
+    peer.send("EXIT STATUS 135 not root\n");
+    peer.close();
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.errors, "EXIT STATUS 135 not root\n");
+    EXPECT_EQ(run.exit_status, 135);
+}
+
+TEST_F(Exchange, TellsWhyARequestThatWasNotReadHasNoAnswer) {
+    Command command = start(much_to_send);
+    listener_.accept().close();
+    const CommandRun run = command.finish();
+    EXPECT_THAT(run.errors, testing::AnyOf("zmlogadm: the answer has no status line: Broken pipe\n",
+                                           "zmlogadm: the answer has no status line: Connection reset by peer\n"));
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST(ExchangeOverTcp, PrintsTheAnswerOfAPeerThatRefusesTheRequestUnread) {
+    const PeerListener listener("127.0.0.1");
+    Command command(listener.options() + much_to_send);
+    PeerConnection peer = listener.accept();
+    peer.send("one\nEXIT STATUS 135 not root\n");
+    peer.close();
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.output, "one\n");
+    EXPECT_EQ(run.errors, "EXIT STATUS 135 not root\n");
+    EXPECT_EQ(run.exit_status, 135);
+}
+
+TEST(ExchangeOverTcp, TakesTheStatusLineBeforeAReset) {
+    const PeerListener listener("127.0.0.1");
+    Command command(listener.options() + Arguments{"CLEANUP"});
+    PeerConnection peer = listener.accept();
+    static_cast<void>(peer.receive_request());
+    peer.send("one\nEXIT STATUS 3 no\n");
+    command.await_output("one\n");
+    peer.reset();
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.output, "one\n");
+    EXPECT_EQ(run.errors, "EXIT STATUS 3 no\n");
+    EXPECT_EQ(run.exit_status, 3);
+}
+
+TEST(ExchangeOverTcp, FailsWhenAResetCutsTheStatusLine) {
+    const PeerListener listener("127.0.0.1");
+    Command command(listener.options() + Arguments{"CLEANUP"});
+    PeerConnection peer = listener.accept();
+    static_cast<void>(peer.receive_request());
+    peer.send("one\nEXIT STATUS 57");
+    command.await_output("one\n");
+    peer.reset();
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.output, "one\nEXIT STATUS 57");
+    EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line: Connection reset by peer\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(Exchange, FailsWhenNobodyReadsTheOutput) {
+    Command command = start({"CLEANUP"});
+    PeerConnection peer = listener_.accept();
+    static_cast<void>(peer.receive_request());
+    command.close_output();
+    peer.send("one\nEXIT STATUS 0 done\n");
+    peer.close();
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: Broken pipe\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(Exchange, FailsWhenTheOutputHasNoRoom) {
+    const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", with_output_to("/dev/full"));
+    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(Exchange, FailsWhenThereIsNoStandardOutput) {
+    const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", without_descriptors({1}));
+    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: Bad file descriptor\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(Exchange, SendsThePeerNothingOfItsAnswerWhenStandardDescriptorsAreMissing) {
+    Command command = start({"CLEANUP"}, without_descriptors({0, 1, 2}));
+    const PeerConnection peer = listener_.accept();
+    static_cast<void>(peer.receive_request());
+    peer.send("one\nEXIT STATUS 0 done\n");
+    peer.stop_sending();
+    EXPECT_EQ(peer.receive_to_end(), "");
+    EXPECT_EQ(command.finish().exit_status, 255);
+}
+
+TEST_F(Exchange, WaitsForRoomInAnOutputThatDoesNotBlock) {
+    Command command = start({"CLEANUP"}, [] { fcntl(STDOUT_FILENO, F_SETFL, O_WRONLY | O_NONBLOCK); });
+    PeerConnection peer = listener_.accept();
+    const std::jthread script([&] {
+        static_cast<void>(peer.receive_request());
+        peer.send(much_output + "EXIT STATUS 0 done\n");
+        peer.close();
+    });
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.output, much_output);
+    EXPECT_EQ(run.exit_status, 0);
+}
+
+}  // namespace

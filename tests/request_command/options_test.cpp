@@ -1,0 +1,166 @@
+#include "request_command/options.h"
+
+#include <getopt.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using Texts = std::vector<std::string>;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+Options parse(Texts arguments) {
+    arguments.insert(arguments.begin(), "zmlogadm");
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    optind = 0;  // a fresh command line
+    return parse_options(static_cast<int>(arguments.size()), pointers.data());
+}
+
+template <typename Kind>
+Kind peer_of(const Texts& arguments) {
+    return std::get<Kind>(parse(arguments).peer);
+}
+
+std::string refusal_of(const Texts& arguments) {
+    try {
+        parse(arguments);
+    } catch (const Refusal& refusal) {
+        return refusal.what();
+    }
+    return "not refused";
+}
+
+TEST(Options, StartTheInstalledAgentByDefault) {
+    EXPECT_EQ(peer_of<AgentFile>({"CLEANUP"}).path, "/usr/kumel/zembrath/bin/zmlogadmagent");
+    EXPECT_EQ(peer_of<AgentFile>({"-l", "CLEANUP"}).path, "/usr/kumel/zembrath/bin/zmlogadmagent");
+    EXPECT_EQ(peer_of<AgentFile>({"--local", "CLEANUP"}).path, "/usr/kumel/zembrath/bin/zmlogadmagent");
+}
+
+TEST(Options, NameTheAgentToStart) {
+    EXPECT_EQ(peer_of<AgentFile>({"--agent", "/a/b", "CLEANUP"}).path, "/a/b");
+    EXPECT_EQ(peer_of<AgentFile>({"--local", "--agent=/a/b", "CLEANUP"}).path, "/a/b");
+}
+
+TEST(Options, NameAHostOnTheDefaultPort) {
+    for (const Texts& options : {Texts{"-H", "there"}, Texts{"-Hthere"}, Texts{"--host", "there"}}) {
+        Texts arguments = options;
+        arguments.emplace_back("CLEANUP");
+        const auto host = peer_of<RemoteHost>(arguments);
+        EXPECT_EQ(host.name, "there");
+        EXPECT_EQ(host.port, 24761);
+    }
+}
+
+TEST(Options, NameAPort) {
+    EXPECT_EQ(peer_of<RemoteHost>({"-H", "there", "-p", "1", "CLEANUP"}).port, 1);
+    EXPECT_EQ(peer_of<RemoteHost>({"--port", "65535", "-H", "there", "CLEANUP"}).port, 65535);
+}
+
+TEST(Options, NameASocket) {
+    EXPECT_EQ(peer_of<LocalSocket>({"-S", "/a/b", "CLEANUP"}).path, "/a/b");
+    EXPECT_EQ(peer_of<LocalSocket>({"--socket", "/a/b", "CLEANUP"}).path, "/a/b");
+}
+
+TEST(Options, GiveConnectingThirtySecondsByDefault) {
+    EXPECT_EQ(parse({"CLEANUP"}).timeout, std::chrono::seconds(30));
+}
+
+TEST(Options, GiveConnectingTheTimeThatIsNamed) {
+    EXPECT_EQ(parse({"-t", "1", "CLEANUP"}).timeout, std::chrono::seconds(1));
+    EXPECT_EQ(parse({"--timeout", "86400", "CLEANUP"}).timeout, std::chrono::hours(24));
+}
+
+TEST(Options, EndAtTheWord) {
+    const Options options = parse({"-t", "7", "zmsu", "-t", "x", "--help", "-S"});
+    EXPECT_THAT(options.request, ElementsAre("zmsu", "-t", "x", "--help", "-S"));
+    EXPECT_EQ(options.timeout, std::chrono::seconds(7));
+    EXPECT_EQ(options.action, Action::send_request);
+}
+
+TEST(Options, EndAtTwoDashes) {
+    EXPECT_THAT(parse({"--", "-l", "x"}).request, ElementsAre("-l", "x"));
+}
+
+TEST(Options, LeaveTwoDashesBehindTheWordToTheRequest) {
+    EXPECT_THAT(parse({"zmsu", "--", "-l"}).request, ElementsAre("zmsu", "--", "-l"));
+}
+
+TEST(Options, TakeTextsOfEveryLengthThatAnAgentTakes) {
+    const std::string longest(2047, 'x');
+    EXPECT_THAT(parse({longest, "", longest}).request, ElementsAre(longest, "", longest));
+}
+
+TEST(Options, AskForHelpOrTheVersionWithoutAWord) {
+    EXPECT_EQ(parse({"-h"}).action, Action::show_help);
+    EXPECT_EQ(parse({"--help"}).action, Action::show_help);
+    EXPECT_EQ(parse({"-V"}).action, Action::show_version);
+    EXPECT_EQ(parse({"--version"}).action, Action::show_version);
+}
+
+TEST(Options, AreRefusedWithoutAWord) {
+    EXPECT_THAT(refusal_of({}), HasSubstr("a request word is missing"));
+    EXPECT_THAT(refusal_of({"-l"}), HasSubstr("a request word is missing"));
+    EXPECT_THAT(refusal_of({"--"}), HasSubstr("a request word is missing"));
+}
+
+TEST(Options, AreRefusedWhenUnknownOrWithoutTheirValue) {
+    for (const Texts& arguments : {Texts{"-x", "CLEANUP"}, Texts{"--unknown", "CLEANUP"}, Texts{"-lx", "CLEANUP"},
+                                   Texts{"--local=yes", "CLEANUP"}, Texts{"-H"}, Texts{"--agent"}}) {
+        EXPECT_THAT(refusal_of(arguments), HasSubstr("the options are not valid")) << arguments[0];
+    }
+}
+
+TEST(Options, AreRefusedWhenTheyContradictEachOther) {
+    EXPECT_THAT(refusal_of({"-S", "a", "-H", "b", "CLEANUP"}), HasSubstr("--socket cannot be used together"));
+    EXPECT_THAT(refusal_of({"-l", "-S", "a", "CLEANUP"}), HasSubstr("--socket cannot be used together"));
+    EXPECT_THAT(refusal_of({"-H", "b", "-l", "CLEANUP"}), HasSubstr("--host cannot be used together"));
+    EXPECT_THAT(refusal_of({"--agent", "a", "-H", "b", "CLEANUP"}), HasSubstr("--agent cannot be used together"));
+    EXPECT_THAT(refusal_of({"--agent", "a", "-S", "b", "CLEANUP"}), HasSubstr("--agent cannot be used together"));
+    EXPECT_THAT(refusal_of({"-p", "5", "CLEANUP"}), HasSubstr("--port needs --host"));
+    EXPECT_THAT(refusal_of({"-p", "5", "-S", "a", "CLEANUP"}), HasSubstr("--port needs --host"));
+}
+
+TEST(Options, AreRefusedWithNumbersOutOfRange) {
+    for (const char* port : {"0", "65536", "-1", "99999999999999999999", "", "x", "5x", " 5", "+5", "0x10", "5.0"}) {
+        EXPECT_THAT(refusal_of({"-H", "there", "-p", port, "CLEANUP"}),
+                    HasSubstr("the port is a number from 1 to 65535"))
+            << port;
+    }
+    for (const char* seconds : {"0", "86401", "-1", "99999999999999999999", "", "x", "5s", "1.5"}) {
+        EXPECT_THAT(refusal_of({"-t", seconds, "CLEANUP"}), HasSubstr("the time-out is a number from 1 to 86400"))
+            << seconds;
+    }
+}
+
+TEST(Options, AreRefusedWithTextsThatNoAgentTakes) {
+    const std::string too_long(2048, 'x');
+    EXPECT_THAT(refusal_of({too_long}), HasSubstr("the word has 2048 bytes"));
+    EXPECT_THAT(refusal_of({"CLEANUP", "a", too_long}), HasSubstr("argument 2 has 2048 bytes"));
+}
+
+TEST(HelpText, FitsAScreen) {
+    std::string_view rest = help_text;
+    EXPECT_LE(std::count(rest.begin(), rest.end(), '\n'), 24);
+    for (std::size_t end = 0; (end = rest.find('\n')) != std::string_view::npos; rest.remove_prefix(end + 1)) {
+        EXPECT_LE(end, 80U) << rest.substr(0, end);
+    }
+}
+
+TEST(HelpText, ListsEveryOptionAndWord) {
+    for (const char* name :
+         {"-H, --host", "-p, --port",    "-S, --socket",  "-l, --local",    "--agent",      "-t, --timeout",
+          "-h, --help", "-V, --version", "ENABLELOGGING", "DISABLELOGGING", "RESETLOGGING", "FETCHFILE",
+          "RUNZMSU",    "RUNZMCPLOGS",   "CALCLOGSIZE",   "GETDISKSPACE",   "ZMLA",         "CLEANUP",
+          "zmsu",       "zmcplogs",      "ktlogcfg",      "versioninfo"}) {
+        EXPECT_THAT(std::string(help_text), HasSubstr(name));
+    }
+}
+
+}  // namespace

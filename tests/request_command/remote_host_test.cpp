@@ -1,0 +1,201 @@
+// The way to a peer on another host: addresses, names, time-outs, source ports.
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "tests/request_command/command_run.h"
+#include "tests/support/scripted_peer.h"
+#include "tests/support/test_files.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr uid_t ordinary_user = 1000;
+
+// A port of this host that belongs to nobody.
+int free_port() {
+    return PeerListener("127.0.0.1").port();
+}
+
+void expect_to_be_reached(const PeerListener& listener, const Arguments& options) {
+    Command command(options + Arguments{"CLEANUP"});
+    PeerConnection peer = listener.accept();
+    EXPECT_EQ(peer.receive_request(), "1:1,7:CLEANUP,");
+    peer.send("EXIT STATUS 5 no\n");
+    peer.close();
+    EXPECT_EQ(command.finish().exit_status, 5);
+}
+
+std::string failure_to_connect(const Arguments& options, const Preparation& prepare = nullptr) {
+    const CommandRun run = run_command(options + Arguments{"CLEANUP"}, prepare);
+    EXPECT_EQ(run.exit_status, 255);
+    EXPECT_EQ(run.output, "");
+    return run.errors;
+}
+
+int source_port_of(const PeerListener& listener, const Preparation& prepare = nullptr) {
+    Command command(listener.options() + Arguments{"CLEANUP"}, prepare);
+    PeerConnection peer = listener.accept();
+    const int port = peer.source_port();
+    static_cast<void>(peer.receive_request());
+    peer.send("EXIT STATUS 0 done\n");
+    peer.close();
+    EXPECT_EQ(command.finish().exit_status, 0);
+    return port;
+}
+
+// Ports that are in use as long as this object lives.
+class UsedPorts {
+  public:
+    void use(int port) {
+        sockaddr_in any{};
+        any.sin_family = AF_INET;
+        any.sin_port = htons(static_cast<in_port_t>(port));
+        Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (bind(socket.get(), reinterpret_cast<const sockaddr*>(&any), sizeof any) == -1) {
+            throw std::system_error(errno, std::generic_category(), "use port " + std::to_string(port));
+        }
+        sockets_.push_back(std::move(socket));
+    }
+
+    // Uses all ports that root connects from, but for one.
+    void use_all_but(int left) {
+        for (int port = 512; port != 1024; ++port) {
+            if (port != left) {
+                use(port);
+            }
+        }
+    }
+
+  private:
+    std::vector<Descriptor> sockets_;
+};
+
+TEST(RemoteHost, IsReachedByAnIpv4Address) {
+    const PeerListener listener("127.0.0.1");
+    expect_to_be_reached(listener, {"-H", "127.0.0.1", "-p", std::to_string(listener.port())});
+}
+
+TEST(RemoteHost, IsReachedByAnIpv6Address) {
+    const PeerListener listener("::1");
+    expect_to_be_reached(listener, {"-H", "::1", "-p", std::to_string(listener.port())});
+}
+
+TEST(RemoteHost, IsReachedByAName) {
+    write_file("/etc/hosts", "127.0.0.9 elsewhere\n");
+    const PeerListener listener("127.0.0.9");
+    expect_to_be_reached(listener, {"--host", "elsewhere", "--port", std::to_string(listener.port())});
+}
+
+TEST(RemoteHost, IsReachedOnTheDefaultPort) {
+    const PeerListener listener("127.0.0.1", 24761);
+    expect_to_be_reached(listener, {"-H", "127.0.0.1"});
+}
+
+// Of these addresses the IPv6 one is tried first.
+TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstRefuses) {
+    write_file("/etc/hosts", "::1 elsewhere\n127.0.0.1 elsewhere\n");
+    const PeerListener listener("127.0.0.1");
+    expect_to_be_reached(listener, {"-H", "elsewhere", "-p", std::to_string(listener.port())});
+}
+
+TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstHangs) {
+    write_file("/etc/hosts", "::1 elsewhere\n127.0.0.1 elsewhere\n");
+    const PeerListener listener("127.0.0.1");
+    PeerListener hanging("::1", listener.port());
+    hanging.hang();
+    expect_to_be_reached(listener, {"-t", "2", "-H", "elsewhere", "-p", std::to_string(listener.port())});
+}
+
+TEST(RemoteHost, FailsWithTheReasonOfEachAddress) {
+    write_file("/etc/hosts", "::1 elsewhere\n127.0.0.1 elsewhere\n");
+    PeerListener hanging("::1");
+    hanging.hang();
+    const std::string port = std::to_string(hanging.port());
+    EXPECT_EQ(failure_to_connect({"-t", "2", "-H", "elsewhere", "-p", port}),
+              "zmlogadm: cannot connect to elsewhere port " + port +
+                  ": ::1: Connection timed out; 127.0.0.1: Connection refused\n");
+}
+
+TEST(RemoteHost, IsGivenUpAfterTheTimeOut) {
+    PeerListener listener("127.0.0.1");
+    listener.hang();
+    EXPECT_EQ(failure_to_connect(listener.options() + Arguments{"-t", "1"}),
+              "zmlogadm: cannot connect to 127.0.0.1 port " + std::to_string(listener.port()) +
+                  ": 127.0.0.1: Connection timed out\n");
+}
+
+TEST(RemoteHost, MayRefuseTheConnection) {
+    const std::string port = std::to_string(free_port());
+    EXPECT_EQ(failure_to_connect({"-H", "127.0.0.1", "-p", port}),
+              "zmlogadm: cannot connect to 127.0.0.1 port " + port + ": 127.0.0.1: Connection refused\n");
+}
+
+TEST(RemoteHost, MayBeUnknown) {
+    write_file("/etc/nsswitch.conf", "hosts: files\n");
+    EXPECT_EQ(failure_to_connect({"-H", "nowhere"}), "zmlogadm: cannot look up nowhere: Name or service not known\n");
+}
+
+TEST(RemoteHost, IsGivenUpWhenItsLookUpTakesLongerThanTheTimeOut) {
+    write_file("/etc/resolv.conf", "nameserver 127.0.0.1\n");
+    const Descriptor silent_name_server(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(53);
+    ASSERT_EQ(bind(silent_name_server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(failure_to_connect({"-t", "1", "-H", "elsewhere.example.test"}),
+              "zmlogadm: the host could not be looked up within the time-out\n");
+    char byte = 0;
+    EXPECT_EQ(recv(silent_name_server.get(), &byte, 1, MSG_DONTWAIT), 1) << "the name server was not asked";
+}
+
+TEST(RemoteHost, SeesRootOnAReservedPort) {
+    for (const char* address : {"127.0.0.1", "::1"}) {
+        const int port = source_port_of(PeerListener(address));
+        EXPECT_GE(port, 512) << address;
+        EXPECT_LT(port, 1024) << address;
+    }
+}
+
+TEST(RemoteHost, SeesAnotherUserOnAnotherPort) {
+    EXPECT_GE(source_port_of(PeerListener("127.0.0.1"), as_user(ordinary_user)), 1024);
+}
+
+TEST(RemoteHost, SeesRootOnTheOnePortThatIsFree) {
+    for (const int port : {512, 700, 1023}) {
+        UsedPorts used;
+        used.use_all_but(port);
+        EXPECT_EQ(source_port_of(PeerListener("127.0.0.1")), port);
+    }
+}
+
+TEST(RemoteHost, IsNotConnectedToFromAnotherPortWhenRootsAreInUse) {
+    UsedPorts used;
+    used.use_all_but(0);
+    const PeerListener listener("127.0.0.1");
+    EXPECT_THAT(failure_to_connect(listener.options()),
+                HasSubstr("127.0.0.1: no source port from 512 to 1023 can be used: Address already in use\n"));
+    EXPECT_FALSE(listener.has_connection());
+}
+
+TEST(RemoteHost, IsNotConnectedToFromAnotherPortWhenRootHasLostItsPrivilege) {
+    const PeerListener listener("127.0.0.1");
+    EXPECT_THAT(failure_to_connect(listener.options(), as_user(0)),
+                HasSubstr("127.0.0.1: cannot use a source port below 1024: Permission denied\n"));
+    EXPECT_FALSE(listener.has_connection());
+}
+
+// A connection from a port to itself succeeds without anybody listening.
+TEST(RemoteHost, IsNotTheCommandItself) {
+    UsedPorts used;
+    used.use_all_but(700);
+    EXPECT_THAT(failure_to_connect({"-H", "127.0.0.1", "-p", "700"}), HasSubstr("127.0.0.1: Connection refused\n"));
+}
+
+}  // namespace
