@@ -18,6 +18,9 @@ class AgentConnection {
     // Returns what has reached the peer since the last call. What was written has: nothing is waited for.
     std::string received();
 
+    // Returns what the peer has sent and the agent has not read.
+    std::string left_for_agent();
+
   private:
     Descriptor agent_;
     Descriptor peer_;

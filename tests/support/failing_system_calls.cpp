@@ -101,7 +101,8 @@ mode_t __wrap_umask(mode_t mask) {
 }
 
 sighandler_t __wrap_signal(int signal_number, sighandler_t handler) {
-    record("signal" + number(signal_number) + (handler == SIG_IGN ? " ignored" : " handled"));
+    const char* const disposition = handler == SIG_IGN ? " ignored" : handler == SIG_DFL ? " default" : " handled";
+    record("signal" + number(signal_number) + disposition);
     return __real_signal(signal_number, handler);
 }
 
@@ -162,6 +163,10 @@ ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
 
 ssize_t __wrap_recv(int fd, void* bytes, size_t count, int flags) {
     record("recv" + number(fd) + " " + std::to_string(count) + number(flags));
+    if (faults.bytes_without_end) {
+        memset(bytes, 'x', count);
+        return static_cast<ssize_t>(count);
+    }
     return faults.nothing_received != 0 ? fail(faults.nothing_received) : __real_recv(fd, bytes, count, flags);
 }
 
@@ -195,7 +200,10 @@ int __wrap_rmdir(const char* path) {
 
 int __wrap_rename(const char* from, const char* to) {
     record(std::string("rename ") + from + " " + to);
-    return faults.file_not_renamed != 0 ? fail(faults.file_not_renamed) : __real_rename(from, to);
+    if (failing_system_calls::fails_now(faults.file_not_renamed, faults.renames_before_that)) {
+        return fail(faults.file_not_renamed);
+    }
+    return __real_rename(from, to);
 }
 
 dirent* __wrap_readdir(DIR* directory) {

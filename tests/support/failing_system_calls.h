@@ -34,6 +34,7 @@ struct Faults {
     int watched_descriptor = -1;
     std::deque<WriteOutcome> writes;  // then writes go through again
     int nothing_received = 0;         // recv
+    bool bytes_without_end = false;   // recv always has some
     bool pauses_skipped = false;      // nanosleep returns at once
 
     std::string uncreatable_directory;  // mkdir of this path fails
@@ -42,6 +43,7 @@ struct Faults {
     int file_not_removed = 0;
     int directory_not_removed = 0;  // rmdir
     int file_not_renamed = 0;
+    int renames_before_that = 0;
     int entries_not_read = 0;  // readdir fails
     int entries_before_that = 0;
 

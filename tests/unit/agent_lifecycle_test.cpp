@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
+#include <functional>
 
 #include "tests/support/call_journal.h"
 #include "tests/unit/agent_test.h"
@@ -40,11 +42,11 @@ class AgentLifecycle : public ProductPathTest {
         }
     }
 
-    // Runs the agent in a child process with the connection on descriptor 0, all but the descriptor named `closed`.
-    int run(int closed = -1) {
+    // Runs the agent in a child process with the connection on descriptor 0, once that process has been prepared.
+    int run(const std::function<void()>& prepare = [] {}) {
         const int status = run_in_child([&] {
             dup3(socket_.agent(), STDIN_FILENO, 0);
-            close(closed);
+            prepare();
             call_journal::clear();
             return agent_main();
         });
@@ -59,22 +61,15 @@ TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
     const int next = next_descriptor();
     request({"FETCHFILE"});
     EXPECT_EQ(run(), 0);
-    Texts expected = {"umask 18",
-                      "open /dev/null",
-                      "dup2 " + number(next) + " 1",
-                      "open /dev/null",
-                      "dup2 " + number(next) + " 2",
-                      "dup 0",
-                      "open /dev/null",
-                      "dup2 " + number(next + 1) + " 0",
-                      "ZM_read_master_config",
-                      "open_debug_log /usr/kumel/zembrath/logs zmlogadmagent zmlogadmagent 438 0",
-                      "signal 13 ignored",
-                      "xnet_verify_peer_creds " + number(next) + " 1515015233 1 0 0 null 60",
-                      "xnet_get_max_timeout",
-                      "get_long " + number(next) + " 300 0",
-                      "xnet_get_max_timeout",
-                      "get_string " + number(next) + " cleared 2047 301"};
+    const std::string socket = number(next);
+    const Texts expected = {
+        "umask 18", "open /dev/null", "dup2 " + socket + " 1", "open /dev/null", "dup2 " + socket + " 2", "dup 0",
+        "open /dev/null", "dup2 " + number(next + 1) + " 0", "ZM_read_master_config",
+        "open_debug_log /usr/kumel/zembrath/logs zmlogadmagent zmlogadmagent 438 0", "signal 13 ignored",
+        "signal 17 default", "xnet_verify_peer_creds " + socket + " 1515015233 1 0 0 null 60", "xnet_get_max_timeout",
+        "get_long " + socket + " 300 0", "xnet_get_max_timeout", "get_string " + socket + " cleared 2047 301",
+        // What the peer has sent beside the request.
+        "recv " + socket + " 16384 64"};
     EXPECT_EQ(calls(), expected);
 }
 
@@ -115,20 +110,20 @@ TEST_F(AgentLifecycle, ServesOneRequestFromReceptionToTheStatusLine) {
 }
 
 TEST_F(AgentLifecycle, EndsWith11WhenStdoutWasClosed) {
-    EXPECT_EQ(run(STDOUT_FILENO), 11);
+    EXPECT_EQ(run([] { close(STDOUT_FILENO); }), 11);
     EXPECT_EQ(child_messages(), (Lines{{error, "redirect_fd", "Can't redirect fd to itself FD=1"}}));
     EXPECT_EQ(calls_of("ZM_read_master_config"), Texts{});
     EXPECT_EQ(socket_.received(), "");
 }
 
 TEST_F(AgentLifecycle, EndsWith12WhenStderrWasClosed) {
-    EXPECT_EQ(run(STDERR_FILENO), 12);
+    EXPECT_EQ(run([] { close(STDERR_FILENO); }), 12);
     EXPECT_EQ(child_messages(), (Lines{{error, "redirect_fd", "Can't redirect fd to itself FD=2"}}));
     EXPECT_EQ(socket_.received(), "");
 }
 
 TEST_F(AgentLifecycle, EndsWith17WithoutAMessageWhenStdinWasClosed) {
-    EXPECT_EQ(run(STDIN_FILENO), 17);
+    EXPECT_EQ(run([] { close(STDIN_FILENO); }), 17);
     EXPECT_EQ(child_messages(), Lines{});
     EXPECT_EQ(calls_of("ZM_read_master_config"), Texts{});
 }
@@ -219,6 +214,36 @@ TEST_F(AgentLifecycle, RunsTheToolOfAnExternalWord) {
     EXPECT_EQ(run(), 3);
     EXPECT_EQ(socket_.received(), "tool -v\n\nEXIT STATUS 3 text of 3\n");
     EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"), Lines{});
+}
+
+TEST_F(AgentLifecycle, HandsNothingToAToolThatTheNetworkServiceLeftOpen) {
+    const Descriptor stray(dup3(STDIN_FILENO, 300, 0));
+    write_tool(support + "old_zmsu", "for fd; do [ -e /proc/$$/fd/$fd ] && echo open || echo closed; done\n");
+    request({"zmsu", number(next_descriptor()), "300"});
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(socket_.received(), "open\nclosed\n\nEXIT STATUS 0 text of 0\n");
+}
+
+TEST_F(AgentLifecycle, WaitsForItsToolAlsoWhenTheNetworkServiceIgnoresItsChildren) {
+    write_tool(support + "old_zmsu", "exit 3\n");
+    request({"zmsu"});
+    EXPECT_EQ(run([] { signal(SIGCHLD, SIG_IGN); }), 3);
+    EXPECT_EQ(socket_.received(), "\nEXIT STATUS 3 text of 3\n");
+}
+
+TEST_F(AgentLifecycle, ThrowsAwayWhatARefusedPeerHasSent) {
+    script.peer_flags = 0x40;
+    socket_.peer_sends(std::string(50'000, 'x'));
+    EXPECT_EQ(run(), 252);
+    EXPECT_EQ(socket_.received(), "EXIT STATUS 5762 text of 5762\n");
+    EXPECT_EQ(socket_.left_for_agent(), "");
+}
+
+TEST_F(AgentLifecycle, DoesNotReadForEverFromAPeerThatGoesOnSending) {
+    request({"FETCHFILE"});
+    faults.bytes_without_end = true;
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(calls_of("recv").size(), 64U);
 }
 
 TEST_F(AgentLifecycle, ReturnsALargeStatusUnchangedSoThatItsLowEightBitsRemain) {

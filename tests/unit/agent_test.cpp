@@ -1,6 +1,7 @@
 #include "tests/unit/agent_test.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include "tests/support/private_root.h"
 
 AgentTest::AgentTest() {
+    umask(022);  // what the agent sets itself
     failing_system_calls::reset();
     recording_platform::reset();
     g_termdir.clear();

@@ -75,7 +75,7 @@ TEST_F(CleanupRequest, DoesNotRemoveAResultThatHoldsASubdirectory) {
     make_folder(result_ + "/below");
     EXPECT_EQ(clean_up({result_}), 5784);
     EXPECT_TRUE(exists(result_ + "/below"));
-    EXPECT_TRUE(socket_.received().starts_with("CLEANUP: Failed to clean up " + result_ + ": "));
+    EXPECT_EQ(socket_.received(), "CLEANUP: Failed to clean up " + result_ + ": Directory not empty\n");
     EXPECT_EQ(messages_under("remove_directory").front(),
               (LogLine{information, "remove_directory", "Removing directory (" + result_ + ") Option(0)"}));
 }

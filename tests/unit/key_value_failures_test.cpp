@@ -143,6 +143,18 @@ TEST_F(KeyValueFileReplacement, UsesAStaleCopyWithItsOwnMode) {
     }
 }
 
+TEST_F(KeyValueFileReplacement, DoesNotWriteThroughALinkInThePlaceOfTheCopy) {
+    const std::string other = folder_.path("other");
+    write_file(other, "kept");
+    make_link(other, copy_);
+    const std::string text = "Could not open file " + copy_ + " for writing E=40 (Too many levels of symbolic links)";
+    EXPECT_EQ(set(), 5803);
+    expect_told("set_parameter_value", text);
+    EXPECT_EQ(unset(), 5804);
+    expect_told("unset_parameter", text);
+    EXPECT_EQ(read_file(other), "kept");
+}
+
 TEST_F(KeyValueFileReplacement, PutsAFileInThePlaceOfALink) {
     const std::string link = folder_.path("link");
     make_link(path_, link);

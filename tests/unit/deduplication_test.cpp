@@ -1,0 +1,259 @@
+#include "logging_config/deduplication.h"
+
+#include <array>
+#include <cerrno>
+
+#include "tests/unit/agent_test.h"
+
+namespace {
+
+using recording_platform::calls_of;
+using recording_platform::messages;
+using recording_platform::messages_under;
+
+constexpr int error = 16;
+constexpr int information = 4;
+constexpr int detail = 2;
+const std::string registry = "/etc/rkregistry.cfg";
+const std::string fixed_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
+const std::string named_file = "/usr/kumel/named/kpa.cfg";
+
+class GetKpaConfFilepath : public AgentTest {
+  protected:
+    int find(const std::string& text) {
+        write_file(registry_, text);
+        return get_kpa_conf_filepath(registry_, path_, buffer_.data(), buffer_.size());
+    }
+
+    ScratchFolder folder_;
+    const std::string registry_ = folder_.path("registry");
+    std::string path_;
+    std::array<char, 1024> buffer_{"untouched"};
+};
+
+TEST_F(GetKpaConfFilepath, IsWhatFollowsTheEqualsSign) {
+    EXPECT_EQ(find("other=/x\nPath=/etc/kpa.cfg\n"), 0);
+    EXPECT_EQ(path_, "/etc/kpa.cfg");
+    EXPECT_STREQ(buffer_.data(), "untouched");
+    EXPECT_EQ(messages(), Lines{});
+}
+
+TEST_F(GetKpaConfFilepath, ComesFromTheFirstLineWithTheMarkerAnywhere) {
+    EXPECT_EQ(find("# kpa.cfg=/first\nPath=/second/kpa.cfg\n"), 0);
+    EXPECT_EQ(path_, "/first");
+}
+
+TEST_F(GetKpaConfFilepath, IsNotTrimmedAndKeepsFurtherEqualsSigns) {
+    EXPECT_EQ(find("kpa.cfg = /a=b \r\n"), 0);
+    EXPECT_EQ(path_, " /a=b \r");
+}
+
+TEST_F(GetKpaConfFilepath, ComesFromALastLineWithoutANewline) {
+    EXPECT_EQ(find("a\nx=/kpa.cfg"), 0);
+    EXPECT_EQ(path_, "/kpa.cfg");
+}
+
+TEST_F(GetKpaConfFilepath, StaysAsItWasForALineWithoutAnEqualsSign) {
+    path_ = "before";
+    EXPECT_EQ(find("kpa.cfg\nx=/kpa.cfg\n"), 0);
+    EXPECT_EQ(path_, "before");
+}
+
+TEST_F(GetKpaConfFilepath, IsEmptyForALineThatEndsInTheEqualsSign) {
+    path_ = "before";
+    EXPECT_EQ(find("kpa.cfg=\n"), 0);
+    EXPECT_EQ(path_, "");
+}
+
+TEST_F(GetKpaConfFilepath, Returns5806WithoutALine) {
+    for (const std::string text : {"", "x=/y\n", "KPA.CFG=/x\n", "kpa=cfg\nkpa\n.cfg"}) {
+        recording_platform::reset();
+        EXPECT_EQ(find(text), 5806);
+        const std::string told = "Failed to find kpa.cfg entry in " + registry_;
+        EXPECT_EQ(buffer_.data(), told);
+        EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
+    }
+    EXPECT_EQ(path_, "");
+}
+
+TEST_F(GetKpaConfFilepath, Returns5803WhenTheRegistryCannotBeOpened) {
+    const std::string missing = folder_.path("%s%n");
+    EXPECT_EQ(get_kpa_conf_filepath(missing, path_, buffer_.data(), buffer_.size()), 5803);
+    const std::string told = "Failed to open file (" + missing + ") E=2 (No such file or directory)";
+    EXPECT_EQ(buffer_.data(), told);
+    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
+}
+
+TEST_F(GetKpaConfFilepath, NeverOverrunsTheBuffer) {
+    for (const unsigned long size : {1UL, 8UL}) {
+        std::string buffer(100, '~');
+        EXPECT_EQ(get_kpa_conf_filepath("/missing", path_, buffer.data(), size), 5803);
+        EXPECT_EQ(buffer, std::string("Failed to open").substr(0, size - 1) + '\0' + std::string(100 - size, '~'));
+        write_file(registry_, "");
+        buffer.assign(100, '~');
+        EXPECT_EQ(get_kpa_conf_filepath(registry_, path_, buffer.data(), size), 5806);
+        EXPECT_EQ(buffer, std::string("Failed to find").substr(0, size - 1) + '\0' + std::string(100 - size, '~'));
+    }
+}
+
+class GetRkConfFilepath : public ProductPathTest {
+  protected:
+    int find(const std::string& component) {
+        return get_rk_conf_filepath(component, path_, buffer_.data(), buffer_.size());
+    }
+
+    std::string path_;
+    std::array<char, 1024> buffer_{};
+};
+
+TEST_F(GetRkConfFilepath, IsFixedForQtpiped) {
+    EXPECT_EQ(find("qtpiped"), 0);
+    EXPECT_EQ(path_, fixed_file);
+    EXPECT_EQ(messages(), Lines{});
+    EXPECT_EQ(calls_of("open"), Texts{});
+}
+
+TEST_F(GetRkConfFilepath, IsTheRegistrysForEveryOtherComponent) {
+    write_file(registry, "x=" + named_file + "\n");
+    for (const std::string component : {"kpad", "kpafsd", "QTPIPED", "qtpiped ", ""}) {
+        recording_platform::reset();
+        path_.clear();
+        EXPECT_EQ(find(component), 0);
+        EXPECT_EQ(path_, named_file);
+        EXPECT_EQ(
+            messages(),
+            (Lines{{detail, "get_rk_conf_filepath", "Morvisk configuration file path=" + named_file + " RV=0 ERR="}}));
+    }
+}
+
+TEST_F(GetRkConfFilepath, ReturnsTheStatusOfTheRegistry) {
+    EXPECT_EQ(find("kpad"), 5803);
+    EXPECT_EQ(messages().at(1), (LogLine{detail, "get_rk_conf_filepath",
+                                         "Morvisk configuration file path= RV=5803 ERR=Failed to open file (" +
+                                             registry + ") E=2 (No such file or directory)"}));
+    write_file(registry, "");
+    EXPECT_EQ(find("kpad"), 5806);
+    EXPECT_EQ(messages().back(),
+              (LogLine{detail, "get_rk_conf_filepath",
+                       "Morvisk configuration file path= RV=5806 ERR=Failed to find kpa.cfg entry in " + registry}));
+}
+
+class ProcessRk : public ProductPathTest {
+  protected:
+    int process(const Values& values) { return process_rk("RK", values, responses_); }
+
+    static constexpr const char* tag = "process_rk";
+    Responses responses_;
+};
+
+TEST_F(ProcessRk, SetsTheLoggingOfQtpiped) {
+    write_file(fixed_file, "#Logging=none\n");
+    EXPECT_EQ(process({"qtpiped=full"}), 0);
+    EXPECT_EQ(read_file(fixed_file), "Logging=full,thread\n");
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:qtpiped STATUS=0 MSG=Set debug logging 'full'\n"}));
+    EXPECT_EQ(messages(), (Lines{{information, tag, responses_.at(0)}}));
+}
+
+TEST_F(ProcessRk, TakesFullForANameAlone) {
+    write_file(fixed_file, "");
+    EXPECT_EQ(process({"qtpiped"}), 0);
+    EXPECT_EQ(read_file(fixed_file), "Logging=full,thread\n");
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:qtpiped STATUS=0 MSG=Set debug logging 'full'\n"}));
+}
+
+TEST_F(ProcessRk, TakesAnEmptyValueAndFurtherEqualsSigns) {
+    write_file(fixed_file, "");
+    process({"qtpiped="});
+    EXPECT_EQ(read_file(fixed_file), "Logging=,thread\n");
+    process({"qtpiped=a=b"});
+    EXPECT_EQ(read_file(fixed_file), "Logging=a=b,thread\n");
+}
+
+TEST_F(ProcessRk, EditsASharedFileOnceAndRepeatsTheOutcome) {
+    write_file(registry, "x=" + named_file + "\n");
+    write_file(named_file, "");
+    EXPECT_EQ(process({"kpad=full", "kpafsd=none", "x"}), 0);
+    EXPECT_EQ(read_file(named_file), "Logging=full,thread\n");
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=0 MSG=Set debug logging 'full'\n",
+                                     "PROCESS=RK:kpafsd STATUS=0 MSG=Set debug logging 'none'\n",
+                                     "PROCESS=RK:x STATUS=0 MSG=Set debug logging 'full'\n"}));
+    EXPECT_EQ(calls_of("rename").size(), 1U);
+    EXPECT_EQ(messages_under(tag), (Lines{{information, tag, responses_.at(0)},
+                                          {detail, tag, "Using cached: EC=0 M="},
+                                          {information, tag, responses_.at(1)},
+                                          {detail, tag, "Using cached: EC=0 M="},
+                                          {information, tag, responses_.at(2)}}));
+}
+
+TEST_F(ProcessRk, EditsEachFileOfARequest) {
+    write_file(registry, "x=" + named_file + "\n");
+    write_file(named_file, "");
+    write_file(fixed_file, "");
+    EXPECT_EQ(process({"kpad=a", "qtpiped=b", "kpafsd=c", "qtpiped=d"}), 0);
+    EXPECT_EQ(read_file(named_file), "Logging=a,thread\n");
+    EXPECT_EQ(read_file(fixed_file), "Logging=b,thread\n");
+}
+
+TEST_F(ProcessRk, EditsAgainInTheNextRequest) {
+    write_file(fixed_file, "");
+    process({"qtpiped=a"});
+    process({"qtpiped=b"});
+    EXPECT_EQ(read_file(fixed_file), "Logging=b,thread\n");
+}
+
+TEST_F(ProcessRk, RepeatsAFailedOutcomeToo) {
+    write_file(registry, "x=" + named_file + "\n");
+    EXPECT_EQ(process({"kpad", "kpafsd=none"}), 0);
+    const std::string reason = "Could not open file " + named_file + " E=2 (No such file or directory)";
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=5803 MSG=" + reason + " (Value=full)\n",
+                                     "PROCESS=RK:kpafsd STATUS=5803 MSG=" + reason + " (Value=none)\n"}));
+    EXPECT_EQ(messages_under(tag).at(1), (LogLine{detail, tag, "Using cached: EC=5803 M=" + reason}));
+    EXPECT_EQ(messages_under("set_parameter_value").size(), 1U);
+}
+
+TEST_F(ProcessRk, ReadsTheRegistryAfreshForEachComponent) {
+    write_file(registry, "x=" + named_file + "\n");
+    write_file(named_file, "");
+    process({"kpad", "qtpiped", "kpafsd"});
+    EXPECT_EQ(messages_under("get_rk_conf_filepath").size(), 2U);
+    EXPECT_EQ(calls_of("open " + registry).size(), 3U);  // the test's own one first
+}
+
+TEST_F(ProcessRk, TellsThatTheRegistryIsMissing) {
+    write_file(fixed_file, "");
+    EXPECT_EQ(process({"kpad=none", "qtpiped"}), 0);
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=5803 MSG=Failed to open file (" + registry +
+                                         ") E=2 (No such file or directory) (Value=none)\n",
+                                     "PROCESS=RK:qtpiped STATUS=0 MSG=Set debug logging 'full'\n"}));
+    EXPECT_EQ(messages_under(tag).at(0), (LogLine{information, tag, responses_.at(0)}));
+}
+
+TEST_F(ProcessRk, TellsThatTheRegistryNamesNoFile) {
+    write_file(registry, "nothing\n");
+    EXPECT_EQ(process({"kpad"}), 0);
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=5806 MSG=Failed to find kpa.cfg entry in " + registry +
+                                     " (Value=full)\n"}));
+}
+
+TEST_F(ProcessRk, FailsToEditTheEmptyPathOfALineWithoutAnEqualsSign) {
+    write_file(registry, "kpa.cfg\n");
+    EXPECT_EQ(process({"kpad"}), 0);
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=5803 MSG=Could not open file  E=2 (No such file or "
+                                     "directory) (Value=full)\n"}));
+}
+
+TEST_F(ProcessRk, DoesNothingWithoutAValue) {
+    EXPECT_EQ(process({}), 0);
+    EXPECT_EQ(responses_, Responses{});
+    EXPECT_EQ(messages(), Lines{});
+}
+
+TEST_F(ProcessRk, CutsTheLineTo2047Characters) {
+    write_file(registry, "x=" + named_file + "\n");
+    write_file(named_file, "");
+    const std::string name(2040, 'n');
+    process({name});
+    EXPECT_EQ(responses_, (Responses{("PROCESS=RK:" + name).substr(0, 2047)}));
+}
+
+}  // namespace
