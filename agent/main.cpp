@@ -59,8 +59,8 @@ void read_configuration_and_open_log() {
 // Sends the final line. What the peer sent and nobody read, such as the request of a peer that is refused, is thrown
 // away then: closing the socket on it would reset the connection, and that can overtake the line.
 void send_final_status(int status, int socket) {
-    constexpr int most_reads = 64;
-    std::array<char, 16384> unread;
+    constexpr int most_reads = 256;
+    std::array<char, 4096> unread;
     qas_report_exit_status(status, socket);
     for (int i = 0; i < most_reads && recv(socket, unread.data(), unread.size(), MSG_DONTWAIT) > 0; ++i) {
     }

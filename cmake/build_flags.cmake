@@ -30,5 +30,6 @@ else()
   # The agent is started for every request: what the dynamic loader would do is most of what a request costs.
   # The linker warns that name look-ups of a static program load parts of the C library at run time. That
   # holds for sources of names other than files and DNS, and ZMLA_SHARED_LIBC is there for hosts that have them.
-  target_link_options(program_flags INTERFACE -static-pie -Wl,--no-warnings)
+  # Packed relocations: the program relocates itself at every start.
+  target_link_options(program_flags INTERFACE -static-pie -Wl,-z,pack-relative-relocs -Wl,--no-warnings)
 endif()

@@ -74,7 +74,7 @@ inline bool write_all(int fd, std::string_view text) {
 // Appends what is left to read of the descriptor to `text`. Returns whether the end was reached; if not, errno
 // says why and what was read before stays in `text`.
 inline bool read_all(int fd, std::string& text) {
-    std::array<char, 16384> buffer;
+    std::array<char, 4096> buffer;
     for (;;) {
         const ssize_t count = ::read(fd, buffer.data(), buffer.size());
         if (count == 0) {

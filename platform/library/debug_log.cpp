@@ -42,16 +42,28 @@ class Line {
 
     // Whatever a peer sends, it does not become two lines or an escape sequence of somebody's terminal.
     void append_escaped(std::string_view text) {
-        for (const char byte : text) {
-            append_escaped(byte);
+        const char* rest = text.data();
+        const char* const end = rest + text.size();
+        for (const char* byte = rest; byte != end; ++byte) {
+            if (must_be_escaped(*byte)) {
+                text_.append(rest, byte);
+                append_escape(*byte);
+                rest = byte + 1;
+            }
         }
+        text_.append(rest, end);
     }
 
     // A single write, so lines of processes that share the log do not mix; if it fails there is nobody to tell.
     void write_to(int fd) const { (void)!write(fd, text_.data(), text_.size()); }
 
   private:
-    void append_escaped(char byte) {
+    static bool must_be_escaped(char byte) {
+        const auto value = static_cast<unsigned char>(byte);
+        return byte == '\\' || value < 32 || value == 127;
+    }
+
+    void append_escape(char byte) {
         constexpr std::string_view digits = "0123456789abcdef";
         const auto value = static_cast<unsigned char>(byte);
         if (byte == '\\') {
@@ -62,12 +74,10 @@ class Line {
             text_ += "\\r";
         } else if (byte == '\t') {
             text_ += "\\t";
-        } else if (value < 32 || value == 127) {
+        } else {
             text_ += "\\x";
             text_ += digits[value / 16];
             text_ += digits[value % 16];
-        } else {
-            text_ += byte;
         }
     }
 

@@ -23,19 +23,15 @@ class ValueReader {
     ValueReader(int socket, int timeout)
         : socket_(socket), deadline_(steady_clock::now() + std::chrono::seconds(timeout)) {}
 
-    // Reads a netstring of at most `longest` bytes into `text`, which has room for them.
+    // Reads a netstring of at most `longest` bytes into `text`, which has room for one more: the comma.
     int read_netstring(char* text, std::size_t longest, std::size_t& length) {
         if (const int error = read_length(longest, length)) {
             return error;
         }
-        if (const int error = read_exactly(text, length)) {
+        if (const int error = read_exactly(text, length + 1)) {
             return error;
         }
-        char comma = 0;
-        if (const int error = read_exactly(&comma, 1)) {
-            return error;
-        }
-        return comma == ',' ? 0 : EPROTO;
+        return text[length] == ',' ? 0 : EPROTO;
     }
 
   private:
@@ -99,9 +95,9 @@ int xnet_get_max_timeout() {
 }
 
 long get_long(int socket, int timeout, int* error) {
-    std::array<char, longest_number> text;
+    std::array<char, longest_number + 1> text;
     std::size_t length = 0;
-    int failure = ValueReader(socket, timeout).read_netstring(text.data(), text.size(), length);
+    int failure = ValueReader(socket, timeout).read_netstring(text.data(), longest_number, length);
     long number = 0;
     if (failure == 0) {
         const std::errc parsed = platform_library::parse_number(std::string_view(text.data(), length), number);
