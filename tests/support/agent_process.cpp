@@ -59,10 +59,11 @@ void write_process_file(const char* path, const std::string& text) {
 void become_user(uid_t user) {
     const std::string inside = std::to_string(user);
     const std::string outside = std::to_string(geteuid());
+    const std::string outside_group = std::to_string(getegid());
     check(unshare(CLONE_NEWUSER), "user namespace");
     write_process_file("/proc/self/setgroups", "deny");
     write_process_file("/proc/self/uid_map", inside + " " + outside + " 1");
-    write_process_file("/proc/self/gid_map", inside + " " + std::to_string(getegid()) + " 1");
+    write_process_file("/proc/self/gid_map", inside + " " + outside_group + " 1");
 }
 
 constexpr unsigned offset_of_argument(unsigned argument) {

@@ -1,0 +1,280 @@
+// CLEANUP: the removal of earlier collection results.
+#include <cerrno>
+#include <cstring>
+
+#include "tests/support/log_matchers.h"
+#include "tests/support/product_test.h"
+#include "tests/support/request_case.h"
+#include "tests/support/test_files.h"
+
+namespace {
+
+const std::string middle = "12345678901234567890123456789";
+const std::string good_name = "zmla-" + middle + "-abcdef";
+const std::string good = "/tmp/" + good_name;
+const std::string other = "/opt/deep/er/zmla-" + middle + "-A!c e.";
+
+const std::string cleaned = "CLEANUP: Successfully cleaned up ";
+const std::string failed = "CLEANUP: Failed to clean up ";
+const std::string refused = "CLEANUP: Will not clean up unknown location: ";
+
+LogLine result(const std::string& directory, int index, int status, const std::string& answer) {
+    return {16, "perform_cleanup_zmladir",
+            "Cleanup result D=" + directory + " #D=" + std::to_string(index) + " NSC=" + std::to_string(status) +
+                " M=" + answer};
+}
+
+LogLine valid(const std::string& directory) {
+    return {4, "is_valid_zmladir", "Directory valid for removal: " + directory};
+}
+
+LogLine removing(const std::string& directory) {
+    return {4, "remove_directory", "Removing directory (" + directory + ") Option(0)"};
+}
+
+LogLine removal_failed(const std::string& what, int error) {
+    return {16, "remove_directory", what + " E=" + std::to_string(error) + " (" + strerror(error) + ")"};
+}
+
+LogLine not_removed(const std::string& path) {
+    return {16, "remove_directory", "failed to remove FILE=" + path + " RV=5784"};
+}
+
+// A directory of another shape, which is refused for the reason.
+RequestCase refusal(const std::string& name, const std::string& directory, const std::string& reason) {
+    return {
+        .name = name,
+        .request = {"CLEANUP", directory},
+        .answer = refused + directory + "\n",
+        .status = 5820,
+        .log = {{16, "is_valid_zmladir", "Invalid directory (ERR=" + reason + "): " + directory},
+                result(directory, 1, 5820, refused + directory)},
+    };
+}
+
+// As refusal, and the directory is there with a file in it, and stays.
+RequestCase refusal_of_a_directory(const std::string& name, const std::string& directory, const std::string& reason) {
+    RequestCase row = refusal(name, directory, reason);
+    row.before = {file(directory + "/file", "kept")};
+    row.after = {file(directory + "/file", "kept")};
+    return row;
+}
+
+class Cleanup : public RequestTable {};
+
+TEST_P(Cleanup, AnswersLogsAndRemoves) {
+    check(GetParam());
+}
+
+constexpr const char* format_error = "Does not match expected format";
+constexpr const char* prefix_error = "Expected directory prefix is missing";
+constexpr const char* length_error = "The middle is not 29 chars";
+constexpr const char* digits_error = "The middle is not all digits";
+constexpr const char* end_error = "The end is not 6 chars";
+
+const std::vector<RequestCase> refusals = {
+    refusal_of_a_directory("OtherName", "/tmp/logs", format_error),
+    refusal_of_a_directory("TwoPieces", "/tmp/zmla-" + middle, format_error),
+    refusal_of_a_directory("FourPieces", good + "-x", format_error),
+    refusal_of_a_directory("DashAtTheEnd", good + "-", format_error),
+    refusal_of_a_directory("NoDashBeforeTheEnd", "/tmp/zmla-" + middle + "abcdef", format_error),
+    refusal("TrailingSlash", good + "/", format_error),
+    refusal("Root", "/", format_error),
+    refusal("ParentBehindTheName", good + "/..", format_error),
+    refusal_of_a_directory("PrefixInCapitals", "/tmp/ZMLA-" + middle + "-abcdef", prefix_error),
+    refusal_of_a_directory("LongerPrefix", "/tmp/xzmla-" + middle + "-abcdef", prefix_error),
+    refusal_of_a_directory("EmptyPrefix", "/tmp/-" + middle + "-abcdef", prefix_error),
+    refusal("RelativePathWithAFolder", "tmp/" + good_name, prefix_error),
+    refusal("RelativePathFromTheParent", "../" + good_name, prefix_error),
+    refusal_of_a_directory("ShortMiddle", "/tmp/zmla-1234-abcdef", length_error),
+    refusal_of_a_directory("MiddleOf28", "/tmp/zmla-" + middle.substr(1) + "-abcdef", length_error),
+    refusal_of_a_directory("MiddleOf30", "/tmp/zmla-" + middle + "0-abcdef", length_error),
+    refusal_of_a_directory("LetterInTheMiddle", "/tmp/zmla-" + middle.substr(1) + "a-abcdef", digits_error),
+    refusal_of_a_directory("BlankInTheMiddle", "/tmp/zmla- " + middle.substr(1) + "-abcdef", digits_error),
+    refusal_of_a_directory("EndOf5", "/tmp/zmla-" + middle + "-abcde", end_error),
+    refusal_of_a_directory("EndOf7", "/tmp/zmla-" + middle + "-abcdefg", end_error),
+    refusal_of_a_directory("EmptyEnd", "/tmp/zmla-" + middle + "-", end_error),
+    refusal("EndOf6WithATrailingBlank", "/tmp/zmla-" + middle + "-abcde ", end_error),
+};
+
+INSTANTIATE_TEST_SUITE_P(Refusal, Cleanup, testing::ValuesIn(refusals), name_of_row);
+
+const std::vector<RequestCase> removals = {
+    {.name = "NoDirectory", .request = {"CLEANUP"}},
+    {
+        .name = "EmptyArgument",
+        .request = {"CLEANUP", ""},
+        .answer = refused + "\n",
+        .status = 5820,
+        .log = {{16, "is_valid_zmladir", "Directory path is empty!"}, result("", 1, 5820, refused)},
+    },
+    {
+        .name = "DirectoryWithFiles",
+        .request = {"CLEANUP", good},
+        .before = {file(good + "/one"), file(good + "/.two"), soft_link(good + "/three", "/etc/hosts")},
+        .answer = cleaned + good + "\n",
+        .log = {valid(good), removing(good), result(good, 1, 0, cleaned + good)},
+        .after = {missing(good), folder("/tmp")},
+    },
+    {
+        .name = "EmptyDirectory",
+        .request = {"CLEANUP", good},
+        .before = {folder(good)},
+        .answer = cleaned + good + "\n",
+        .log = {valid(good), removing(good), result(good, 1, 0, cleaned + good)},
+        .after = {missing(good)},
+    },
+    {
+        .name = "DirectoryAnywhereWithAnyCharactersAtTheEnd",
+        .request = {"CLEANUP", other},
+        .before = {file(other + "/one")},
+        .answer = cleaned + other + "\n",
+        .log = {valid(other), removing(other), result(other, 1, 0, cleaned + other)},
+        .after = {missing(other), empty_folder("/opt/deep/er")},
+    },
+    {
+        .name = "MissingDirectory",
+        .request = {"CLEANUP", good},
+        .answer = failed + good + ": " + strerror(ENOENT) + "\n",
+        .status = 5784,
+        .log = {valid(good), removal_failed("Failed to open dir: " + good, ENOENT),
+                result(good, 1, 5784, failed + good + ": " + strerror(ENOENT))},
+    },
+    {
+        .name = "FileOfTheName",
+        .request = {"CLEANUP", good},
+        .before = {file(good, "kept")},
+        .answer = failed + good + ": " + strerror(ENOTDIR) + "\n",
+        .status = 5784,
+        .log = {valid(good), removal_failed("Failed to open dir: " + good, ENOTDIR),
+                result(good, 1, 5784, failed + good + ": " + strerror(ENOTDIR))},
+        .after = {file(good, "kept")},
+    },
+    {
+        .name = "LeadingBlankThatTheNameTestIgnores",
+        .request = {"CLEANUP", " " + good},
+        .before = {file(good + "/file")},
+        .answer = failed + " " + good + ": " + strerror(ENOENT) + "\n",
+        .status = 5784,
+        .log = {valid(" " + good), removal_failed("Failed to open dir:  " + good, ENOENT),
+                result(" " + good, 1, 5784, failed + " " + good + ": " + strerror(ENOENT))},
+        .after = {folder(good)},
+    },
+    {
+        .name = "DirectoryWithAFolder",
+        .request = {"CLEANUP", good},
+        .before = {file(good + "/folder/file", "kept")},
+        .answer = failed + good + ": <text>\n",
+        .status = 5784,
+        .log = {valid(good),
+                removing(good),
+                {8, "remove_directory", "not removing internal dir (" + good + "/folder)"},
+                not_removed(good + "/folder"),
+                result(good, 1, 5784, failed + good + ": <text>")},
+        .after = {file(good + "/folder/file", "kept")},
+    },
+    {
+        .name = "LinkToAFolder",
+        .request = {"CLEANUP", good},
+        .before = {file("/tmp/folder/file", "kept"), folder(good), soft_link(good + "/link", "/tmp/folder")},
+        .answer = failed + good + ": <text>\n",
+        .status = 5784,
+        .log = {valid(good),
+                removing(good),
+                {8, "remove_directory", "not removing internal dir (" + good + "/link)"},
+                not_removed(good + "/link"),
+                result(good, 1, 5784, failed + good + ": <text>")},
+        .after = {file("/tmp/folder/file", "kept"), soft_link(good + "/link", "/tmp/folder")},
+    },
+    {
+        .name = "LinkToAFileWithoutTheFile",
+        .request = {"CLEANUP", good},
+        .before = {file("/tmp/file", "kept"), folder(good), soft_link(good + "/link", "/tmp/file")},
+        .answer = cleaned + good + "\n",
+        .log = {valid(good), removing(good), result(good, 1, 0, cleaned + good)},
+        .after = {file("/tmp/file", "kept"), missing(good)},
+    },
+    {
+        .name = "DanglingLink",
+        .request = {"CLEANUP", good},
+        .before = {file(good + "/file"), soft_link(good + "/link", "/missing")},
+        .answer = failed + good + ": " + strerror(ENOTEMPTY) + "\n",
+        .status = 5784,
+        .log = {valid(good), removing(good), removal_failed("cannot access " + good + "/link", ENOENT),
+                removal_failed("rmdir failed DIR=" + good, ENOTEMPTY),
+                result(good, 1, 5784, failed + good + ": " + strerror(ENOTEMPTY))},
+        .after = {missing(good + "/file"), soft_link(good + "/link", "/missing")},
+    },
+    {
+        .name = "LinkOfTheName",
+        .request = {"CLEANUP", good},
+        .before = {file("/tmp/real/file"), soft_link(good, "/tmp/real")},
+        .answer = failed + good + ": " + strerror(ENOTDIR) + "\n",
+        .status = 5784,
+        .log = {valid(good), removing(good), removal_failed("rmdir failed DIR=" + good, ENOTDIR),
+                result(good, 1, 5784, failed + good + ": " + strerror(ENOTDIR))},
+        .after = {soft_link(good, "/tmp/real"), empty_folder("/tmp/real")},
+    },
+    {
+        .name = "LaterSuccessThatHidesAFailure",
+        .request = {"CLEANUP", "/tmp/logs", good},
+        .before = {folder(good)},
+        .answer = refused + "/tmp/logs\n" + cleaned + good + "\n",
+        .log = {{16, "is_valid_zmladir", std::string("Invalid directory (ERR=") + format_error + "): /tmp/logs"},
+                result("/tmp/logs", 1, 5820, refused + "/tmp/logs"),
+                valid(good),
+                removing(good),
+                result(good, 2, 0, cleaned + good)},
+        .after = {missing(good)},
+    },
+    {
+        .name = "FailureOfTheLast",
+        .request = {"CLEANUP", good, "/tmp/logs"},
+        .before = {folder(good)},
+        .answer = cleaned + good + "\n" + refused + "/tmp/logs\n",
+        .status = 5820,
+        .log = {valid(good),
+                removing(good),
+                result(good, 1, 0, cleaned + good),
+                {16, "is_valid_zmladir", std::string("Invalid directory (ERR=") + format_error + "): /tmp/logs"},
+                result("/tmp/logs", 2, 5820, refused + "/tmp/logs")},
+        .after = {missing(good)},
+    },
+};
+
+INSTANTIATE_TEST_SUITE_P(Removal, Cleanup, testing::ValuesIn(removals), name_of_row);
+
+class CleanupRequest : public ProductTest {};
+
+TEST_F(CleanupRequest, TakesABareNameInTheWorkingFolder) {
+    make_folder(good);
+    AgentOptions options;
+    options.working_folder = "/tmp";
+    const AgentRun run = run_agent({"CLEANUP", good_name}, options);
+    EXPECT_EQ(run.output(), cleaned + good_name + "\n");
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_FALSE(exists(good));
+}
+
+TEST_F(CleanupRequest, TakesTheNameBehindABackslash) {
+    const std::string directory = "C:\\logs\\" + good_name;
+    make_folder("/tmp/" + directory);
+    AgentOptions options;
+    options.working_folder = "/tmp";
+    const AgentRun run = run_agent({"CLEANUP", directory}, options);
+    EXPECT_EQ(run.output(), cleaned + directory + "\n");
+    EXPECT_FALSE(exists("/tmp/" + directory));
+}
+
+TEST_F(CleanupRequest, StopsWhenItsAnswerCannotBeSent) {
+    make_folder(good);
+    make_folder(good.substr(0, good.size() - 1) + "g");
+    const AgentRun run = run_agent_without_peer({"CLEANUP", good, good.substr(0, good.size() - 1) + "g"});
+    EXPECT_EQ(run.exit_status(), 5796 & 0xff);
+    EXPECT_FALSE(exists(good));
+    EXPECT_TRUE(exists(good.substr(0, good.size() - 1) + "g"));
+    EXPECT_THAT(run.log, LogHas({16, "perform_cleanup_zmladir", "clean up response send failed RV=5796"}));
+    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=5796"}));
+}
+
+}  // namespace
