@@ -1,0 +1,221 @@
+// Opening the debug log.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+
+#include "platform/runtime.h"
+#include "tests/platform/child_process.h"
+#include "tests/platform/system_calls.h"
+#include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
+
+using system_calls::faults;
+
+namespace {
+
+constexpr time_t noon_of_2024_02_29 = 1'709'208'000;
+
+// At noon of 29 February 2024, universal time.
+class DebugLogOpening : public testing::Test {
+  protected:
+    DebugLogOpening() {
+        system_calls::reset();
+        faults.time_of_day = timespec{noon_of_2024_02_29, 0};
+    }
+    ~DebugLogOpening() override { system_calls::reset(); }
+
+    [[nodiscard]] int open_log(int mode = 0666) const {
+        int out = 0;
+        return open_debug_log(root_.path().c_str(), "agent", "agent", mode, &out);
+    }
+
+    ScratchFolder root_;
+    std::string log_ = root_.path("agent/log.20240229");
+};
+
+void set_time_zone(const char* zone) {
+    setenv("TZ", zone, 1);
+    tzset();
+}
+
+}  // namespace
+
+TEST_F(DebugLogOpening, NamesTheFileAfterTheLocalDate) {
+    struct Row {
+        const char* zone;
+        const char* name;
+    };
+    for (const Row& row : {Row{"UTC0", "log.20240229"}, Row{"EAST-13", "log.20240301"}, Row{"WEST+12", "log.20240229"},
+                           Row{"WEST+13", "log.20240228"}}) {
+        remove_tree(root_.path("agent"));
+        EXPECT_TRUE(succeeds_in_child([&] {
+            set_time_zone(row.zone);
+            EXPECT_NE(open_log(), -1);
+        }));
+        EXPECT_EQ(names_in(root_.path("agent")), std::vector<std::string>{row.name}) << row.zone;
+    }
+}
+
+TEST_F(DebugLogOpening, StaysWithTheDateOnWhichTheAgentStarted) {
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        ASSERT_NE(open_log(), -1);
+        faults.time_of_day->tv_sec += 86400;
+        logmsgf(log_level::information, "t", "the next day");
+    }));
+    EXPECT_EQ(names_in(root_.path("agent")), std::vector<std::string>{"log.20240229"});
+    EXPECT_NE(read_file(log_).find("the next day"), std::string::npos);
+}
+
+TEST_F(DebugLogOpening, DropsMessagesBeforeIt) {
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        logmsgf(log_level::error, "t", "early");
+        ASSERT_NE(open_log(), -1);
+        logmsgf(log_level::error, "t", "late");
+    }));
+    EXPECT_TRUE(read_file(log_).ends_with("<16> t: late\n"));
+    EXPECT_EQ(read_file(log_).find("early"), std::string::npos);
+}
+
+TEST_F(DebugLogOpening, Appends) {
+    write_file(log_, "earlier\n");
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        ASSERT_NE(open_log(), -1);
+        write_file(log_, "cut short\n");
+        logmsgf(log_level::error, "t", "m");
+    }));
+    const std::string log = read_file(log_);
+    EXPECT_TRUE(log.starts_with("cut short\n12:00:00.000 [")) << log;
+}
+
+TEST_F(DebugLogOpening, KeepsWhatTheFileHolds) {
+    write_file(log_, "earlier\n");
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        ASSERT_NE(open_log(), -1);
+        logmsgf(log_level::error, "t", "m");
+    }));
+    const std::string log = read_file(log_);
+    EXPECT_TRUE(log.starts_with("earlier\n12:00:00.000 [")) << log;
+    EXPECT_TRUE(log.ends_with("] <16> t: m\n")) << log;
+}
+
+TEST_F(DebugLogOpening, CreatesTheFileWithTheModeLessTheUmask) {
+    struct Row {
+        mode_t mask;
+        int mode;
+        unsigned file;
+        unsigned folder;
+    };
+    for (const Row& row :
+         {Row{0, 0666, 0666, 0755}, Row{022, 0666, 0644, 0755}, Row{077, 0666, 0600, 0700}, Row{0, 0640, 0640, 0755}}) {
+        remove_tree(root_.path("agent"));
+        EXPECT_TRUE(succeeds_in_child([&] {
+            set_time_zone("UTC0");
+            umask(row.mask);
+            EXPECT_NE(open_log(row.mode), -1);
+        }));
+        EXPECT_EQ(mode_of(log_), row.file);
+        EXPECT_EQ(mode_of(root_.path("agent")), row.folder);
+    }
+}
+
+TEST_F(DebugLogOpening, LeavesTheModesOfWhatIsThere) {
+    write_file(log_, "");
+    set_mode(log_, 0600);
+    set_mode(root_.path("agent"), 0711);
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        EXPECT_NE(open_log(), -1);
+    }));
+    EXPECT_EQ(mode_of(log_), 0600U);
+    EXPECT_EQ(mode_of(root_.path("agent")), 0711U);
+}
+
+TEST_F(DebugLogOpening, DoesNotCreateTheRoot) {
+    EXPECT_TRUE(succeeds_in_child([&] {
+        int out = 0;
+        EXPECT_EQ(open_debug_log(root_.path("missing").c_str(), "agent", "agent", 0666, &out), -1);
+        logmsgf(log_level::error, "t", "dropped");
+    }));
+    EXPECT_FALSE(exists(root_.path("missing")));
+}
+
+TEST_F(DebugLogOpening, FailsWhereTheFolderIsAFile) {
+    write_file(root_.path("agent"), "a file");
+    EXPECT_TRUE(succeeds_in_child([&] {
+        EXPECT_EQ(open_log(), -1);
+        logmsgf(log_level::error, "t", "dropped");
+    }));
+    EXPECT_EQ(read_file(root_.path("agent")), "a file");
+}
+
+TEST_F(DebugLogOpening, FailsWhereTheFileIsAFolder) {
+    make_folder(log_);
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        EXPECT_EQ(open_log(), -1);
+        logmsgf(log_level::error, "t", "dropped");
+    }));
+    EXPECT_TRUE(names_in(log_).empty());
+}
+
+TEST_F(DebugLogOpening, FailsWhereTheFileMayNotBeCreated) {
+    make_folder(root_.path("agent"));
+    set_mode(root_.path("agent"), 0555);
+    EXPECT_TRUE(succeeds_in_child([&] {
+        give_up_file_rights();
+        EXPECT_EQ(open_log(), -1);
+        logmsgf(log_level::error, "t", "dropped");
+    }));
+    EXPECT_TRUE(names_in(root_.path("agent")).empty());
+}
+
+TEST_F(DebugLogOpening, LeavesTheOutValueAlone) {
+    EXPECT_TRUE(succeeds_in_child([&] {
+        int out = 4711;
+        EXPECT_NE(open_debug_log(root_.path().c_str(), "agent", "agent", 0666, &out), -1);
+        EXPECT_EQ(out, 4711);
+    }));
+}
+
+TEST_F(DebugLogOpening, ReturnsTheDescriptorOfTheLog) {
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        const int log = open_log();
+        struct stat opened {};
+        struct stat named {};
+        ASSERT_EQ(fstat(log, &opened), 0);
+        ASSERT_EQ(stat(log_.c_str(), &named), 0);
+        EXPECT_EQ(opened.st_ino, named.st_ino);
+        EXPECT_EQ(opened.st_dev, named.st_dev);
+    }));
+}
+
+TEST_F(DebugLogOpening, GivesADescriptorThatIsClosedOnExec) {
+    EXPECT_TRUE(succeeds_in_child([&] { EXPECT_EQ(fcntl(open_log(), F_GETFD), FD_CLOEXEC); }));
+}
+
+// Where a standard stream is closed its number is the lowest free one.
+TEST_F(DebugLogOpening, IsNeverAStandardStream) {
+    for (int closed = 1; closed < 8; ++closed) {
+        EXPECT_TRUE(succeeds_in_child([&] {
+            for (int fd = 0; fd < 3; ++fd) {
+                if ((closed & 1 << fd) != 0) {
+                    close(fd);
+                }
+            }
+            const int log = open_log();
+            EXPECT_GT(log, 2);
+            EXPECT_EQ(fcntl(log, F_GETFD), FD_CLOEXEC);
+            for (int fd = 0; fd < 3; ++fd) {
+                EXPECT_EQ(fcntl(fd, F_GETFD) == -1, (closed & 1 << fd) != 0) << "descriptor " << fd;
+            }
+        })) << closed;
+    }
+}

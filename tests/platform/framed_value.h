@@ -1,0 +1,71 @@
+// Framed values between a peer and the library.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/posix.h"
+#include "tests/platform/system_calls.h"
+#include "tests/support/connected_sockets.h"
+
+// What the error number is before a read, so that a success that touches it is seen.
+inline constexpr int untouched = 4711;
+
+// More seconds than any test takes.
+inline constexpr int plenty_of_time = 300;
+
+inline constexpr int longest_string = 2047;
+
+struct ReadNumber {
+    long number = 0;
+    int error = untouched;
+
+    bool operator==(const ReadNumber&) const = default;
+};
+
+struct ReadString {
+    int result = 0;
+    std::string text;
+    int error = untouched;
+
+    bool operator==(const ReadString&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const ReadNumber& read);
+std::ostream& operator<<(std::ostream& out, const ReadString& read);
+
+ReadNumber number_read(long number);
+ReadNumber number_refused(int error);
+ReadString string_read(const std::string& text);
+ReadString string_refused(int error);
+
+ReadNumber read_number(int socket, int timeout = plenty_of_time);
+
+// The text of a failed read is empty. The test fails when the library writes behind the buffer's end.
+ReadString read_string(int socket, int max_length = longest_string, int timeout = plenty_of_time);
+
+// Returns a text of so many bytes.
+std::string repeated(char byte, std::size_t count);
+
+// Returns the text as a netstring.
+std::string framed(const std::string& text);
+
+// A connection with the library at its other end.
+class FramingTest : public testing::Test {
+  protected:
+    FramingTest();
+    ~FramingTest() override;
+
+    void send(const std::string& text) const;
+    void close_peer() { ends_.peer_end.reset(); }
+    [[nodiscard]] int socket() const { return ends_.agent_end.get(); }
+
+    // Takes what has been sent and not been read.
+    [[nodiscard]] std::string unread() const;
+
+    // Makes a new connection over which the text is sent.
+    void connect_and_send(const std::string& text);
+
+    ConnectedSockets ends_;
+};

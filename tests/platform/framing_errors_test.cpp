@@ -1,0 +1,213 @@
+// Framed reads that fail.
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <string>
+
+#include "platform/network.h"
+#include "tests/platform/framed_value.h"
+
+namespace {
+
+class RefusedNumber : public FramingTest {};
+class RefusedString : public FramingTest {};
+
+using namespace std::string_literals;
+
+// What is no netstring, whatever it was meant to be. Nothing more comes, and nothing more is waited for.
+const std::string no_netstrings[] = {
+    ":",
+    ":5,",  // no length
+    ",",
+    "GET / HTTP/1.1\r\n",
+    "\r\n",
+    "\n",
+    " 1:5,",
+    "+1:5,",
+    "-1:5,",
+    "x",
+    "\0"s,
+    "\x80",
+    "1x",
+    "1 :5,",
+    "1,5,",
+    "1;",
+    "1\0:5,"s,  // a length that goes on with something else
+    "00",
+    "00:,",
+    "01:5,",
+    "0001:5,",
+    "00000000001:5,",  // a leading zero
+    "12345678901",
+    "00000000000",
+    "99999999999:",  // more than ten digits
+    "1:5;",
+    "1:5x",
+    "1:5\n",
+    "1:5\0"s,
+    "1:55,",
+    "0:x",  // no comma at the end
+};
+
+const std::string no_numbers[] = {
+    "",
+    "-",
+    "+5",
+    " 5",
+    "5 ",
+    "5\n",
+    "--5",
+    "-+5",
+    "5-",
+    "1-2",
+    "1.0",
+    "1e3",
+    "0x10",
+    "a",
+    "5a",
+    "\0"s,
+    "5\0"s,
+    "\0"s
+    "5",
+    "1,2",
+    "٣",
+    "- 5",
+    "-\0"s
+    "5",
+    "99999999999999999999x",
+    "-99999999999999999999-",
+};
+
+const std::string numbers_out_of_range[] = {
+    "9223372036854775808",     "-9223372036854775809", "18446744073709551615",
+    "18446744073709551617",    "99999999999999999999", "-99999999999999999999",
+    "00009223372036854775808", repeated('9', 2047),    "-" + repeated('9', 2046),
+};
+
+}  // namespace
+
+TEST_F(RefusedNumber, IsEprotoWhereThereIsNoNetstring) {
+    for (const std::string& text : no_netstrings) {
+        connect_and_send(text);
+        EXPECT_EQ(read_number(socket()), number_refused(EPROTO)) << testing::PrintToString(text);
+    }
+}
+
+TEST_F(RefusedString, IsEprotoWhereThereIsNoNetstring) {
+    for (const std::string& text : no_netstrings) {
+        connect_and_send(text);
+        EXPECT_EQ(read_string(socket()), string_refused(EPROTO)) << testing::PrintToString(text);
+    }
+}
+
+TEST_F(RefusedNumber, IsEprotoWhereTheTextIsNoNumber) {
+    for (const std::string& text : no_numbers) {
+        connect_and_send(framed(text) + "rest");
+        EXPECT_EQ(read_number(socket()), number_refused(EPROTO)) << testing::PrintToString(text);
+        EXPECT_EQ(unread(), "rest") << testing::PrintToString(text);
+    }
+}
+
+TEST_F(RefusedNumber, IsErangeBeyond64Bits) {
+    for (const std::string& text : numbers_out_of_range) {
+        connect_and_send(framed(text) + "rest");
+        EXPECT_EQ(read_number(socket()), number_refused(ERANGE)) << text;
+        EXPECT_EQ(unread(), "rest") << text;
+    }
+}
+
+TEST_F(RefusedNumber, IsEprotoBeyond64BitsWithoutTheComma) {
+    send("20:99999999999999999999;");
+    EXPECT_EQ(read_number(socket()), number_refused(EPROTO));
+}
+
+// Nothing but the length comes, so what is refused is refused without waiting for more.
+TEST_F(RefusedNumber, IsEmsgsizeFromTheLengthAlone) {
+    for (const char* length : {"2048:", "9999:", "65536:", "2147483648:", "4294967297:", "9999999999:"}) {
+        connect_and_send(length);
+        EXPECT_EQ(read_number(socket()), number_refused(EMSGSIZE)) << length;
+    }
+}
+
+TEST_F(RefusedString, IsEmsgsizeFromTheLengthAlone) {
+    for (const char* length : {"2048:", "9999:", "65536:", "2147483648:", "4294967297:", "9999999999:"}) {
+        connect_and_send(length);
+        EXPECT_EQ(read_string(socket()), string_refused(EMSGSIZE)) << length;
+    }
+}
+
+TEST_F(RefusedString, IsNotCutToFit) {
+    send(framed(repeated('x', 2048)));
+    EXPECT_EQ(read_string(socket()), string_refused(EMSGSIZE));
+    EXPECT_EQ(unread(), repeated('x', 2048) + ",");
+}
+
+TEST_F(RefusedString, IsEmsgsizeOneByteBeyondWhatTheCallerSays) {
+    struct Row {
+        int max_length;
+        const char* length;
+    };
+    for (const Row& row : {Row{0, "1:"}, Row{1, "2:"}, Row{10, "11:"}, Row{4096, "4097:"}}) {
+        connect_and_send(row.length);
+        EXPECT_EQ(read_string(socket(), row.max_length), string_refused(EMSGSIZE)) << row.max_length;
+    }
+}
+
+TEST_F(RefusedString, IsEilseqWithAZeroByte) {
+    for (const std::string& text : {"\0"s, "\0abc"s, "a\0c"s, "abc\0"s, repeated('\0', 2047)}) {
+        connect_and_send(framed(text) + "rest");
+        EXPECT_EQ(read_string(socket()), string_refused(EILSEQ)) << testing::PrintToString(text);
+        EXPECT_EQ(unread(), "rest") << testing::PrintToString(text);
+    }
+}
+
+TEST_F(RefusedNumber, IsEconnresetWhereverThePeerCloses) {
+    const std::string whole = "10:2147483648,";
+    for (std::size_t sent = 0; sent < whole.size(); ++sent) {
+        connect_and_send(whole.substr(0, sent));
+        close_peer();
+        EXPECT_EQ(read_number(socket()), number_refused(ECONNRESET)) << sent << " bytes";
+    }
+}
+
+TEST_F(RefusedString, IsEconnresetWhereverThePeerCloses) {
+    const std::string whole = "12:GETDISKSPACE,";
+    for (std::size_t sent = 0; sent < whole.size(); ++sent) {
+        connect_and_send(whole.substr(0, sent));
+        close_peer();
+        EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET)) << sent << " bytes";
+    }
+}
+
+TEST_F(RefusedString, IsEconnresetWhenThePeerEndsItsSendingAlone) {
+    send("12:GET");
+    ASSERT_EQ(shutdown(ends_.peer_end.get(), SHUT_WR), 0);
+    EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
+}
+
+TEST_F(RefusedString, IsEconnresetWhenThePeerCloses) {
+    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
+    system_calls::faults.instead_of_waiting = [&] { close_peer(); };
+    send("12:GET");
+    EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
+}
+
+TEST_F(RefusedString, IsEconnresetWhenThePeerResetsTheConnection) {
+    ends_ = connect_over_tcp({});
+    const linger reset = {.l_onoff = 1, .l_linger = 0};
+    ASSERT_EQ(setsockopt(ends_.peer_end.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset), 0);
+    close_peer();
+    EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
+}
+
+TEST_F(RefusedNumber, TellsWhatTheSystemCallReported) {
+    EXPECT_EQ(read_number(-1), number_refused(EBADF));
+    const Descriptor unconnected(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(read_number(unconnected.get()), number_refused(ENOTCONN));
+}
+
+TEST_F(RefusedString, TellsWhatTheSystemCallReported) {
+    EXPECT_EQ(read_string(-1), string_refused(EBADF));
+    const Descriptor unconnected(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(read_string(unconnected.get()), string_refused(ENOTCONN));
+}

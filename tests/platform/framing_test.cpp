@@ -1,0 +1,134 @@
+// Framed reads that succeed, and how much they take.
+#include <climits>
+#include <string>
+
+#include "platform/network.h"
+#include "tests/platform/child_process.h"
+#include "tests/platform/framed_value.h"
+
+namespace {
+
+class FramedNumber : public FramingTest {};
+class FramedString : public FramingTest {};
+
+}  // namespace
+
+TEST_F(FramedNumber, IsReadOverItsWholeRange) {
+    struct Row {
+        const char* framed;
+        long number;
+    };
+    const Row rows[] = {
+        {"1:0,", 0},
+        {"1:2,", 2},
+        {"2:-1,", -1},
+        {"2:-0,", 0},
+        {"3:007,", 7},
+        {"4:-007,", -7},
+        {"4:0000,", 0},
+        {"10:2147483648,", 2147483648L},
+        {"19:9223372036854775807,", LONG_MAX},
+        {"20:-9223372036854775808,", LONG_MIN},
+        {"21:009223372036854775807,", LONG_MAX},
+        {"22:-009223372036854775808,", LONG_MIN},
+    };
+    for (const Row& row : rows) {
+        connect_and_send(row.framed);
+        EXPECT_EQ(read_number(socket()), number_read(row.number)) << row.framed;
+    }
+}
+
+TEST_F(FramedNumber, MayHave2047Digits) {
+    send(framed(repeated('0', 2046) + "5"));
+    EXPECT_EQ(read_number(socket()), number_read(5));
+    connect_and_send(framed("-" + repeated('0', 2045) + "5"));
+    EXPECT_EQ(read_number(socket()), number_read(-5));
+}
+
+TEST_F(FramedString, IsReadWhole) {
+    std::string high_bytes;
+    for (int byte = 1; byte < 256; ++byte) {
+        high_bytes += static_cast<char>(byte);
+    }
+    for (const std::string& text :
+         {std::string(), std::string("/tmp"), std::string("a,b:c"), std::string("12:GETDISKSPACE,"), high_bytes,
+          repeated('x', 9), repeated('x', 10), repeated('x', 999), repeated('x', 1000), repeated('x', 2046),
+          repeated('x', 2047)}) {
+        connect_and_send(framed(text));
+        EXPECT_EQ(read_string(socket()), string_read(text));
+    }
+}
+
+TEST_F(FramedString, MayBeAsLongAsTheCallerSays) {
+    struct Row {
+        int max_length;
+        std::string text;
+    };
+    for (const Row& row : {Row{0, ""}, Row{1, "a"}, Row{10, "0123456789"}, Row{100'000, repeated('x', 100'000)}}) {
+        connect_and_send(framed(row.text));
+        EXPECT_EQ(read_string(socket(), row.max_length), string_read(row.text));
+    }
+}
+
+TEST_F(FramedNumber, TakesItsOwnBytesAlone) {
+    send("1:2,12:GETDISKSPACE,");
+    EXPECT_EQ(read_number(socket()), number_read(2));
+    EXPECT_EQ(unread(), "12:GETDISKSPACE,");
+}
+
+TEST_F(FramedString, TakesItsOwnBytesAlone) {
+    send("4:/tmp,what comes behind the request");
+    EXPECT_EQ(read_string(socket()), string_read("/tmp"));
+    EXPECT_EQ(unread(), "what comes behind the request");
+}
+
+TEST_F(FramedString, TakesItsOwnBytesAloneWhenItIsEmptyOrLong) {
+    send("0:," + framed(repeated('x', 2047)) + "0:,end");
+    EXPECT_EQ(read_string(socket()), string_read(""));
+    EXPECT_EQ(read_string(socket()), string_read(repeated('x', 2047)));
+    EXPECT_EQ(read_string(socket()), string_read(""));
+    EXPECT_EQ(unread(), "end");
+}
+
+TEST_F(FramedString, IsReadBeforeTheEndOfTheConnection) {
+    send("1:2,12:GETDISKSPACE,4:/tmp,");
+    close_peer();
+    EXPECT_EQ(read_number(socket()), number_read(2));
+    EXPECT_EQ(read_string(socket()), string_read("GETDISKSPACE"));
+    EXPECT_EQ(read_string(socket()), string_read("/tmp"));
+    EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
+}
+
+// The peer's next byte comes when the reader has taken all before it and waits.
+TEST_F(FramedString, IsReadWhenItComesByteByByte) {
+    std::string coming = "4:1066,12:GETDISKSPACE,";
+    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
+    system_calls::faults.instead_of_waiting = [&] {
+        send(coming.substr(0, 1));
+        coming.erase(0, 1);
+    };
+    EXPECT_EQ(read_number(socket()), number_read(1066));
+    EXPECT_EQ(read_string(socket()), string_read("GETDISKSPACE"));
+    EXPECT_EQ(coming, "");
+}
+
+TEST_F(FramedString, IsReadFromAPeerThatWritesAtItsOwnPace) {
+    const std::string text(2000, 'x');
+    ChildProcess peer([&] {
+        for (const char byte : framed(text) + framed("last")) {
+            send(std::string(1, byte));
+        }
+    });
+    EXPECT_EQ(read_string(socket()), string_read(text));
+    EXPECT_EQ(read_string(socket()), string_read("last"));
+    EXPECT_EQ(peer.wait(), 0);
+}
+
+TEST_F(FramedString, IsReadOverTcp) {
+    ends_ = connect_over_tcp({});
+    send("1:2,4:/tmp,rest");
+    close_peer();
+    EXPECT_EQ(read_number(socket()), number_read(2));
+    EXPECT_EQ(read_string(socket()), string_read("/tmp"));
+    EXPECT_EQ(unread(), "rest");
+}

@@ -1,0 +1,213 @@
+#include "tests/platform/system_calls.h"
+
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace system_calls {
+
+Faults faults;
+std::vector<std::string> journal;
+
+void reset() {
+    faults = Faults();
+    journal.clear();
+}
+
+namespace {
+
+// What the function that is called before a call does itself is not recorded.
+void record(const std::string& call) {
+    static bool recording = false;
+    if (recording) {
+        return;
+    }
+    recording = true;
+    if (faults.before_call) {
+        faults.before_call(call);
+    }
+    recording = false;
+    const bool goes_on = (call == "read" || call == "write") && !journal.empty() && journal.back() == call;
+    if (!goes_on) {
+        journal.push_back(call);
+    }
+}
+
+// Returns -1 with the error number.
+int fail(int error) {
+    errno = error;
+    return -1;
+}
+
+bool happens(int& times_left) {
+    return times_left > 0 && times_left-- > 0;
+}
+
+}  // namespace
+}  // namespace system_calls
+
+using system_calls::fail;
+using system_calls::faults;
+using system_calls::happens;
+using system_calls::record;
+
+using steady_clock = std::chrono::steady_clock;
+
+// The linker makes these names when it is told to wrap a function: what calls NAME calls __wrap_NAME, and
+// __real_NAME is NAME itself.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+steady_clock::time_point real_steady_now() __asm__("__real__ZNSt6chrono3_V212steady_clock3nowEv");
+steady_clock::time_point wrapped_steady_now() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
+
+steady_clock::time_point wrapped_steady_now() {
+    return faults.steady_time ? steady_clock::time_point(*faults.steady_time) : real_steady_now();
+}
+
+extern "C" {
+
+ssize_t __real_read(int fd, void* bytes, size_t count);
+ssize_t __real_write(int fd, const void* bytes, size_t count);
+ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
+int __real_poll(pollfd* watched, nfds_t count, int timeout);
+int __real_fsync(int fd);
+int __real_flock(int fd, int operation);
+int __real_fstat(int fd, struct stat* state);
+int __real_fchown(int fd, uid_t user, gid_t group);
+int __real_fchmod(int fd, mode_t mode);
+int __real_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags);
+ssize_t __real_flistxattr(int fd, char* list, size_t size);
+int __real_rename(const char* from, const char* to);
+int __real_renameat(int from_folder, const char* from, int to_folder, const char* to);
+int __real_clock_gettime(clockid_t clock, timespec* now);
+ssize_t __real_getrandom(void* bytes, size_t count, unsigned flags);
+
+// Reading and writing.
+
+ssize_t __wrap_read(int fd, void* bytes, size_t count) {
+    record("read");
+    return faults.file_not_read != 0 ? fail(faults.file_not_read) : __real_read(fd, bytes, count);
+}
+
+ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
+    record("write");
+    if (happens(faults.writes_interrupted)) {
+        return fail(EINTR);
+    }
+    size_t length = faults.longest_write != 0 ? std::min(count, faults.longest_write) : count;
+    if (faults.file_not_written != 0) {
+        length = std::min(length, faults.bytes_before_that);
+        if (length == 0) {
+            return fail(faults.file_not_written);
+        }
+        faults.bytes_before_that -= length;
+    }
+    return __real_write(fd, bytes, length);
+}
+
+ssize_t __wrap_recv(int fd, void* bytes, size_t count, int flags) {
+    return happens(faults.receptions_interrupted) ? fail(EINTR) : __real_recv(fd, bytes, count, flags);
+}
+
+int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
+    if (happens(faults.waits_interrupted)) {
+        return fail(EINTR);
+    }
+    if (faults.instead_of_waiting) {
+        faults.instead_of_waiting();
+        watched->revents = watched->events;
+        return 1;
+    }
+    return __real_poll(watched, count, timeout);
+}
+
+// Files.
+
+int __wrap_fsync(int fd) {
+    struct stat state {};
+    const bool is_folder = __real_fstat(fd, &state) == 0 && S_ISDIR(state.st_mode);
+    record(is_folder ? "flush folder" : "flush file");
+    const int error = is_folder ? faults.folder_not_flushed : faults.file_not_flushed;
+    return error != 0 ? fail(error) : __real_fsync(fd);
+}
+
+int __wrap_flock(int fd, int operation) {
+    record("lock");
+    if (happens(faults.locks_interrupted)) {
+        return fail(EINTR);
+    }
+    return faults.name_not_locked != 0 ? fail(faults.name_not_locked) : __real_flock(fd, operation);
+}
+
+int __wrap_fstat(int fd, struct stat* state) {
+    const int result = __real_fstat(fd, state);
+    if (result == 0 && faults.pretended_owner && faults.pretended_owner->file == state->st_ino) {
+        state->st_uid = faults.pretended_owner->user;
+        state->st_gid = faults.pretended_owner->group;
+    }
+    return result;
+}
+
+int __wrap_fchown(int fd, uid_t user, gid_t group) {
+    record("give owner " + std::to_string(user) + ":" + std::to_string(group));
+    if (faults.owner_not_given != 0) {
+        return fail(faults.owner_not_given);
+    }
+    return faults.pretended_owner ? 0 : __real_fchown(fd, user, group);
+}
+
+int __wrap_fchmod(int fd, mode_t mode) {
+    record("give mode");
+    return faults.mode_not_given != 0 ? fail(faults.mode_not_given) : __real_fchmod(fd, mode);
+}
+
+int __wrap_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags) {
+    record(std::string("give attribute ") + name);
+    return faults.attribute_not_given != 0 ? fail(faults.attribute_not_given)
+                                           : __real_fsetxattr(fd, name, value, size, flags);
+}
+
+ssize_t __wrap_flistxattr(int fd, char* list, size_t size) {
+    return faults.attributes_not_listed != 0 ? fail(faults.attributes_not_listed) : __real_flistxattr(fd, list, size);
+}
+
+int __wrap_rename(const char* from, const char* to) {
+    record("rename");
+    return faults.file_not_renamed != 0 ? fail(faults.file_not_renamed) : __real_rename(from, to);
+}
+
+int __wrap_renameat(int from_folder, const char* from, int to_folder, const char* to) {
+    record("rename");
+    return faults.file_not_renamed != 0 ? fail(faults.file_not_renamed)
+                                        : __real_renameat(from_folder, from, to_folder, to);
+}
+
+// Time and chance.
+
+int __wrap_clock_gettime(clockid_t clock, timespec* now) {
+    if (clock == CLOCK_REALTIME && faults.time_of_day) {
+        *now = *faults.time_of_day;
+        return 0;
+    }
+    return __real_clock_gettime(clock, now);
+}
+
+ssize_t __wrap_getrandom(void* bytes, size_t count, unsigned flags) {
+    if (faults.random_bytes.empty()) {
+        return __real_getrandom(bytes, count, flags);
+    }
+    const size_t length = std::min(count, faults.random_bytes.size());
+    std::copy_n(faults.random_bytes.begin(), length, static_cast<unsigned char*>(bytes));
+    faults.random_bytes.erase(faults.random_bytes.begin(),
+                              faults.random_bytes.begin() + static_cast<std::ptrdiff_t>(length));
+    return static_cast<ssize_t>(length);
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)

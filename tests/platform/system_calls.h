@@ -1,0 +1,68 @@
+// System calls of this program that can be made to fail, to stand still or to be watched. Whatever is not switched on
+// goes through to the real call.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstddef>
+#include <ctime>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace system_calls {
+
+struct OwnedFile {
+    ino_t file;
+    uid_t user;
+    gid_t group;
+};
+
+// Error numbers, 0 where the call goes through.
+struct Faults {
+    int file_not_read = 0;
+    int file_not_written = 0;
+    std::size_t bytes_before_that = 0;  // what is written until then
+    std::size_t longest_write = 0;      // a write takes no more than that; 0 for all of it
+    int writes_interrupted = 0;         // so many writes
+    int file_not_flushed = 0;
+    int folder_not_flushed = 0;
+    int file_not_renamed = 0;
+    int owner_not_given = 0;
+    int mode_not_given = 0;
+    int attribute_not_given = 0;
+    int attributes_not_listed = 0;
+    int name_not_locked = 0;
+    int locks_interrupted = 0;
+    int receptions_interrupted = 0;
+    int waits_interrupted = 0;
+
+    // The owner that fstat tells of this file. Owners are given in pretence only, then.
+    std::optional<OwnedFile> pretended_owner;
+
+    // The time of day. It stands still.
+    std::optional<timespec> time_of_day;
+    // What the monotonic clock shows since its start.
+    std::optional<std::chrono::nanoseconds> steady_time;
+    // Is called in the place of a wait for a socket, which then was successful. Whoever sets it also sets steady_time.
+    std::function<void()> instead_of_waiting;
+    // The next random bytes; then real ones follow.
+    std::deque<unsigned char> random_bytes;
+
+    // Is called before each call that the journal shows.
+    std::function<void(const std::string& call)> before_call;
+};
+
+extern Faults faults;
+
+// Calls that touch files, in their order: "read", "write", "flush file", "flush folder", "rename", "lock",
+// "give owner", "give mode", "give attribute NAME". Reads and writes in a row are one.
+extern std::vector<std::string> journal;
+
+// Lets everything through again and empties the journal.
+void reset();
+
+}  // namespace system_calls
