@@ -58,7 +58,8 @@ list_changes() {
 
 # Prints the log's new lines, less those about the sending of each line.
 list_log_lines() {
-    cat /$debug_log_folder/log.* 2>/dev/null | tail -c "+$(($(stat -c %s "$state/log_before") + 1))" >"$state/new_log"
+    { cat /$debug_log_folder/log.* 2>/dev/null || true; } |
+        tail -c "+$(($(stat -c %s "$state/log_before") + 1))" >"$state/new_log"
     grep -v '> socksend: ' "$state/new_log" || true
     local sending
     sending=$(grep -c '> socksend: ' "$state/new_log" || true)
