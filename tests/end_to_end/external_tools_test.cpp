@@ -164,6 +164,22 @@ TEST_F(ExternalTool, MayBeAScriptWithoutAnInterpreterLine) {
     EXPECT_EQ(run_agent({"zmsu"}).output(), "ran\n\n");
 }
 
+TEST_F(ExternalTool, IsWaitedForWhereChildrenAreIgnored) {
+    install_tool(zmsu_tool, {stand_in::exit_with(3)});
+    AgentOptions options;
+    options.ignored_signals = {SIGCHLD};
+    EXPECT_EQ(run_agent({"zmsu"}, options).status(), 3);
+}
+
+TEST_F(ExternalTool, TalksOverTcp) {
+    install_tool(zmsu_tool, {stand_in::print_input(4), stand_in::complain("error")});
+    Agent agent(connect_over_tcp({.peer_port = 1000}), {});
+    agent.send(netstrings({"zmsu"}) + "anna");
+    const AgentRun run = agent.finish();
+    EXPECT_EQ(run.output(), "annaerror\n");
+    EXPECT_EQ(run.status(), 0);
+}
+
 class ToolStatus : public testing::TestWithParam<int> {};
 
 TEST_P(ToolStatus, BecomesTheRequests) {

@@ -11,6 +11,7 @@
 #include "tests/support/log_matchers.h"
 #include "tests/support/private_root.h"
 #include "tests/support/product_test.h"
+#include "tests/support/stand_in_tool.h"
 
 namespace {
 
@@ -68,43 +69,52 @@ class NetworkService {
     pid_t process_ = -1;
 };
 
-// Sends a request over a connection of its own and returns all that comes back.
-AgentRun ask(const std::string& server, const std::string& peer, int peer_port, const Request& request) {
+// Sends a request, if there is one, over a connection of its own and returns all that comes back.
+AgentRun ask(const std::string& server, const std::string& peer, int peer_port, const std::optional<Request>& request) {
     const Descriptor connection = connect_to(server, agent_port, peer, peer_port);
     AgentRun answer;
-    if (!write_all(connection.get(), netstrings(request)) || !read_all(connection.get(), answer.received)) {
+    if ((request.has_value() && !write_all(connection.get(), netstrings(*request))) ||
+        !read_all(connection.get(), answer.received)) {
         throw std::system_error(errno, std::generic_category(), "exchange");
     }
     return answer;
 }
 
-class NetworkServiceOverIpv4 : public ProductTest {
-  protected:
-    NetworkService service_{"127.0.0.1"};
-};
+class BehindANetworkService : public ProductTest {};
 
-TEST_F(NetworkServiceOverIpv4, GetsRequestsOfRootAnswered) {
-    const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 1000, {"CLEANUP", "x"});
+TEST_F(BehindANetworkService, AnswersRequestsOfRoot) {
+    const NetworkService service("127.0.0.1");
+    const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 1000, Request{"CLEANUP", "x"});
     EXPECT_EQ(answer.output(), "CLEANUP: Will not clean up unknown location: x\n");
     EXPECT_EQ(answer.status(), 5820);
     EXPECT_THAT(read_debug_log(), LogHas({4, "xnet_verify_peer_creds", "H=127.0.0.1 P=1000 U=root F=0x42 UT=2"}));
 }
 
-TEST_F(NetworkServiceOverIpv4, StartsAnAgentForEachRequest) {
-    EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1000, {"FETCHFILE"}).status(), 0);
-    EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1001, {"NOWORD"}).status(), 5764);
+TEST_F(BehindANetworkService, IsStartedForEachRequest) {
+    const NetworkService service("127.0.0.1");
+    EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1000, Request{"FETCHFILE"}).status(), 0);
+    EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1001, Request{"NOWORD"}).status(), 5764);
 }
 
-TEST_F(NetworkServiceOverIpv4, GetsUnknownUsersRefused) {
-    const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 0, {"FETCHFILE"});
+TEST_F(BehindANetworkService, RunsTools) {
+    install_tool(versioninfo_tool, {stand_in::print("version 1\n"), stand_in::exit_with(2)});
+    const NetworkService service("127.0.0.1");
+    const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 1000, Request{"versioninfo"});
+    EXPECT_EQ(answer.output(), "version 1\n\n");
+    EXPECT_EQ(answer.status(), 2);
+}
+
+TEST_F(BehindANetworkService, RefusesUnknownUsersBeforeTheyAsk) {
+    const NetworkService service("127.0.0.1");
+    const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 0, std::nullopt);
     EXPECT_EQ(answer.output(), "");
     EXPECT_EQ(answer.status(), 135);
 }
 
-TEST_F(ProductTest, ServesBothProtocolsFromOneNetworkService) {
+TEST_F(BehindANetworkService, AnswersBothProtocolsOfOneSocket) {
     const NetworkService service("[::]");
-    EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1000, {"FETCHFILE"}).status(), 0);
-    EXPECT_EQ(ask("::1", "::1", 1000, {"FETCHFILE"}).status(), 0);
+    EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1000, Request{"FETCHFILE"}).status(), 0);
+    EXPECT_EQ(ask("::1", "::1", 1000, Request{"FETCHFILE"}).status(), 0);
     const std::vector<LogLine> log = read_debug_log();
     EXPECT_THAT(log, LogHas({4, "xnet_verify_peer_creds", "H=127.0.0.1 P=1000 U=root F=0x42 UT=2"}));
     EXPECT_THAT(log, LogHas({4, "xnet_verify_peer_creds", "H=::1 P=1000 U=root F=0x42 UT=2"}));

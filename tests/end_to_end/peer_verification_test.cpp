@@ -101,6 +101,41 @@ INSTANTIATE_TEST_SUITE_P(
                     PeerCase{"EmptyEntry", {""}, unlisted_root, 5762}, PeerCase{"NoEntry", {}, unlisted_root, 5762}),
     name_of_case);
 
+struct ServerLine {
+    std::string name;
+    std::string configuration;
+    int status = 0;
+};
+
+std::ostream& operator<<(std::ostream& out, const ServerLine& row) {
+    return out << row.name;
+}
+
+class ServerList : public testing::TestWithParam<ServerLine> {};
+
+TEST_P(ServerList, IsReadFromTheMainConfiguration) {
+    make_product_tree();
+    write_file(main_configuration, GetParam().configuration);
+    EXPECT_EQ(run_agent({"FETCHFILE"}).status(), GetParam().status);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ServerList,
+    testing::Values(
+        ServerLine{"NoBlanks", "SERVER=localhost\n"}, ServerLine{"ManyBlanks", " \tSERVER \t= \t localhost \t\n"},
+        ServerLine{"CarriageReturn", "SERVER = localhost\r\n"}, ServerLine{"NoNewline", "SERVER = localhost"},
+        ServerLine{"KeyInSmallLetters", "server = localhost\n"},
+        ServerLine{"KeyInMixedLetters", "Server = localhost\n"},
+        ServerLine{"BelowOtherLines", "# remark\n\nVERBOSE = 5\nnonsense\n= x\nSERVER = localhost\n"},
+        ServerLine{"LastOfMany", "SERVER = a.example.test\nVERBOSE = 5\nSERVER = b.example.test\nSERVER = localhost\n"},
+        ServerLine{"EmptyFile", "", 5762}, ServerLine{"Remark", "#SERVER = localhost\n", 5762},
+        ServerLine{"RemarkBehindBlanks", "  # SERVER = localhost\n", 5762},
+        ServerLine{"NoEqualsSign", "SERVER localhost\n", 5762}, ServerLine{"AnotherKey", "SERVERS = localhost\n", 5762},
+        ServerLine{"BlankInTheKey", "SER VER = localhost\n", 5762},
+        ServerLine{"TwoHostsOnOneLine", "SERVER = localhost elsewhere\n", 5762},
+        ServerLine{"RemarkBehindTheHost", "SERVER = localhost # this host\n", 5762}),
+    [](const auto& row) { return row.param.name; });
+
 class PeerOverLoopback : public testing::TestWithParam<std::tuple<PeerCase, TcpEnds>> {};
 
 TEST_P(PeerOverLoopback, IsHeldAgainstTheServerList) {

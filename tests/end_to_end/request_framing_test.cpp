@@ -11,13 +11,17 @@ namespace {
 
 constexpr const char* tag = "receive_inputs_from_client";
 
-void expect_not_received(const AgentRun& run, const LogLine& reason) {
-    EXPECT_EQ(run.output(), "");
-    EXPECT_EQ(run.status(), 5763);
+void expect_cut_off(const AgentRun& run, const LogLine& reason) {
     EXPECT_EQ(run.exit_status(), 252);
     EXPECT_THAT(run.log, LogHas(reason));
     EXPECT_THAT(run.log, LogHas({16, "zmlogadmagent", "failed to receive args SC=5763"}));
     EXPECT_THAT(run.log, Not(LogHas({4, "process_request", "processing request R=<text>"})));
+}
+
+void expect_not_received(const AgentRun& run, const LogLine& reason) {
+    EXPECT_EQ(run.output(), "");
+    EXPECT_EQ(run.status(), 5763);
+    expect_cut_off(run, reason);
 }
 
 // Sends bytes and no more.
@@ -164,6 +168,15 @@ TEST_F(RequestFraming, LeavesWhatFollowsTheRequestToTheTool) {
     const AgentRun run = run_agent_with_bytes(netstrings({"zmsu", "argument"}) + "for the tool\r\n");
     EXPECT_EQ(run.output(), "for the tool\r\n\n");
     EXPECT_EQ(run.status(), 0);
+}
+
+TEST_F(RequestFraming, GivesUpAPeerThatHasGone) {
+    Agent agent;
+    agent.send("1:2,9:FETCHFILE,3:ab");
+    agent.await_log("C=FETCHFILE");
+    agent.close_peer();
+    expect_cut_off(agent.finish(),
+                   {16, tag, std::string("failed to read peer msg A#=1 E=104 ") + strerror(ECONNRESET)});
 }
 
 TEST_F(RequestFraming, GivesUpACountThatDoesNotCome) {

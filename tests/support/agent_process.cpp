@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <system_error>
 
@@ -113,6 +114,9 @@ void arrange_descriptors(int socket, const AgentOptions& options) {
     }
     check(chdir(options.working_folder.c_str()), "change the working folder");
     umask(options.creation_mask);
+    for (const int number : options.ignored_signals) {
+        signal(number, SIG_IGN);
+    }
     arrange_descriptors(socket, options);
     if (options.descriptor_limit.has_value()) {
         const rlimit limit = {.rlim_cur = *options.descriptor_limit, .rlim_max = *options.descriptor_limit};

@@ -35,6 +35,8 @@ struct AgentOptions {
     mode_t creation_mask = 0;
     // Those of descriptors 0, 1 and 2 that are closed.
     std::vector<int> closed;
+    // Signals that the agent finds ignored.
+    std::vector<int> ignored_signals;
     // Numbers of further descriptors that are open.
     std::vector<int> extra_descriptors;
     std::optional<rlim_t> descriptor_limit;
