@@ -91,7 +91,7 @@ std::string format_message(const char* format, va_list arguments) {
     const int length = vsnprintf(buffer.data(), buffer.size(), format, arguments);
     std::string message;
     if (length >= 0 && static_cast<std::size_t>(length) < buffer.size()) {
-        message = buffer.data();
+        message.assign(buffer.data(), static_cast<std::size_t>(length));
     } else if (length >= 0) {
         message.resize(static_cast<std::size_t>(length));
         vsnprintf(message.data(), message.size() + 1, format, again);

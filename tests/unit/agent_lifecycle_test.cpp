@@ -70,7 +70,9 @@ TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
         "get_long " + socket + " 300 0", "xnet_get_max_timeout", "get_string " + socket + " cleared 2047 301",
         // What the peer has sent beside the request.
         "recv " + socket + " 16384 64"};
-    EXPECT_EQ(calls(), expected);
+    Texts first_calls = calls();
+    first_calls.resize(expected.size());  // a build that measures coverage opens files when the process ends
+    EXPECT_EQ(first_calls, expected);
 }
 
 TEST_F(AgentLifecycle, KeepsTheSocketUnderAnotherNumberThanTheStandardStreams) {
@@ -217,11 +219,16 @@ TEST_F(AgentLifecycle, RunsTheToolOfAnExternalWord) {
 }
 
 TEST_F(AgentLifecycle, HandsNothingToAToolThatTheNetworkServiceLeftOpen) {
-    const Descriptor stray(dup3(STDIN_FILENO, 300, 0));
+    const int socket = next_descriptor();
     write_tool(support + "old_zmsu", "for fd; do [ -e /proc/$$/fd/$fd ] && echo open || echo closed; done\n");
-    request({"zmsu", number(next_descriptor()), "300"});
-    EXPECT_EQ(run(), 0);
-    EXPECT_EQ(socket_.received(), "open\nclosed\n\nEXIT STATUS 0 text of 0\n");
+    request({"zmsu", number(socket), "3", "300"});
+    const int status = run([] {
+        dup3(STDOUT_FILENO, 3, 0);
+        dup3(STDOUT_FILENO, 300, 0);
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(socket_.received(), "open\nclosed\nclosed\n\nEXIT STATUS 0 text of 0\n");
+    EXPECT_NE(socket, 3);
 }
 
 TEST_F(AgentLifecycle, WaitsForItsToolAlsoWhenTheNetworkServiceIgnoresItsChildren) {
@@ -243,7 +250,7 @@ TEST_F(AgentLifecycle, DoesNotReadForEverFromAPeerThatGoesOnSending) {
     request({"FETCHFILE"});
     faults.bytes_without_end = true;
     EXPECT_EQ(run(), 0);
-    EXPECT_EQ(calls_of("recv").size(), 64U);
+    EXPECT_EQ(calls_of("recv").size(), 256U);
 }
 
 TEST_F(AgentLifecycle, ReturnsALargeStatusUnchangedSoThatItsLowEightBitsRemain) {
