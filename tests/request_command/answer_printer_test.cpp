@@ -64,10 +64,6 @@ struct Answer {
     [[nodiscard]] std::string bytes() const { return output + status_line; }
 };
 
-void PrintTo(const Answer& answer, std::ostream* stream) {
-    *stream << answer.name;
-}
-
 // A status line that an agent has cut.
 std::string cut_line(const std::string& beginning) {
     return beginning + std::string(511 - beginning.size(), 'x');
@@ -113,32 +109,33 @@ const std::vector<Answer> answers = {
     {"MarkerThatDoesNotCountBehindOneThatWould", "EXIT STATUS 0 done; EXIT STATUS unknown\n", "", {}},
 };
 
-class AnswerParts : public testing::TestWithParam<Answer> {};
-
-TEST_P(AnswerParts, AreToldApartWhenTheAnswerComesAtOnce) {
-    EXPECT_EQ(print_whole(GetParam().bytes()), GetParam().parts());
+TEST(AnswerPrinter, TellsPartsApartWhenTheAnswerComesAtOnce) {
+    for (const Answer& answer : answers) {
+        EXPECT_EQ(print_whole(answer.bytes()), answer.parts()) << answer.name;
+    }
 }
 
-TEST_P(AnswerParts, AreToldApartWhereverTheAnswerIsSplitInTwo) {
-    const std::string bytes = GetParam().bytes();
-    for (std::size_t split = 0; split <= bytes.size(); ++split) {
+TEST(AnswerPrinter, TellsPartsApartWhereverTheAnswerIsSplitInTwo) {
+    for (const Answer& answer : answers) {
+        const std::string bytes = answer.bytes();
+        for (std::size_t split = 0; split <= bytes.size(); ++split) {
+            Printer printer;
+            printer.print(std::string_view(bytes).substr(0, split));
+            printer.print(std::string_view(bytes).substr(split));
+            EXPECT_EQ(printer.finish(), answer.parts()) << answer.name << " split at " << split;
+        }
+    }
+}
+
+TEST(AnswerPrinter, TellsPartsApartWhenTheAnswerComesByteByByte) {
+    for (const Answer& answer : answers) {
         Printer printer;
-        printer.print(std::string_view(bytes).substr(0, split));
-        printer.print(std::string_view(bytes).substr(split));
-        EXPECT_EQ(printer.finish(), GetParam().parts()) << "split at " << split;
+        for (const char byte : answer.bytes()) {
+            printer.print({&byte, 1});
+        }
+        EXPECT_EQ(printer.finish(), answer.parts()) << answer.name;
     }
 }
-
-TEST_P(AnswerParts, AreToldApartWhenTheAnswerComesByteByByte) {
-    Printer printer;
-    for (const char byte : GetParam().bytes()) {
-        printer.print({&byte, 1});
-    }
-    EXPECT_EQ(printer.finish(), GetParam().parts());
-}
-
-INSTANTIATE_TEST_SUITE_P(Answers, AnswerParts, testing::ValuesIn(answers),
-                         [](const testing::TestParamInfo<Answer>& row) { return row.param.name; });
 
 TEST(AnswerPrinter, PassesOutputOnAtOnce) {
     Printer printer;

@@ -57,29 +57,28 @@ struct RefusedLine {
     Arguments request = {"CLEANUP"};
 };
 
-void PrintTo(const RefusedLine& line, std::ostream* stream) {
-    *stream << line.name;
-}
+const std::vector<RefusedLine> refused_lines = {
+    {"unknown option", {"-x"}},
+    {"no word", {}, {}},
+    {"socket and host", {"-H", "localhost"}},
+    {"socket and local", {"-l"}},
+    {"socket and port", {"-p", "5"}},
+    {"socket and agent", {"--agent", "/bin/true"}},
+    {"time-out of nothing", {"-t", "0"}},
+    {"long word", {}, {std::string(2048, 'x')}},
+    {"long argument", {}, {"CLEANUP", std::string(2048, 'x')}},
+};
 
-class RefusedCommandLine : public testing::TestWithParam<RefusedLine> {};
-
-TEST_P(RefusedCommandLine, ConnectsToNobody) {
+TEST(CommandLine, ThatIsRefusedConnectsToNobody) {
     const ScratchFolder folder;
-    const PeerListener socket = PeerListener::at_path(folder.path("socket"));
-    const CommandRun run = run_command(socket.options() + GetParam().options + GetParam().request);
-    EXPECT_EQ(run.exit_status, 255);
-    EXPECT_EQ(run.output, "");
-    EXPECT_THAT(run.errors, HasSubstr("(zmlogadm --help tells more)\n"));
-    EXPECT_FALSE(socket.has_connection());
+    const PeerListener listener = PeerListener::at_path(folder.path("socket"));
+    for (const RefusedLine& line : refused_lines) {
+        const CommandRun run = run_command(listener.options() + line.options + line.request);
+        EXPECT_EQ(run.exit_status, 255) << line.name;
+        EXPECT_EQ(run.output, "") << line.name;
+        EXPECT_THAT(run.errors, HasSubstr("(zmlogadm --help tells more)\n")) << line.name;
+        EXPECT_FALSE(listener.has_connection()) << line.name;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Lines, RefusedCommandLine,
-    testing::Values(RefusedLine{"UnknownOption", {"-x"}}, RefusedLine{"NoWord", {}, {}},
-                    RefusedLine{"SocketAndHost", {"-H", "localhost"}}, RefusedLine{"SocketAndLocal", {"-l"}},
-                    RefusedLine{"SocketAndPort", {"-p", "5"}}, RefusedLine{"SocketAndAgent", {"--agent", "/bin/true"}},
-                    RefusedLine{"TimeoutOfNothing", {"-t", "0"}}, RefusedLine{"LongWord", {}, {std::string(2048, 'x')}},
-                    RefusedLine{"LongArgument", {}, {"CLEANUP", std::string(2048, 'x')}}),
-    [](const testing::TestParamInfo<RefusedLine>& row) { return row.param.name; });
 
 }  // namespace

@@ -3,11 +3,14 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
+#include <stdexcept>
 #include <system_error>
 
 #include "tests/support/private_root.h"
@@ -105,6 +108,25 @@ Command::Command(const Arguments& arguments, const Preparation& prepare) {
     errors_ = std::move(errors.reading);
 }
 
+Command::~Command() {
+    if (process_ != -1) {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+}
+
+PeerConnection Command::await_connection(const PeerListener& listener) {
+    const Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
+    check(end.get(), "watch the command");
+    std::array<pollfd, 2> entries = {pollfd{.fd = listener.get(), .events = POLLIN, .revents = 0},
+                                     pollfd{.fd = end.get(), .events = POLLIN, .revents = 0}};
+    check(poll(entries.data(), entries.size(), -1), "poll");
+    if (entries[0].revents == 0) {
+        throw std::runtime_error("the command has not connected: " + finish().errors);
+    }
+    return listener.accept();
+}
+
 void Command::receive_some() {
     std::array<pollfd, 2> entries = {pollfd{.fd = output_.get(), .events = POLLIN, .revents = 0},
                                      pollfd{.fd = errors_.get(), .events = POLLIN, .revents = 0}};
@@ -132,6 +154,7 @@ CommandRun Command::finish() {
     }
     int status = 0;
     check(waitpid(process_, &status, 0), "wait");
+    process_ = -1;
     run_.exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return run_;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/posix.h"
+#include "tests/support/scripted_peer.h"
 
 using Arguments = std::vector<std::string>;
 
@@ -32,10 +33,16 @@ Preparation with_output_to(const std::string& path);
 // in this process's network.
 Preparation as_user(uid_t user);
 
-// A running command. Its standard input is empty.
+// A running command. Its standard input is empty. What a test does not wait for ends with this object.
 class Command {
   public:
     explicit Command(const Arguments& arguments, const Preparation& prepare = nullptr);
+    ~Command();
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+
+    // Waits for the command's connection. Throws when it ends instead.
+    [[nodiscard]] PeerConnection await_connection(const PeerListener& listener);
 
     // Receives until the command's output holds the text.
     void await_output(std::string_view text);

@@ -120,9 +120,8 @@ TEST_F(LocalAgent, ThatEndsBeforeTheRequestIsToldToo) {
 }
 
 TEST_F(LocalAgent, MayBeMissing) {
-    const CommandRun run = run_command({"CLEANUP"});
-    EXPECT_EQ(run.errors,
-              "zmlogadm: cannot start the agent /usr/kumel/zembrath/bin/zmlogadmagent: No such file or directory\n");
+    const CommandRun run = run_command({"--agent", agent_, "CLEANUP"});
+    EXPECT_EQ(run.errors, "zmlogadm: cannot start the agent " + agent_ + ": No such file or directory\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 

@@ -25,7 +25,7 @@ TEST_F(LocalSocketPeer, IsReachedByTheLongestPath) {
     ASSERT_EQ(path.size(), 107U);
     const PeerListener listener = PeerListener::at_path(path);
     Command command({"--socket", path, "CLEANUP"});
-    PeerConnection peer = listener.accept();
+    PeerConnection peer = command.await_connection(listener);
     EXPECT_EQ(peer.receive_request(), "1:1,7:CLEANUP,");
     peer.send("EXIT STATUS 5 no\n");
     peer.close();

@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
-#include <cerrno>
-#include <system_error>
+#include <string>
+#include <vector>
 
 #include "tests/request_command/command_run.h"
 #include "tests/support/scripted_peer.h"
@@ -18,6 +18,12 @@ using testing::StartsWith;
 
 constexpr uid_t ordinary_user = 1000;
 
+// The names that this host knows; it asks no name server.
+void set_known_hosts(const std::string& text) {
+    write_file("/etc/hosts", text);
+    write_file("/etc/nsswitch.conf", "hosts: files\n");
+}
+
 // A port of this host that belongs to nobody.
 int free_port() {
     return PeerListener("127.0.0.1").port();
@@ -25,7 +31,7 @@ int free_port() {
 
 void expect_to_be_reached(const PeerListener& listener, const Arguments& options) {
     Command command(options + Arguments{"CLEANUP"});
-    PeerConnection peer = listener.accept();
+    PeerConnection peer = command.await_connection(listener);
     EXPECT_EQ(peer.receive_request(), "1:1,7:CLEANUP,");
     peer.send("EXIT STATUS 5 no\n");
     peer.close();
@@ -41,7 +47,7 @@ std::string failure_to_connect(const Arguments& options, const Preparation& prep
 
 int source_port_of(const PeerListener& listener, const Preparation& prepare = nullptr) {
     Command command(listener.options() + Arguments{"CLEANUP"}, prepare);
-    PeerConnection peer = listener.accept();
+    PeerConnection peer = command.await_connection(listener);
     const int port = peer.source_port();
     static_cast<void>(peer.receive_request());
     peer.send("EXIT STATUS 0 done\n");
@@ -50,31 +56,37 @@ int source_port_of(const PeerListener& listener, const Preparation& prepare = nu
     return port;
 }
 
-// Ports that are in use as long as this object lives.
-class UsedPorts {
-  public:
-    void use(int port) {
-        sockaddr_in any{};
-        any.sin_family = AF_INET;
-        any.sin_port = htons(static_cast<in_port_t>(port));
-        Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        if (bind(socket.get(), reinterpret_cast<const sockaddr*>(&any), sizeof any) == -1) {
-            throw std::system_error(errno, std::generic_category(), "use port " + std::to_string(port));
-        }
-        sockets_.push_back(std::move(socket));
-    }
+// Binds a socket to the port. Returns an invalid one when the port is in use.
+Descriptor bind_to(int port) {
+    sockaddr_in any{};
+    any.sin_family = AF_INET;
+    any.sin_port = htons(static_cast<in_port_t>(port));
+    Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    return bind(socket.get(), reinterpret_cast<const sockaddr*>(&any), sizeof any) == 0 ? std::move(socket)
+                                                                                        : Descriptor();
+}
 
-    // Uses all ports that root connects from, but for one.
-    void use_all_but(int left) {
+// As long as this object lives, all ports that root connects from are in use but for so many.
+class UsedRootPorts {
+  public:
+    explicit UsedRootPorts(int left) {
         for (int port = 512; port != 1024; ++port) {
-            if (port != left) {
-                use(port);
+            Descriptor socket = bind_to(port);
+            if (socket.valid() && left > 0) {
+                left_ = port;
+                --left;
+            } else {
+                sockets_.push_back(std::move(socket));
             }
         }
     }
 
+    // The last of the ports that are left.
+    [[nodiscard]] int left() const { return left_; }
+
   private:
     std::vector<Descriptor> sockets_;
+    int left_ = 0;
 };
 
 TEST(RemoteHost, IsReachedByAnIpv4Address) {
@@ -88,7 +100,7 @@ TEST(RemoteHost, IsReachedByAnIpv6Address) {
 }
 
 TEST(RemoteHost, IsReachedByAName) {
-    write_file("/etc/hosts", "127.0.0.9 elsewhere\n");
+    set_known_hosts("127.0.0.9 elsewhere\n");
     const PeerListener listener("127.0.0.9");
     expect_to_be_reached(listener, {"--host", "elsewhere", "--port", std::to_string(listener.port())});
 }
@@ -100,13 +112,13 @@ TEST(RemoteHost, IsReachedOnTheDefaultPort) {
 
 // Of these addresses the IPv6 one is tried first.
 TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstRefuses) {
-    write_file("/etc/hosts", "::1 elsewhere\n127.0.0.1 elsewhere\n");
+    set_known_hosts("::1 elsewhere\n127.0.0.1 elsewhere\n");
     const PeerListener listener("127.0.0.1");
     expect_to_be_reached(listener, {"-H", "elsewhere", "-p", std::to_string(listener.port())});
 }
 
 TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstHangs) {
-    write_file("/etc/hosts", "::1 elsewhere\n127.0.0.1 elsewhere\n");
+    set_known_hosts("::1 elsewhere\n127.0.0.1 elsewhere\n");
     const PeerListener listener("127.0.0.1");
     PeerListener hanging("::1", listener.port());
     hanging.hang();
@@ -114,7 +126,7 @@ TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstHangs) {
 }
 
 TEST(RemoteHost, FailsWithTheReasonOfEachAddress) {
-    write_file("/etc/hosts", "::1 elsewhere\n127.0.0.1 elsewhere\n");
+    set_known_hosts("::1 elsewhere\n127.0.0.1 elsewhere\n");
     PeerListener hanging("::1");
     hanging.hang();
     const std::string port = std::to_string(hanging.port());
@@ -138,11 +150,12 @@ TEST(RemoteHost, MayRefuseTheConnection) {
 }
 
 TEST(RemoteHost, MayBeUnknown) {
-    write_file("/etc/nsswitch.conf", "hosts: files\n");
+    set_known_hosts("");
     EXPECT_EQ(failure_to_connect({"-H", "nowhere"}), "zmlogadm: cannot look up nowhere: Name or service not known\n");
 }
 
 TEST(RemoteHost, IsGivenUpWhenItsLookUpTakesLongerThanTheTimeOut) {
+    write_file("/etc/nsswitch.conf", "hosts: dns\n");
     write_file("/etc/resolv.conf", "nameserver 127.0.0.1\n");
     const Descriptor silent_name_server(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_in address{};
@@ -168,16 +181,12 @@ TEST(RemoteHost, SeesAnotherUserOnAnotherPort) {
 }
 
 TEST(RemoteHost, SeesRootOnTheOnePortThatIsFree) {
-    for (const int port : {512, 700, 1023}) {
-        UsedPorts used;
-        used.use_all_but(port);
-        EXPECT_EQ(source_port_of(PeerListener("127.0.0.1")), port);
-    }
+    const UsedRootPorts used(1);
+    EXPECT_EQ(source_port_of(PeerListener("127.0.0.1")), used.left());
 }
 
 TEST(RemoteHost, IsNotConnectedToFromAnotherPortWhenRootsAreInUse) {
-    UsedPorts used;
-    used.use_all_but(0);
+    const UsedRootPorts used(0);
     const PeerListener listener("127.0.0.1");
     EXPECT_THAT(failure_to_connect(listener.options()),
                 HasSubstr("127.0.0.1: no source port from 512 to 1023 can be used: Address already in use\n"));
@@ -193,9 +202,9 @@ TEST(RemoteHost, IsNotConnectedToFromAnotherPortWhenRootHasLostItsPrivilege) {
 
 // A connection from a port to itself succeeds without anybody listening.
 TEST(RemoteHost, IsNotTheCommandItself) {
-    UsedPorts used;
-    used.use_all_but(700);
-    EXPECT_THAT(failure_to_connect({"-H", "127.0.0.1", "-p", "700"}), HasSubstr("127.0.0.1: Connection refused\n"));
+    const UsedRootPorts used(1);
+    EXPECT_THAT(failure_to_connect({"-H", "127.0.0.1", "-p", std::to_string(used.left())}),
+                HasSubstr("127.0.0.1: Connection refused\n"));
 }
 
 }  // namespace

@@ -122,6 +122,8 @@ PeerListener PeerListener::at_path(const std::string& path) {
 void PeerListener::listen_at(const sockaddr* address, socklen_t size) {
     socket_.reset(socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     check(socket_.get(), "make a socket");
+    const int on = 1;
+    check(setsockopt(socket_.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on), "reuse a port");
     check(bind(socket_.get(), address, size), "bind");
     check(listen(socket_.get(), 1), "listen");
 }

@@ -54,7 +54,10 @@ class PeerListener {
     [[nodiscard]] const std::vector<std::string>& options() const { return options_; }
     [[nodiscard]] int port() const;
 
-    // Waits for the command's connection.
+    // The listening socket, which is readable when a connection has been made.
+    [[nodiscard]] int get() const { return socket_.get(); }
+
+    // Takes the next connection, or waits for it.
     [[nodiscard]] PeerConnection accept() const;
 
     // Tells whether a connection has been made that was not accepted yet.
