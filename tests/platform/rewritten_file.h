@@ -1,0 +1,52 @@
+// The files that the library rewrites, each through the library's own operations.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+// Carries a prepared change out. Returns 0 or the library's status.
+using Change = std::function<int()>;
+
+struct RewrittenFile {
+    const char* name;
+    std::string path;
+    std::string before;               // what the test begins with
+    std::string after;                // what the change makes of it
+    std::function<Change()> prepare;  // what comes before the file is rewritten
+    std::function<int(int error)> failure;
+    // An entry of its own for each number, and the line that it makes.
+    std::function<int(int number)> add_entry;
+    std::function<std::string(int number)> entry_line;
+
+    [[nodiscard]] std::string folder() const { return path.substr(0, path.rfind('/')); }
+    [[nodiscard]] std::string lock() const { return path + ".lock"; }
+    [[nodiscard]] int change() const { return prepare()(); }
+};
+
+const RewrittenFile& main_configuration_file();
+const RewrittenFile& store_file_of_a_product();
+
+// A test that begins with the file as it is before the change.
+class RewriteTest : public testing::TestWithParam<RewrittenFile> {
+  protected:
+    RewriteTest();
+    ~RewriteTest() override;
+
+    void expect_rewritten() const { expect_text(GetParam().after); }
+    void expect_text(const std::string& text) const;
+
+    // The folder holds what it held at the beginning and the lock file.
+    void expect_nothing_left_behind() const;
+
+    // The change works.
+    void expect_change() const;
+
+    std::vector<std::string> names_before_;
+};
+
+#define FOR_EACH_REWRITTEN_FILE(suite)                                                    \
+    INSTANTIATE_TEST_SUITE_P(                                                             \
+        Of, suite, testing::Values(main_configuration_file(), store_file_of_a_product()), \
+        [](const testing::TestParamInfo<RewrittenFile>& row) { return std::string(row.param.name); })
