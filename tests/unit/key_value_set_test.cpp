@@ -7,7 +7,7 @@
 
 namespace {
 
-using std::string_literals::operator""s;
+const std::string zero_byte(1, '\0');
 
 struct Setting {
     std::string key;
@@ -81,9 +81,10 @@ INSTANTIATE_TEST_SUITE_P(
         {"ComparesTheSeparatorToTheLetter", "X=1\nX  = 1\nX =1\n", x_5, "X=1\nX  = 1\nX =1\nX = 5\n"},
         {"ComparesTheKeyToTheLetter", "x = 1\n", x_5, "x = 1\nX = 5\n"},
         {"KeepsCarriageReturnsAndWritesNone", "A = 1\r\nX = 1\r\nB\r\n", x_5, "A = 1\r\nX = 5\nB\r\n"},
-        {"KeepsZeroBytes", "A\0B\n\0\n"s, x_5, "A\0B\n\0\nX = 5\n"s},
-        {"FindsTheMatchBehindAZeroByte", "\0X = 1\n"s, x_5, "X = 5\n"},
-        {"FindsTheCommentBehindAZeroByte", "X = 1\0#\nX = 2\n"s, x_5, "X = 1\0#\nX = 5\n"s},
+        {"KeepsZeroBytes", "A" + zero_byte + "B\n" + zero_byte + "\n", x_5,
+         "A" + zero_byte + "B\n" + zero_byte + "\nX = 5\n"},
+        {"FindsTheMatchBehindAZeroByte", zero_byte + "X = 1\n", x_5, "X = 5\n"},
+        {"FindsTheCommentBehindAZeroByte", "X = 1" + zero_byte + "#\nX = 2\n", x_5, "X = 1" + zero_byte + "#\nX = 5\n"},
         {"KeepsBytesThatAreNoText", "\xff\xfe\x01\n", x_5, "\xff\xfe\x01\nX = 5\n"},
         {"WritesAnEmptyValue", "X = 1\n", {"X", " = ", ""}, "X = \n"},
         {"WritesAValueWithEqualsSigns", "X=1\n", {"X", "=", "a=b=c"}, "X=a=b=c\n"},

@@ -7,7 +7,7 @@
 
 namespace {
 
-using std::string_literals::operator""s;
+const std::string zero_byte(1, '\0');
 
 struct Row {
     const char* name;
@@ -60,7 +60,8 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, Unset,
                              {"CommentsALastLineWithoutANewlineOut", "A\nX = 1", "X", " = ", "#", "A\n#X = 1\n"},
                              {"AddsTheNewlineThatAnotherLastLineLacks", "X = 1\nA", "X", " = ", "#", "#X = 1\nA\n"},
                              {"KeepsCarriageReturns", "X = 1\r\nA\r\n", "X", " = ", "#", "#X = 1\r\nA\r\n"},
-                             {"KeepsZeroBytes", "X = \0001\nA\0\n"s, "X", " = ", "#", "#X = \0001\nA\0\n"s},
+                             {"KeepsZeroBytes", "X = " + zero_byte + "1\nA" + zero_byte + "\n", "X", " = ", "#",
+                              "#X = " + zero_byte + "1\nA" + zero_byte + "\n"},
                              {"KeepsBlankLines", "\nX=1\n\n", "X", "=", "#", "\n#X=1\n\n"},
                              {"CommentsABareKeywordOut", "VERBOSE\n", "VERBOSE", "", "#", "#VERBOSE\n"},
                              {"CommentsLinesThatBeginWithAKeywordOut", "VERBOSE_X = 1\nVERBOSE=2\nMY VERBOSE\n",
