@@ -1,4 +1,5 @@
-# build_flags: how every source is compiled. program_flags: how the two programs are linked.
+# build_flags: how every source is compiled. hardening: how what goes into the programs is compiled beyond that.
+# program_flags: how the programs are linked.
 
 add_library(build_flags INTERFACE)
 target_include_directories(build_flags INTERFACE ${PROJECT_SOURCE_DIR})
@@ -7,11 +8,14 @@ target_compile_options(build_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wsign-conversion -Wold-style-cast -Wuseless-cast -Woverloaded-virtual
                             -Wnon-virtual-dtor -Wextra-semi>
   -Wformat=2 -Wformat-signedness -Wcast-align -Wnull-dereference -Wduplicated-cond -Wduplicated-branches
-  -Wlogical-op -Wundef
+  -Wlogical-op -Wundef)
+
+add_library(hardening INTERFACE)
+target_compile_options(hardening INTERFACE
   -ffunction-sections -fdata-sections -fstack-protector-strong -fstack-clash-protection -fcf-protection)
 # Fortification needs optimisation, and the sanitizers do its work where they run.
 if(NOT ZMLA_SANITIZE)
-  target_compile_options(build_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  target_compile_options(hardening INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
 endif()
 
 add_library(program_flags INTERFACE)
