@@ -7,7 +7,7 @@
 
 namespace {
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 // What an answer was told apart into.
 struct Parts {

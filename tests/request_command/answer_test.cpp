@@ -11,8 +11,7 @@
 
 namespace {
 
-using std::string_literals::operator""s;
-using testing::HasSubstr;
+using namespace std::string_literals;
 
 // More than a connection holds on its way.
 const std::string much_output = [] {

@@ -14,7 +14,6 @@
 namespace {
 
 using testing::HasSubstr;
-using testing::StartsWith;
 
 constexpr uid_t ordinary_user = 1000;
 
