@@ -1,5 +1,5 @@
 /*
- * floor: the least that a request for free disk space costs.
+ * floor: the least that a request costs; one for free space first of all.
  *
  * Measured against it, the agent shows what it costs beyond what the kernel and the C library ask of any program that
  * does the same. So it does, for one request, what nobody could leave out, each in the cheapest way that keeps what
@@ -11,11 +11,14 @@
  *     request, of the same texts, each with its own time and its own write;
  *   - ignores SIGPIPE, and asks the kernel for the peer's user and for the host's name;
  *   - reads the request's own bytes and not one more: a look at what has come, then one read of exactly its length;
- *   - measures the file system, sends the answer and the status line, and ends.
+ *   - carries it out: measures the file system (GETDISKSPACE); rewrites the volume manager's file line by line beside
+ *     the old one, each line with its own write, and renames it (VMCONF); or runs the connection broker's tool through
+ *     the shell (KOB);
+ *   - sends the answer and the status line, and ends.
  *
- * It leaves out what this one request does not need: waiting for a request that comes in pieces, any other request
- * word, configuration keys besides SERVER, peers over TCP, names to be resolved, sends that are cut short, escaping in
- * the log, texts longer than its buffers. It is built and linked with the agent's own flags.
+ * It leaves out what such a request does not need when all goes well: waiting for a request that comes in pieces, any
+ * other request, configuration keys besides SERVER, peers over TCP, names to be resolved, sends that are cut short,
+ * escaping in the log, texts and files longer than its buffers. It is built and linked with the agent's own flags.
  */
 #define _GNU_SOURCE /* struct ucred */
 
@@ -33,7 +36,8 @@
 #include <time.h>
 #include <unistd.h>
 
-enum { buffer_size = 2048 };
+/* No larger than the requests measured need: every page of the stack that is touched costs. */
+enum { buffer_size = 1024, configuration_size = 4096, file_size = 1 << 20 };
 
 static int debug_log = -1;
 
@@ -69,7 +73,7 @@ static int take_over_socket(void) {
 
 /* Tells whether qr.conf names this host. */
 static int host_is_server(void) {
-    char text[16384];
+    char text[configuration_size];
     const int file = open("/usr/kumel/zembrath/qr.conf", O_RDONLY | O_CLOEXEC);
     const ssize_t length = read(file, text, sizeof text - 1);
     if (length < 0) {
@@ -162,6 +166,59 @@ static void answer_disk_space(int peer, const char* directory) {
     send_line(peer, line, length);
 }
 
+static void enable_volume_manager(const char* argument) {
+    static char text[file_size];
+    static const char path[] = "/usr/kumel/volmgr/vm.conf";
+    static const char new_path[] = "/usr/kumel/volmgr/vm.conf.new";
+    static const char setting[] = "VERBOSE\n";
+    const int file = open(path, O_RDONLY | O_CLOEXEC);
+    const int copy = open(new_path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const ssize_t length = read(file, text, sizeof text);
+    if (length < 0 || copy < 0) {
+        exit(9);
+    }
+    close(file);
+    for (const char* line = text; line < text + length;) {
+        const char* const end = (const char*)memchr(line, '\n', (size_t)(text + length - line)) + 1;
+        const int is_setting = memmem(line, (size_t)(end - line), "VERBOSE", 7) != NULL;
+        const size_t size = is_setting ? sizeof setting - 1 : (size_t)(end - line);
+        if (write(copy, is_setting ? setting : line, size) != (ssize_t)size) {
+            exit(9);
+        }
+        line = end;
+    }
+    close(copy);
+    if (rename(new_path, path) != 0) {
+        exit(9);
+    }
+    log_message("process_vmconf: PROCESS=%s STATUS=0 MSG=Set debug logging\\n\n", argument);
+}
+
+static void run_connection_broker_tool(void) {
+    static const char command[] = "/opt/HOLKkob/bin/ktlogcfg -a -p 50936 -o 103 -s DebugLevel=5";
+    log_message("process_kob: For C=KOB CA=5 executing cmd=%s\n", command);
+    if (system(command) != 0) {
+        exit(10);
+    }
+    log_message("process_kob: Sending to caller: PROCESS=KOB:kob STATUS=0 MSG=Success\\n\n");
+    log_message("process_kob: Completed w/ 0\n");
+}
+
+static void answer_logging(int peer, const char* argument) {
+    char line[buffer_size];
+    const int is_volume_manager = strncmp(argument, "VMCONF:", 7) == 0;
+    log_message("handle_logging: enable logging C=ENABLELOGGING\n");
+    if (is_volume_manager) {
+        enable_volume_manager(argument);
+    } else {
+        run_connection_broker_tool();
+    }
+    const int length = snprintf(line, sizeof line, "PROCESS=%.64s STATUS=0 MSG=%s\n", argument,
+                                is_volume_manager ? "Set debug logging" : "Success");
+    log_message("handle_logging: Responding (len=%d) %.*s\\n\n", length, length - 1, line);
+    send_line(peer, line, length);
+}
+
 int main(void) {
     static const char status_line[] = "EXIT STATUS 0 the requested operation was successfully completed\n";
     char request[2 * buffer_size + 1];
@@ -180,7 +237,11 @@ int main(void) {
     read_request(peer, request, &word, &argument);
     log_message("process_request: processing request R=%s\n", word);
     log_message("is_cmd_valid: command is valid C=%s\n", word);
-    answer_disk_space(peer, argument);
+    if (strcmp(word, "GETDISKSPACE") == 0) {
+        answer_disk_space(peer, argument);
+    } else {
+        answer_logging(peer, argument);
+    }
     log_message("zmlogadmagent: closing peer SOCK (%d) in QAS NSC=0\n", peer);
     send_line(peer, status_line, sizeof status_line - 1);
     close(peer);

@@ -94,7 +94,7 @@ std::string time_text(double seconds) {
 }
 
 void print_heading() {
-    printf("%-34s %-11s %9s %9s %7s  %-15s %7s  %s\n", "request", "against", "agent", "other", "ratio", "95 % range",
+    printf("%-34s %-12s %9s %9s %7s  %-15s %7s  %s\n", "request", "against", "agent", "other", "ratio", "95 % range",
            "target", "");
 }
 
@@ -103,7 +103,7 @@ void print_comparison(const Comparison& comparison, const PairedResult& result) 
     const double ratio = result.ratio.median / work;
     char range[32];
     snprintf(range, sizeof range, "%.3f to %.3f", result.ratio.low / work, result.ratio.high / work);
-    printf("%-34s %-11s %9s %9s %7.3f  %-15s ", comparison.what.c_str(),
+    printf("%-34s %-12s %9s %9s %7.3f  %-15s ", comparison.what.c_str(),
            work == 1 ? comparison.reference.name.c_str() : "1/10 of it", time_text(result.first_seconds).c_str(),
            time_text(result.second_seconds).c_str(), ratio, range);
     if (comparison.target) {
@@ -120,7 +120,7 @@ void print_augtool_on_million_lines(int patience) {
     const double agent = run_unchecked(verbose_by_agent(lines)).seconds;
     const ProgramRun augtool = run_unchecked(verbose_by_augtool(lines, patience));
     const bool ended = augtool.exit_status != given_up;
-    printf("%-34s %-11s %9s %8s%s %6s%.3f  %s\n", "VMCONF, 1,000,000 lines", "augtool", time_text(agent).c_str(),
+    printf("%-34s %-12s %9s %8s%s %6s%.3f  %s\n", "VMCONF, 1,000,000 lines", "augtool", time_text(agent).c_str(),
            ended ? "" : ">", time_text(augtool.seconds).c_str(), ended ? "" : "<", agent / augtool.seconds,
            ended ? "one round" : "augtool was given up");
 }
@@ -150,10 +150,12 @@ void run(const Options& options) {
         "\nTimes are medians of whole requests: start, request, answer to its end, exit. The ratio is the median of\n"
         "the rounds' ratios; in each round both run once, in turn first. The floor is a static C program that does "
         "the\n"
-        "least that a GETDISKSPACE request needs (benchmarks/floor.c); it is what all requests are held against.\n"
-        "Files are in memory (tmpfs) but for \"on disk\". Fourteen categories: files of 20 to 40 lines, and a "
-        "stand-in\n"
-        "for the connection broker's tool that does nothing, started through the shell as the real one is.\n");
+        "least that a GETDISKSPACE request needs (benchmarks/floor.c); all kinds of request are held against that "
+        "one.\n"
+        "Floor + file and floor + tool are the same program when it makes the change in the 200 lines, and when it "
+        "runs\n"
+        "the connection broker's tool through the shell. That tool is a stand-in that does nothing. The categories'\n"
+        "files have 20 to 40 lines. Files are in memory (tmpfs) but for \"on disk\".\n");
     if (disk_folder().empty()) {
         printf("Nothing was measured on disk: the build folder cannot be written.\n");
     }
