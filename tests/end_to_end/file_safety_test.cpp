@@ -1,0 +1,252 @@
+// What becomes of the files that a logging request changes when the agent is killed, the disk is full, a folder may not
+// be written, or many agents change one file.
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <system_error>
+
+#include "tests/support/agent_runner.h"
+#include "tests/support/connected_sockets.h"
+#include "tests/support/private_root.h"
+#include "tests/support/product_test.h"
+#include "tests/support/test_files.h"
+#include "tests/support/traced_process.h"
+
+namespace {
+
+const std::string store = "/usr/kumel/ktul/51216.conf";
+const std::string volume_manager = "/usr/kumel/volmgr/vm.conf";
+
+// A file that a request changes, and how.
+struct ChangedFile {
+    std::string name;
+    std::string path;
+    std::string before;
+    std::string after;
+    Request request;
+    // Whether the platform library rewrites it; else it is a key-value file.
+    bool is_rewritten_safely = true;
+};
+
+const std::vector<ChangedFile> changed_files = {
+    {.name = "MainConfiguration",
+     .path = main_configuration,
+     .before = "# trusted\nSERVER = localhost\nJOBD_VERBOSE = 1\n# end\n",
+     .after = "# trusted\nSERVER = localhost\nJOBD_VERBOSE = 5\n# end\nREQD_VERBOSE = 3\n",
+     .request = {"ENABLELOGGING", "QRCONF:jobd_verbose,reqd_verbose=3"}},
+    {.name = "LoggingStore",
+     .path = store,
+     .before = "# levels\n111.DebugLevel=1\n",
+     .after = "# levels\n111.DebugLevel=5\n",
+     .request = {"ENABLELOGGING", "ZMKTUL:111=5"}},
+    {.name = "KeyValueFile",
+     .path = volume_manager,
+     .before = "A = 1\n#VERBOSE\nB = 2\n",
+     .after = "A = 1\nVERBOSE\nB = 2\n",
+     .request = {"ENABLELOGGING", "VMCONF:vmd"},
+     .is_rewritten_safely = false},
+};
+
+int become_agent(int socket) {
+    const int null = open("/dev/null", O_RDWR);
+    if (dup2(socket, STDIN_FILENO) != -1 && dup2(null, STDOUT_FILENO) != -1 && dup2(null, STDERR_FILENO) != -1) {
+        const std::string program = inside_path(ZMLA_AGENT_FILE);
+        execl(program.c_str(), program.c_str(), nullptr);
+    }
+    return 1;
+}
+
+class FileSafety : public ProductTest, public testing::WithParamInterface<ChangedFile> {
+  public:
+    FileSafety() { restore(); }
+
+    static void restore() {
+        write_file(GetParam().path, GetParam().before);
+        set_mode(GetParam().path, 0640);
+    }
+
+    // Runs the agent up to one of its stops at system calls and kills it there. Returns false when it has no stop of
+    // that number and went through.
+    [[nodiscard]] static bool crash_at(int stop) {
+        const ConnectedSockets sockets = connect_locally();
+        if (!write_all(sockets.peer_end.get(), netstrings(GetParam().request))) {
+            throw std::runtime_error("the request could not be sent");
+        }
+        TracedProcess agent([&] { return become_agent(sockets.agent_end.get()); });
+        for (int i = 0; i < stop; ++i) {
+            if (!agent.step()) {
+                EXPECT_TRUE(agent.succeeded());
+                return false;
+            }
+        }
+        agent.kill();
+        return true;
+    }
+
+    static std::string folder() { return GetParam().path.substr(0, GetParam().path.rfind('/')); }
+};
+
+// The next request works, and leaves nothing but a lock beside the file.
+void expect_next_request_to_work(const std::vector<std::string>& names_before) {
+    const ChangedFile& changed = FileSafety::GetParam();
+    ASSERT_EQ(run_agent(changed.request).status(), 0);
+    ASSERT_EQ(read_file(changed.path), changed.after);
+    for (const std::string& name : names_in(FileSafety::folder())) {
+        const bool was_there = std::find(names_before.begin(), names_before.end(), name) != names_before.end();
+        ASSERT_TRUE(was_there || FileSafety::folder() + "/" + name == changed.path + ".lock") << name;
+    }
+}
+
+TEST_P(FileSafety, TheFileIsWhollyOldOrWhollyNewAtWhateverSystemCallTheAgentIsKilled) {
+    const std::vector<std::string> names = names_in(folder());
+    int new_texts = 0;
+    int stop = 1;
+    // Two stops are one system call: before it and after it.
+    for (; crash_at(stop); stop += 2) {
+        SCOPED_TRACE("killed at stop " + std::to_string(stop));
+        const std::string text = read_file(GetParam().path);
+        ASSERT_TRUE(text == GetParam().before || text == GetParam().after) << text;
+        if (GetParam().is_rewritten_safely) {
+            ASSERT_EQ(mode_of(GetParam().path), 0640U);
+        }
+        new_texts += text == GetParam().after ? 1 : 0;
+        ASSERT_NO_FATAL_FAILURE(expect_next_request_to_work(names));
+        restore();
+    }
+    EXPECT_EQ(read_file(GetParam().path), GetParam().after);
+    EXPECT_GT(stop, 100);
+    EXPECT_GT(new_texts, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(, FileSafety, testing::ValuesIn(changed_files),
+                         [](const testing::TestParamInfo<ChangedFile>& row) { return row.param.name; });
+
+// A small file system of its own in the place of a folder.
+class SmallDisk {
+  public:
+    explicit SmallDisk(std::string folder) : folder_(std::move(folder)) {
+        if (mount("none", folder_.c_str(), "tmpfs", 0, "size=64k,mode=755") != 0) {
+            throw std::system_error(errno, std::generic_category(), "mount " + folder_);
+        }
+    }
+    ~SmallDisk() { umount2(folder_.c_str(), MNT_DETACH); }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    void fill() const {
+        const Descriptor file(open(filler().c_str(), O_WRONLY | O_CREAT, 0600));
+        const std::string block(4096, 'x');
+        while (write_all(file.get(), block)) {
+        }
+    }
+    void make_room() const { unlink(filler().c_str()); }
+    void forbid_writing() const {
+        if (mount("none", folder_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
+            throw std::system_error(errno, std::generic_category(), "remount " + folder_);
+        }
+    }
+
+  private:
+    [[nodiscard]] std::string filler() const { return folder_ + "/filler"; }
+
+    std::string folder_;
+};
+
+class SafelyRewrittenStore : public ProductTest {
+  protected:
+    SafelyRewrittenStore() { write_file(store, before_); }
+
+    const std::string before_ = "111.DebugLevel=1\n";
+    SmallDisk disk_ = SmallDisk("/usr/kumel/ktul");
+};
+
+TEST_F(SafelyRewrittenStore, StaysAsItIsOnAFullDiskAndIsChangedOnceThereIsRoom) {
+    // The lock is there, as it is after the first change; only the new text finds no room.
+    write_file(store + ".lock", "");
+    disk_.fill();
+    AgentRun run = run_agent({"ENABLELOGGING", "ZMKTUL:111=5"});
+    EXPECT_EQ(run.output(), "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=28 LVL=5\n");
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(read_file(store), before_);
+    EXPECT_EQ(names_in("/usr/kumel/ktul"), (std::vector<std::string>{"51216.conf", "51216.conf.lock", "filler"}));
+    disk_.make_room();
+    run = run_agent({"ENABLELOGGING", "ZMKTUL:111=5"});
+    EXPECT_EQ(run.output(), "PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=1,111=5 DIAG:111=6,111=6\n");
+    EXPECT_EQ(read_file(store), "111.DebugLevel=5\n");
+}
+
+TEST_F(SafelyRewrittenStore, StaysAsItIsInAFolderThatMayNotBeWritten) {
+    disk_.forbid_writing();
+    const AgentRun run = run_agent({"ENABLELOGGING", "ZMKTUL:111=5"});
+    EXPECT_EQ(run.output(), "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=30 LVL=5\n");
+    EXPECT_EQ(read_file(store), before_);
+    EXPECT_EQ(names_in("/usr/kumel/ktul"), (std::vector<std::string>{"51216.conf"}));
+}
+
+TEST_F(SafelyRewrittenStore, KeepsItsExtendedAttributesAndOwner) {
+    const std::string value = "of the administrator";
+    // In the memory file system of a private root users have no attributes of their own; those of the trusted kind are
+    // root's. Where neither is to be had there is nothing to keep.
+    const bool has_attribute = setxattr(store.c_str(), "trusted.note", value.data(), value.size(), 0) == 0;
+    set_mode(store, 0604);
+    EXPECT_EQ(run_agent({"ENABLELOGGING", "ZMKTUL:111=5"}).status(), 0);
+    EXPECT_EQ(mode_of(store), 0604U);
+    std::string kept(64, '\0');
+    const ssize_t size = getxattr(store.c_str(), "trusted.note", kept.data(), kept.size());
+    kept.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    EXPECT_EQ(kept, has_attribute ? value : "");
+}
+
+// Starts all agents, sends their requests, then waits for all.
+void run_at_once(const std::vector<Request>& requests) {
+    std::vector<std::unique_ptr<Agent>> agents;
+    for (const Request& request : requests) {
+        agents.push_back(std::make_unique<Agent>());
+        agents.back()->send(request);
+    }
+    for (const std::unique_ptr<Agent>& agent : agents) {
+        const AgentRun run = agent->finish();
+        EXPECT_EQ(run.status(), 0);
+        EXPECT_NE(run.output().find("STATUS=0"), std::string::npos) << run.output();
+    }
+}
+
+constexpr int many = 32;
+
+class ManyAgentsAtOnce : public ProductTest {};
+
+TEST_F(ManyAgentsAtOnce, LoseNoChangeOfTheMainConfiguration) {
+    std::vector<Request> requests;
+    for (int i = 0; i < many; ++i) {
+        requests.push_back({"ENABLELOGGING", "QRCONF:PROCESS" + std::to_string(i) + "_VERBOSE=" + std::to_string(i)});
+    }
+    run_at_once(requests);
+    const std::string text = read_file(main_configuration);
+    for (int i = 0; i < many; ++i) {
+        const std::string line = "PROCESS" + std::to_string(i) + "_VERBOSE = " + std::to_string(i) + "\n";
+        EXPECT_NE(text.find("\n" + line), std::string::npos) << line;
+    }
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + many);
+}
+
+TEST_F(ManyAgentsAtOnce, LoseNoChangeOfALoggingStore) {
+    write_file(store, "# levels\n");
+    std::vector<Request> requests;
+    for (int i = 0; i < many; ++i) {
+        requests.push_back({"ENABLELOGGING", "ZMKTUL:" + std::to_string(1000 + i) + "=5"});
+    }
+    run_at_once(requests);
+    const std::string text = read_file(store);
+    for (int i = 0; i < many; ++i) {
+        const std::string line = std::to_string(1000 + i) + ".DebugLevel=5\n";
+        EXPECT_NE(text.find("\n" + line), std::string::npos) << line;
+    }
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + many);
+}
+
+}  // namespace
