@@ -1,72 +1,18 @@
 // A rewrite that is killed at each of its system calls.
 #include <gtest/gtest.h>
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <csignal>
 #include <string>
-#include <system_error>
 
 #include "tests/platform/rewritten_file.h"
 #include "tests/support/test_files.h"
-
-namespace {
-
-void check(long result, const char* what) {
-    if (result == -1) {
-        throw std::system_error(errno, std::generic_category(), what);
-    }
-}
-
-// A child process that carries the change out and stops before and after each system call.
-class TracedChange {
-  public:
-    explicit TracedChange(const Change& change) : process_(fork()) {
-        check(process_, "fork");
-        if (process_ == 0) {
-            ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-            raise(SIGSTOP);
-            _exit(change() == 0 ? 0 : 1);
-        }
-        await();
-        check(ptrace(PTRACE_SETOPTIONS, process_, nullptr, PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD), "trace");
-    }
-    ~TracedChange() { kill(); }
-    TracedChange(const TracedChange&) = delete;
-    TracedChange& operator=(const TracedChange&) = delete;
-
-    // Lets it go on to the next stop. Returns whether there was one before its end.
-    bool step() {
-        check(ptrace(PTRACE_SYSCALL, process_, nullptr, nullptr), "go on");
-        await();
-        return WIFSTOPPED(status_);
-    }
-
-    void kill() {
-        if (WIFSTOPPED(status_)) {
-            ::kill(process_, SIGKILL);
-            await();
-        }
-    }
-
-    [[nodiscard]] bool succeeded() const { return WIFEXITED(status_) && WEXITSTATUS(status_) == 0; }
-
-  private:
-    void await() { check(waitpid(process_, &status_, 0), "wait"); }
-
-    pid_t process_;
-    int status_ = 0;
-};
-
-}  // namespace
+#include "tests/support/traced_process.h"
 
 class CrashedRewrite : public RewriteTest {
   protected:
     // Kills the change at a stop. Returns false when it has none of that number and went through.
     [[nodiscard]] bool crash_at(int stop) const {
-        TracedChange traced(GetParam().prepare());
+        const Change change = GetParam().prepare();
+        TracedProcess traced([&] { return change() == 0 ? 0 : 1; });
         for (int i = 0; i < stop; ++i) {
             if (!traced.step()) {
                 EXPECT_TRUE(traced.succeeded());
