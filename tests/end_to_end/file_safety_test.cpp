@@ -222,6 +222,7 @@ class ManyAgentsAtOnce : public ProductTest {};
 
 TEST_F(ManyAgentsAtOnce, LoseNoChangeOfTheMainConfiguration) {
     std::vector<Request> requests;
+    requests.reserve(many);
     for (int i = 0; i < many; ++i) {
         requests.push_back({"ENABLELOGGING", "QRCONF:PROCESS" + std::to_string(i) + "_VERBOSE=" + std::to_string(i)});
     }
@@ -237,6 +238,7 @@ TEST_F(ManyAgentsAtOnce, LoseNoChangeOfTheMainConfiguration) {
 TEST_F(ManyAgentsAtOnce, LoseNoChangeOfALoggingStore) {
     write_file(store, "# levels\n");
     std::vector<Request> requests;
+    requests.reserve(many);
     for (int i = 0; i < many; ++i) {
         requests.push_back({"ENABLELOGGING", "ZMKTUL:" + std::to_string(1000 + i) + "=5"});
     }
