@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-for tests in unit_tests platform_tests request_command_tests end_to_end_tests; do
-    program=$(find build/release/tests -name "$tests" -type f)
+find build/release/tests -name '*_tests' -type f -perm -u+x | sort | while read -r program; do
+    echo "$(basename "$program"):"
     setpriv --reuid=65534 --regid=65534 --clear-groups --bounding-set=-all "$PWD/$program" --gtest_brief=1
 done
