@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -62,6 +64,7 @@ extern "C" {
 
 pid_t __real_fork();
 pid_t __real_waitpid(pid_t child, int* word, int options);
+int __real_execvp(const char* file, char* const arguments[]);
 int __real_system(const char* command);
 int __real_open(const char* path, int flags, ...);
 int __real_dup(int fd);
@@ -88,6 +91,14 @@ pid_t __wrap_fork() {
 pid_t __wrap_waitpid(pid_t child, int* word, int options) {
     const pid_t result = __real_waitpid(child, word, options);
     return faults.child_not_awaited != 0 ? fail(faults.child_not_awaited) : result;
+}
+
+int __wrap_execvp(const char* file, char* const arguments[]) {
+    if (getpid() == faults.lasting_process) {
+        fputs("The process that runs the tests was about to become another program\n", stderr);
+        abort();
+    }
+    return __real_execvp(file, arguments);
 }
 
 int __wrap_system(const char* command) {

@@ -21,6 +21,8 @@ struct WriteOutcome {
 
 // Error numbers, 0 where the call goes through.
 struct Faults {
+    pid_t lasting_process = 0;  // the one that may not become another program: trying that aborts it
+
     int process_not_forked = 0;
     int child_not_awaited = 0;  // the child is waited for, and then the call fails
     int shell_not_started = 0;

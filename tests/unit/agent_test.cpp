@@ -16,6 +16,7 @@
 AgentTest::AgentTest() {
     umask(022);  // what the agent sets itself
     failing_system_calls::reset();
+    faults.lasting_process = getpid();
     recording_platform::reset();
     g_termdir.clear();
     debugFD = -1;

@@ -69,6 +69,8 @@ TEST_F(CalcFreeSpaceSendOutput, CutsOneTrailingSlash) {
     EXPECT_EQ(socket_.received(), answer(folder_.path()));
     EXPECT_EQ(query(folder_.path() + "//"), 0);
     EXPECT_EQ(socket_.received(), answer(folder_.path() + "/"));
+    EXPECT_EQ(query("//"), 0);
+    EXPECT_EQ(socket_.received(), answer("/"));
 }
 
 TEST_F(CalcFreeSpaceSendOutput, LogsTheDirectoryAsItWasGiven) {
