@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -47,6 +48,7 @@ pid_t start(const std::function<void()>& work) {
         throw std::system_error(errno, std::generic_category(), "fork");
     }
     if (id == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         run(work);
     }
     return id;

@@ -6,7 +6,7 @@
 #include <functional>
 
 // A child process that does the work and ends: with status 0, or with 1 when an expectation of the test failed in it
-// or something was thrown. It is killed when its owner goes first.
+// or something was thrown. It is killed when its owner or this process goes first.
 class ChildProcess {
   public:
     explicit ChildProcess(const std::function<void()>& work);

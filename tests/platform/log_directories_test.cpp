@@ -146,7 +146,7 @@ TEST_F(LogDirectory, IsRefusedWhereSomethingElseHasTheName) {
     make_link("missing", folder_.path("link to nothing"));
     make_link("loop", folder_.path("loop"));
     ASSERT_EQ(mkfifo(folder_.path("fifo").c_str(), 0600), 0);
-    for (const char* name : {"file", "link to file", "link to nothing", "loop", "fifo"}) {
+    for (const char* name : {"file", "file/", "link to file", "link to nothing", "link to nothing/", "loop", "fifo"}) {
         EXPECT_EQ(make_directory(folder_.path(name)), refused(ENOTDIR)) << name;
     }
     EXPECT_EQ(read_file(folder_.path("file")), "kept");

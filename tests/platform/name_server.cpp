@@ -45,7 +45,7 @@ struct Question {
 Question parse_question(const std::string& message) {
     Question question;
     while (question.end < message.size() && message[question.end] != '\0') {
-        const auto length = static_cast<std::size_t>(message[question.end]);
+        const auto length = static_cast<unsigned char>(message[question.end]);
         question.name += message.substr(question.end + 1, length) + ".";
         question.end += 1 + length;
     }

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <deque>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -69,23 +69,28 @@ void await_wait_for_lock(ChildProcess& process) {
 constexpr int writers = 8;
 constexpr int changes_of_each = 20;
 
+// Makes the changes 0, 1 and so on, in several processes at once.
+void change_in_many_processes(const std::function<void(int number)>& change) {
+    std::deque<ChildProcess> processes;
+    for (int writer = 0; writer < writers; ++writer) {
+        processes.emplace_back([&, writer] {
+            for (int i = 0; i < changes_of_each; ++i) {
+                change(writer * changes_of_each + i);
+            }
+        });
+    }
+    for (ChildProcess& process : processes) {
+        EXPECT_EQ(process.wait(), 0);
+    }
+}
+
 }  // namespace
 
 class RewriteLock : public RewriteTest {
   protected:
-    // Lets so many processes add entries at once and returns the text that this makes, less the order.
-    void expect_no_change_lost(const std::function<int(int writer, int number)>& add_entry) const {
-        std::vector<std::unique_ptr<ChildProcess>> processes;
-        for (int writer = 0; writer < writers; ++writer) {
-            processes.push_back(std::make_unique<ChildProcess>([&, writer] {
-                for (int i = 0; i < changes_of_each; ++i) {
-                    EXPECT_EQ(add_entry(writer, writer * changes_of_each + i), 0);
-                }
-            }));
-        }
-        for (const auto& process : processes) {
-            EXPECT_EQ(process->wait(), 0);
-        }
+    // Lets many processes add entries at once; the order in which they come to stand does not matter.
+    void expect_no_change_lost() const {
+        change_in_many_processes([](int number) { EXPECT_EQ(GetParam().add_entry(number), 0); });
         const std::string text = read_file(GetParam().path);
         EXPECT_TRUE(text.starts_with(GetParam().before));
         std::size_t length = GetParam().before.size();
@@ -196,7 +201,7 @@ TEST_P(RewriteLock, IsFreeAfterItsHolderWasKilled) {
 }
 
 TEST_P(RewriteLock, LosesNoChangeOfManyWriters) {
-    expect_no_change_lost([](int, int number) { return GetParam().add_entry(number); });
+    expect_no_change_lost();
 }
 
 // Two products' stores may be one file.
@@ -205,20 +210,11 @@ TEST(RewriteLockOfTwoNames, LosesNoChangeOfManyWriters) {
     system_calls::reset();
     write_store("", 51216);
     make_link("51216.conf", store_file(58330));
-    std::vector<std::unique_ptr<ChildProcess>> processes;
-    for (int writer = 0; writer < writers; ++writer) {
-        processes.push_back(std::make_unique<ChildProcess>([writer] {
-            for (int i = 0; i < changes_of_each; ++i) {
-                const int number = writer * changes_of_each + i;
-                Originator originator(static_cast<unsigned long>(number), number % 2 == 0 ? 51216 : 58330);
-                EXPECT_EQ(originator.set_debug_level(4), 0);
-                EXPECT_EQ(originator.write(), 0);
-            }
-        }));
-    }
-    for (const auto& process : processes) {
-        EXPECT_EQ(process->wait(), 0);
-    }
+    change_in_many_processes([](int number) {
+        Originator originator(static_cast<unsigned long>(number), number % 2 == 0 ? 51216 : 58330);
+        EXPECT_EQ(originator.set_debug_level(4), 0);
+        EXPECT_EQ(originator.write(), 0);
+    });
     for (int number = 0; number < writers * changes_of_each; ++number) {
         EXPECT_EQ(Originator(static_cast<unsigned long>(number)).debug_level(), 4) << number;
     }
