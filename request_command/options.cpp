@@ -149,6 +149,9 @@ Options end at WORD: what follows is sent as it stands.
 Words: ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMSU RUNZMCPLOGS
   CALCLOGSIZE GETDISKSPACE CLEANUP FETCHFILE ZMLA
   zmsu zmcplogs ktlogcfg versioninfo
+Arguments of the logging words are CATEGORY:VALUE[,VALUE...], the categories
+  ZMKTUL QPKTUL SEARCHKTUL QRCONF ZMLOGDIR MMLOGDIR VMCONF JAVAGUI KOB RK
+  RKPLUGIN CORVID CLOUD HOLKAZ
 
 The answer goes to standard output, its last line, the status, to standard
 error. The exit status is the request's when that is 0 to 254, else 252; it is

@@ -106,6 +106,7 @@ const std::vector<Answer> answers = {
     {"NumberAfterTwoBlanks", "EXIT STATUS  5 done\n", "", {}},
     {"NumberThatGoesOn", "EXIT STATUS 5x done\n", "", {}},
     {"NumberWithoutBlankBefore", "EXIT STATUS5 done\n", "", {}},
+    {"NumberBehindAnotherByteThanABlank", "EXIT STATUS:5 done\n", "", {}},
     {"MarkerThatDoesNotCountBehindOneThatWould", "EXIT STATUS 0 done; EXIT STATUS unknown\n", "", {}},
 };
 
