@@ -1,5 +1,6 @@
 #include "commands/collection_directories.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,28 +27,43 @@ constexpr mode_t collection_mode = 0755;
 constexpr int recursively = 1;
 constexpr int plain_files_only = 0;
 
+// An entry of a directory being removed: its path, cut where it is too long, and what to pass to the system for it.
+struct Entry {
+    Entry(const char* directory, DIR* stream, const dirent& entry)
+        : path(bounded_print(entry_path_size, "%s%s%s", directory, "/", entry.d_name)) {
+        // Within the open directory the name alone is quicker. A path that was cut leads elsewhere, and is taken so.
+        const bool is_whole = path.size() < entry_path_size - 1;
+        folder = is_whole ? dirfd(stream) : AT_FDCWD;
+        name = is_whole ? entry.d_name : path.c_str();
+        is_plain_file = is_whole && entry.d_type == DT_REG;
+    }
+
+    std::string path;
+    int folder;
+    const char* name;
+    bool is_plain_file;  // as far as the directory itself tells; false when it does not
+};
+
 enum class EntryKind { directory, other, inaccessible };
 
-// Follows links on purpose, so a link to a directory is treated as the directory. `type` is what the directory says of
-// the entry: of a plain file that is enough, and spares a query for each of thousands; but not when the path was cut,
-// for then it leads elsewhere.
-EntryKind examine(const std::string& path, unsigned char type) {
-    if (type == DT_REG && path.size() < entry_path_size - 1) {
-        return EntryKind::other;
+// Follows links on purpose, so a link to a directory is treated as the directory.
+EntryKind examine(const Entry& entry) {
+    if (entry.is_plain_file) {
+        return EntryKind::other;  // spares a query for each of thousands
     }
-    struct stat entry {};
-    if (stat(path.c_str(), &entry) != 0) {
+    struct stat state {};
+    if (fstatat(entry.folder, entry.name, &state, 0) != 0) {
         return EntryKind::inaccessible;
     }
-    return S_ISDIR(entry.st_mode) ? EntryKind::directory : EntryKind::other;
+    return S_ISDIR(state.st_mode) ? EntryKind::directory : EntryKind::other;
 }
 
-int remove_file(const std::string& path) {
-    if (unlink(path.c_str()) == 0) {
+int remove_file(const Entry& entry) {
+    if (unlinkat(entry.folder, entry.name, 0) == 0) {
         return status::success;
     }
     const SystemError error;
-    logmsgf(log_level::error, "remove_directory", "unlink failed FILE=%s E=%d (%s)", path.c_str(), error.number,
+    logmsgf(log_level::error, "remove_directory", "unlink failed FILE=%s E=%d (%s)", entry.path.c_str(), error.number,
             error.text());
     return status::directory_failed;
 }
@@ -62,25 +78,25 @@ int remove_internal_directory(const std::string& path, int option) {
 }
 
 // Removes one entry of a directory. What cannot be examined is left in place and told by the log alone.
-int remove_entry(const char* directory, const dirent& entry, int option) {
+int remove_entry(const Entry& entry, int option) {
     constexpr const char* tag = "remove_directory";
-    const std::string path = bounded_print(entry_path_size, "%s%s%s", directory, "/", entry.d_name);
+    const char* const path = entry.path.c_str();
     int result = status::success;
-    switch (examine(path, entry.d_type)) {
+    switch (examine(entry)) {
         case EntryKind::inaccessible: {
             const SystemError error;
-            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path.c_str(), error.number, error.text());
+            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path, error.number, error.text());
             return status::success;
         }
         case EntryKind::directory:
-            result = remove_internal_directory(path, option);
+            result = remove_internal_directory(entry.path, option);
             break;
         case EntryKind::other:
-            result = remove_file(path);
+            result = remove_file(entry);
             break;
     }
     if (result != status::success) {
-        logmsgf(log_level::error, tag, "failed to remove FILE=%s RV=%d", path.c_str(), result);
+        logmsgf(log_level::error, tag, "failed to remove FILE=%s RV=%d", path, result);
     }
     return result;
 }
@@ -92,7 +108,7 @@ int remove_entries(const char* directory, DIR* stream, int option) {
         if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) {
             continue;
         }
-        const int result = remove_entry(directory, *entry, option);
+        const int result = remove_entry(Entry(directory, stream, *entry), option);
         if (result != status::success) {
             return result;
         }

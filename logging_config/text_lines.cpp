@@ -1,7 +1,10 @@
 #include "logging_config/text_lines.h"
 
+#include <algorithm>
+
 std::vector<std::string_view> split_lines(std::string_view text) {
     std::vector<std::string_view> lines;
+    lines.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
     while (!text.empty()) {
         const std::size_t newline = text.find('\n');
         lines.push_back(text.substr(0, newline));

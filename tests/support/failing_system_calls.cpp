@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <string>
 
 #include "tests/support/call_journal.h"
@@ -74,7 +75,7 @@ ssize_t __real_write(int fd, const void* bytes, size_t count);
 ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
 int __real_nanosleep(const timespec* pause, timespec* rest);
 int __real_mkdir(const char* path, mode_t mode);
-int __real_unlink(const char* path);
+int __real_unlinkat(int folder, const char* name, int flags);
 int __real_rmdir(const char* path);
 int __real_rename(const char* from, const char* to);
 dirent* __real_readdir(DIR* directory);
@@ -196,12 +197,16 @@ int __wrap_mkdir(const char* path, mode_t mode) {
     return __real_mkdir(path, mode);
 }
 
-int __wrap_unlink(const char* path) {
-    record(std::string("unlink ") + path);
+int __wrap_unlinkat(int folder, const char* name, int flags) {
+    std::string path = name;
+    if (folder != AT_FDCWD) {
+        path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder)).string() + "/" + name;
+    }
+    record("unlink " + path);
     if (faults.file_not_removed != 0 && faults.unremovable_file == path) {
         return fail(faults.file_not_removed);
     }
-    return __real_unlink(path);
+    return __real_unlinkat(folder, name, flags);
 }
 
 int __wrap_rmdir(const char* path) {

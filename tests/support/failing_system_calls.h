@@ -41,7 +41,7 @@ struct Faults {
 
     std::string uncreatable_directory;  // mkdir of this path fails
     int directory_not_created = 0;
-    std::string unremovable_file;  // unlink of this path fails
+    std::string unremovable_file;  // unlinkat of this path fails
     int file_not_removed = 0;
     int directory_not_removed = 0;  // rmdir
     int file_not_renamed = 0;
