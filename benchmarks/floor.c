@@ -157,9 +157,9 @@ static void answer_disk_space(int peer, const char* directory) {
     if (statvfs(directory, &space) != 0) {
         exit(8);
     }
-    const int length = snprintf(line, sizeof line, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%lu MB TOTAL_SPACE=%lu MB\n",
-                                directory, (space.f_bsize * space.f_bavail) >> 20,
-                                (space.f_bsize * space.f_blocks) >> 20);
+    const int length =
+        snprintf(line, sizeof line, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%lu MB TOTAL_SPACE=%lu MB\n", directory,
+                 (space.f_bsize * space.f_bavail) >> 20, (space.f_bsize * space.f_blocks) >> 20);
     if (length >= (int)sizeof line) {
         exit(8);
     }
