@@ -1,0 +1,171 @@
+#!/usr/bin/env bash
+# Checks the manual pages: that mandoc has nothing to say about them, and that every request word, tool word, category,
+# option, status, configuration key and product of the sources is on its page, and nothing else. Both lists are read
+# from where they are: from the tables of the sources, and from the items of the pages.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+pages=docs/man
+failed=0
+
+# The lines of a source from the one that matches to the next that ends in "};".
+table() { # FILE START
+    awk -v start="$2" '$0 ~ start { on = 1 } on { print } on && /};/ { exit }' "$1"
+}
+
+quoted_names() {
+    grep -o '"[^"]*"' | tr -d '"'
+}
+
+# The items of a section or subsection of a page, without ".It".
+items() { # PAGE SECTION
+    awk -v wanted="$2" '
+        /^\.S[hs] / { title = $0; sub(/^\.S[hs] /, "", title); on = title == wanted }
+        on && /^\.It / { sub(/^\.It /, ""); print }' "$pages/$1"
+}
+
+# What the items of a section begin with, when that is the macro.
+items_of() { # PAGE SECTION MACRO
+    items "$1" "$2" | awk -v macro="$3" '$1 == macro { print $2 }'
+}
+
+same() { # WHAT FROM_SOURCES FROM_PAGE
+    if [[ -z $2 ]]; then
+        echo "$1: nothing found in the sources"
+        failed=1
+    fi
+    local difference
+    if ! difference=$(diff <(sort <<<"$2") <(sort <<<"$3")); then
+        echo "$1: the sources (<) and the page (>) differ:"
+        grep '^[<>]' <<<"$difference"
+        failed=1
+    fi
+}
+
+# What mandoc says of a page. The pages refer to each other and need not be installed for that; the system's own pages
+# are looked up.
+lint() { # PAGE
+    local line name
+    while read -r line; do
+        name=$(sed -nE 's/.*referenced manual not found: Xr ([^ ]*) ([0-9]).*/\1.\2/p' <<<"$line")
+        if [[ ! -e $pages/${name:-none} && $line != *'outdated mandoc.db lacks'* ]]; then
+            echo "$line"
+        fi
+    done < <(mandoc -T lint -W all "$1" 2>&1)
+}
+
+check_lint() {
+    local page said
+    for page in "$pages"/*; do
+        said=$(lint "$page")
+        if [[ -n $said ]]; then
+            echo "$said"
+            failed=1
+        fi
+    done
+}
+
+check_words() {
+    local commands=commands/external_commands.cpp
+    same "words" "$({ table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names)" \
+        "$(items_of zmlogadm.1 REQUESTS Cm)"
+    same "categories" "$(table logging_config/categories.cpp 'categories = ' | quoted_names)" \
+        "$(items_of zmlogadm.1 CATEGORIES Cm)"
+}
+
+# Every word and category has an example, a command line that would send it.
+check_examples() {
+    local name
+    for name in $(items_of zmlogadm.1 REQUESTS Cm); do
+        if ! grep -qE "^\.Dl zmlogadm (-H [a-z]+ )?$name( |$)" $pages/zmlogadm.1; then
+            echo "zmlogadm.1 has no example of $name"
+            failed=1
+        fi
+    done
+    for name in $(items_of zmlogadm.1 CATEGORIES Cm); do
+        if ! grep -qE "^\.Dl zmlogadm (EN|DIS)ABLELOGGING .*\<$name:" $pages/zmlogadm.1; then
+            echo "zmlogadm.1 has no example of $name"
+            failed=1
+        fi
+    done
+}
+
+# As "H host argument" or "- agent argument": the letter, the name, whether an argument follows.
+options_of_source() {
+    table request_command/options.cpp 'long_options = ' |
+        sed -nE "s/.*option\{\"([a-z]+)\", (required|no)_argument, nullptr, ('(.)'|[a-z_]+)\}.*/\4 \1 \2/p" |
+        sed -E 's/^ /- /; s/ required$/ argument/; s/ no$/ alone/'
+}
+
+options_of_page() {
+    items zmlogadm.1 DESCRIPTION |
+        sed -nE -e 's/^Fl (.)( Ar [a-z]+)? , Fl Fl ([a-z]+)( Ar [a-z]+)?$/\1 \3\4/p' -e 's/^Fl Fl ([a-z]+)( Ar [a-z]+)?$/- \1\2/p' |
+        sed -E -e 's/ Ar [a-z]+$/ argument/' -e t -e 's/$/ alone/'
+}
+
+# What getopt_long is told about the letters says the same as the table of names.
+check_option_letters() {
+    local letters expected
+    letters=$(grep -o '"+[^"]*"' request_command/options.cpp | tr -d '"+' | sed -E 's/(.)(:?)/\1\2\n/g' | sed '/^$/d')
+    expected=$(options_of_source | sed -nE -e 's/^([A-Za-z]) .* argument$/\1:/p' -e 's/^([A-Za-z]) .* alone$/\1/p')
+    same "letters of options" "$letters" "$expected"
+}
+
+statuses_of_namespace() { # FILE NAMESPACE
+    awk -v start="^namespace $2 [{]" '$0 ~ start { on = 1 } on { print } on && /^}/ { exit }' "$1" |
+        sed -nE 's/^inline constexpr int ([a-z_]+) = ([0-9]+);/\1 \2/p'
+}
+
+request_statuses() {
+    local library=platform/library/statuses.h first last
+    statuses_of_namespace agent/status.h status | cut -d' ' -f2 | sort -u
+    statuses_of_namespace $library platform_library::status | awk '!/configuration_not_updated/ { print $2 }'
+    first=$(statuses_of_namespace $library platform_library::status | awk '$1 == "configuration_not_updated" { print $2 }')
+    last=$(statuses_of_namespace $library platform_library::status | awk '$1 ~ /^last_/ { print $2 }')
+    echo "$((first + 1)) to $last"
+}
+
+check_statuses() {
+    same "statuses" "$(request_statuses)" "$(items zmlogadmagent.8 'Statuses of a request')"
+    same "statuses of the process" "$(statuses_of_namespace agent/status.h exit_status | cut -d' ' -f2)" \
+        "$(items zmlogadmagent.8 'Statuses of the process alone')"
+    same "exit statuses of the command" \
+        "$(sed -nE 's/.*int (own_failure|other_status) = ([0-9]+);.*/\2/p' request_command/failure.h request_command/main.cpp)" \
+        "$(items zmlogadm.1 'EXIT STATUS')"
+}
+
+check_files() {
+    same "tools" "$(table commands/external_commands.cpp 'tool_paths = ' | quoted_names | grep / | sort -u)" \
+        "$(items_of zmlogadmagent.8 FILES Pa | grep '/bin/[a-z]*/')"
+    local file
+    for file in $(grep -ohE '"(/usr/kumel|/opt|/etc)/[^"]*\.(conf|cfg|properties)"|"/opt/[^"]*"' logging_config/*.cpp | tr -d '"' | sort -u); do
+        if ! grep -qF "$file" $pages/zmlogadm.1; then
+            echo "zmlogadm.1 does not name $file, which a category changes or reads"
+            failed=1
+        fi
+    done
+}
+
+check_configuration() {
+    local verbosity=logging_config/main_configuration_verbosity.cpp
+    same "keys of qr.conf" \
+        "$({ sed -nE 's/.*key == "([A-Z_]+)".*/\1/p' platform/library/configuration.cpp
+             table $verbosity 'structure_members = ' | quoted_names; } | sort -u)" \
+        "$(items_of qr.conf.5 DESCRIPTION Va)"
+    same "products" \
+        "$(sed -nE 's/.*Category\{"([A-Z]+)", with_product<([0-9]+)>\}.*/\2 \1/p' logging_config/categories.cpp)" \
+        "$(awk '/^\.It [0-9]+$/ { product = $2; getline; print product, $2 }' $pages/ktul.conf.5)"
+    same "entries of the store" \
+        "$(grep 'kind_names = ' platform/library/unified_logging.cpp | quoted_names)" \
+        "$(items ktul.conf.5 DESCRIPTION | sed -nE 's/.* Li \.([A-Za-z]+)= .*/\1/p')"
+}
+
+check_lint
+check_words
+check_examples
+same "options" "$(options_of_source)" "$(options_of_page)"
+check_option_letters
+check_statuses
+check_files
+check_configuration
+((failed)) || echo "manual pages: clean, and as the sources are"
+exit "$failed"
