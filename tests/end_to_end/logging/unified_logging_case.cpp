@@ -1,0 +1,57 @@
+#include "tests/end_to_end/logging/unified_logging_case.h"
+
+namespace unified_logging {
+
+namespace {
+
+std::string store_of(const std::string& argument) {
+    if (argument.starts_with("QPKTUL")) {
+        return "/usr/kumel/ktul/58330.conf";
+    }
+    return argument.starts_with("SEARCHKTUL") ? "/usr/kumel/ktul/60385.conf" : store;
+}
+
+}  // namespace
+
+LoggingCase row_of(const StoreChange& change) {
+    const std::string path = store_of(change.argument);
+    LoggingCase row = {.name = change.name,
+                       .request = {"ENABLELOGGING", change.argument},
+                       .status = change.status,
+                       .log = change.defaults};
+    if (change.before) {
+        row.before.push_back(file(path, *change.before));
+    }
+    if (change.after || change.locked) {
+        row.after.push_back(lock_of(path));
+    }
+    if (change.after) {
+        row.after.push_back(file(path, *change.after));
+    }
+    for (const Outcome& outcome : change.outcomes) {
+        const bool failed = outcome.line.find(" STATUS=1 ") != std::string::npos;
+        row.answer.push_back(outcome.line);
+        row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
+        row.log.push_back(said(failed ? 16 : 4, outcome.line));
+    }
+    return row;
+}
+
+LogLine said(int level, const std::string& text) {
+    return logged(level, "process_ktul_loglevel", text);
+}
+
+std::vector<LogLine> defaults(int debug, int diagnostic) {
+    return {said(2, "Default DbgLvl=" + std::to_string(debug) + " DiagLvl=" + std::to_string(diagnostic))};
+}
+
+std::vector<LogLine> current(const std::string& product_and_originator, int debug, int diagnostic,
+                             const std::vector<LogLine>& more) {
+    const std::string of = "Current setting " + product_and_originator;
+    std::vector<LogLine> lines = {said(2, of + " DbgLvl=" + std::to_string(debug)),
+                                  said(2, of + " DiagLvl=" + std::to_string(diagnostic))};
+    lines.insert(lines.end(), more.begin(), more.end());
+    return lines;
+}
+
+}  // namespace unified_logging
