@@ -96,10 +96,12 @@ options_of_source() {
         sed -E 's/^ /- /; s/ required$/ argument/; s/ no$/ alone/'
 }
 
+# An item of any other form than these is passed on whole, and so is no option of the sources.
 options_of_page() {
     items zmlogadm.1 DESCRIPTION |
-        sed -nE -e 's/^Fl (.)( Ar [a-z]+)? , Fl Fl ([a-z]+)( Ar [a-z]+)?$/\1 \3\4/p' -e 's/^Fl Fl ([a-z]+)( Ar [a-z]+)?$/- \1\2/p' |
-        sed -E -e 's/ Ar [a-z]+$/ argument/' -e t -e 's/$/ alone/'
+        sed -E -e 's/^Fl (.) Ar ([a-z]+) , Fl Fl ([a-z]+) Ar \2$/\1 \3 argument/' \
+               -e 's/^Fl (.) , Fl Fl ([a-z]+)$/\1 \2 alone/' \
+               -e 's/^Fl Fl ([a-z]+) Ar [a-z]+$/- \1 argument/' -e 's/^Fl Fl ([a-z]+)$/- \1 alone/'
 }
 
 # What getopt_long is told about the letters says the same as the table of names.
