@@ -34,6 +34,7 @@ std::vector<std::string> environment_of(const AgentOptions& options) {
 // Pointers for exec, which does not change what they point to.
 std::vector<char*> pointers_to(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }

@@ -28,6 +28,12 @@ void check(long result, const char* what) {
     }
 }
 
+void check_route(int error, const char* what) {
+    if (error != 0) {
+        throw std::system_error(error, std::generic_category(), what);
+    }
+}
+
 // Puts a message of the kernel's routing protocol together.
 class RouteMessage {
   public:
@@ -62,21 +68,22 @@ class RouteMessage {
 
     void append(const void* bytes, std::size_t size) { body_.append(static_cast<const char*>(bytes), size); }
 
-    // Sends it to the kernel of this network namespace and throws what it refuses.
-    void send() {
+    // Sends it to the kernel of this network namespace. Returns 0 or the kernel's error number.
+    int send() {
         const Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
         header_.nlmsg_len = static_cast<unsigned>(sizeof header_ + body_.size());
         std::string message(reinterpret_cast<const char*>(&header_), sizeof header_);
         message += body_;
-        check(::send(socket.get(), message.data(), message.size(), 0), "routing request");
         struct {
             nlmsghdr header;
             nlmsgerr error;
             std::array<char, 4096> rest;
         } answer{};
-        check(recv(socket.get(), &answer, sizeof answer, 0), "routing answer");
-        errno = -answer.error.error;
-        check(answer.error.error == 0 ? 0 : -1, "routing request");
+        if (::send(socket.get(), message.data(), message.size(), 0) == -1 ||
+            recv(socket.get(), &answer, sizeof answer, 0) == -1) {
+            return errno;
+        }
+        return -answer.error.error;
     }
 
   private:
@@ -98,7 +105,7 @@ void lay_cable(int foreign_namespace) {
     message.close_attribute(peer);
     message.close_attribute(data);
     message.close_attribute(information);
-    message.send();
+    check_route(message.send(), "lay the cable");
 }
 
 void remove_cable() {
@@ -120,7 +127,7 @@ void add_address(const char* interface, int family, const char* address, unsigne
     RouteMessage message(RTM_NEWADDR, NLM_F_CREATE | NLM_F_EXCL, body);
     message.attribute(IFA_LOCAL, &bytes, size);
     message.attribute(IFA_ADDRESS, &bytes, size);
-    message.send();
+    check_route(message.send(), address);
 }
 
 void raise(const char* interface) {
@@ -128,7 +135,7 @@ void raise(const char* interface) {
     body.ifi_index = static_cast<int>(if_nametoindex(interface));
     body.ifi_flags = IFF_UP;
     body.ifi_change = IFF_UP;
-    RouteMessage(RTM_NEWLINK, 0, body).send();
+    check_route(RouteMessage(RTM_NEWLINK, 0, body).send(), interface);
 }
 
 // Hears of changes of interfaces and IPv6 routes in the network namespace in which it was made.

@@ -15,6 +15,7 @@ MATCHER_P(IsLine, expected, testing::PrintToString(expected)) {
 // The log is exactly these lines, in this order.
 inline testing::Matcher<std::vector<LogLine>> LogIs(const std::vector<LogLine>& lines) {
     std::vector<testing::Matcher<LogLine>> matchers;
+    matchers.reserve(lines.size());
     for (const LogLine& line : lines) {
         matchers.emplace_back(IsLine(line));
     }

@@ -12,8 +12,7 @@ namespace fs = std::filesystem;
 namespace {
 
 std::string kind_of(const std::string& path) {
-    const fs::file_status status = fs::symlink_status(path);
-    switch (status.type()) {
+    switch (fs::symlink_status(path).type()) {
         case fs::file_type::not_found:
             return "nothing";
         case fs::file_type::regular:
@@ -25,6 +24,21 @@ std::string kind_of(const std::string& path) {
         default:
             return "something else";
     }
+}
+
+std::string name_of(FileState::Kind kind) {
+    switch (kind) {
+        case FileState::Kind::file:
+            return "a file";
+        case FileState::Kind::folder:
+        case FileState::Kind::empty_folder:
+            return "a folder";
+        case FileState::Kind::link:
+            return "a link";
+        case FileState::Kind::missing:
+            break;
+    }
+    return "nothing";
 }
 
 }  // namespace
@@ -68,27 +82,13 @@ void make(const FileState& state) {
 }
 
 void expect(const FileState& state) {
-    switch (state.kind) {
-        case FileState::Kind::file:
-            EXPECT_EQ(kind_of(state.path), "a file") << state.path;
-            if (exists(state.path)) {
-                EXPECT_EQ(read_file(state.path), state.text) << state.path;
-            }
-            break;
-        case FileState::Kind::folder:
-            EXPECT_EQ(kind_of(state.path), "a folder") << state.path;
-            break;
-        case FileState::Kind::empty_folder:
-            ASSERT_EQ(kind_of(state.path), "a folder") << state.path;
-            EXPECT_THAT(names_in(state.path), testing::IsEmpty()) << state.path;
-            break;
-        case FileState::Kind::link:
-            ASSERT_EQ(kind_of(state.path), "a link") << state.path;
-            EXPECT_EQ(fs::read_symlink(state.path), state.text) << state.path;
-            break;
-        case FileState::Kind::missing:
-            EXPECT_EQ(kind_of(state.path), "nothing") << state.path;
-            break;
+    ASSERT_EQ(kind_of(state.path), name_of(state.kind)) << state.path;
+    if (state.kind == FileState::Kind::file) {
+        EXPECT_EQ(read_file(state.path), state.text) << state.path;
+    } else if (state.kind == FileState::Kind::empty_folder) {
+        EXPECT_THAT(names_in(state.path), testing::IsEmpty()) << state.path;
+    } else if (state.kind == FileState::Kind::link) {
+        EXPECT_EQ(fs::read_symlink(state.path), state.text) << state.path;
     }
 }
 

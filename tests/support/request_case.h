@@ -38,7 +38,7 @@ struct RequestCase {
     // Any further preparation.
     std::function<void()> prepare = [] {};
     // What the peer receives before the status line, as a pattern of matches_pattern.
-    std::string answer = "";
+    std::string answer = {};
     // The status line's number; its low eight bits are the exit status.
     int status = 0;
     // AgentRun::request_log, texts being patterns.
