@@ -232,6 +232,12 @@ TEST_F(ProcessKtulLoglevel, ReadsTheNumberThatBeginsTheText) {
     EXPECT_EQ(responses_, (Texts{"PROCESS=KTUL:111 STATUS=0 MSG=DEBUG:111=1,111=5 DIAG:111=6,111=6\n"}));
 }
 
+TEST_F(ProcessKtulLoglevel, ReadsNumbersInDecimal) {
+    EXPECT_EQ(process({"010=012", "0x1f=0x1f"}, other_product), 0);
+    EXPECT_EQ(responses_, (Texts{"PROCESS=KTUL:10 STATUS=0 MSG=DEBUG:10=1,10=12 DIAG:10=6,10=6\n",
+                                 "PROCESS=KTUL:0 STATUS=0 MSG=DEBUG:0=1,0=0 DIAG:0=6,0=6\n"}));
+}
+
 TEST_F(ProcessKtulLoglevel, SplitsAtTheFirstEqualsSign) {
     EXPECT_EQ(process({"111=5=4"}, other_product), 0);
     EXPECT_EQ(changes().at(0), "holkLogCfgSetDebugLevel 58330 111 5");
