@@ -4,7 +4,6 @@
 
 namespace {
 
-using std::string_view_literals::operator""sv;
 using Lines = std::vector<std::string_view>;
 
 TEST(SplitLines, GivesEachLineWithoutItsNewline) {
@@ -20,13 +19,15 @@ TEST(SplitLines, GivesNoLineForTheEmptyText) {
 }
 
 TEST(SplitLines, KeepsEveryOtherByte) {
-    EXPECT_EQ(split_lines("a\r\n \0b\t\n"sv), (Lines{"a\r", " \0b\t"sv}));
+    const std::string zero_byte(1, '\0');
+    const std::string line = " " + zero_byte + "b\t";
+    EXPECT_EQ(split_lines("a\r\n" + line + "\n"), (Lines{"a\r", line}));
 }
 
 TEST(Contains, FindsATextAnywhere) {
     EXPECT_TRUE(contains("abc", "a"));
     EXPECT_TRUE(contains("abc", "bc"));
-    EXPECT_TRUE(contains("\0bc"sv, "bc"));
+    EXPECT_TRUE(contains(std::string(1, '\0') + "bc", "bc"));
     EXPECT_TRUE(contains("", ""));
     EXPECT_FALSE(contains("abc", "ac"));
     EXPECT_FALSE(contains("", "a"));
