@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <system_error>
 
@@ -56,6 +57,8 @@ int become_agent(int socket) {
     const int null = open("/dev/null", O_RDWR);
     if (dup2(socket, STDIN_FILENO) != -1 && dup2(null, STDOUT_FILENO) != -1 && dup2(null, STDERR_FILENO) != -1) {
         const std::string program = inside_path(ZMLA_AGENT_FILE);
+        setenv("ASAN_OPTIONS", "detect_leaks=0",
+               1);  // the leak check of a sanitizer build cannot run in a traced process
         execl(program.c_str(), program.c_str(), nullptr);
     }
     return 1;
