@@ -60,7 +60,7 @@ StoreChange values(const std::string& name, const std::string& values, const std
 
 INSTANTIATE_TEST_SUITE_P(
     Values, UnifiedLoggingValue,
-    testing::Values(
+    testing::ValuesIn(std::vector<StoreChange>{
         values("TextIsOriginatorZero", "abc", {set("0", "6")}, "0.DebugLevel=6\n"),
         values("TextIsLevelZero", "111=high", {set("111", "0")}, "111.DebugLevel=0\n"),
         values("NothingBehindTheEqualsSignIsLevelZero", "111=", {set("111", "0")}, "111.DebugLevel=0\n"),
@@ -97,7 +97,8 @@ INSTANTIATE_TEST_SUITE_P(
             "LevelsZeroToSixAreSet", "10=0,12=2,13=3,14=4,15=5,16=6",
             {set("10", "0"), set("12", "2"), set("13", "3"), set("14", "4"), set("15", "5"), set("16", "6")},
             "10.DebugLevel=0\n12.DebugLevel=2\n13.DebugLevel=3\n14.DebugLevel=4\n15.DebugLevel=5\n16.DebugLevel=6\n"),
-        values("NothingIsWrittenWhenTheLevelsAreRight", "111=1", {left("111")}, std::nullopt)),
+        values("NothingIsWrittenWhenTheLevelsAreRight", "111=1", {left("111")}, std::nullopt),
+    }),
     name_of_change);
 
 StoreChange bad_entry(const std::string& name, const std::string& line) {
@@ -110,15 +111,17 @@ StoreChange bad_entry(const std::string& name, const std::string& line) {
 }
 
 INSTANTIATE_TEST_SUITE_P(BadEntry, UnifiedLoggingValue,
-                         testing::Values(bad_entry("Text", "111.DebugLevel=high"),
-                                         bad_entry("Empty", "111.DebugLevel="),
-                                         bad_entry("DiagnosticLevel", "111.DiagnosticLevel=x"),
-                                         bad_entry("LeadingBlank", "111.DebugLevel= 1"),
-                                         bad_entry("TrailingBlank", "111.DebugLevel=1 "),
-                                         bad_entry("CarriageReturn", "111.DebugLevel=1\r"),
-                                         bad_entry("TooLarge", "111.DebugLevel=2147483648"),
-                                         bad_entry("TooSmall", "111.DebugLevel=-2147483649"),
-                                         bad_entry("BesideAGoodOne", "111.DebugLevel=1\n111.DebugLevel=x")),
+                         testing::ValuesIn(std::vector<StoreChange>{
+                             bad_entry("Text", "111.DebugLevel=high"),
+                             bad_entry("Empty", "111.DebugLevel="),
+                             bad_entry("DiagnosticLevel", "111.DiagnosticLevel=x"),
+                             bad_entry("LeadingBlank", "111.DebugLevel= 1"),
+                             bad_entry("TrailingBlank", "111.DebugLevel=1 "),
+                             bad_entry("CarriageReturn", "111.DebugLevel=1\r"),
+                             bad_entry("TooLarge", "111.DebugLevel=2147483648"),
+                             bad_entry("TooSmall", "111.DebugLevel=-2147483649"),
+                             bad_entry("BesideAGoodOne", "111.DebugLevel=1\n111.DebugLevel=x"),
+                         }),
                          name_of_change);
 
 const std::vector<StoreChange> failures = {
@@ -221,7 +224,7 @@ StoreChange other_lines(const std::string& name, const std::string& text, const 
 
 INSTANTIATE_TEST_SUITE_P(
     OtherLines, UnifiedLoggingValue,
-    testing::Values(
+    testing::ValuesIn(std::vector<StoreChange>{
         other_lines("AreKept", "\n# 111.DebugLevel=2\n;\n", "\n# 111.DebugLevel=2\n;\n"),
         other_lines("GainANewlineAtTheEnd", "117.DebugLevel=2", "117.DebugLevel=2\n"),
         other_lines("AreThoseThatOnlyResembleAnEntry",
@@ -230,7 +233,8 @@ INSTANTIATE_TEST_SUITE_P(
                     " 111.DebugLevel=2\n0111.DebugLevel=2\n1111.DebugLevel=2\n111.debuglevel=2\n111.DebugLevel =2\n"
                     "111.DebugLevel\n"),
         other_lines("MayHoldAnyBytes", std::string("a\0b\r\n\xff\x01\n", 8), std::string("a\0b\r\n\xff\x01\n", 8)),
-        other_lines("MayBeBadEntriesOfOtherOriginators", "117.DebugLevel=x\n", "117.DebugLevel=x\n")),
+        other_lines("MayBeBadEntriesOfOtherOriginators", "117.DebugLevel=x\n", "117.DebugLevel=x\n"),
+    }),
     name_of_change);
 
 class UnifiedLoggingStore : public ProductTest {};

@@ -49,29 +49,30 @@ TEST_P(VolumeManager, Row) {
 
 INSTANTIATE_TEST_SUITE_P(
     Enable, VolumeManager,
-    testing::Values(enable("AppendsTheLine", "A = 1\n", "A = 1\nVERBOSE\n"),                                  //
-                    enable("FillsAnEmptyFile", "", "VERBOSE\n"),                                              //
-                    enable("RewritesAFileThatHasTheLine", "A\nVERBOSE\nB\n", "A\nVERBOSE\nB\n"),              //
-                    enable("SwitchesACommentedLineOn", "#VERBOSE\n", "VERBOSE\n"),                            //
-                    enable("ReplacesTheWholeLine", "VERBOSE=2\n", "VERBOSE\n"),                               //
-                    enable("ReplacesALineThatHoldsTheWordAnywhere", "  MY_VERBOSE_X = 1\n", "VERBOSE\n"),     //
-                    enable("ReplacesEveryActiveLine", "VERBOSE 1\nA\nVERBOSE 2\n", "VERBOSE\nA\nVERBOSE\n"),  //
-                    enable("LeavesCommentedLinesBesideAnActiveOne", "#VERBOSE\nVERBOSE\n# VERBOSE = 1\n",
-                           "#VERBOSE\nVERBOSE\n# VERBOSE = 1\n"),
-                    enable("ReplacesTheFirstCommentedLineAlone", "#VERBOSE 1\n#VERBOSE 2\n", "VERBOSE\n#VERBOSE 2\n"),
-                    enable("TakesATrailingRemarkForAComment", "VERBOSE # on\n", "VERBOSE\n"),
-                    enable("LeavesALineWithATrailingRemarkBesideAnActiveOne", "VERBOSE # on\nVERBOSE\n",
-                           "VERBOSE # on\nVERBOSE\n"),
-                    enable("LooksForCapitalsOnly", "verbose\nVerbose\n", "verbose\nVerbose\nVERBOSE\n"),
-                    enable("EndsTheLastLine", "A", "A\nVERBOSE\n"),  //
-                    enable("EndsTheLastLineThatItReplaces", "#VERBOSE", "VERBOSE\n"),
-                    enable("KeepsBlankLines", "\n \n\t\n\n", "\n \n\t\n\nVERBOSE\n"),
-                    enable("KeepsCarriageReturns", "A\r\n#B\r\n", "A\r\n#B\r\nVERBOSE\n"),
-                    enable("WritesItsOwnLineWithoutACarriageReturn", "A\r\nVERBOSE\r\n", "A\r\nVERBOSE\n"),
-                    enable("KeepsBytesThatAreNotText", std::string("a\0b\n\xff\x01\x7f\n", 8),
-                           std::string("a\0b\n\xff\x01\x7f\nVERBOSE\n", 16)),
-                    enable("FindsTheWordBehindAZeroByte", std::string("a\0VERBOSE\nb\n", 12), "VERBOSE\nb\n"),
-                    enable("KeepsALongLine", std::string(1'000'000, 'x'), std::string(1'000'000, 'x') + "\nVERBOSE\n")),
+    testing::ValuesIn(std::vector<LoggingCase>{
+        enable("AppendsTheLine", "A = 1\n", "A = 1\nVERBOSE\n"),
+        enable("FillsAnEmptyFile", "", "VERBOSE\n"),
+        enable("RewritesAFileThatHasTheLine", "A\nVERBOSE\nB\n", "A\nVERBOSE\nB\n"),
+        enable("SwitchesACommentedLineOn", "#VERBOSE\n", "VERBOSE\n"),
+        enable("ReplacesTheWholeLine", "VERBOSE=2\n", "VERBOSE\n"),
+        enable("ReplacesALineThatHoldsTheWordAnywhere", "  MY_VERBOSE_X = 1\n", "VERBOSE\n"),
+        enable("ReplacesEveryActiveLine", "VERBOSE 1\nA\nVERBOSE 2\n", "VERBOSE\nA\nVERBOSE\n"),
+        enable("LeavesCommentedLinesBesideAnActiveOne", "#VERBOSE\nVERBOSE\n# VERBOSE = 1\n",
+               "#VERBOSE\nVERBOSE\n# VERBOSE = 1\n"),
+        enable("ReplacesTheFirstCommentedLineAlone", "#VERBOSE 1\n#VERBOSE 2\n", "VERBOSE\n#VERBOSE 2\n"),
+        enable("TakesATrailingRemarkForAComment", "VERBOSE # on\n", "VERBOSE\n"),
+        enable("LeavesALineWithATrailingRemarkBesideAnActiveOne", "VERBOSE # on\nVERBOSE\n", "VERBOSE # on\nVERBOSE\n"),
+        enable("LooksForCapitalsOnly", "verbose\nVerbose\n", "verbose\nVerbose\nVERBOSE\n"),
+        enable("EndsTheLastLine", "A", "A\nVERBOSE\n"),
+        enable("EndsTheLastLineThatItReplaces", "#VERBOSE", "VERBOSE\n"),
+        enable("KeepsBlankLines", "\n \n\t\n\n", "\n \n\t\n\nVERBOSE\n"),
+        enable("KeepsCarriageReturns", "A\r\n#B\r\n", "A\r\n#B\r\nVERBOSE\n"),
+        enable("WritesItsOwnLineWithoutACarriageReturn", "A\r\nVERBOSE\r\n", "A\r\nVERBOSE\n"),
+        enable("KeepsBytesThatAreNotText", std::string("a\0b\n\xff\x01\x7f\n", 8),
+               std::string("a\0b\n\xff\x01\x7f\nVERBOSE\n", 16)),
+        enable("FindsTheWordBehindAZeroByte", std::string("a\0VERBOSE\nb\n", 12), "VERBOSE\nb\n"),
+        enable("KeepsALongLine", std::string(1'000'000, 'x'), std::string(1'000'000, 'x') + "\nVERBOSE\n"),
+    }),
     name_of_logging_row);
 
 // Disable and reset are one.
@@ -112,19 +113,21 @@ LoggingCase entries(const std::string& name, const std::string& argument, const 
 }
 
 INSTANTIATE_TEST_SUITE_P(Entries, VolumeManager,
-                         testing::Values(entries("OneChangeForTwoEntries", "VMCONF:daemon1,daemon2",
-                                                 {"PROCESS=VMCONF:daemon1 STATUS=0 MSG=Set debug logging\n",
-                                                  "PROCESS=VMCONF:daemon2 STATUS=0 MSG=Set debug logging\n"}),
-                                         entries("AreNotInterpreted", "VMCONF:a=1,,%s%n,b c",
-                                                 {"PROCESS=VMCONF:a=1 STATUS=0 MSG=Set debug logging\n",
-                                                  "PROCESS=VMCONF: STATUS=0 MSG=Set debug logging\n",
-                                                  "PROCESS=VMCONF:%s%n STATUS=0 MSG=Set debug logging\n",
-                                                  "PROCESS=VMCONF:b c STATUS=0 MSG=Set debug logging\n"}),
-                                         entries("MayHoldANewline", "VMCONF:a\nb",
-                                                 {"PROCESS=VMCONF:a\nb STATUS=0 MSG=Set debug logging\n"}),
-                                         entries("MayBeTwiceTheSame", "VMCONF:a,a",
-                                                 {"PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\n",
-                                                  "PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\n"})),
+                         testing::ValuesIn(std::vector<LoggingCase>{
+                             entries("OneChangeForTwoEntries", "VMCONF:daemon1,daemon2",
+                                     {"PROCESS=VMCONF:daemon1 STATUS=0 MSG=Set debug logging\n",
+                                      "PROCESS=VMCONF:daemon2 STATUS=0 MSG=Set debug logging\n"}),
+                             entries("AreNotInterpreted", "VMCONF:a=1,,%s%n,b c",
+                                     {"PROCESS=VMCONF:a=1 STATUS=0 MSG=Set debug logging\n",
+                                      "PROCESS=VMCONF: STATUS=0 MSG=Set debug logging\n",
+                                      "PROCESS=VMCONF:%s%n STATUS=0 MSG=Set debug logging\n",
+                                      "PROCESS=VMCONF:b c STATUS=0 MSG=Set debug logging\n"}),
+                             entries("MayHoldANewline", "VMCONF:a\nb",
+                                     {"PROCESS=VMCONF:a\nb STATUS=0 MSG=Set debug logging\n"}),
+                             entries("MayBeTwiceTheSame", "VMCONF:a,a",
+                                     {"PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\n",
+                                      "PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\n"}),
+                         }),
                          name_of_logging_row);
 
 const std::string not_found = "Could not open file " + vm_conf + " E=2 (No such file or directory)";
@@ -156,19 +159,20 @@ LoggingCase failed_rename() {
     return row;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Failure, VolumeManager,
-    testing::Values(two_entries(failure("EnableNeedsTheFile", "ENABLELOGGING", {}, set_failed(not_found))),
-                    two_entries(failure("DisableNeedsTheFile", "DISABLELOGGING", {}, unset_failed(not_found))),
-                    failure("ResetNeedsTheFile", "RESETLOGGING", {}, unset_failed(not_found)),
-                    failure("EnableNeedsTheFolder", "ENABLELOGGING", {missing("/usr/kumel/volmgr")},
-                            set_failed(not_found)),
-                    failure("EnableNeedsRoomForTheCopyAlsoWhenNothingChanges", "ENABLELOGGING",
-                            {file(vm_conf, "VERBOSE\n"), folder(copy_of_vm_conf)}, set_failed(no_copy)),
-                    failure("DisableNeedsRoomForTheCopy", "DISABLELOGGING",
-                            {file(vm_conf, "VERBOSE\n"), folder(copy_of_vm_conf)}, unset_failed(no_copy)),
-                    failed_rename()),
-    name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Failure, VolumeManager,
+                         testing::ValuesIn(std::vector<LoggingCase>{
+                             two_entries(failure("EnableNeedsTheFile", "ENABLELOGGING", {}, set_failed(not_found))),
+                             two_entries(failure("DisableNeedsTheFile", "DISABLELOGGING", {}, unset_failed(not_found))),
+                             failure("ResetNeedsTheFile", "RESETLOGGING", {}, unset_failed(not_found)),
+                             failure("EnableNeedsTheFolder", "ENABLELOGGING", {missing("/usr/kumel/volmgr")},
+                                     set_failed(not_found)),
+                             failure("EnableNeedsRoomForTheCopyAlsoWhenNothingChanges", "ENABLELOGGING",
+                                     {file(vm_conf, "VERBOSE\n"), folder(copy_of_vm_conf)}, set_failed(no_copy)),
+                             failure("DisableNeedsRoomForTheCopy", "DISABLELOGGING",
+                                     {file(vm_conf, "VERBOSE\n"), folder(copy_of_vm_conf)}, unset_failed(no_copy)),
+                             failed_rename(),
+                         }),
+                         name_of_logging_row);
 
 LoggingCase with(LoggingCase row, const FileState& state) {
     row.before.push_back(state);
@@ -188,13 +192,15 @@ LoggingCase over_a_stale_copy() {
     return row;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Copy, VolumeManager,
-    testing::Values(with(nothing_to_disable("IsNotNeededWhenNothingIsToBeUnset", "DISABLELOGGING", "A\n"),
-                         folder(copy_of_vm_conf)),
-                    with(nothing_to_disable("IsLeftWhenNothingIsToBeUnset", "DISABLELOGGING", "A\n"),
-                         file(copy_of_vm_conf, "stale\n")),
-                    over_a_stale_copy(), through_a_link()),
-    name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Copy, VolumeManager,
+                         testing::ValuesIn(std::vector<LoggingCase>{
+                             with(nothing_to_disable("IsNotNeededWhenNothingIsToBeUnset", "DISABLELOGGING", "A\n"),
+                                  folder(copy_of_vm_conf)),
+                             with(nothing_to_disable("IsLeftWhenNothingIsToBeUnset", "DISABLELOGGING", "A\n"),
+                                  file(copy_of_vm_conf, "stale\n")),
+                             over_a_stale_copy(),
+                             through_a_link(),
+                         }),
+                         name_of_logging_row);
 
 }  // namespace

@@ -1,0 +1,232 @@
+// Category KOB: the debug level of the connection broker, set by the broker's own tool.
+#include <sys/syscall.h>
+
+#include <cerrno>
+
+#include "tests/end_to_end/logging/logging_case.h"
+#include "tests/support/product_test.h"
+#include "tests/support/stand_in_tool.h"
+
+namespace {
+
+const std::string tool = "/opt/HOLKkob/bin/ktlogcfg";
+const std::string fixed_arguments = " -a -p 50936 -o 103 -s DebugLevel=";
+// Where the stand-in for the tool leaves its arguments, each with a zero byte behind it.
+const std::string arguments_file = "/tmp/arguments";
+
+LogLine said(const std::string& text) {
+    return logged(4, "process_kob", text);
+}
+
+LogLine refused(const std::string& text) {
+    return logged(16, "validate_kob_ctgyargs", text);
+}
+
+void install_stand_in(const std::vector<std::string>& further_steps = {}) {
+    std::vector<std::string> steps = {stand_in::run("printf '%s\\0' \"$@\" > " + arguments_file)};
+    steps.insert(steps.end(), further_steps.begin(), further_steps.end());
+    install_tool(tool, steps);
+}
+
+// Seven arguments reached the tool, the last of them ending in the level.
+FileState arguments_with(const std::string& level) {
+    std::string text;
+    for (const std::string& argument : {std::string("-a"), std::string("-p"), std::string("50936"), std::string("-o"),
+                                        std::string("103"), std::string("-s"), "DebugLevel=" + level}) {
+        text += argument + '\0';
+    }
+    return file(arguments_file, text);
+}
+
+// The tool was run with the level; `shown` is what the command line in the log ends with.
+LoggingCase run_of_tool(const std::string& name, const std::string& level, const std::string& shown) {
+    const std::string line = "PROCESS=KOB:kob STATUS=0 MSG=Success\n";
+    return {.name = name,
+            .request = {"ENABLELOGGING", "KOB:kob=" + level},
+            .prepare = [] { install_stand_in(); },
+            .answer = {line},
+            .log = {said("For C=KOB CA=" + level + " executing cmd=" + tool + fixed_arguments + shown),
+                    said("Sending to caller: " + line), said("Completed w/ 0")},
+            .after = {arguments_with(level)}};
+}
+
+// A level text of letters, digits and "_.+=-" alone: the command line is the stated one.
+LoggingCase plain(const std::string& name, const std::string& level) {
+    return run_of_tool(name, level, level);
+}
+
+// A level text with anything else reaches the tool letter for letter too. How it is quoted is left open.
+LoggingCase quoted(const std::string& name, const std::string& level) {
+    return run_of_tool(name, level, "<text>");
+}
+
+LoggingCase without_level(LoggingCase row) {
+    row.request[1] = "KOB:kob";
+    return row;
+}
+
+LoggingCase with_word(const std::string& word, LoggingCase row) {
+    row.request[0] = word;
+    return row;
+}
+
+class ConnectionBroker : public LoggingTable {};
+
+TEST_P(ConnectionBroker, Row) {
+    check(GetParam());
+}
+
+const std::vector<LoggingCase> plain_levels = {
+    plain("Five", "5"),
+    plain("Zero", "0"),
+    plain("Ten", "10"),
+    plain("LeadingZero", "07"),
+    plain("DigitsAndALetter", "3x"),
+    plain("LettersAreLevelZero", "abc"),
+    plain("PlusSign", "+5"),
+    plain("MinusZero", "-0"),
+    plain("Fraction", "1.5"),
+    plain("FurtherEqualsSigns", "5=_.+=-"),
+    plain("NothingBehindTheEqualsSign", ""),
+    without_level(plain("NoEqualsSign", "")),
+    with_word("DISABLELOGGING", plain("FiveToDisable", "5")),
+    with_word("RESETLOGGING", plain("FiveToReset", "5")),
+    // Only the low 32 bits are checked.
+    plain("TwoToThePowerOf32AndFive", "4294967301"),
+    plain("BelowTheSmallestNumberOf64Bits", "-99999999999999999999"),
+    plain("LongText", "1" + std::string(2000, 'x')),
+};
+
+INSTANTIATE_TEST_SUITE_P(PlainLevel, ConnectionBroker, testing::ValuesIn(plain_levels), name_of_logging_row);
+
+// None of these makes the shell do anything else: no file /tmp/x comes to be, and the tool sees the text as it is.
+const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
+    quoted("Semicolon", "1;touch /tmp/x"),
+    quoted("SemicolonAlone", ";touch /tmp/x"),
+    quoted("Ampersand", "1&touch /tmp/x"),
+    quoted("TwoAmpersands", "1&&touch /tmp/x"),
+    quoted("Pipe", "1|touch /tmp/x"),
+    quoted("TwoPipes", "1||touch /tmp/x"),
+    quoted("Output", "1>/tmp/x"),
+    quoted("OutputAtTheEnd", "1>>/tmp/x"),
+    quoted("Input", "1</tmp/nothing"),
+    quoted("Backquotes", "`touch /tmp/x`"),
+    quoted("CommandSubstitution", "$(touch /tmp/x)"),
+    quoted("CommandSubstitutionInDoubleQuotes", "\"$(touch /tmp/x)\""),
+    quoted("CommandSubstitutionInSingleQuotes", "'$(touch /tmp/x)'"),
+    quoted("CommandSubstitutionBehindASingleQuote", "';touch /tmp/x;'"),
+    quoted("Parentheses", "1(touch /tmp/x)"),
+    quoted("Variable", "$HOME"),
+    quoted("VariableInBraces", "${PATH}"),
+    quoted("ProcessNumber", "1$$"),
+    quoted("Newline", "1\ntouch /tmp/x"),
+    quoted("NewlineAtTheEnd", "1\n"),
+    quoted("NewlineAtTheStart", "\ntouch /tmp/x"),
+    quoted("CarriageReturn", "1\r"),
+    quoted("Blanks", " 1  2 "),
+    quoted("Tab", "\t1\t2"),
+    quoted("FurtherOption", "1 -o 104"),
+    quoted("SingleQuote", "1'2"),
+    quoted("SingleQuotesAlone", "'''"),
+    quoted("DoubleQuote", "1\"2"),
+    quoted("Backslash", "1\\2\\"),
+    quoted("BackslashAndNewline", "1\\\n2"),
+    quoted("Asterisk", "*"),
+    quoted("AsteriskThatMatches", "1 /*"),
+    quoted("QuestionMark", "/us?"),
+    quoted("Brackets", "/[tu]*"),
+    quoted("Tilde", "~"),
+    quoted("TildeBehindAColon", "1:~"),
+    quoted("Braces", "{1..3}"),
+    quoted("Hash", "1 # 2"),
+    quoted("ExclamationMark", "1!2"),
+    quoted("Caret", "1^2"),
+    quoted("PercentSigns", "%s%n%d"),
+    quoted("ByteOne", "1\x01"),
+    quoted("Delete", "1\x7f"),
+    quoted("BytesBeyondAscii", "1\xc3\xa4\xff"),
+    quoted("ManyQuotes", "1" + std::string(2000, '\'')),
+};
+
+INSTANTIATE_TEST_SUITE_P(LevelThatAShellWouldHeed, ConnectionBroker, testing::ValuesIn(levels_that_a_shell_would_heed),
+                         name_of_logging_row);
+
+// The tool is not run, and there is no response line.
+LoggingCase refusal(const std::string& name, const std::string& values, const std::string& message) {
+    return {.name = name,
+            .request = {"ENABLELOGGING", "KOB:" + values},
+            .prepare = [] { install_stand_in(); },
+            .status = 5809,
+            .log = {refused(message), said("Completed w/ 5809")}};
+}
+
+LoggingCase refused_level(const std::string& name, const std::string& level, const std::string& value) {
+    return refusal(name, "kob=" + level, "Invalid KOB DbgLevel spec: N=kob V=" + value);
+}
+
+const std::vector<LoggingCase> refusals = {
+    refused_level("Eleven", "11", "11"),
+    refused_level("MinusOne", "-1", "-1"),
+    refused_level("ElevenBehindABlankAndAPlusSign", " +11", "11"),
+    refused_level("TextBehindEleven", "11;touch /tmp/x", "11"),
+    refused_level("TheLargestNumberOf32Bits", "2147483647", "2147483647"),
+    refused_level("OneMoreThanThat", "2147483648", "-2147483648"),
+    refused_level("BeyondTheLargestNumberOf64Bits", "99999999999999999999", "-1"),
+    refusal("NameInCapitals", "KOB=5", "Invalid KOB DbgLevel spec: N=KOB V=5"),
+    refusal("LongerName", "kobx=5", "Invalid KOB DbgLevel spec: N=kobx V=5"),
+    refusal("NameWithABlank", " kob=5", "Invalid KOB DbgLevel spec: N= kob V=5"),
+    refusal("EmptyName", "=5", "Invalid KOB DbgLevel spec: N= V=5"),
+    refusal("NameWithAShellsText", "kob;touch /tmp/x=5", "Invalid KOB DbgLevel spec: N=kob;touch /tmp/x V=5"),
+    refusal("TwoValues", "kob=5,kob=6", "Expected 1, NOT 2"),
+    refusal("ThreeValues", "kob=5,,", "Expected 1, NOT 3"),
+};
+
+INSTANTIATE_TEST_SUITE_P(Refusal, ConnectionBroker, testing::ValuesIn(refusals), name_of_logging_row);
+
+// The tool, or the shell in its place, failed; the raw wait status is told and returned.
+LoggingCase failure(const std::string& name, int status, const std::function<void()>& prepare,
+                    const std::vector<FileState>& after) {
+    const std::string line = "PROCESS=KOB:kob STATUS=" + std::to_string(status) + " MSG=failed to change KOB cfg\n";
+    return {.name = name,
+            .request = {"ENABLELOGGING", "KOB:kob=5"},
+            .prepare = prepare,
+            .answer = {line},
+            .status = status,
+            .log = {said("For C=KOB CA=5 executing cmd=" + tool + fixed_arguments + "5"),
+                    said("Sending to caller: " + line), said("Completed w/ " + std::to_string(status))},
+            .after = after};
+}
+
+LoggingCase exit_of_tool(const std::string& name, int exit_status) {
+    return failure(name, exit_status * 256, [exit_status] { install_stand_in({stand_in::exit_with(exit_status)}); },
+                   {arguments_with("5")});
+}
+
+const std::vector<LoggingCase> failures = {
+    exit_of_tool("ToolEndsWithOne", 1),
+    exit_of_tool("ToolEndsWithTwo", 2),
+    exit_of_tool("ToolEndsWith255", 255),
+    failure("ToolIsMissing", 32512, [] {}, {}),
+    failure("ToolIsNotExecutable", 32256, [] { make(file(tool, "#!/bin/sh\n")); }, {}),
+};
+
+INSTANTIATE_TEST_SUITE_P(Failure, ConnectionBroker, testing::ValuesIn(failures), name_of_logging_row);
+
+class ConnectionBrokerTool : public ProductTest {};
+
+// The C library tells a shell that could not be started like one that could not be executed.
+TEST_F(ConnectionBrokerTool, IsNotRunWhenNoShellCanBeStarted) {
+    install_stand_in();
+    AgentOptions options;
+    for (const long call : {SYS_clone, SYS_clone3, SYS_fork, SYS_vfork}) {
+        options.refused_calls.push_back({.number = call, .error = EAGAIN});
+    }
+    check_in_place(failure("", 32512, [] {}, {}), options);
+}
+
+TEST_F(ConnectionBrokerTool, SpeaksToNobody) {
+    install_tool(tool, {stand_in::print("out\n"), stand_in::complain("error\n"), stand_in::print_input(1)});
+    EXPECT_EQ(run_agent({"ENABLELOGGING", "KOB:kob=5"}).output(), "PROCESS=KOB:kob STATUS=0 MSG=Success\n");
+}
+
+}  // namespace
