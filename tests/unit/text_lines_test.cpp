@@ -21,7 +21,8 @@ TEST(SplitLines, GivesNoLineForTheEmptyText) {
 TEST(SplitLines, KeepsEveryOtherByte) {
     const std::string zero_byte(1, '\0');
     const std::string line = " " + zero_byte + "b\t";
-    EXPECT_EQ(split_lines("a\r\n" + line + "\n"), (Lines{"a\r", line}));
+    const std::string text = "a\r\n" + line + "\n";
+    EXPECT_EQ(split_lines(text), (Lines{"a\r", line}));
 }
 
 TEST(Contains, FindsATextAnywhere) {

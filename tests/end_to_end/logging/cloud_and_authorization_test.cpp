@@ -8,12 +8,6 @@ const std::string recovery_server = "/usr/kumel/lib/stg-plugins/hlt.conf";
 const std::string store_container = "/usr/kumel/lib/stg-plugins/skyhold.conf";
 const std::string authorization = "/usr/kumel/zembrath/sec/az/bin/HOLKaz.conf";
 
-// What comes of one value: its response line, and what is logged before that line is.
-struct Outcome {
-    std::string line;
-    std::vector<LogLine> log = {};
-};
-
 Outcome done(const std::string& category, const std::string& name) {
     return {"PROCESS=" + category + ":" + name + " STATUS=0 MSG=Set up " + name + " debug logging\n"};
 }
@@ -31,11 +25,7 @@ LoggingCase row_of(const std::string& name, const std::string& argument, const s
                    const std::vector<Outcome>& outcomes, const std::vector<FileState>& after, int status = 0) {
     LoggingCase row = {
         .name = name, .request = {"ENABLELOGGING", argument}, .before = before, .status = status, .after = after};
-    for (const Outcome& outcome : outcomes) {
-        row.answer.push_back(outcome.line);
-        row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
-        row.log.push_back(logged(4, "process_config_file_entry", outcome.line));
-    }
+    add(row, "process_config_file_entry", outcomes);
     return row;
 }
 

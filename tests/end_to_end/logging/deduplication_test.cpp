@@ -8,10 +8,6 @@ const std::string fixed_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
 const std::string named_file = "/usr/kumel/kpa.cfg";
 const FileState usual_registry = file(registry, "A=1\nCFG=" + named_file + "\nB=2\n");
 
-LogLine said(const std::string& text) {
-    return logged(4, "process_rk", text);
-}
-
 LogLine found(const std::string& path) {
     return logged(2, "get_rk_conf_filepath", "Morvisk configuration file path=" + path + " RV=0 ERR=");
 }
@@ -20,12 +16,6 @@ LogLine cached(const std::string& outcome) {
     return logged(2, "process_rk", "Using cached: " + outcome);
 }
 
-// What comes of one component: its response line, and what is logged before that line is.
-struct Outcome {
-    std::string line;
-    std::vector<LogLine> log;
-};
-
 Outcome set(const std::string& component, const std::string& value, const std::vector<LogLine>& log) {
     return {"PROCESS=RK:" + component + " STATUS=0 MSG=Set debug logging '" + value + "'\n", log};
 }
@@ -33,11 +23,7 @@ Outcome set(const std::string& component, const std::string& value, const std::v
 LoggingCase row_of(const std::string& name, const std::string& values, const std::vector<FileState>& before,
                    const std::vector<Outcome>& outcomes, const std::vector<FileState>& after) {
     LoggingCase row = {.name = name, .request = {"ENABLELOGGING", "RK:" + values}, .before = before, .after = after};
-    for (const Outcome& outcome : outcomes) {
-        row.answer.push_back(outcome.line);
-        row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
-        row.log.push_back(said(outcome.line));
-    }
+    add(row, "process_rk", outcomes);
     return row;
 }
 

@@ -19,13 +19,6 @@ LogLine said_of_product(int level, const std::string& text) {
     return logged(level, "process_zmulogdir", text);
 }
 
-// A response line of ZMLOGDIR, and what is logged before that line is.
-struct Outcome {
-    std::string line;
-    std::vector<LogLine> log = {};
-    int level = 4;
-};
-
 Outcome set_up(const std::string& name) {
     return {"PROCESS=ZMLOGDIR:" + name + " STATUS=0 MSG=Set up log directory DIR=" + root + name + " Perm=755\n"};
 }
@@ -49,11 +42,7 @@ Outcome failed(const std::string& name, const std::string& number, const std::st
 LoggingCase product(const std::string& name, const Request& request, const std::vector<Outcome>& outcomes,
                     const std::vector<FileState>& before, const std::vector<FileState>& after) {
     LoggingCase row = {.name = name, .request = request, .before = before, .after = after};
-    for (const Outcome& outcome : outcomes) {
-        row.answer.push_back(outcome.line);
-        row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
-        row.log.push_back(said_of_product(outcome.level, outcome.line));
-    }
+    add(row, "process_zmulogdir", outcomes);
     return row;
 }
 
@@ -130,11 +119,7 @@ Outcome manager_not_done(const std::string& name, const std::string& action) {
 LoggingCase manager(const std::string& name, const Request& request, const std::vector<Outcome>& outcomes,
                     const std::vector<FileState>& before, const std::vector<FileState>& after) {
     LoggingCase row = {.name = name, .request = request, .before = before, .after = after};
-    for (const Outcome& outcome : outcomes) {
-        row.answer.push_back(outcome.line);
-        row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
-        row.log.push_back(said_of_manager(outcome.level, outcome.line));
-    }
+    add(row, "process_mmlogdir", outcomes);
     return row;
 }
 

@@ -67,6 +67,14 @@ std::string name_of_logging_row(const testing::TestParamInfo<LoggingCase>& row) 
     return row.param.name;
 }
 
+void add(LoggingCase& row, const std::string& tag, const std::vector<Outcome>& outcomes) {
+    for (const Outcome& outcome : outcomes) {
+        row.answer.push_back(outcome.line);
+        row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
+        row.log.push_back(logged(outcome.level, tag, outcome.line));
+    }
+}
+
 LogLine logged(int level, const std::string& tag, const std::string& text) {
     constexpr std::array<char, 17> digits = {"0123456789abcdef"};
     std::string escaped;

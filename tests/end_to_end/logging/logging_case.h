@@ -45,6 +45,16 @@ class LoggingTable : public testing::TestWithParam<LoggingCase> {};
 // Names the rows' tests.
 [[nodiscard]] std::string name_of_logging_row(const testing::TestParamInfo<LoggingCase>& row);
 
+// What comes of one value: its response line, the level at which that is logged, and what is logged before it.
+struct Outcome {
+    std::string line;
+    std::vector<LogLine> log = {};
+    int level = 4;
+};
+
+// Adds the outcomes to what the row expects of answer and log. The lines are logged under the tag.
+void add(LoggingCase& row, const std::string& tag, const std::vector<Outcome>& outcomes);
+
 // Returns a log line for a text that is logged as it is, such as a response line: escaped as in the log.
 [[nodiscard]] LogLine logged(int level, const std::string& tag, const std::string& text);
 

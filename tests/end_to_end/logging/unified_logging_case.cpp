@@ -4,6 +4,8 @@ namespace unified_logging {
 
 namespace {
 
+constexpr const char* tag = "process_ktul_loglevel";
+
 std::string store_of(const std::string& argument) {
     if (argument.starts_with("QPKTUL")) {
         return "/usr/kumel/ktul/58330.conf";
@@ -28,17 +30,12 @@ LoggingCase row_of(const StoreChange& change) {
     if (change.after) {
         row.after.push_back(file(path, *change.after));
     }
-    for (const Outcome& outcome : change.outcomes) {
-        const bool failed = outcome.line.find(" STATUS=1 ") != std::string::npos;
-        row.answer.push_back(outcome.line);
-        row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
-        row.log.push_back(said(failed ? 16 : 4, outcome.line));
-    }
+    add(row, tag, change.outcomes);
     return row;
 }
 
 LogLine said(int level, const std::string& text) {
-    return logged(level, "process_ktul_loglevel", text);
+    return logged(level, tag, text);
 }
 
 std::vector<LogLine> defaults(int debug, int diagnostic) {

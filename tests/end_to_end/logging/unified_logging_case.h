@@ -9,12 +9,6 @@ namespace unified_logging {
 
 inline const std::string store = "/usr/kumel/ktul/51216.conf";
 
-// What comes of one value of a request: its response line, and what is logged before that line is.
-struct Outcome {
-    std::string line;
-    std::vector<LogLine> log;
-};
-
 // A request for one category and what becomes of the store file of its product.
 struct StoreChange {
     std::string name;

@@ -175,7 +175,8 @@ std::vector<StoreChange> product_without_defaults(const std::string& category, c
          .argument = category + ":111=1",
          .outcomes = {{"PROCESS=" + category +
                            ":111 STATUS=1 MSG=Failed to load KtUL CFG OID=111 Product ID=" + product + "\n",
-                       {}}},
+                       {},
+                       16}},
          .status = 5772},
     };
 }

@@ -8,7 +8,6 @@ namespace {
 
 using unified_logging::current;
 using unified_logging::defaults;
-using unified_logging::Outcome;
 using unified_logging::row_of;
 using unified_logging::said;
 using unified_logging::store;
@@ -39,13 +38,14 @@ Outcome left(const std::string& originator) {
 
 Outcome refused(const std::string& originator, const std::string& level) {
     return {"PROCESS=ZMKTUL:" + originator + " STATUS=1 MSG=failed to set debug level RV=22 LVL=" + level + "\n",
-            current("P=51216 O=" + originator, 1, 6)};
+            current("P=51216 O=" + originator, 1, 6), 16};
 }
 
 Outcome not_loaded(const std::string& originator) {
     return {"PROCESS=ZMKTUL:" + originator + " STATUS=1 MSG=Failed to load KtUL CFG OID=" + originator +
                 " Product ID=51216\n",
-            {}};
+            {},
+            16};
 }
 
 StoreChange values(const std::string& name, const std::string& values, const std::vector<Outcome>& outcomes,
@@ -149,7 +149,7 @@ const std::vector<StoreChange> failures = {
      .after = "111.DiagnosticLevel=4\n117.DebugLevel=3\n",
      .defaults = defaults(1, 6),
      .outcomes = {{"PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level RV=22 LVL=7\n",
-                   current("P=51216 O=111", 1, 4)},
+                   current("P=51216 O=111", 1, 4), 16},
                   set("117", "3")}},
     {.name = "ANegativeLevelIsRefused",
      .argument = "ZMKTUL:111=-1",
