@@ -5,15 +5,19 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "request_command/answer_output.h"
 #include "request_command/answer_printer.h"
 #include "request_command/connection.h"
 #include "request_command/exchange.h"
 #include "request_command/failure.h"
 #include "request_command/options.h"
+#include "request_command/spelling.h"
 #include "request_command/standard_streams.h"
 
 namespace {
@@ -45,24 +49,33 @@ std::string explain_missing_status(Connection& connection, int error) {
     return reason;
 }
 
+std::unique_ptr<AnswerOutput> choose_output(AnswerFormat format) {
+    return format == AnswerFormat::json ? json_output(write_output) : plain_output(write_output, write_error);
+}
+
+// Says what of the request looks misspelt. It is sent all the same: an agent may know more words than the command.
+void remark_on_spelling(const std::vector<std::string>& request) {
+    for (const std::string& remark : spelling_remarks(request)) {
+        write_error("zmlogadm: " + remark + "\n");
+    }
+}
+
 // Returns the exit status.
-int send_request(const Options& options) {
+int send_request(const Options& options, AnswerOutput& output) {
+    remark_on_spelling(options.request);
     Connection connection = connect_to(options.peer, options.timeout);
-    AnswerPrinter printer(write_output);
+    output.start(options.request);
+    AnswerPrinter printer([&](std::string_view bytes) { output.print(bytes); });
     const int error = exchange(connection.socket.get(), encode_request(options.request), printer);
     const std::optional<StatusLine> line = printer.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
     if (!line) {
         throw Failure(explain_missing_status(connection, error));
     }
-    write_error(line->text);
+    output.finish(*line);
     return line->status >= 0 && line->status < own_failure ? line->status : other_status;
 }
 
-int run(int argc, char** argv) {
-    occupy_standard_descriptors();
-    signal(SIGPIPE, SIG_IGN);  // output that nobody reads is told as the failure of a write
-    static char name[] = "zmlogadm";
-    argv[0] = name;  // also in what getopt_long says, however the command was called
+int run(int argc, char** argv, AnswerOutput& output) {
     const Options options = parse_options(argc, argv);
     switch (options.action) {
         case Action::show_help:
@@ -74,16 +87,31 @@ int run(int argc, char** argv) {
         case Action::send_request:
             break;
     }
-    return send_request(options);
+    return send_request(options, output);
+}
+
+// Standard error is told also what the output cannot be told any more.
+int fail(const char* reason, AnswerOutput& output) {
+    try {
+        output.fail(reason);
+    } catch (const std::exception&) {
+        // The reason is about the same output, or matters more than this.
+    }
+    write_error(std::string("zmlogadm: ") + reason + "\n");
+    return own_failure;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    static char name[] = "zmlogadm";
+    argv[0] = name;            // also in what getopt_long says, however the command was called
+    signal(SIGPIPE, SIG_IGN);  // output that nobody reads is told as the failure of a write
+    const std::unique_ptr<AnswerOutput> output = choose_output(answer_format(argc, argv));
     try {
-        return run(argc, argv);
+        occupy_standard_descriptors();
+        return run(argc, argv, *output);
     } catch (const std::exception& failure) {
-        write_error(std::string("zmlogadm: ") + failure.what() + "\n");
-        return own_failure;
+        return fail(failure.what(), *output);
     }
 }

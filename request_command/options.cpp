@@ -7,14 +7,19 @@
 #include <charconv>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 namespace {
 
 // The longest word or argument that an agent receives.
 constexpr std::size_t longest_text = 2047;
 
-// --agent has no letter.
+// These have no letters.
 constexpr int agent_option = 256;
+constexpr int json_option = 257;
+
+// "+": what follows the word belongs to the request, also when it begins with "-".
+constexpr const char* letters = "+H:p:S:lt:hV";
 
 constexpr std::array long_options = {
     option{"host", required_argument, nullptr, 'H'},
@@ -23,6 +28,7 @@ constexpr std::array long_options = {
     option{"local", no_argument, nullptr, 'l'},
     option{"agent", required_argument, nullptr, agent_option},
     option{"timeout", required_argument, nullptr, 't'},
+    option{"json", no_argument, nullptr, json_option},
     option{"help", no_argument, nullptr, 'h'},
     option{"version", no_argument, nullptr, 'V'},
     option{nullptr, 0, nullptr, 0},
@@ -91,13 +97,27 @@ std::vector<std::string> check_request(std::vector<std::string> request) {
     return request;
 }
 
+int next_option(int argc, char** argv) {
+    return getopt_long(argc, argv, letters, long_options.data(), nullptr);
+}
+
 }  // namespace
+
+AnswerFormat answer_format(int argc, char** argv) {
+    AnswerFormat format = AnswerFormat::plain;
+    const int said = std::exchange(opterr, 0);
+    for (int letter = 0; (letter = next_option(argc, argv)) != -1;) {
+        format = letter == json_option ? AnswerFormat::json : format;
+    }
+    opterr = said;
+    optind = 0;  // parse_options begins anew
+    return format;
+}
 
 Options parse_options(int argc, char** argv) {
     Options options;
     PeerOptions given;
-    // "+": what follows the word belongs to the request, also when it begins with "-".
-    for (int letter = 0; (letter = getopt_long(argc, argv, "+H:p:S:lt:hV", long_options.data(), nullptr)) != -1;) {
+    for (int letter = 0; (letter = next_option(argc, argv)) != -1;) {
         switch (letter) {
             case 'H':
                 given.host = optarg;
@@ -117,6 +137,8 @@ Options parse_options(int argc, char** argv) {
             case 't':
                 options.timeout = std::chrono::seconds(parse_number(optarg, 86400, "time-out"));
                 break;
+            case json_option:
+                break;  // answer_format looks at it
             case 'h':
                 options.action = Action::show_help;
                 return options;
@@ -142,13 +164,13 @@ Sends one request to a log administration agent and prints its answer.
   -l, --local            start the agent of this host instead (the default)
       --agent PATH       with --local: the agent's file
   -t, --timeout SECONDS  give up connecting after that long (default: 30)
+      --json             print the answer as JSON, one object a line
   -h, --help             print this help
   -V, --version          print the version
 
 Options end at WORD: what follows is sent as it stands.
-Words: ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMSU RUNZMCPLOGS
-  CALCLOGSIZE GETDISKSPACE CLEANUP FETCHFILE ZMLA
-  zmsu zmcplogs ktlogcfg versioninfo
+Words: ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMSU RUNZMCPLOGS CALCLOGSIZE
+  GETDISKSPACE CLEANUP FETCHFILE ZMLA zmsu zmcplogs ktlogcfg versioninfo
 Arguments of the logging words are CATEGORY:VALUE[,VALUE...], the categories
   ZMKTUL QPKTUL SEARCHKTUL QRCONF ZMLOGDIR MMLOGDIR VMCONF JAVAGUI KOB RK
   RKPLUGIN CORVID CLOUD HOLKAZ

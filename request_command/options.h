@@ -31,6 +31,9 @@ using Peer = std::variant<AgentFile, RemoteHost, LocalSocket>;
 
 enum class Action { send_request, show_help, show_version };
 
+// How to print the answer.
+enum class AnswerFormat { plain, json };
+
 struct Options {
     Action action = Action::send_request;
     Peer peer;
@@ -43,6 +46,10 @@ class Refusal : public Failure {
   public:
     explicit Refusal(const std::string& reason) : Failure(reason + " (zmlogadm --help tells more)") {}
 };
+
+// Returns the format that the command line asks for, also when it cannot be followed otherwise: a refusal is then told
+// in that format too. Says nothing.
+AnswerFormat answer_format(int argc, char** argv);
 
 // Reads the command line. Throws a Refusal, before anything is connected or sent, for options that are unknown,
 // out of range or contradict each other, for a missing word, and for a word or argument that no agent takes.

@@ -1,0 +1,42 @@
+// The printing of an answer, in one of two formats.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "request_command/answer_printer.h"
+
+// Writes a text to a stream of the command's.
+using WriteText = std::function<void(std::string_view)>;
+
+// Prints the answer to one request.
+class AnswerOutput {
+  public:
+    AnswerOutput() = default;
+    AnswerOutput(const AnswerOutput&) = delete;
+    AnswerOutput& operator=(const AnswerOutput&) = delete;
+    virtual ~AnswerOutput() = default;
+
+    // Tells what was asked, before any of the answer is printed.
+    virtual void start(const std::vector<std::string>& request) = 0;
+
+    // Prints bytes of the answer as they come.
+    virtual void print(std::string_view bytes) = 0;
+
+    // Prints the answer's end.
+    virtual void finish(const StatusLine& line) = 0;
+
+    // Prints the failure that ends the command itself, where the answer's end should have been.
+    virtual void fail(std::string_view message) = 0;
+};
+
+// The answer byte for byte, its status line to the other stream. Failures are not printed.
+std::unique_ptr<AnswerOutput> plain_output(WriteText write, WriteText write_status);
+
+// One JSON object a line, and all in ASCII, for every line of the answer, its status line and a failure. The objects
+// are those of the page zmlogadm(1), section JSON OUTPUT. What `write` throws is passed on, and nothing is written
+// afterwards: a failed write may have left half a line.
+std::unique_ptr<AnswerOutput> json_output(WriteText write);

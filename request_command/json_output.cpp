@@ -1,0 +1,156 @@
+// The one source that sees the JSON library, which takes long to compile; and without its streams, which the command
+// has no use for.
+#define JSON_NO_IO
+#include <nlohmann/json.hpp>
+#include <utility>
+#include <variant>
+
+#include "request_command/answer_line.h"
+#include "request_command/answer_output.h"
+#include "request_command/text_encoding.h"
+
+namespace {
+
+using Object = nlohmann::ordered_json;
+
+// A line is kept until its end has come. What is longer than this, and no line of an agent is, comes in pieces.
+constexpr std::size_t longest_line = 65536;
+
+// Whether a line came with its newline.
+enum class LineEnd { newline, missing };
+
+Object object_of_type(std::string_view type) {
+    return {{"type", type}};
+}
+
+// The exact bytes stand beside a text that cannot show them.
+void add_text(Object& object, std::string_view name, std::string_view text) {
+    object[name] = text;
+    if (!is_utf8(text)) {
+        object[std::string(name) + "_base64"] = base64(text);
+    }
+}
+
+void add_field(Object& object, const AnswerField& field) {
+    if (const auto* text = std::get_if<std::string_view>(&field.value)) {
+        add_text(object, field.name, *text);
+    } else if (const auto* number = std::get_if<std::int64_t>(&field.value)) {
+        object[field.name] = *number;
+    } else {
+        object[field.name] = std::get<std::uint64_t>(field.value);
+    }
+}
+
+Object object_of(const AnswerLine& line) {
+    Object object = object_of_type(line.type);
+    for (const AnswerField& field : line.fields) {
+        add_field(object, field);
+    }
+    return object;
+}
+
+void add_line_end(Object& object, LineEnd end) {
+    if (end == LineEnd::missing) {
+        object["newline"] = false;
+    }
+}
+
+std::string text_of(const Object& object) {
+    return object.dump(-1, ' ', true, Object::error_handler_t::replace) + "\n";
+}
+
+// Returns what a status line says behind its number.
+std::string_view text_of_status(std::string_view line) {
+    const std::size_t number = line.find(' ', std::string_view("EXIT ").size());
+    const std::size_t text = line.find(' ', number + 1);
+    if (text == std::string_view::npos) {
+        return {};
+    }
+    line.remove_prefix(text + 1);
+    return line.substr(0, line.size() - (line.ends_with('\n') ? 1 : 0));
+}
+
+class JsonOutput : public AnswerOutput {
+  public:
+    explicit JsonOutput(WriteText write) : write_(std::move(write)) {}
+
+    void start(const std::vector<std::string>& request) override { in_forms_ = answers_in_forms(request); }
+
+    // The objects of all lines that have come to their end go out together.
+    void print(std::string_view bytes) override {
+        std::string objects;
+        while (!bytes.empty()) {
+            const std::size_t newline = bytes.find('\n');
+            line_ += bytes.substr(0, newline);
+            bytes.remove_prefix(newline == std::string_view::npos ? bytes.size() : newline + 1);
+            take_pieces(objects);
+            if (newline != std::string_view::npos) {
+                objects += text_of(end_line(LineEnd::newline));
+            }
+        }
+        write(objects);
+    }
+
+    void finish(const StatusLine& line) override {
+        std::string objects = take_rest();
+        Object object = object_of_type("status");
+        object["status"] = line.status;
+        add_text(object, "text", text_of_status(line.text));
+        add_line_end(object, line.text.ends_with('\n') ? LineEnd::newline : LineEnd::missing);
+        write(objects + text_of(object));
+    }
+
+    void fail(std::string_view message) override {
+        std::string objects = take_rest();
+        Object object = object_of_type("error");
+        add_text(object, "message", message);
+        write(objects + text_of(object));
+    }
+
+  private:
+    // Takes the beginning of a line that is too long to be kept.
+    void take_pieces(std::string& objects) {
+        while (line_.size() > longest_line) {
+            const std::size_t length = length_to_character_end(line_, longest_line);
+            Object object = object_of(output_line(std::string_view(line_).substr(0, length)));
+            add_line_end(object, LineEnd::missing);
+            objects += text_of(object);
+            line_.erase(0, length);
+            is_whole_ = false;
+        }
+    }
+
+    // A line is looked at for a form only when all of it is there.
+    Object end_line(LineEnd end) {
+        const bool may_have_form = in_forms_ && is_whole_ && end == LineEnd::newline;
+        Object object = object_of(may_have_form ? parse_answer_line(line_) : output_line(line_));
+        add_line_end(object, end);
+        line_.clear();
+        is_whole_ = true;
+        return object;
+    }
+
+    // Returns the object of a last line without newline, if there is one.
+    std::string take_rest() { return line_.empty() ? "" : text_of(end_line(LineEnd::missing)); }
+
+    void write(const std::string& objects) {
+        if (objects.empty() || has_failed_) {
+            return;
+        }
+        has_failed_ = true;
+        write_(objects);
+        has_failed_ = false;
+    }
+
+    WriteText write_;
+    std::string line_;         // what has come of a line
+    bool is_whole_ = true;     // no pieces of it have been printed
+    bool in_forms_ = false;    // lines may be the agent's own
+    bool has_failed_ = false;  // a write did, so that nothing may follow
+};
+
+}  // namespace
+
+std::unique_ptr<AnswerOutput> json_output(WriteText write) {
+    return std::make_unique<JsonOutput>(std::move(write));
+}

@@ -1,0 +1,26 @@
+#include <utility>
+
+#include "request_command/answer_output.h"
+
+namespace {
+
+class PlainOutput : public AnswerOutput {
+  public:
+    PlainOutput(WriteText write, WriteText write_status)
+        : write_(std::move(write)), write_status_(std::move(write_status)) {}
+
+    void start(const std::vector<std::string>& /*request*/) override {}
+    void print(std::string_view bytes) override { write_(bytes); }
+    void finish(const StatusLine& line) override { write_status_(line.text); }
+    void fail(std::string_view /*message*/) override {}
+
+  private:
+    WriteText write_;
+    WriteText write_status_;
+};
+
+}  // namespace
+
+std::unique_ptr<AnswerOutput> plain_output(WriteText write, WriteText write_status) {
+    return std::make_unique<PlainOutput>(std::move(write), std::move(write_status));
+}

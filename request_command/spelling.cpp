@@ -1,0 +1,129 @@
+#include "request_command/spelling.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "request_command/known_words.h"
+
+namespace {
+
+constexpr std::size_t most_edits = 2;
+
+std::size_t difference(std::size_t one, std::size_t other) {
+    return one > other ? one - other : other - one;
+}
+
+// Not toupper: the letters of words are ASCII's, whatever the locale.
+std::string in_upper_case(std::string_view text) {
+    std::string result(text);
+    for (char& letter : result) {
+        if (letter >= 'a' && letter <= 'z') {
+            letter = static_cast<char>(letter - 'a' + 'A');
+        }
+    }
+    return result;
+}
+
+// The edits from the given word, which is in upper case, to the known one; more than most_edits when it is not near.
+std::size_t edits_between(const std::string& given, std::string_view known) {
+    constexpr std::size_t far = most_edits + 1;
+    if (difference(given.size(), known.size()) > most_edits) {
+        return far;
+    }
+    const std::size_t edits = edit_distance(given, in_upper_case(known));
+    return edits <= std::min(most_edits, known.size() / 2) ? edits : far;
+}
+
+std::string alternatives(const std::vector<std::string_view>& words) {
+    std::string text;
+    for (const std::string_view word : words) {
+        text += (text.empty() ? "" : " or ") + std::string(word);
+    }
+    return text;
+}
+
+void remark(std::string_view given, const std::string& kind, const std::vector<std::string_view>& known,
+            std::vector<std::string>& remarks) {
+    const std::vector<std::string_view> nearest = nearest_words(given, known);
+    if (!nearest.empty()) {
+        remarks.push_back(std::string(given) + " is no known " + kind + "; did you mean " + alternatives(nearest) +
+                          "?");
+    }
+}
+
+std::vector<std::string_view> known_words() {
+    std::vector<std::string_view> words(logging_words.begin(), logging_words.end());
+    words.insert(words.end(), other_words.begin(), other_words.end());
+    words.insert(words.end(), tool_words.begin(), tool_words.end());
+    return words;
+}
+
+}  // namespace
+
+// The table's rows are the beginnings of the one word, its columns those of the other. Besides its neighbours a
+// distance depends on the last place where both words had the two letters the other way round.
+std::size_t edit_distance(std::string_view one, std::string_view other) {
+    const std::size_t width = other.size() + 1;
+    std::vector<std::size_t> table((one.size() + 1) * width);
+    const auto at = [&](std::size_t row, std::size_t column) -> std::size_t& { return table[row * width + column]; };
+    std::array<std::size_t, std::numeric_limits<unsigned char>::max() + 1> last_row{};  // of each letter of the one
+    for (std::size_t row = 0; row <= one.size(); ++row) {
+        std::size_t last_column = 0;  // where the other word had this row's letter
+        for (std::size_t column = 0; column <= other.size(); ++column) {
+            if (row == 0 || column == 0) {
+                at(row, column) = row + column;
+                continue;
+            }
+            const bool same = one[row - 1] == other[column - 1];
+            std::size_t& distance = at(row, column);
+            distance = std::min(
+                {at(row - 1, column) + 1, at(row, column - 1) + 1, at(row - 1, column - 1) + (same ? 0U : 1U)});
+            const std::size_t row_before = last_row[static_cast<unsigned char>(other[column - 1])];
+            if (row_before != 0 && last_column != 0) {
+                distance = std::min(
+                    distance, at(row_before - 1, last_column - 1) + (row - row_before) + (column - last_column) - 1);
+            }
+            last_column = same ? column : last_column;
+        }
+        if (row != 0) {
+            last_row[static_cast<unsigned char>(one[row - 1])] = row;
+        }
+    }
+    return table.back();
+}
+
+std::vector<std::string_view> nearest_words(std::string_view given, const std::vector<std::string_view>& known) {
+    if (is_one_of(given, known)) {
+        return {};
+    }
+    const std::string letters = in_upper_case(given);
+    std::vector<std::string_view> nearest;
+    std::size_t least = most_edits;
+    for (const std::string_view word : known) {
+        const std::size_t edits = edits_between(letters, word);
+        if (edits < least) {
+            nearest.clear();
+        }
+        if (edits <= least) {
+            least = edits;
+            nearest.push_back(word);
+        }
+    }
+    return nearest;
+}
+
+std::vector<std::string> spelling_remarks(const std::vector<std::string>& request) {
+    std::vector<std::string> remarks;
+    remark(request.front(), "request word", known_words(), remarks);
+    if (is_one_of(request.front(), logging_words)) {
+        const std::vector<std::string_view> categories(known_categories.begin(), known_categories.end());
+        for (std::size_t i = 1; i != request.size(); ++i) {
+            const std::size_t colon = request[i].find(':');
+            if (colon != std::string::npos) {
+                remark(std::string_view(request[i]).substr(0, colon), "category", categories, remarks);
+            }
+        }
+    }
+    return remarks;
+}

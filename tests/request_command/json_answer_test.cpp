@@ -1,0 +1,285 @@
+// zmlogadm --json, against a scripted peer.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/request_command/command_run.h"
+#include "tests/request_command/json_lines.h"
+#include "tests/support/scripted_peer.h"
+#include "tests/support/test_files.h"
+
+namespace {
+
+using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+Json output_object(const std::string& text) {
+    return {{"type", "output"}, {"text", text}};
+}
+
+Json unended_object(const std::string& text) {
+    return {{"type", "output"}, {"text", text}, {"newline", false}};
+}
+
+Json status_object(int status, const std::string& text) {
+    return {{"type", "status"}, {"status", status}, {"text", text}};
+}
+
+Json error_object(const std::string& message) {
+    return {{"type", "error"}, {"message", message}};
+}
+
+class JsonAnswer : public testing::Test {
+  protected:
+    [[nodiscard]] Command start(const Arguments& request, const Preparation& prepare = nullptr) const {
+        return Command(listener_.options() + Arguments{"--json"} + request, prepare);
+    }
+
+    // Runs the command with a peer that receives the request and then sends the answer.
+    [[nodiscard]] CommandRun run_with_answer(const std::string& answer, const Preparation& prepare = nullptr,
+                                             const Arguments& request = {"ENABLELOGGING"}) const {
+        Command command = start(request, prepare);
+        PeerConnection peer = command.await_connection(listener_);
+        static_cast<void>(peer.receive_request());
+        peer.send(answer);
+        peer.close();
+        return command.finish();
+    }
+
+    ScratchFolder folder_;
+    PeerListener listener_ = PeerListener::at_path(folder_.path("socket"));
+};
+
+TEST_F(JsonAnswer, HasAnObjectForEveryLineAndTheStatusLast) {
+    const CommandRun run = run_with_answer(
+        "PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=1,111=5 DIAG:111=6,111=6\n"
+        "PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR=/usr/kumel/volmgr/debug E=13 (Permission denied)\n"
+        "a tool's line\n"
+        "\n"
+        "EXIT STATUS 5772 a unified logging configuration could not be loaded\n");
+    EXPECT_THAT(json_lines(run.output),
+                ElementsAre(Json{{"type", "process"},
+                                 {"category", "ZMKTUL"},
+                                 {"process", "111"},
+                                 {"status", 0},
+                                 {"message", "DEBUG:111=1,111=5 DIAG:111=6,111=6"},
+                                 {"oid", 111},
+                                 {"debug_before", 1},
+                                 {"debug_after", 5},
+                                 {"diagnostic_before", 6},
+                                 {"diagnostic_after", 6}},
+                            Json{{"type", "process"},
+                                 {"category", "MMLOGDIR"},
+                                 {"process", "ALL"},
+                                 {"status", 1},
+                                 {"message", "Failed to create"},
+                                 {"directory", "/usr/kumel/volmgr/debug"},
+                                 {"errno", 13},
+                                 {"errno_text", "Permission denied"}},
+                            output_object("a tool's line"), output_object(""),
+                            status_object(5772, "a unified logging configuration could not be loaded")));
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.exit_status, 252);
+}
+
+TEST_F(JsonAnswer, EndsTheCommandWithTheExitStatusOfThePlainOne) {
+    for (const auto& [status, exit_status] :
+         std::vector<std::pair<int, int>>{{0, 0}, {1, 1}, {135, 135}, {254, 254}, {255, 252}, {5764, 252}, {-1, 252}}) {
+        const CommandRun run = run_with_answer("EXIT STATUS " + std::to_string(status) + " text\n");
+        EXPECT_THAT(json_lines(run.output), ElementsAre(status_object(status, "text")));
+        EXPECT_EQ(run.exit_status, exit_status);
+    }
+}
+
+TEST_F(JsonAnswer, IsPrintedLineByLineAsItComes) {
+    Command command = start({"CLEANUP"});
+    PeerConnection peer = command.await_connection(listener_);
+    static_cast<void>(peer.receive_request());
+    peer.send("CLEANUP: Successfully cleaned up /a\nhalf");
+    command.await_output("{\"type\":\"cleanup\",\"result\":\"removed\",\"directory\":\"/a\"}\n");
+    peer.send(" a line\n");
+    command.await_output("{\"type\":\"output\",\"text\":\"half a line\"}\n");
+    peer.send("EXIT STATUS 0 done\n");
+    peer.close();
+    EXPECT_EQ(json_lines(command.finish().output).size(), 3U);
+}
+
+TEST_F(JsonAnswer, TakesALineThatWasCutBeforeTheStatusLineForOutput) {
+    const CommandRun run = run_with_answer("PROCESS=VMCONF:a STATUS=0 MSG=Set debug logEXIT STATUS 3 no\n");
+    EXPECT_THAT(json_lines(run.output),
+                ElementsAre(unended_object("PROCESS=VMCONF:a STATUS=0 MSG=Set debug log"), status_object(3, "no")));
+}
+
+TEST_F(JsonAnswer, HoldsAToolsStatusLineAsOutput) {
+    const CommandRun run = run_with_answer("EXIT STATUS 7 a tool's\n\nEXIT STATUS 3 no\n");
+    EXPECT_THAT(json_lines(run.output),
+                ElementsAre(output_object("EXIT STATUS 7 a tool's"), output_object(""), status_object(3, "no")));
+    EXPECT_EQ(run.exit_status, 3);
+}
+
+TEST_F(JsonAnswer, HoldsZeroBytesAndBytesThatAreNoText) {
+    const CommandRun run = run_with_answer("\0a\xff\r\0\nEXIT STATUS 3 n\0\xfe\n"s);
+    EXPECT_THAT(
+        json_lines(run.output),
+        ElementsAre(Json{{"type", "output"}, {"text", "\0a\xef\xbf\xbd\r\0"s}, {"text_base64", "AGH/DQA="}},
+                    Json{{"type", "status"}, {"status", 3}, {"text", "n\0\xef\xbf\xbd"s}, {"text_base64", "bgD+"}}));
+}
+
+TEST_F(JsonAnswer, LosesNothingOfAVeryLongLine) {
+    const std::string line(3'000'000, 'y');
+    Command command = start({"zmsu"});
+    PeerConnection peer = command.await_connection(listener_);
+    const std::jthread script([&] {
+        static_cast<void>(peer.receive_request());
+        peer.send(line + "\nEXIT STATUS 0 done\n");
+        peer.close();
+    });
+    const CommandRun run = command.finish();
+    const JsonLines lines = json_lines(run.output);
+    std::string text;
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
+        text += lines[i].at("text").get<std::string>();
+        EXPECT_EQ(lines[i].value("newline", true), i + 2 == lines.size()) << i;
+    }
+    EXPECT_TRUE(text == line);
+    EXPECT_EQ(lines.back(), status_object(0, "done"));
+}
+
+TEST_F(JsonAnswer, EndsWithAnErrorWithoutAStatusLine) {
+    const CommandRun run = run_with_answer("one\ntwo, not ended EXIT STAT");
+    EXPECT_THAT(json_lines(run.output), ElementsAre(output_object("one"), unended_object("two, not ended EXIT STAT"),
+                                                    error_object("the answer has no status line")));
+    EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(JsonAnswer, EndsWithAnErrorWithoutAnAnswer) {
+    const CommandRun run = run_with_answer("");
+    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("the answer has no status line")));
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST(JsonAnswerOverTcp, EndsWithAnErrorWhenAResetCutsTheStatusLine) {
+    const PeerListener listener("127.0.0.1");
+    Command command(listener.options() + Arguments{"--json", "CLEANUP"});
+    PeerConnection peer = command.await_connection(listener);
+    static_cast<void>(peer.receive_request());
+    peer.send("one\nEXIT STATUS 57");
+    command.await_output("one");
+    peer.reset();
+    const CommandRun run = command.finish();
+    EXPECT_THAT(json_lines(run.output),
+                ElementsAre(output_object("one"), unended_object("EXIT STATUS 57"),
+                            error_object("the answer has no status line: Connection reset by peer")));
+    EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line: Connection reset by peer\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(JsonAnswer, IsAnErrorAloneWithoutAConnection) {
+    const CommandRun run = run_command({"--json", "-S", folder_.path("nobody"), "CLEANUP"});
+    const std::string message = "cannot connect to " + folder_.path("nobody") + ": No such file or directory";
+    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object(message)));
+    EXPECT_EQ(run.errors, "zmlogadm: " + message + "\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(JsonAnswer, IsAnErrorAloneWhenNoAgentCanBeStarted) {
+    const CommandRun run = run_command({"--json", "--agent", folder_.path("none"), "CLEANUP"});
+    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("cannot start the agent " + folder_.path("none") +
+                                                                 ": No such file or directory")));
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(JsonAnswer, TellsHowAnAgentWithoutStatusLineEnded) {
+    write_tool(folder_.path("agent"), "request=$(head -c 14)\nexec >&0\necho one\nexit 11\n");
+    const CommandRun run = run_command({"--json", "--agent", folder_.path("agent"), "CLEANUP"});
+    EXPECT_THAT(json_lines(run.output),
+                ElementsAre(output_object("one"),
+                            error_object("the answer has no status line; the agent ended with exit status 11")));
+}
+
+TEST_F(JsonAnswer, IsAnErrorAloneForACommandLineThatIsRefused) {
+    for (const Arguments& arguments :
+         {Arguments{"--json"}, Arguments{"-x", "--json", "CLEANUP"}, Arguments{"-t", "0", "--js", "CLEANUP"},
+          Arguments{"--json", "-H"}, Arguments{"--json", "CLEANUP", std::string(2048, 'x')}}) {
+        const CommandRun run = run_command(arguments);
+        const JsonLines lines = json_lines(run.output);
+        ASSERT_EQ(lines.size(), 1U) << arguments[0];
+        EXPECT_EQ(lines[0].at("type"), "error");
+        EXPECT_THAT(lines[0].at("message").get<std::string>(), EndsWith("(zmlogadm --help tells more)"));
+        EXPECT_THAT(run.errors, EndsWith("zmlogadm: " + lines[0].at("message").get<std::string>() + "\n"));
+        EXPECT_EQ(run.exit_status, 255);
+    }
+}
+
+TEST_F(JsonAnswer, IsNotAskedForBehindTheWordOrInAnotherOptionsPlace) {
+    for (const Arguments& arguments :
+         {Arguments{"-t", "0", "CLEANUP", "--json"}, Arguments{"-t", "0", "--", "--json"},
+          Arguments{"-t", "0", "--agent", "--json", "CLEANUP"}, Arguments{"-t", "0", "CLEANUP"}}) {
+        EXPECT_EQ(run_command(arguments).output, "") << arguments.back();
+    }
+}
+
+TEST_F(JsonAnswer, SendsTheRequestThatIsSentWithoutIt) {
+    Command command = start({"CLEANUP", "--json", "/a"});
+    const PeerConnection peer = command.await_connection(listener_);
+    EXPECT_EQ(peer.receive_request(), "1:3,7:CLEANUP,6:--json,2:/a,");
+    peer.send("EXIT STATUS 0 done\n");
+    peer.stop_sending();
+    EXPECT_EQ(peer.receive_to_end(), "");
+    EXPECT_EQ(command.finish().exit_status, 0);
+}
+
+TEST_F(JsonAnswer, IsNotOfHelpAndVersion) {
+    EXPECT_THAT(run_command({"--json", "--help"}).output, StartsWith("Usage: "));
+    EXPECT_THAT(run_command({"--json", "--version"}).output, StartsWith("zmlogadm "));
+}
+
+TEST_F(JsonAnswer, FailsWhenTheOutputHasNoRoom) {
+    const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", with_output_to("/dev/full"));
+    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(JsonAnswer, FailsWhenTheStatusHasNoRoom) {
+    const CommandRun run = run_with_answer("EXIT STATUS 0 done\n", with_output_to("/dev/full"));
+    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(JsonAnswer, FailsWhenThereIsNoStandardOutput) {
+    const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", without_descriptors({1}));
+    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: Bad file descriptor\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(JsonAnswer, LeavesRemarksOnSpellingToStandardError) {
+    const CommandRun run = run_with_answer("EXIT STATUS 5764 the command word is not valid\n", nullptr, {"CLENUP"});
+    EXPECT_THAT(json_lines(run.output), ElementsAre(status_object(5764, "the command word is not valid")));
+    EXPECT_EQ(run.errors, "zmlogadm: CLENUP is no known request word; did you mean CLEANUP?\n");
+}
+
+class MisspeltRequest : public JsonAnswer {};
+
+TEST_F(MisspeltRequest, IsSentAsItStandsAndRemarkedOn) {
+    Command command(listener_.options() + Arguments{"Cleanup", "/a"});
+    PeerConnection peer = command.await_connection(listener_);
+    EXPECT_EQ(peer.receive_request(), "1:2,7:Cleanup,2:/a,");
+    peer.send("EXIT STATUS 5764 no\n");
+    peer.close();
+    const CommandRun run = command.finish();
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors, "zmlogadm: Cleanup is no known request word; did you mean CLEANUP?\nEXIT STATUS 5764 no\n");
+    EXPECT_EQ(run.exit_status, 252);
+}
+
+TEST_F(MisspeltRequest, IsNotRemarkedOnWhenItIsRefused) {
+    EXPECT_THAT(run_command({"-t", "0", "Cleanup"}).errors, testing::Not(HasSubstr("did you mean")));
+}
+
+}  // namespace

@@ -1,0 +1,15 @@
+// What the command prints with --json, read back.
+#pragma once
+
+#include <cstddef>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+using Json = nlohmann::json;
+using JsonLines = std::vector<Json>;
+
+// Throws unless every line is an object of its own that begins with its type and ends with a newline.
+[[nodiscard]] JsonLines json_lines(std::string_view text);
