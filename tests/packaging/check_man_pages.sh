@@ -72,6 +72,27 @@ check_words() {
         "$(items_of zmlogadm.1 CATEGORIES Cm)"
 }
 
+# What the command knows for its remarks on spelling is what agents know.
+check_known_words() {
+    local commands=commands/external_commands.cpp known=request_command/known_words.h
+    same "words that the command knows" \
+        "$({ table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names)" \
+        "$({ table $known ' tool_words = '; table $known ' logging_words = '; table $known ' other_words = '; } | quoted_names)"
+    same "categories that the command knows" "$(table logging_config/categories.cpp 'categories = ' | quoted_names)" \
+        "$(table $known ' known_categories = ' | quoted_names)"
+}
+
+check_json() {
+    local sources=(request_command/answer_line.cpp request_command/json_output.cpp)
+    same "types of JSON objects" \
+        "$(grep -ohE '(AnswerLine\{|object_of_type\()"[a-z]+"' "${sources[@]}" | quoted_names | sort -u)" \
+        "$(items_of zmlogadm.1 'JSON OUTPUT' Cm)"
+    same "fields of JSON objects" \
+        "$(grep -ohE '(push_back\(\{|add_number\(|[{ ]\{|add_text\(object, |object\[)"[a-z_]+"' "${sources[@]}" | quoted_names | sort -u)" \
+        "$(awk '/^\.S[hs] / { on = $0 == ".Sh JSON OUTPUT" }
+                on && /^\.Va / { for (i = 2; i <= NF; ++i) if ($i ~ /^[a-z_]+$/) print $i }' $pages/zmlogadm.1 | sort -u)"
+}
+
 # Every word and category has an example, a command line that would send it.
 check_examples() {
     local name
@@ -163,6 +184,8 @@ check_configuration() {
 
 check_lint
 check_words
+check_known_words
+check_json
 check_examples
 same "options" "$(options_of_source)" "$(options_of_page)"
 check_option_letters
