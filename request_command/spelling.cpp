@@ -59,38 +59,64 @@ std::vector<std::string_view> known_words() {
     return words;
 }
 
-}  // namespace
-
-// The table's rows are the beginnings of the one word, its columns those of the other. Besides its neighbours a
-// distance depends on the last place where both words had the two letters the other way round.
-std::size_t edit_distance(std::string_view one, std::string_view other) {
-    const std::size_t width = other.size() + 1;
-    std::vector<std::size_t> table((one.size() + 1) * width);
-    const auto at = [&](std::size_t row, std::size_t column) -> std::size_t& { return table[row * width + column]; };
-    std::array<std::size_t, std::numeric_limits<unsigned char>::max() + 1> last_row{};  // of each letter of the one
-    for (std::size_t row = 0; row <= one.size(); ++row) {
-        std::size_t last_column = 0;  // where the other word had this row's letter
-        for (std::size_t column = 0; column <= other.size(); ++column) {
-            if (row == 0 || column == 0) {
-                at(row, column) = row + column;
-                continue;
-            }
-            const bool same = one[row - 1] == other[column - 1];
-            std::size_t& distance = at(row, column);
-            distance = std::min(
-                {at(row - 1, column) + 1, at(row, column - 1) + 1, at(row - 1, column - 1) + (same ? 0U : 1U)});
-            const std::size_t row_before = last_row[static_cast<unsigned char>(other[column - 1])];
-            if (row_before != 0 && last_column != 0) {
-                distance = std::min(
-                    distance, at(row_before - 1, last_column - 1) + (row - row_before) + (column - last_column) - 1);
-            }
-            last_column = same ? column : last_column;
+// The distances between the beginnings of two words: a row for each beginning of the one, a column for each of the
+// other.
+class EditTable {
+  public:
+    EditTable(std::string_view one, std::string_view other)
+        : one_(one), other_(other), table_((one.size() + 1) * (other.size() + 1)) {
+        for (std::size_t row = 0; row <= one.size(); ++row) {
+            at(row, 0) = row;
         }
-        if (row != 0) {
-            last_row[static_cast<unsigned char>(one[row - 1])] = row;
+        for (std::size_t column = 0; column <= other.size(); ++column) {
+            at(0, column) = column;
         }
     }
-    return table.back();
+
+    std::size_t distance() {
+        for (std::size_t row = 1; row <= one_.size(); ++row) {
+            fill(row);
+        }
+        return table_.back();
+    }
+
+  private:
+    std::size_t& at(std::size_t row, std::size_t column) { return table_[row * (other_.size() + 1) + column]; }
+
+    std::size_t& last_row_of(char letter) { return last_rows_[static_cast<unsigned char>(letter)]; }
+
+    void fill(std::size_t row) {
+        std::size_t last_column = 0;  // where the other word had this row's letter
+        for (std::size_t column = 1; column <= other_.size(); ++column) {
+            const bool same = one_[row - 1] == other_[column - 1];
+            at(row, column) =
+                std::min({at(row - 1, column) + 1, at(row, column - 1) + 1, at(row - 1, column - 1) + (same ? 0U : 1U),
+                          by_exchange(row, column, last_column)});
+            last_column = same ? column : last_column;
+        }
+        last_row_of(one_[row - 1]) = row;
+    }
+
+    // The distance when the last letters of the one and of the other are exchanged: they were there the other way
+    // round, and what has come between them in either word is left out or put in.
+    std::size_t by_exchange(std::size_t row, std::size_t column, std::size_t last_column) {
+        const std::size_t last_row = last_row_of(other_[column - 1]);
+        if (last_row == 0 || last_column == 0) {
+            return row + column;
+        }
+        return at(last_row - 1, last_column - 1) + (row - last_row) + (column - last_column) - 1;
+    }
+
+    std::string_view one_;
+    std::string_view other_;
+    std::vector<std::size_t> table_;
+    std::array<std::size_t, std::numeric_limits<unsigned char>::max() + 1> last_rows_{};
+};
+
+}  // namespace
+
+std::size_t edit_distance(std::string_view one, std::string_view other) {
+    return EditTable(one, other).distance();
 }
 
 std::vector<std::string_view> nearest_words(std::string_view given, const std::vector<std::string_view>& known) {

@@ -15,7 +15,6 @@ using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 Json output_object(const std::string& text) {

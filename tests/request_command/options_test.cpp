@@ -155,14 +155,14 @@ TEST(HelpText, FitsAScreen) {
 }
 
 TEST(HelpText, ListsEveryOptionWordAndCategory) {
-    for (const char* name : {"-H, --host",    "-p, --port",  "-S, --socket",  "-l, --local",   "--agent",
-                             "-t, --timeout", "-h, --help",  "-V, --version", "ENABLELOGGING", "DISABLELOGGING",
-                             "RESETLOGGING",  "FETCHFILE",   "RUNZMSU",       "RUNZMCPLOGS",   "CALCLOGSIZE",
-                             "GETDISKSPACE",  "ZMLA",        "CLEANUP",       "zmsu",          "zmcplogs",
-                             "ktlogcfg",      "versioninfo", "ZMKTUL",        "QPKTUL",        "SEARCHKTUL",
-                             "QRCONF",        "ZMLOGDIR",    "MMLOGDIR",      "VMCONF",        "JAVAGUI",
-                             "KOB",           "RK",          "RKPLUGIN",      "CORVID",        "CLOUD",
-                             "HOLKAZ"}) {
+    for (const char* name : {"-H, --host",     "-p, --port",   "-S, --socket", "-l, --local",   "--agent",
+                             "-t, --timeout",  "--json",       "-h, --help",   "-V, --version", "ENABLELOGGING",
+                             "DISABLELOGGING", "RESETLOGGING", "FETCHFILE",    "RUNZMSU",       "RUNZMCPLOGS",
+                             "CALCLOGSIZE",    "GETDISKSPACE", "ZMLA",         "CLEANUP",       "zmsu",
+                             "zmcplogs",       "ktlogcfg",     "versioninfo",  "ZMKTUL",        "QPKTUL",
+                             "SEARCHKTUL",     "QRCONF",       "ZMLOGDIR",     "MMLOGDIR",      "VMCONF",
+                             "JAVAGUI",        "KOB",          "RK",           "RKPLUGIN",      "CORVID",
+                             "CLOUD",          "HOLKAZ"}) {
         EXPECT_THAT(std::string(help_text), ContainsRegex("[ \n]" + std::string(name) + "[ \n]"));
     }
 }
