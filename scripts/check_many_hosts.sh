@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Runs every command of docs/many-hosts.md against ten hosts in a private root, and compares the answers with those on
+# the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
+# none, its program is unpacked in the build folder. Nothing is left running or mounted, and no port of this host
+# is opened.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+if ((EUID != 0)); then
+    echo "scripts/check_many_hosts.sh has to be run as root: an SSH server needs several users" >&2
+    exit 1
+fi
+scripts/install_dependencies.sh build many-hosts
+
+sshd=/usr/sbin/sshd
+if [[ ! -x $sshd ]]; then
+    unpacked=$PWD/build/openssh-server
+    sshd=$unpacked/usr/sbin/sshd
+fi
+if [[ ! -x $sshd ]]; then
+    echo "Unpacking openssh-server"
+    rm -rf "$unpacked"
+    mkdir -p "$unpacked"
+    apt-get update --quiet --quiet
+    (cd "$unpacked" && apt-get download --quiet --quiet --option APT::Sandbox::User=root openssh-server)
+    dpkg-deb --extract "$unpacked"/openssh-server_*.deb "$unpacked"
+fi
+
+cmake --preset release >/dev/null
+cmake --build --preset release --parallel "$(nproc)" --target zmlogadmagent zmlogadm in_private_root >/dev/null
+programs=build/release
+$programs/tests/support/in_private_root unshare --pid --fork --kill-child timeout --foreground 120 \
+    bash tests/many_hosts/run_page.sh docs/many-hosts.md "/.host$PWD/$programs/zmlogadmagent" \
+    "/.host$PWD/$programs/zmlogadm" "/.host$sshd" </dev/null &
+hosts=$!
+# unshare blocks the gentler signals; with it go all processes in there.
+trap 'kill -KILL "$hosts" 2>/dev/null || true' EXIT
+trap 'exit 130' INT TERM
+wait "$hosts"

@@ -1,0 +1,111 @@
+#!/usr/bin/env bash
+# run_page.sh PAGE AGENT ZMLOGADM SSHD: runs every command of docs/many-hosts.md against the hosts that it tells of, and
+# compares each answer with the one that the page shows. For a private root and a process namespace of its own; start it
+# with scripts/check_many_hosts.sh.
+#
+# In the page's indented blocks, a line that begins with "# " is a command, which goes on in the next line after a
+# backslash at its end. What follows, up to the next command or the end of the block, is what it writes, standard
+# error included. A status other than 0 has to be shown by the command "echo $?" behind it. What happens to the hosts
+# between two commands is in remarks: <!-- meanwhile: COMMAND -->.
+set -euo pipefail
+export LC_ALL=C HOME=/root TERM=dumb
+
+if [[ ! -e /.private_root ]]; then
+    echo "This replaces files of the system: start it with scripts/check_many_hosts.sh" >&2
+    exit 2
+fi
+# shellcheck source=tests/many_hosts/private_hosts.sh
+source tests/many_hosts/private_hosts.sh
+
+start_hosts() {
+    local host
+    for host in 2 3 4 5; do
+        start_host "$host" 40960 serves_the_port serves_ssh
+    done
+    start_host 6 40960 trusts_another_server serves_the_port serves_ssh
+    start_host 7 512 serves_the_port serves_ssh
+    start_host 8 40960 serves_the_port_later serves_ssh
+    start_host 9 40960 has_a_stuck_agent serves_the_port serves_ssh
+    start_host 11 40960 serves_the_port serves_ssh_that_hangs
+    wait_for_listeners 127.0.0.{2..7}:24761 127.0.0.9:24761 127.0.0.11:24761 127.0.0.{2..9}:22 127.0.0.11:22
+}
+
+failures=0
+commands=0
+status=0
+
+fail() {
+    failures=$((failures + 1))
+    echo "many-hosts.md, line $line_number: $1"
+}
+
+expect_no_status() {
+    ((status == 0)) || fail "the command before ended with $status, which the page does not show"
+}
+
+# Runs $1 as the next line of one long session, and compares what it writes with $2.
+check_command() {
+    local answer=/tmp/answer
+    commands=$((commands + 1))
+    # shellcheck disable=SC2016
+    [[ $1 == 'echo $?' ]] || expect_no_status
+    set +e +o pipefail
+    {
+        (exit "$status")
+        eval "$1"
+    } >$answer 2>&1 </dev/null
+    status=$?
+    set -e -o pipefail
+    if ! printf '%s' "$2" | diff --unified --label "on the page" --label "in truth" - $answer; then
+        fail "this is not the answer of: $1"
+    fi
+}
+
+# Checks the command that has been read, if any.
+end_command() {
+    if [[ -n $command ]]; then
+        check_command "$command" "$expected"
+    fi
+    command='' expected=''
+}
+
+check_page() {
+    local line line_number=0 command='' expected=''
+    while IFS= read -r line <&3; do
+        line_number=$((line_number + 1))
+        if [[ $line == '<!-- meanwhile: '*' -->' ]]; then
+            line=${line#'<!-- meanwhile: '}
+            eval "${line%' -->'}"
+        elif [[ $line != '    '* ]]; then
+            end_command
+        elif [[ $command == *\\ ]]; then
+            command=${command%\\}${line##*( )}
+        elif [[ $line == '    # '* ]]; then
+            end_command
+            command=${line#'    # '}
+        elif [[ -n $command ]]; then
+            expected+=${line#'    '}$'\n'
+        else
+            fail "an answer without a command"
+        fi
+    done
+    end_command
+    expect_no_status
+}
+
+shopt -s extglob
+exec 3<"$1"
+shift
+prepare_this_host "$@"
+start_hosts
+cd /root
+check_page
+if ((commands == 0)); then
+    echo "The page has no commands"
+    exit 1
+fi
+if ((failures > 0)); then
+    echo "$failures things are not as the page says."
+    exit 1
+fi
+echo "All $commands commands of the page answer what it shows."
