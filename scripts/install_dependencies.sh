@@ -4,6 +4,7 @@
 #   build      building, testing and demonstrating
 #   lint       scripts/lint.sh
 #   benchmark  scripts/benchmark.sh, beyond what building needs
+#   many-hosts scripts/check_many_hosts.sh, beyond what building needs
 set -euo pipefail
 
 packages_of() {
@@ -11,8 +12,10 @@ packages_of() {
         build) echo cmake g++ make nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils attr acl ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
         benchmark) echo augeas-tools ;;
+        # The last one is for an SSH server that is unpacked and not installed.
+        many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
         *)
-            echo "install_dependencies.sh: no group is called $1; there are build, lint and benchmark" >&2
+            echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark and many-hosts" >&2
             exit 2
             ;;
     esac
@@ -22,7 +25,7 @@ is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-(($# > 0)) || set -- build lint benchmark
+(($# > 0)) || set -- build lint benchmark many-hosts
 missing=()
 for group in "$@"; do
     packages=$(packages_of "$group")
