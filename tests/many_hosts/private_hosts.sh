@@ -91,7 +91,8 @@ trusts_another_server() {
 has_a_stuck_agent() {
     local file=/usr/kumel/zembrath/bin/zmlogadmagent
     rm $file
-    printf '%s\n' '#!/bin/sh' '# Takes a request and never answers.' 'exec cat >/dev/null' >$file
+    printf '%s\n' '#!/bin/sh' '# Takes a request and never answers. The lock tells that it runs.' \
+        'exec 9>/tmp/stuck_agent && flock --shared 9 && exec cat >/dev/null' >$file
     chmod 755 $file
 }
 

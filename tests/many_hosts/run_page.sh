@@ -43,6 +43,11 @@ expect_no_status() {
     ((status == 0)) || fail "the command before ended with $status, which the page does not show"
 }
 
+# The limit on the other side of SSH ended the agent too.
+expect_no_stuck_agent() {
+    flock --timeout 10 /tmp/stuck_agent true || fail "the stuck agent still runs"
+}
+
 # Runs $1 as the next line of one long session, and compares what it writes with $2.
 check_command() {
     local answer=/tmp/answer
