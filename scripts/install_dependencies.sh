@@ -5,6 +5,7 @@
 #   lint       scripts/lint.sh
 #   benchmark  scripts/benchmark.sh, beyond what building needs
 #   many-hosts scripts/check_many_hosts.sh, beyond what building needs
+#   package    scripts/build_package.sh and scripts/check_package.sh
 set -euo pipefail
 
 packages_of() {
@@ -14,8 +15,11 @@ packages_of() {
         benchmark) echo augeas-tools ;;
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
+        package)
+            echo cmake g++ make debhelper dpkg-dev fakeroot lintian mandoc man-db mount systemd util-linux zsh bash-completion
+            ;;
         *)
-            echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark and many-hosts" >&2
+            echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, many-hosts and package" >&2
             exit 2
             ;;
     esac
@@ -25,7 +29,7 @@ is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-(($# > 0)) || set -- build lint benchmark many-hosts
+(($# > 0)) || set -- build lint benchmark many-hosts package
 missing=()
 for group in "$@"; do
     packages=$(packages_of "$group")
