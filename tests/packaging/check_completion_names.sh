@@ -1,0 +1,111 @@
+#!/usr/bin/env bash
+# Checks that the completions of bash and zsh name every request word, tool word, category, option and known name of the
+# sources, and nothing else. Both lists are read from where they are.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+bash_source=packaging/completion/zmlogadm.bash
+zsh_source=packaging/completion/_zmlogadm
+failed=0
+
+# The lines of a source from the one that matches to the next that ends in "};".
+table() { # FILE START
+    awk -v start="$2" '$0 ~ start { on = 1 } on { print } on && /};/ { exit }' "$1"
+}
+
+quoted_names() {
+    grep -o '"[^"]*"' | tr -d '"'
+}
+
+same() { # WHAT FROM_SOURCES FROM_COMPLETION
+    if [[ -z $2 ]]; then
+        echo "$1: nothing found in the sources"
+        failed=1
+    fi
+    local difference
+    if ! difference=$(diff <(sort <<<"$2") <(sort <<<"$3")); then
+        echo "$1: the sources (<) and the completion (>) differ:"
+        grep '^[<>]' <<<"$difference"
+        failed=1
+    fi
+}
+
+# What a function of the completion for bash offers for an empty word, one a line.
+offered_by_bash() { # FUNCTION WORD
+    bash -c 'compopt() { :; }; complete() { :; }; . "$1"; cur=$3 "$2"; printf "%s\n" "${COMPREPLY[@]}"' \
+        bash $bash_source "$1" "$2"
+}
+
+# What the completion for zsh hands to the shell, with stand-ins for the shell's own functions.
+offered_by_zsh() { # FUNCTION [ARGUMENT ...]
+    zsh -f -c '
+        _describe() { local array; for array in $@[4,-1]; do [[ $array == -- ]] || print -rl -- ${(P)array%%:*}; done }
+        compadd() { local array=$@[-1]; [[ $@[-2] == -a ]] && print -rl -- ${(P)array}; return 0 }
+        compset() { return 1 }
+        _arguments() { print -rl -- $@ }
+        _zmlogadm_source=$(grep -v "^_zmlogadm \"\$@\"$" $1)
+        eval $_zmlogadm_source
+        $@[2,-1]' zsh $zsh_source "$@"
+}
+
+words_of_sources() {
+    local commands=commands/external_commands.cpp
+    { table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names
+}
+
+# "-H" and "--host", each with "argument" or "alone".
+options_of_sources() {
+    table request_command/options.cpp 'long_options = ' |
+        sed -nE "s/.*option\{\"([a-z]+)\", (required|no)_argument, nullptr, ('(.)'|[a-z_]+)\}.*/--\1 \2\n-\4 \2/p" |
+        grep -v '^- ' | sed 's/ required$/ argument/; s/ no$/ alone/'
+}
+
+# The options that the completion for bash offers, and whether it waits for an argument behind each.
+options_of_bash() {
+    local takes option
+    takes=$(sed -nE 's/^ *(-H .*)\) awaiting=.*/\1/p' $bash_source | tr -d ' ' | tr '|' '\n')
+    for option in $(offered_by_bash _zmlogadm_option_or_word -); do
+        if grep -qxe "$option" <<<"$takes"; then
+            echo "$option argument"
+        else
+            echo "$option alone"
+        fi
+    done
+}
+
+options_of_zsh() {
+    offered_by_zsh _zmlogadm | sed -nE 's/^(\([^)]*\))?(-[-A-Za-z]+)([+=]*)\[.*/\2 \3/p' |
+        sed -E 's/ [+=]$/ argument/; s/ $/ alone/'
+}
+
+known_keys_of_sources() {
+    echo VERBOSE
+    table logging_config/main_configuration_verbosity.cpp 'structure_members = ' | quoted_names
+}
+
+known_keys() { # FILE
+    awk '/QRCONF\)/ { on = 1 } on { print } on && /;;/ { exit }' "$1" | grep -oE '\b[A-Z_]*VERBOSE\b'
+}
+
+products_of_sources() {
+    sed -nE 's/.*Category\{"([A-Z]+)", with_product<([0-9]+)>\}.*/\1 \2/p' logging_config/categories.cpp
+}
+
+products() { # FILE
+    sed -nE 's/^ *([A-Z]+)\) _zmlogadm_originators ([0-9]+) ;;/\1 \2/p' "$1"
+}
+
+words=$(words_of_sources)
+same "words for bash" "$words" "$(offered_by_bash _zmlogadm_option_or_word '')"
+same "words for zsh" "$words" "$(offered_by_zsh _zmlogadm_words)"
+categories=$(table logging_config/categories.cpp 'categories = ' | quoted_names)
+same "categories for bash" "$categories" "$(offered_by_bash _zmlogadm_category '' | sed 's/:$//')"
+same "categories for zsh" "$categories" "$(offered_by_zsh _zmlogadm_category)"
+options=$(options_of_sources)
+same "options for bash" "$options" "$(options_of_bash)"
+same "options for zsh" "$options" "$(options_of_zsh)"
+same "keys of qr.conf for bash" "$(known_keys_of_sources)" "$(known_keys $bash_source)"
+same "keys of qr.conf for zsh" "$(known_keys_of_sources)" "$(known_keys $zsh_source)"
+same "products for bash" "$(products_of_sources)" "$(products $bash_source)"
+same "products for zsh" "$(products_of_sources)" "$(products $zsh_source)"
+((failed)) || echo "completions: the names are those of the sources"
+exit "$failed"

@@ -1,0 +1,263 @@
+#!/usr/bin/env bash
+# package_life.sh PACKAGE NEWER_PACKAGE: the life of the package, from its installation to its purging, on a machine that
+# this script may change as it likes; see in_private_debian.sh. Prints a line for each thing that it has checked, and ends
+# at the first that is not so.
+set -euo pipefail
+package=$1
+newer_package=$2
+here=$(dirname "$0")
+product=/usr/kumel/zembrath
+store=/usr/kumel/ktul/51216.conf
+socket=/run/zmlogadmagent.socket
+
+check() { # WHAT COMMAND [ARGUMENT ...]
+    local what=$1 said
+    shift
+    if ! said=$("$@" 2>&1); then
+        printf 'FAILED: %s\n%s\n' "$what" "$said"
+        exit 1
+    fi
+    echo "  $what"
+}
+
+is() { # COMMAND ... -- TEXT: what the command prints is the text, whatever its exit status
+    local command=()
+    while [[ $1 != -- ]]; do
+        command+=("$1")
+        shift
+    done
+    local said
+    said=$("${command[@]}" 2>&1) || true
+    echo "expected: $2; got: $said"
+    [[ $said == "$2" ]]
+}
+
+fails() {
+    ! "$@"
+}
+
+ask() {
+    zmlogadm -S "$socket" "$@"
+}
+
+is_refused() {
+    local said
+    said=$("$@" 2>&1) && return 1
+    echo "$said"
+    [[ $said == 'EXIT STATUS '* ]]
+}
+
+# The first of a few requests that finds a free place; a request that finds none ends at once.
+is_alive() { # COMMAND ...
+    local attempt
+    for ((attempt = 0; attempt < 200; attempt++)); do
+        "$@" && return
+    done
+    return 1
+}
+
+# Everything where packages put anything, but what belongs to dpkg, to systemd itself and to caches. Other folders are
+# left out: they show the machine's own files, which may be changing.
+everything() {
+    find /etc /usr /opt /run /srv /var /boot /lib/ /bin/ /sbin/ \( -path /var/lib/dpkg -o -path /var/log \
+        -o -path /var/cache -o -path /var/tmp -o -path /run/systemd -o -path /run/log \) -prune \
+        -o -type d -printf '%p %M %U %G\n' -o -printf '%p %M %U %G %s %l\n' | sort
+}
+
+# The product's own files, with what is in them.
+product_files() {
+    find /usr/kumel -printf '%p %M %U %G\n' | sort
+    find /usr/kumel -type f -exec sha256sum {} + | sort
+}
+
+install_package() {
+    dpkg --install "$1"
+}
+
+changes_nothing() { # BEFORE NOW
+    diff "$1" "$2"
+}
+
+check_installation() {
+    echo "Installation"
+    check "the package is installed" install_package "$package"
+    check "qr.conf trusts nobody" fails grep -iE '^[[:blank:]]*SERVER' $product/qr.conf
+    check "qr.conf is root's" is stat --format='%U:%G %a' $product/qr.conf -- 'root:root 644'
+    check "the folders are there" test -d $product/logs -a -d /usr/kumel/ktul
+    check "the request command is on PATH" is command -v zmlogadm -- /usr/bin/zmlogadm
+    check "the documentation is there" test -e /usr/share/doc/zmlogadmagent/README.Debian \
+        -a -e /usr/share/doc/zmlogadmagent/copyright
+    local page
+    for page in zmlogadm.1 zmlogadmagent.8 qr.conf.5 ktul.conf.5; do
+        check "man finds ${page%.*} in section ${page##*.}" man --warnings "${page##*.}" "${page%.*}"
+    done
+    check "systemd-analyze verify says nothing of the units" is systemd-analyze verify zmlogadmagent.socket \
+        zmlogadmagent-tcp.socket zmlogadmagent@i.service zmlogadmagent-tcp@i.service -- ''
+    check "the service's exposure is at most 5.0" systemd-analyze security --offline=yes --threshold=50 --no-pager \
+        /lib/systemd/system/zmlogadmagent@.service
+    check "the local socket is enabled" is systemctl is-enabled zmlogadmagent.socket -- enabled
+    check "the local socket listens" is systemctl is-active zmlogadmagent.socket -- active
+    check "the local socket is for root alone" is stat --format='%U:%G %a' $socket -- 'root:root 600'
+    check "the TCP socket is not enabled" is systemctl is-enabled zmlogadmagent-tcp.socket -- disabled
+    check "the TCP socket does not listen" is systemctl is-active zmlogadmagent-tcp.socket -- inactive
+}
+
+# The process of the one request that is being served.
+agent_process() {
+    local attempt process
+    for ((attempt = 0; attempt < 200; attempt++)); do
+        process=$(systemctl show --property=MainPID --value 'zmlogadmagent@*.service' | grep -vx -e 0 -e '') &&
+            [[ $(readlink "/proc/$process/exe") == */zmlogadmagent ]] && echo "$process" && return
+    done
+    return 1
+}
+
+# Nothing that an agent or a library of its prints by mistake reaches the peer.
+agent_prints_to_nobody() {
+    coproc peer {
+        perl -MIO::Socket::UNIX -e '$| = 1; $s = IO::Socket::UNIX->new($ARGV[0]) or die; print "up\n"; <STDIN>' $socket
+    }
+    local process up
+    read -r up <&"${peer[0]}" && [[ $up == up ]] && process=$(agent_process) && ls -l "/proc/$process/fd" &&
+        [[ $(readlink "/proc/$process/fd/1") == */dev/null && $(readlink "/proc/$process/fd/2") == */dev/null ]]
+}
+
+check_local_requests() {
+    echo "Requests over the local socket"
+    check "root is refused while qr.conf trusts nobody" is_refused ask GETDISKSPACE /var/log
+    echo 'SERVER = localhost' >>$product/qr.conf
+    check "GETDISKSPACE is answered" ask GETDISKSPACE /var/log
+    check "descriptors 1 and 2 of an agent lead nowhere" agent_prints_to_nobody
+    printf '111.DebugLevel=1\n' >$store
+    chmod 640 $store
+    chgrp daemon $store
+    check "a log level of the store is changed" ask ENABLELOGGING ZMKTUL:111=5
+    check "the store has the new level" grep -qx 111.DebugLevel=5 $store
+    check "the store's mode and group are kept" is stat --format='%U:%G %a' $store -- 'root:daemon 640'
+    check "a verbosity of qr.conf is changed" ask ENABLELOGGING QRCONF:JOBD_VERBOSE=3
+    check "qr.conf has the new verbosity" grep -qx 'JOBD_VERBOSE = 3' $product/qr.conf
+    check "the agent keeps its log" grep -q GETDISKSPACE $product/logs/zmlogadmagent/log.????????
+    check "an ordinary user does not reach the socket" fails setpriv --reuid=65534 --clear-groups \
+        zmlogadm -S $socket GETDISKSPACE /var/log
+}
+
+# A thousand connections, as quickly as they can be made.
+local_burst() {
+    perl -MIO::Socket::UNIX -e 'for (1 .. 1000) { IO::Socket::UNIX->new($ARGV[0]) or die "connection $_: $!" }' $socket
+}
+
+tcp_burst() {
+    perl -MIO::Socket::INET -e 'for (1 .. 1000) {
+        IO::Socket::INET->new(PeerAddr => "127.0.0.1", PeerPort => 24761) or die "connection $_: $!" }'
+}
+
+# Connections from root's ports are agents that wait for a request. The first 16 are held; the next one is closed.
+tcp_seventeenth_is_closed() {
+    perl -MIO::Socket::INET -e '
+        my @held = map { IO::Socket::INET->new(PeerAddr => "127.0.0.1", PeerPort => 24761, LocalPort => 800 + $_)
+            or die "connection $_: $!" } 1 .. 17;
+        my $got = sysread($held[16], my $bytes, 1);
+        die "the 17th connection is served" if $got;
+        my $waiting = "";
+        vec($waiting, fileno($_), 1) = 1 for @held[0 .. 15];
+        die "one of the first 16 connections is closed" if select($waiting, undef, undef, 0)'
+}
+
+check_floods() {
+    echo "Floods"
+    check "a thousand connections to the local socket" local_burst
+    check "the local socket lives on" is_alive ask GETDISKSPACE /var/log
+    check "a thousand connections to the TCP socket" tcp_burst
+    check "the TCP socket lives on" is_alive zmlogadm -H 127.0.0.1 GETDISKSPACE /var/log
+    check "one host has 16 places" is_alive tcp_seventeenth_is_closed
+    check "both sockets are active" is systemctl is-active zmlogadmagent.socket zmlogadmagent-tcp.socket -- \
+        $'active\nactive'
+    check "no request has left a failed unit" is systemctl list-units --failed --no-legend -- ''
+}
+
+check_tcp_requests() {
+    echo "Requests over TCP"
+    check "the TCP socket starts" systemctl start zmlogadmagent-tcp.socket
+    check "GETDISKSPACE is answered over IPv4" zmlogadm -H 127.0.0.1 GETDISKSPACE /var/log
+    check "GETDISKSPACE is answered over IPv6" zmlogadm -H ::1 GETDISKSPACE /var/log
+    check "an ordinary user is refused" is_refused setpriv --reuid=65534 --clear-groups \
+        zmlogadm -H 127.0.0.1 GETDISKSPACE /var/log
+}
+
+check_completions() {
+    echo "Completions"
+    check "as bash loads them" "$here/completion_in_bash.sh"
+    check "at the keyboard of bash" "$here/completion_at_keyboard.sh" bash
+    check "at the keyboard of zsh" "$here/completion_at_keyboard.sh" zsh
+}
+
+check_upgrade() {
+    echo "Upgrade"
+    systemctl --quiet enable zmlogadmagent-tcp.socket
+    systemctl --quiet disable --now zmlogadmagent.socket
+    product_files >/tmp/before
+    check "a newer package is installed over it" install_package "$newer_package"
+    product_files >/tmp/now
+    # The programs of the newer package are the same.
+    check "qr.conf, levels and logs are as they were" changes_nothing /tmp/before /tmp/now
+    check "the TCP socket is still enabled" is systemctl is-enabled zmlogadmagent-tcp.socket -- enabled
+    check "the TCP socket listens again" zmlogadm -H 127.0.0.1 GETDISKSPACE /var/log
+    check "the local socket is still disabled" is systemctl is-enabled zmlogadmagent.socket -- disabled
+    check "the local socket does not listen" is systemctl is-active zmlogadmagent.socket -- inactive
+    systemctl --quiet enable --now zmlogadmagent.socket
+}
+
+check_removal() {
+    echo "Removal"
+    cp $product/qr.conf /tmp/qr.conf
+    check "the package is removed" dpkg --remove zmlogadmagent
+    check "qr.conf is kept" cmp /tmp/qr.conf $product/qr.conf
+    check "the agent's log is kept" grep -q GETDISKSPACE $product/logs/zmlogadmagent/log.????????
+    check "the programs are gone" test ! -e $product/bin -a ! -L /usr/bin/zmlogadm
+    check "nothing listens" is systemctl is-active zmlogadmagent.socket zmlogadmagent-tcp.socket -- $'inactive\ninactive'
+}
+
+check_purge() { # WHAT BEFORE
+    rm -f $store
+    check "the package is purged" dpkg --purge zmlogadmagent
+    everything >/tmp/everything_now
+    check "$1" changes_nothing "$2" /tmp/everything_now
+}
+
+# What a host of the product has before the package comes.
+make_product() {
+    mkdir -p $product/logs/jobd /usr/kumel/ktul
+    printf 'SERVER = backup1.example.org\nVERBOSE = 2\n' >$product/qr.conf
+    chmod 600 $product/qr.conf
+    echo text >$product/logs/jobd/log.20260101
+    printf '111.DebugLevel=1\n' >$store
+}
+
+check_life_beside_product() {
+    echo "Beside the product's own files"
+    make_product
+    product_files >/tmp/product_before
+    everything >/tmp/everything_before
+    check "the package is installed" install_package "$package"
+    check "the host's own qr.conf is kept" is cat $product/qr.conf -- $'SERVER = backup1.example.org\nVERBOSE = 2'
+    echo 'SERVER = localhost' >>$product/qr.conf
+    check "a request is answered" ask ENABLELOGGING ZMKTUL:111=1
+    sed -i '/localhost/d' $product/qr.conf
+    check "the package is removed and purged at once" dpkg --purge zmlogadmagent
+    product_files >/tmp/product_now
+    check "every file of the product is as it was" changes_nothing /tmp/product_before /tmp/product_now
+    everything >/tmp/everything_now
+    check "nothing else was left or taken" changes_nothing /tmp/everything_before /tmp/everything_now
+}
+
+everything >/tmp/everything_before
+check_installation
+check_local_requests
+check_tcp_requests
+check_floods
+check_completions
+check_upgrade
+check_removal
+echo "Purge"
+check_purge "nothing was left, and nothing else taken" /tmp/everything_before
+check_life_beside_product
