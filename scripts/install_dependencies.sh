@@ -16,7 +16,8 @@ packages_of() {
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
         package)
-            echo cmake g++ make debhelper dpkg-dev fakeroot lintian mandoc man-db mount systemd util-linux zsh bash-completion
+            echo cmake g++ make nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount systemd \
+                util-linux zsh bash-completion
             ;;
         *)
             echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, many-hosts and package" >&2
