@@ -21,6 +21,19 @@ make_newer_package() { # PACKAGE
     dpkg-deb --root-owner-group --build "$unpacked" "$folder/shared/newer.deb" >/dev/null
 }
 
+# Both are set at a release.
+check_version() {
+    local project changelog
+    project=$(sed -nE 's/^project\(.* VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+    changelog=$(dpkg-parsechangelog --show-field Version)
+    if [[ $project != "$changelog" ]]; then
+        echo "the version is $project in CMakeLists.txt and $changelog in debian/changelog"
+        exit 1
+    fi
+    echo "version: $project"
+}
+
+check_version
 tests/packaging/check_man_pages.sh
 tests/packaging/check_completion_names.sh
 scripts/build_package.sh "$folder"

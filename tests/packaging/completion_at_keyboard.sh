@@ -58,7 +58,10 @@ if [ -n "\${ZSH_VERSION-}" ]; then
 else
     . /usr/share/bash-completion/bash_completion
 fi
-zmlogadm() { printf '%s ' "\$@" | sed -E 's/(--[a-z]+)=/\1 /; s,/ , ,g; s/ +/ /g; s/ \$//' >>$folder/got; echo >>$folder/got; }
+zmlogadm() {
+    printf '%s ' "\$@" | sed -E 's/(--[a-z]+)=/\1 /; s,/ , ,g; s/ +/ /g; s/ \$//' >>$folder/got
+    echo >>$folder/got
+}
 START
 }
 
@@ -77,7 +80,6 @@ make_known_names
 export TERM=dumb HISTFILE=
 type_lines | timeout 60 script --quiet --return --command "$command" /dev/null >"$folder/screen" 2>&1 || true
 remove_known_names
-# sed leaves a newline of its own only behind a line that had one.
 rows | sed 's/.*|//' >"$folder/expected"
 if ! diff "$folder/expected" "$folder/got"; then
     cat "$folder/screen"

@@ -46,8 +46,8 @@ offers() { # LINE OFFERED
 _completion_loader zmlogadm
 make_known_names
 
-offers 'zmlogadm ' "CALCLOGSIZE CLEANUP DISABLELOGGING ENABLELOGGING FETCHFILE GETDISKSPACE RESETLOGGING RUNZMCPLOGS RUNZMSU \
-ZMLA ktlogcfg versioninfo zmcplogs zmsu"
+offers 'zmlogadm ' "CALCLOGSIZE CLEANUP DISABLELOGGING ENABLELOGGING FETCHFILE GETDISKSPACE RESETLOGGING \
+RUNZMCPLOGS RUNZMSU ZMLA ktlogcfg versioninfo zmcplogs zmsu"
 offers 'zmlogadm RUN' 'RUNZMCPLOGS RUNZMSU'
 offers 'zmlogadm run' ''
 offers 'zmlogadm -' "--agent --help --host --json --local --port --socket --timeout --version -H -S -V -h -l -p -t"

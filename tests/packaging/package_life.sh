@@ -214,7 +214,8 @@ check_removal() {
     check "qr.conf is kept" cmp /tmp/qr.conf $product/qr.conf
     check "the agent's log is kept" grep -q GETDISKSPACE $product/logs/zmlogadmagent/log.????????
     check "the programs are gone" test ! -e $product/bin -a ! -L /usr/bin/zmlogadm
-    check "nothing listens" is systemctl is-active zmlogadmagent.socket zmlogadmagent-tcp.socket -- $'inactive\ninactive'
+    check "nothing listens" is systemctl is-active zmlogadmagent.socket zmlogadmagent-tcp.socket -- \
+        $'inactive\ninactive'
 }
 
 check_purge() { # WHAT BEFORE
