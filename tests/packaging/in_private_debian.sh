@@ -68,7 +68,7 @@ clear_container_settings() {
 
 # The command is a service whose end is the end of systemd, with the same exit status.
 write_command_unit() {
-    local root=$1 argument
+    local root=$1
     shift
     {
         printf '[Unit]\nDefaultDependencies=no\nSuccessAction=exit-force\nFailureAction=exit-force\n'
