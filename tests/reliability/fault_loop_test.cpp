@@ -1,0 +1,254 @@
+// Fails every system call of every kind of request, one after the other, and looks at what is left behind.
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <tuple>
+
+#include "tests/reliability/faulty_run.h"
+#include "tests/reliability/scenarios.h"
+#include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
+
+namespace {
+
+struct Plan {
+    std::string name;
+    Fault fault;
+};
+
+std::ostream& operator<<(std::ostream& out, const Plan& plan) {
+    return out << plan.name;
+}
+
+Fault error(int number, bool ever_after) {
+    return {.kind = Fault::Kind::error, .error = number, .ever_after = ever_after};
+}
+
+// EINTR for ever is nothing that a system does, and whoever begins again after it would do so for ever.
+const std::vector<Plan> plans = {
+    {"InputOutputErrorOnce", error(EIO, false)},
+    {"InputOutputErrorEverAfter", error(EIO, true)},
+    {"NoSpaceOnce", error(ENOSPC, false)},
+    {"NoSpaceEverAfter", error(ENOSPC, true)},
+    {"NoDescriptorOnce", error(EMFILE, false)},
+    {"NoDescriptorEverAfter", error(EMFILE, true)},
+    {"NoMemoryOnce", error(ENOMEM, false)},
+    {"NoMemoryEverAfter", error(ENOMEM, true)},
+    {"InterruptedOnce", error(EINTR, false)},
+    {"ShortTransferOnce", {.kind = Fault::Kind::short_transfer}},
+    {"ShortTransferEverAfter", {.kind = Fault::Kind::short_transfer, .ever_after = true}},
+    {"KilledAtOnce", {.kind = Fault::Kind::kill}},
+};
+
+// What a path holds; nothing when it is missing.
+using State = std::optional<std::string>;
+
+State state_of(const ChangedPath& change) {
+    if (!exists(change.path)) {
+        return std::nullopt;
+    }
+    // Of what is made it counts that it is there.
+    return change.rules == Rules::made ? "" : read_file(change.path);
+}
+
+std::string folder_of(const std::string& path) {
+    return path.substr(0, path.rfind('/'));
+}
+
+// The names in the folders of the rewritten files.
+std::set<std::string> names_beside(const Scenario& scenario) {
+    std::set<std::string> names;
+    for (const ChangedPath& change : scenario.changes) {
+        if (change.rules == Rules::safe_rewrite) {
+            const std::string folder = folder_of(change.path);
+            for (const std::string& name : names_in(folder)) {
+                names.insert(folder + "/" + name);
+            }
+        }
+    }
+    return names;
+}
+
+// What a scenario comes to when nothing goes wrong.
+struct Expectation {
+    std::vector<State> before;
+    std::vector<State> after;
+    std::set<std::string> names;
+    std::optional<int> status;
+};
+
+Expectation run_without_fault(const Scenario& scenario) {
+    Expectation expected;
+    set_up(scenario);
+    for (const ChangedPath& change : scenario.changes) {
+        expected.before.push_back(state_of(change));
+    }
+    const FaultyRun run = run_with_fault(connect_and_ask(scenario), {});
+    for (const ChangedPath& change : scenario.changes) {
+        expected.after.push_back(state_of(change));
+        EXPECT_NE(run.received.find(change.claim), std::string::npos) << run.received;
+    }
+    expected.names = names_beside(scenario);
+    expected.status = run.status();
+    return expected;
+}
+
+// Whether it is made of whole lines, each a line of one text or of the other.
+bool has_lines_of(const std::string& text, const std::string& before, const std::string& after) {
+    const std::string all = "\n" + before + "\n" + after;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (all.find("\n" + line + "\n") == std::string::npos) {
+            return false;
+        }
+    }
+    return text.empty() || text.ends_with('\n');
+}
+
+bool is_of(long call, std::initializer_list<long> calls) {
+    return std::find(calls.begin(), calls.end(), call) != calls.end();
+}
+
+// One run with a fault, and what has to be true of it.
+class Aftermath {
+  public:
+    Aftermath(const Scenario& scenario, const Expectation& expected, const Fault& fault, const FaultyRun& run)
+        : scenario_(scenario), expected_(expected), fault_(fault), run_(run) {}
+
+    void check() const {
+        check_end();
+        for (std::size_t i = 0; i < scenario_.changes.size(); ++i) {
+            check_change(scenario_.changes[i], expected_.before[i], expected_.after[i]);
+        }
+        if (!may_leave_temporary()) {
+            check_names(names_beside(scenario_));
+        }
+        check_next_request();
+    }
+
+  private:
+    // The agent ends by itself, unless it was killed, gave up for want of memory, or was not even started whole.
+    void check_end() const {
+        if (WIFSIGNALED(run_.wait_status)) {
+            const int signal = WTERMSIG(run_.wait_status);
+            const bool was_killed = signal == SIGKILL && fault_.kind == Fault::Kind::kill;
+            // The last resort of a C library whose abort fails too is an invalid instruction.
+            const bool gave_up = signal == SIGABRT || (signal == SIGSEGV && fault_.ever_after);
+            EXPECT_TRUE(was_killed || gave_up || !run_.began) << "ended by signal " << signal;
+        } else if (run_.received.find("EXIT STATUS ") != std::string::npos) {
+            EXPECT_TRUE(run_.status() || status_line_may_not_be_last()) << run_.received;
+        }
+    }
+
+    // Sending fails, or the tool is not waited for and goes on.
+    [[nodiscard]] bool status_line_may_not_be_last() const {
+        return (fault_.ever_after && fault_.kind == Fault::Kind::error) || run_.first_call == SYS_wait4;
+    }
+
+    [[nodiscard]] bool data_may_be_lost() const {
+        const bool loses = fault_.kind == Fault::Kind::error && fault_.error != EINTR;
+        return loses && (fault_.ever_after || is_of(run_.first_call, {SYS_read, SYS_write, SYS_brk, SYS_mmap}));
+    }
+
+    void check_change(const ChangedPath& change, const State& before, const State& after) const {
+        const State now = state_of(change);
+        const bool is_mixed = now && before && after && has_lines_of(*now, *before, *after);
+        if (change.rules == Rules::key_value && data_may_be_lost()) {
+            EXPECT_TRUE(is_mixed) << change.path << ":\n" << now.value_or("(missing)");
+            return;
+        }
+        EXPECT_TRUE(now == before || now == after || (change.in_two_steps && is_mixed)) << change.path << ":\n"
+                                                                                        << now.value_or("(missing)");
+        const bool claimed = !change.claim.empty() && run_.received.find(change.claim) != std::string::npos;
+        EXPECT_TRUE(!claimed || now == after) << change.path << " is not what was said:\n" << run_.received;
+        if (change.rules == Rules::safe_rewrite) {
+            EXPECT_EQ(mode_of(change.path), 0640U) << change.path;
+        }
+    }
+
+    // Whoever is killed, or cannot remove a file, leaves it.
+    [[nodiscard]] bool may_leave_temporary() const {
+        return fault_.kind == Fault::Kind::kill || fault_.ever_after ||
+               is_of(run_.first_call, {SYS_unlink, SYS_unlinkat}) || WIFSIGNALED(run_.wait_status);
+    }
+
+    void check_names(const std::set<std::string>& names) const {
+        for (const std::string& name : names) {
+            EXPECT_TRUE(expected_.names.contains(name)) << name << " was left behind";
+        }
+    }
+
+    void check_next_request() const {
+        // A tool that stays away is no fault of the next request's.
+        const FaultyRun next = run_with_fault(connect_and_ask(scenario_), {});
+        if (scenario_.name == "CleanUp") {
+            EXPECT_TRUE(next.status());
+        } else {
+            EXPECT_EQ(next.status(), expected_.status) << next.received;
+        }
+        for (std::size_t i = 0; i < scenario_.changes.size(); ++i) {
+            const ChangedPath& change = scenario_.changes[i];
+            if (change.rules == Rules::safe_rewrite || !data_may_be_lost()) {
+                EXPECT_EQ(state_of(change), expected_.after[i]) << change.path;
+            }
+        }
+        check_names(names_beside(scenario_));
+    }
+
+    const Scenario& scenario_;
+    const Expectation& expected_;
+    const Fault& fault_;
+    const FaultyRun& run_;
+};
+
+// Every call when all are asked for, else every third one, beginning with another one in each test.
+int stride() {
+    constexpr int quick = 3;
+    return getenv("ZMLA_ALL_FAULTS") != nullptr ? 1 : quick;
+}
+
+int first_number(const std::string& test) {
+    return 1 + static_cast<int>(std::hash<std::string>()(test) % static_cast<std::size_t>(stride()));
+}
+
+class FaultLoop : public testing::TestWithParam<std::tuple<Scenario, Plan>> {};
+
+TEST_P(FaultLoop, NothingIsDamagedWhateverCallFails) {
+    const auto& [scenario, plan] = GetParam();
+    const Expectation expected = run_without_fault(scenario);
+    Fault fault = plan.fault;
+    int faults = 0;
+    for (fault.number = first_number(scenario.name + plan.name);; fault.number += stride()) {
+        set_up(scenario);
+        const FaultyRun run = run_with_fault(connect_and_ask(scenario), fault);
+        if (run.faults == 0) {
+            EXPECT_EQ(run.status(), expected.status);
+            break;
+        }
+        faults += run.faults;
+        SCOPED_TRACE("call " + std::to_string(fault.number) + ", " + name_of_call(run.first_call));
+        Aftermath(scenario, expected, fault, run).check();
+        if (HasFailure()) {
+            break;
+        }
+    }
+    RecordProperty("faults", faults);
+    RecordProperty("runs", (fault.number - 1) / stride());
+}
+
+INSTANTIATE_TEST_SUITE_P(, FaultLoop, testing::Combine(testing::ValuesIn(scenarios()), testing::ValuesIn(plans)),
+                         [](const testing::TestParamInfo<std::tuple<Scenario, Plan>>& row) {
+                             return std::get<0>(row.param).name + std::get<1>(row.param).name;
+                         });
+
+}  // namespace
