@@ -1,6 +1,5 @@
 #include "commands/collection_directories.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,43 +26,24 @@ constexpr mode_t collection_mode = 0755;
 constexpr int recursively = 1;
 constexpr int plain_files_only = 0;
 
-// An entry of a directory being removed: its path, cut where it is too long, and what to pass to the system for it.
-struct Entry {
-    Entry(const char* directory, DIR* stream, const dirent& entry)
-        : path(bounded_print(entry_path_size, "%s%s%s", directory, "/", entry.d_name)) {
-        // Within the open directory the name alone is quicker. A path that was cut leads elsewhere, and is taken so.
-        const bool is_whole = path.size() < entry_path_size - 1;
-        folder = is_whole ? dirfd(stream) : AT_FDCWD;
-        name = is_whole ? entry.d_name : path.c_str();
-        is_plain_file = is_whole && entry.d_type == DT_REG;
-    }
-
-    std::string path;
-    int folder;
-    const char* name;
-    bool is_plain_file;  // as far as the directory itself tells; false when it does not
-};
-
 enum class EntryKind { directory, other, inaccessible };
 
-// Follows links on purpose, so a link to a directory is treated as the directory.
-EntryKind examine(const Entry& entry) {
-    if (entry.is_plain_file) {
-        return EntryKind::other;  // spares a query for each of thousands
-    }
+// Follows links on purpose, so a link to a directory is treated as the directory. Each entry is looked at by its path
+// and anew: one that has gone meanwhile, or that a loop of links leads to, is passed over and does not end the removal.
+EntryKind examine(const std::string& path) {
     struct stat state {};
-    if (fstatat(entry.folder, entry.name, &state, 0) != 0) {
+    if (stat(path.c_str(), &state) != 0) {
         return EntryKind::inaccessible;
     }
     return S_ISDIR(state.st_mode) ? EntryKind::directory : EntryKind::other;
 }
 
-int remove_file(const Entry& entry) {
-    if (unlinkat(entry.folder, entry.name, 0) == 0) {
+int remove_file(const std::string& path) {
+    if (unlink(path.c_str()) == 0) {
         return status::success;
     }
     const SystemError error;
-    logmsgf(log_level::error, "remove_directory", "unlink failed FILE=%s E=%d (%s)", entry.path.c_str(), error.number,
+    logmsgf(log_level::error, "remove_directory", "unlink failed FILE=%s E=%d (%s)", path.c_str(), error.number,
             error.text());
     return status::directory_failed;
 }
@@ -78,25 +58,24 @@ int remove_internal_directory(const std::string& path, int option) {
 }
 
 // Removes one entry of a directory. What cannot be examined is left in place and told by the log alone.
-int remove_entry(const Entry& entry, int option) {
+int remove_entry(const std::string& path, int option) {
     constexpr const char* tag = "remove_directory";
-    const char* const path = entry.path.c_str();
     int result = status::success;
-    switch (examine(entry)) {
+    switch (examine(path)) {
         case EntryKind::inaccessible: {
             const SystemError error;
-            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path, error.number, error.text());
+            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path.c_str(), error.number, error.text());
             return status::success;
         }
         case EntryKind::directory:
-            result = remove_internal_directory(entry.path, option);
+            result = remove_internal_directory(path, option);
             break;
         case EntryKind::other:
-            result = remove_file(entry);
+            result = remove_file(path);
             break;
     }
     if (result != status::success) {
-        logmsgf(log_level::error, tag, "failed to remove FILE=%s RV=%d", path, result);
+        logmsgf(log_level::error, tag, "failed to remove FILE=%s RV=%d", path.c_str(), result);
     }
     return result;
 }
@@ -108,7 +87,8 @@ int remove_entries(const char* directory, DIR* stream, int option) {
         if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) {
             continue;
         }
-        const int result = remove_entry(Entry(directory, stream, *entry), option);
+        const int result =
+            remove_entry(bounded_print(entry_path_size, "%s%s%s", directory, "/", entry->d_name), option);
         if (result != status::success) {
             return result;
         }

@@ -15,7 +15,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <filesystem>
 #include <string>
 
 #include "tests/support/call_journal.h"
@@ -75,7 +74,7 @@ ssize_t __real_write(int fd, const void* bytes, size_t count);
 ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
 int __real_nanosleep(const timespec* pause, timespec* rest);
 int __real_mkdir(const char* path, mode_t mode);
-int __real_unlinkat(int folder, const char* name, int flags);
+int __real_unlink(const char* path);
 int __real_rmdir(const char* path);
 int __real_rename(const char* from, const char* to);
 dirent* __real_readdir(DIR* directory);
@@ -197,16 +196,12 @@ int __wrap_mkdir(const char* path, mode_t mode) {
     return __real_mkdir(path, mode);
 }
 
-int __wrap_unlinkat(int folder, const char* name, int flags) {
-    std::string path = name;
-    if (folder != AT_FDCWD) {
-        path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder)).string() + "/" + name;
-    }
-    record("unlink " + path);
+int __wrap_unlink(const char* path) {
+    record(std::string("unlink ") + path);
     if (faults.file_not_removed != 0 && faults.unremovable_file == path) {
         return fail(faults.file_not_removed);
     }
-    return __real_unlinkat(folder, name, flags);
+    return __real_unlink(path);
 }
 
 int __wrap_rmdir(const char* path) {
@@ -227,7 +222,11 @@ dirent* __wrap_readdir(DIR* directory) {
         errno = faults.entries_not_read;
         return nullptr;
     }
-    return __real_readdir(directory);
+    dirent* const entry = __real_readdir(directory);
+    if (entry != nullptr && faults.vanishing_file.ends_with(std::string("/") + entry->d_name)) {
+        __real_unlink(faults.vanishing_file.c_str());
+    }
+    return entry;
 }
 
 int __wrap_statvfs(const char* path, struct statvfs* space) {

@@ -41,13 +41,14 @@ struct Faults {
 
     std::string uncreatable_directory;  // mkdir of this path fails
     int directory_not_created = 0;
-    std::string unremovable_file;  // unlinkat of this path fails
+    std::string unremovable_file;  // unlink of this path fails
     int file_not_removed = 0;
     int directory_not_removed = 0;  // rmdir
     int file_not_renamed = 0;
     int renames_before_that = 0;
     int entries_not_read = 0;  // readdir fails
     int entries_before_that = 0;
+    std::string vanishing_file;  // goes as soon as readdir has told its name
 
     std::optional<struct statvfs> file_system;  // what statvfs tells
     int file_system_not_examined = 0;

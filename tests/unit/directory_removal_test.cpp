@@ -118,6 +118,36 @@ TEST_F(RemoveDirectory, LeavesWhatCannotBeExaminedAndGoesOn) {
                      {error, tag, "rmdir failed DIR=" + directory_ + " E=39 (Directory not empty)"}}));
 }
 
+TEST_F(RemoveDirectory, PassesOverAFileThatHasGoneMeanwhile) {
+    for (const char* name : {"/a", "/vanishing", "/z"}) {
+        write_file(directory_ + name, "");
+    }
+    faults.vanishing_file = directory_ + "/vanishing";
+    EXPECT_EQ(remove(0), 0);
+    EXPECT_FALSE(exists(directory_));
+    EXPECT_EQ(messages(),
+              (Lines{removing(directory_, 0),
+                     {error, tag, "cannot access " + directory_ + "/vanishing E=2 (No such file or directory)"}}));
+}
+
+TEST_F(RemoveDirectory, EndsALoopOfLinksWhereTheSystemDoesAndRemovesTheFiles) {
+    make_link(".", directory_ + "/loop");
+    for (const char* name : {"/a", "/b", "/y", "/z"}) {
+        write_file(directory_ + name, "");
+    }
+    EXPECT_EQ(remove(1), 5784);
+    for (const char* name : {"/a", "/b", "/y", "/z"}) {
+        EXPECT_FALSE(exists(directory_ + name)) << name;
+    }
+    EXPECT_TRUE(exists(directory_ + "/loop"));
+    const Lines log = messages();
+    EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const LogLine& line) {
+        return line.text.starts_with("cannot access ") &&
+               line.text.ends_with("/loop E=40 (Too many levels of symbolic links)");
+    }));
+    EXPECT_EQ(log.back(), (LogLine{error, tag, "failed to remove FILE=" + directory_ + "/loop RV=5784"}));
+}
+
 TEST_F(RemoveDirectory, RemovesALinkToAFileAndKeepsTheFile) {
     write_file(folder_.path("kept"), "x");
     make_link(folder_.path("kept"), directory_ + "/link");
