@@ -211,9 +211,9 @@ class Aftermath {
     const FaultyRun& run_;
 };
 
-// Every call when all are asked for, else every third one, beginning with another one in each test.
+// Every call when all are asked for, else every fourth one, beginning with another one in each test.
 int stride() {
-    constexpr int quick = 3;
+    constexpr int quick = 4;
     return getenv("ZMLA_ALL_FAULTS") != nullptr ? 1 : quick;
 }
 
@@ -227,7 +227,6 @@ TEST_P(FaultLoop, NothingIsDamagedWhateverCallFails) {
     const auto& [scenario, plan] = GetParam();
     const Expectation expected = run_without_fault(scenario);
     Fault fault = plan.fault;
-    int faults = 0;
     for (fault.number = first_number(scenario.name + plan.name);; fault.number += stride()) {
         set_up(scenario);
         const FaultyRun run = run_with_fault(connect_and_ask(scenario), fault);
@@ -235,20 +234,45 @@ TEST_P(FaultLoop, NothingIsDamagedWhateverCallFails) {
             EXPECT_EQ(run.status(), expected.status);
             break;
         }
-        faults += run.faults;
         SCOPED_TRACE("call " + std::to_string(fault.number) + ", " + name_of_call(run.first_call));
         Aftermath(scenario, expected, fault, run).check();
         if (HasFailure()) {
             break;
         }
     }
-    RecordProperty("faults", faults);
-    RecordProperty("runs", (fault.number - 1) / stride());
+    RecordProperty("runs_with_faults", (fault.number - 1) / stride());
 }
 
 INSTANTIATE_TEST_SUITE_P(, FaultLoop, testing::Combine(testing::ValuesIn(scenarios()), testing::ValuesIn(plans)),
                          [](const testing::TestParamInfo<std::tuple<Scenario, Plan>>& row) {
                              return std::get<0>(row.param).name + std::get<1>(row.param).name;
+                         });
+
+class AllocationLoop : public testing::TestWithParam<std::tuple<Scenario, bool>> {};
+
+TEST_P(AllocationLoop, NothingIsDamagedWhateverAllocationFails) {
+    const auto& [scenario, ever_after] = GetParam();
+    const Expectation expected = run_without_fault(scenario);
+    int number = first_number(scenario.name);
+    for (;; number += stride()) {
+        set_up(scenario);
+        const FaultyRun run = run_with_failing_allocation(connect_and_ask(scenario), number, ever_after);
+        if (run.faults == 0) {
+            EXPECT_EQ(run.status(), expected.status);
+            break;
+        }
+        SCOPED_TRACE("allocation " + std::to_string(number));
+        Aftermath(scenario, expected, {.ever_after = ever_after, .number = number}, run).check();
+        if (HasFailure()) {
+            break;
+        }
+    }
+    RecordProperty("runs_with_faults", (number - 1) / stride());
+}
+
+INSTANTIATE_TEST_SUITE_P(, AllocationLoop, testing::Combine(testing::ValuesIn(scenarios()), testing::Bool()),
+                         [](const testing::TestParamInfo<std::tuple<Scenario, bool>>& row) {
+                             return std::get<0>(row.param).name + (std::get<1>(row.param) ? "EverAfter" : "Once");
                          });
 
 }  // namespace

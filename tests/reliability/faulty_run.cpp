@@ -143,16 +143,21 @@ bool has_fault(const Fault& fault, long call, const std::uint64_t* arguments) {
     return false;
 }
 
-[[noreturn]] void become_agent(int socket) {
+struct Program {
+    std::string file;
+    std::string variable;  // of its environment, "NAME=value"
+};
+
+[[noreturn]] void become(const Program& program, int socket) {
     constexpr unsigned patience_seconds = 20;
     const int null = open("/dev/null", O_RDWR);
     if (dup2(socket, STDIN_FILENO) != -1 && dup2(null, STDOUT_FILENO) != -1 && dup2(null, STDERR_FILENO) != -1 &&
         close_range(STDERR_FILENO + 1, ~0U, 0) == 0) {
         alarm(patience_seconds);
-        const std::string program = inside_path(ZMLA_AGENT_FILE);
-        std::array<char, 64> path = {"PATH=/usr/bin:/bin"};
-        const std::array<char*, 2> environment = {path.data(), nullptr};
-        execle(program.c_str(), program.c_str(), nullptr, environment.data());
+        std::string path = "PATH=/usr/bin:/bin";
+        std::string variable = program.variable;
+        const std::array<char*, 3> environment = {path.data(), variable.data(), nullptr};
+        execle(program.file.c_str(), program.file.c_str(), nullptr, environment.data());
     }
     _exit(1);
 }
@@ -160,19 +165,23 @@ bool has_fault(const Fault& fault, long call, const std::uint64_t* arguments) {
 // The agent's processes at their stops.
 class Tracer {
   public:
-    Tracer(int socket, const Fault& fault, FaultyRun& run) : fault_(fault), run_(run), agent_(fork()) {
+    Tracer(const Program& program, int socket, const Fault& fault, FaultyRun& run)
+        : fault_(fault),
+          run_(run),
+          request_(fault.kind == Fault::Kind::none ? PTRACE_CONT : PTRACE_SYSCALL),
+          agent_(fork()) {
         check(agent_, "fork");
         if (agent_ == 0) {
             ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
             raise(SIGSTOP);
-            become_agent(socket);
+            become(program, socket);
         }
         int status = 0;
         check(waitpid(agent_, &status, 0), "wait");
         constexpr int options = PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACEEXEC | PTRACE_O_TRACEFORK |
                                 PTRACE_O_TRACEVFORK | PTRACE_O_TRACECLONE;
         check(ptrace(PTRACE_SETOPTIONS, agent_, nullptr, options), "trace");
-        go_on(agent_, 0, PTRACE_CONT);
+        check(ptrace(PTRACE_CONT, agent_, nullptr, nullptr), "start");
     }
 
     // Until no process is left.
@@ -287,14 +296,15 @@ class Tracer {
             check(-1, "set a register");
         }
     }
-    static void go_on(pid_t process, int signal, __ptrace_request request = PTRACE_SYSCALL) {
-        if (ptrace(request, process, nullptr, signal) == -1 && errno != ESRCH) {
+    void go_on(pid_t process, int signal) const {
+        if (ptrace(request_, process, nullptr, signal) == -1 && errno != ESRCH) {
             check(-1, "go on");
         }
     }
 
     const Fault& fault_;
     FaultyRun& run_;
+    __ptrace_request request_;  // up to the next system call, when calls are to be looked at
     pid_t agent_;
     int counted_ = 0;
     std::map<pid_t, Repair> repairs_;
@@ -309,15 +319,31 @@ std::optional<int> FaultyRun::status() const {
     return is_last ? std::optional(std::stoi(received.substr(line + beginning.size()))) : std::nullopt;
 }
 
-FaultyRun run_with_fault(ConnectedSockets connection, const Fault& fault) {
+namespace {
+
+FaultyRun run_program(const Program& program, ConnectedSockets connection, const Fault& fault) {
     // What the agent leaves becomes a child of this process.
     check(prctl(PR_SET_CHILD_SUBREAPER, 1), "adopt");
     FaultyRun run;
-    Tracer tracer(connection.agent_end.get(), fault, run);
+    Tracer tracer(program, connection.agent_end.get(), fault, run);
     connection.agent_end.reset();
     tracer.follow();
     // A connection that is reset, with unread bytes of the peer, has ended too.
     (void)read_all(connection.peer_end.get(), run.received);
+    return run;
+}
+
+}  // namespace
+
+FaultyRun run_with_fault(ConnectedSockets connection, const Fault& fault) {
+    return run_program({inside_path(ZMLA_AGENT_FILE), "LC_ALL=C"}, std::move(connection), fault);
+}
+
+FaultyRun run_with_failing_allocation(ConnectedSockets connection, int number, bool ever_after) {
+    const std::string variable = "ZMLA_ALLOCATION=" + std::to_string(number) + (ever_after ? "+" : "");
+    FaultyRun run = run_program({inside_path(ZMLA_FORGETFUL_AGENT_FILE), variable}, std::move(connection), {});
+    run.faults = access("/tmp/allocation_failed", F_OK) == 0 ? 1 : 0;
+    run.began = true;
     return run;
 }
 

@@ -41,5 +41,9 @@ struct FaultyRun {
 // it left. An agent that takes too long ends by SIGALRM.
 [[nodiscard]] FaultyRun run_with_fault(ConnectedSockets connection, const Fault& fault);
 
+// The same for an agent whose allocation of that number, counted from 1, fails, and with `ever_after` every later one
+// too. That a fault took place is told by `faults` alone, as 1.
+[[nodiscard]] FaultyRun run_with_failing_allocation(ConnectedSockets connection, int number, bool ever_after);
+
 // The name of a system call, or its number where that has none here.
 [[nodiscard]] std::string name_of_call(long number);

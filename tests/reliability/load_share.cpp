@@ -1,0 +1,26 @@
+#include "tests/reliability/load_share.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+int share(int quick, int whole) {
+    const char* const asked = getenv("ZMLA_LOAD");
+    return asked != nullptr && std::string_view(asked) == "long" ? whole : quick;
+}
+
+void print_figure(const std::string& name, const std::string& value) {
+    printf("| %-78s | %18s |\n", name.c_str(), value.c_str());
+    fflush(stdout);
+}
+
+void print_figure(const std::string& name, long value) {
+    print_figure(name, std::to_string(value));
+}
+
+std::string in_tenths(double value) {
+    std::array<char, 64> text{};
+    snprintf(text.data(), text.size(), "%.1f", value);
+    return text.data();
+}

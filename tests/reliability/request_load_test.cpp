@@ -1,0 +1,112 @@
+// Many requests through a network service: all at once, and one after the other.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/reliability/load_share.h"
+#include "tests/reliability/network_door.h"
+#include "tests/reliability/peers.h"
+#include "tests/support/product_test.h"
+
+namespace {
+
+using std::chrono::steady_clock;
+
+const std::string request = netstrings({"GETDISKSPACE", "/tmp"});
+
+// Requests that were served, as one run of them went.
+struct Load {
+    steady_clock::time_point start = steady_clock::now();
+    std::vector<double> milliseconds;
+    int failures = 0;
+
+    void add(const Peers& peers) {
+        failures += static_cast<int>(peers.size()) - count_with_status(peers, 0);
+        for (const Peer& peer : peers) {
+            milliseconds.push_back(peer.milliseconds());
+        }
+    }
+
+    [[nodiscard]] double percentile(int percent) {
+        std::sort(milliseconds.begin(), milliseconds.end());
+        return milliseconds[(milliseconds.size() - 1) * static_cast<std::size_t>(percent) / 100];
+    }
+
+    void print(const std::string& name) {
+        const double seconds = std::chrono::duration<double>(steady_clock::now() - start).count();
+        const std::string requests = std::to_string(milliseconds.size()) + " requests " + name + ": ";
+        print_figure(requests + "failures", failures);
+        print_figure(requests + "requests per second", in_tenths(static_cast<double>(milliseconds.size()) / seconds));
+        print_figure(requests + "50th percentile, milliseconds", in_tenths(percentile(50)));
+        print_figure(requests + "99th percentile, milliseconds", in_tenths(percentile(99)));
+    }
+};
+
+class UnderLoad : public ProductTest {
+  protected:
+    // What a door does at its first requests, such as loading what it needs, is no part of its growth.
+    UnderLoad() {
+        for (int i = 0; i < 8; ++i) {
+            serve(1);
+        }
+        door_.await_end_of_agents();
+        state_before_ = door_.state();
+        memory_before_ = door_.memory();
+    }
+
+    // Has so many requests on their way before it takes an answer.
+    Peers serve(int count) {
+        Peers peers;
+        for (int i = 0; i < count; ++i) {
+            peers.emplace_back(door_.connect_as_root());
+            peers.back().send(request);
+        }
+        receive_all(peers);
+        return peers;
+    }
+
+    void expect_all_as_before(const std::string& name) {
+        // Pages that the door shares with its children come and go with them; a leak at each request would be more.
+        constexpr long most_growth = 256;
+        door_.await_end_of_agents();
+        const DoorState after = door_.state();
+        print_figure(name + ": processes before, after",
+                     std::to_string(state_before_.processes) + ", " + std::to_string(after.processes));
+        print_figure(
+            name + ": descriptors of the door before, after",
+            std::to_string(state_before_.descriptors_of_door) + ", " + std::to_string(after.descriptors_of_door));
+        print_figure(name + ": memory of the door before, after, KiB",
+                     std::to_string(memory_before_) + ", " + std::to_string(door_.memory()));
+        EXPECT_EQ(after, state_before_);
+        EXPECT_LE(door_.memory(), memory_before_ + most_growth);
+        EXPECT_EQ(door_.statuses_of_agents(), std::set<int>{0});
+    }
+
+    NetworkDoor door_;
+    DoorState state_before_;
+    long memory_before_ = 0;
+};
+
+TEST_F(UnderLoad, ServesEachOfManyRequestsAtOnce) {
+    Load load;
+    load.add(serve(share(64, 256)));
+    load.print("at once");
+    EXPECT_EQ(load.failures, 0);
+    expect_all_as_before("at once");
+}
+
+TEST_F(UnderLoad, ServesEachOfManyRequestsInARow) {
+    Load load;
+    for (int left = share(1000, 20'000); left > 0; --left) {
+        load.add(serve(1));
+    }
+    load.print("in a row");
+    EXPECT_EQ(load.failures, 0);
+    expect_all_as_before("in a row");
+}
+
+}  // namespace
