@@ -10,7 +10,7 @@ set -euo pipefail
 
 packages_of() {
     case $1 in
-        build) echo cmake g++ make nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils attr acl ;;
+        build) echo cmake g++ make python3 nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils attr acl ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
         benchmark) echo augeas-tools ;;
         # The last one is for an SSH server that is unpacked and not installed.
