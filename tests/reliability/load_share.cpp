@@ -19,6 +19,10 @@ void print_figure(const std::string& name, long value) {
     print_figure(name, std::to_string(value));
 }
 
+void print_figure(const std::string& name, long first, long second) {
+    print_figure(name, std::to_string(first) + ", " + std::to_string(second));
+}
+
 std::string in_tenths(double value) {
     std::array<char, 64> text{};
     snprintf(text.data(), text.size(), "%.1f", value);

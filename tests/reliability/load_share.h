@@ -9,6 +9,7 @@
 // Prints a row of a table, which scripts/load.sh picks out. Figures are for reading: no test depends on one.
 void print_figure(const std::string& name, const std::string& value);
 void print_figure(const std::string& name, long value);
+void print_figure(const std::string& name, long first, long second);
 
 // A number with one digit behind the point.
 [[nodiscard]] std::string in_tenths(double value);

@@ -32,12 +32,13 @@ const SharedFile configuration = {
     },
     .line = [](int change) { return "P" + std::to_string(change) + "_VERBOSE = " + std::to_string(change); }};
 
-const SharedFile store = {
-    .name = "51216.conf",
-    .path = "/usr/kumel/ktul/51216.conf",
-    .before = "# levels\n111.DebugLevel=1\n",
-    .request = [](int change) -> Request { return {"ENABLELOGGING", "ZMKTUL:" + std::to_string(1000 + change) + "=5"}; },
-    .line = [](int change) { return std::to_string(1000 + change) + ".DebugLevel=5"; }};
+const SharedFile store = {.name = "51216.conf",
+                          .path = "/usr/kumel/ktul/51216.conf",
+                          .before = "# levels\n111.DebugLevel=1\n",
+                          .request = [](int change) -> Request {
+                              return {"ENABLELOGGING", "ZMKTUL:" + std::to_string(1000 + change) + "=5"};
+                          },
+                          .line = [](int change) { return std::to_string(1000 + change) + ".DebugLevel=5"; }};
 
 std::multiset<std::string> lines_of(const std::string& text) {
     const std::vector<std::string_view> lines = split_lines(text);
@@ -68,8 +69,7 @@ class ManyWriters : public ProductTest {
         for (int i = 0; i < all; ++i) {
             kept += static_cast<int>(lines.count(file.line(i)));
         }
-        print_figure(file.name + ": " + std::to_string(writers_) + " writers, changes made",
-                     all);
+        print_figure(file.name + ": " + std::to_string(writers_) + " writers, changes made", all);
         print_figure(file.name + ": " + std::to_string(writers_) + " writers, changes kept", kept);
         EXPECT_EQ(kept, all);
         EXPECT_EQ(static_cast<int>(lines.size()), all) << "lines that nobody wrote";

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cctype>
 #include <csignal>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <system_error>
@@ -29,7 +30,6 @@ constexpr int agent_port = 24761;
 const std::string door_folder = "/tmp/door";
 const std::string door_log = door_folder + "/log";
 
-// The folders of the debug log and of the door's.
 const std::string debug_log_folder = logs_folder + "/zmlogadmagent";
 
 void check(long result, const std::string& what) {
@@ -148,9 +148,9 @@ Descriptor NetworkDoor::connect_from(int port) {
     return connect_to("127.0.0.1", agent_port, address, port);
 }
 
-void NetworkDoor::await_end_of_agents() const {
-    await_in_folder(door_folder,
-                    [&](const std::string& text) { return count_of(text, " died with code ") == connections_; });
+void NetworkDoor::await_end_of_all_but(int count) const {
+    const int ended = connections_ - count;
+    await_in_folder(door_folder, [&](const std::string& text) { return count_of(text, " died with code ") == ended; });
 }
 
 std::set<int> NetworkDoor::statuses_of_agents() const {
@@ -175,12 +175,8 @@ long NetworkDoor::memory() const {
     return std::stol(text.substr(text.find(mark) + mark.size()));
 }
 
-int count_in_files(const std::string& folder, const std::string& text) {
-    return count_of(text_in(folder), text);
-}
-
 int count_in_debug_log(const std::string& text) {
-    return count_in_files(debug_log_folder, text);
+    return count_of(text_in(debug_log_folder), text);
 }
 
 void await_in_debug_log(const std::string& text, int count) {

@@ -3,7 +3,6 @@
 
 #include <sys/types.h>
 
-#include <functional>
 #include <set>
 #include <string>
 
@@ -32,8 +31,9 @@ class NetworkDoor {
     [[nodiscard]] Descriptor connect_as_root() { return connect_from(1000); }
     [[nodiscard]] Descriptor connect_as_anybody() { return connect_from(0); }
 
-    // Waits until the door has waited for the agents of all connections.
-    void await_end_of_agents() const;
+    // Waits until the door has waited for the agents of all connections, or of all but so many.
+    void await_end_of_agents() const { await_end_of_all_but(0); }
+    void await_end_of_all_but(int count) const;
 
     // The statuses that agents ended with; the number of the signal for one that a signal ended.
     [[nodiscard]] std::set<int> statuses_of_agents() const;
@@ -49,10 +49,7 @@ class NetworkDoor {
     int connections_ = 0;
 };
 
-// How often the text stands in the files of the folder, together.
-[[nodiscard]] int count_in_files(const std::string& folder, const std::string& text);
-
-// The same for the debug log.
+// How often the text stands in the debug log.
 [[nodiscard]] int count_in_debug_log(const std::string& text);
 
 // Waits until the text stands so often in the debug log. The log's folder is there once an agent has run.

@@ -41,6 +41,11 @@ void receive_some(Peer& peer) {
     }
 }
 
+bool is_readable(int socket, milliseconds patience) {
+    pollfd waited = {.fd = socket, .events = POLLIN, .revents = 0};
+    return poll(&waited, 1, static_cast<int>(patience.count())) == 1;
+}
+
 // Those whose connections have not ended.
 std::vector<Peer*> waiting(Peers& peers) {
     std::vector<Peer*> left;
@@ -95,12 +100,23 @@ void Peer::break_off() {
 }
 
 bool Peer::has_answer() const {
-    pollfd waited = {.fd = socket.get(), .events = POLLIN, .revents = 0};
-    return poll(&waited, 1, 0) == 1;
+    return is_readable(socket.get(), std::chrono::milliseconds::zero());
+}
+
+void Peer::await_answer() const {
+    if (!is_readable(socket.get(), watchdog)) {
+        throw std::runtime_error("a peer waits for ever for the beginning of its answer");
+    }
 }
 
 double Peer::milliseconds() const {
     return std::chrono::duration<double, std::milli>(end - start).count();
+}
+
+void await_answers(const Peers& peers) {
+    for (const Peer& peer : peers) {
+        peer.await_answer();
+    }
 }
 
 void receive_all(Peers& peers) {

@@ -29,11 +29,16 @@ struct Peer {
     // Tells whether anything has come, without taking it.
     [[nodiscard]] bool has_answer() const;
 
+    // Waits until something has come, without taking it.
+    void await_answer() const;
+
     // From the connecting to the end of the answer.
     [[nodiscard]] double milliseconds() const;
 };
 
 using Peers = std::vector<Peer>;
+
+void await_answers(const Peers& peers);
 
 // Receives until the connections of all peers have ended.
 void receive_all(Peers& peers);

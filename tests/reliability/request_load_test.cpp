@@ -74,13 +74,10 @@ class UnderLoad : public ProductTest {
         constexpr long most_growth = 256;
         door_.await_end_of_agents();
         const DoorState after = door_.state();
-        print_figure(name + ": processes before, after",
-                     std::to_string(state_before_.processes) + ", " + std::to_string(after.processes));
-        print_figure(
-            name + ": descriptors of the door before, after",
-            std::to_string(state_before_.descriptors_of_door) + ", " + std::to_string(after.descriptors_of_door));
-        print_figure(name + ": memory of the door before, after, KiB",
-                     std::to_string(memory_before_) + ", " + std::to_string(door_.memory()));
+        print_figure(name + ": processes before, after", state_before_.processes, after.processes);
+        print_figure(name + ": descriptors of the door before, after", state_before_.descriptors_of_door,
+                     after.descriptors_of_door);
+        print_figure(name + ": memory of the door before, after, KiB", memory_before_, door_.memory());
         EXPECT_EQ(after, state_before_);
         EXPECT_LE(door_.memory(), memory_before_ + most_growth);
         EXPECT_EQ(door_.statuses_of_agents(), std::set<int>{0});

@@ -1,0 +1,221 @@
+// Peers that mean harm, many at once: silent ones, slow ones, deaf ones, and those that hang up in the middle.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <set>
+#include <string>
+
+#include "tests/reliability/load_share.h"
+#include "tests/reliability/network_door.h"
+#include "tests/reliability/peers.h"
+#include "tests/support/product_test.h"
+#include "tests/support/stand_in_tool.h"
+#include "tests/support/test_files.h"
+
+namespace {
+
+constexpr int request_not_received = 5763;
+constexpr int peer_not_root = 135;
+// What agents end with.
+constexpr int served = 0;
+constexpr int peer_closed = 23;
+constexpr int output_not_sent = 5796 & 0xff;
+constexpr int ended_early = 252;
+constexpr int good_peers = 20;
+
+const std::string good_request = netstrings({"GETDISKSPACE", "/tmp"});
+
+class HostilePeers : public ProductTest {
+  protected:
+    HostilePeers() {
+        serve_good_peers(1);
+        door_.await_end_of_agents();
+        before_ = door_.state();
+    }
+
+    // Agents that have verified their peer have read it.
+    static void set_time_out(int seconds) {
+        write_file(main_configuration, "SERVER = localhost\nNETWORK_TIMEOUT = " + std::to_string(seconds) + "\n");
+    }
+
+    Peers connect(int count) {
+        Peers peers;
+        for (int i = 0; i < count; ++i) {
+            peers.emplace_back(door_.connect_as_root());
+        }
+        return peers;
+    }
+
+    static void send(const Peers& peers, const std::string& bytes) {
+        for (const Peer& peer : peers) {
+            peer.send(bytes);
+        }
+    }
+
+    void serve_good_peers(int count = good_peers) {
+        Peers peers = connect(count);
+        send(peers, good_request);
+        receive_all(peers);
+        EXPECT_EQ(count_with_status(peers, served), count);
+        good_ += count;
+    }
+
+    // Until the agents of so many hostile peers know whom they have before them.
+    void await_verified(int count) const { await_in_debug_log("verified credentials of peer", good_ + count); }
+
+    // The door is open, no process and no descriptor is left, and all agents ended as they should: good peers' with 0,
+    // the others with the status.
+    void expect_nothing_left(int status) {
+        serve_good_peers(1);
+        door_.await_end_of_agents();
+        EXPECT_EQ(door_.state(), before_);
+        EXPECT_EQ(door_.statuses_of_agents(), (std::set<int>{served, status}));
+    }
+
+    NetworkDoor door_;
+    DoorState before_;
+    int good_ = 0;
+};
+
+TEST_F(HostilePeers, ThatAreSilentAreLeftWhenTheirTimeIsOver) {
+    constexpr int count = 200;
+    set_time_out(1);
+    Peers silent = connect(count);
+    await_verified(count);
+    set_time_out(300);
+    serve_good_peers();
+    receive_all(silent);
+    EXPECT_EQ(count_with_status(silent, request_not_received), count);
+    EXPECT_EQ(count_in_debug_log("failure receiving #args E=110 (Connection timed out)"), count);
+    expect_nothing_left(ended_early);
+    print_figure("silent peers: told that their time is over", count_with_status(silent, request_not_received));
+}
+
+TEST_F(HostilePeers, ThatAreSilentForLongLeaveTheDoorOpen) {
+    constexpr int count = 200;
+    set_time_out(86400);
+    Peers silent = connect(count);
+    await_verified(count);
+    const DoorState meanwhile = door_.state();
+    EXPECT_EQ(meanwhile.processes, before_.processes + count);
+    EXPECT_EQ(meanwhile.descriptors_of_door, before_.descriptors_of_door);
+    serve_good_peers();
+    EXPECT_TRUE(std::none_of(silent.begin(), silent.end(), [](const Peer& peer) { return peer.has_answer(); }));
+    print_figure("silent peers: agents that wait while good peers are served", meanwhile.processes - before_.processes);
+    silent.clear();
+    expect_nothing_left(ended_early);
+}
+
+TEST_F(HostilePeers, ThatNobodyKnowsAreRefusedBeforeTheyAsk) {
+    constexpr int count = 200;
+    set_time_out(86400);
+    Peers strangers;
+    for (int i = 0; i < count; ++i) {
+        strangers.emplace_back(door_.connect_as_anybody());
+    }
+    serve_good_peers();
+    receive_all(strangers);
+    EXPECT_EQ(count_with_status(strangers, peer_not_root), count);
+    expect_nothing_left(peer_not_root);
+}
+
+// A time-out for each piece that arrives would hear them to their end.
+TEST_F(HostilePeers, ThatSendAByteNowAndThenAreLeftWhenTheTimeOfOneValueIsOver) {
+    constexpr int count = 50;
+    const std::string value = netstring(std::string(100, '1'));
+    set_time_out(1);
+    Peers slow = connect(count);
+    await_verified(count);
+    set_time_out(300);
+    serve_good_peers();
+    const std::size_t sent = receive_and_drip(slow, value, std::chrono::milliseconds(100));
+    EXPECT_LT(sent, value.size());
+    EXPECT_EQ(count_with_status(slow, request_not_received), count);
+    EXPECT_EQ(count_in_debug_log("failure receiving #args E=110 (Connection timed out)"), count);
+    expect_nothing_left(ended_early);
+    print_figure("slow peers: told that their time is over", count_with_status(slow, request_not_received));
+}
+
+// The agent and its tools have all the time that the peer takes, for a report may be long; nobody else waits for them.
+TEST_F(HostilePeers, ThatNeverReadWhatAToolSaysHoldTheirOwnAgentsAloneUntilTheyGo) {
+    constexpr int count = 16;
+    install_tool(versioninfo_tool, {stand_in::run("exec yes")});
+    Peers deaf = connect(count);
+    send(deaf, netstrings({"versioninfo"}));
+    await_answers(deaf);
+    serve_good_peers();
+    door_.await_end_of_all_but(count);
+    EXPECT_EQ(door_.state().processes, before_.processes + 2 * count);
+    deaf.clear();
+    expect_nothing_left(peer_closed);
+    print_figure("deaf peers of a tool: their agents that wait while good peers are served", count);
+}
+
+// More than a connection holds on its way: the agent itself waits.
+TEST_F(HostilePeers, ThatNeverReadWhatTheAgentSaysHoldTheirOwnAgentsAloneUntilTheyGo) {
+    constexpr int count = 2;
+    std::string values = "VMCONF:";
+    for (int i = 0; i < 1000; ++i) {
+        values += "x,";
+    }
+    Request request(150, values);
+    request.front() = "ENABLELOGGING";
+    Peers deaf = connect(count);
+    send(deaf, netstrings(request));
+    await_answers(deaf);
+    serve_good_peers();
+    door_.await_end_of_all_but(count);
+    EXPECT_EQ(door_.state().processes, before_.processes + count);
+    deaf.clear();
+    expect_nothing_left(output_not_sent);
+    print_figure("deaf peers of the agent: agents that wait while good peers are served", count);
+}
+
+// Changes a file if it is whole, and only then.
+const std::string change = netstrings({"ENABLELOGGING", "QRCONF:JOBD_VERBOSE=5"});
+const std::string configuration_before = "SERVER = localhost\nNETWORK_TIMEOUT = 60\n";
+const std::string configuration_after = configuration_before + "JOBD_VERBOSE = 5\n";
+
+TEST_F(HostilePeers, ThatHangUpWithinARequestHaveNothingDoneForThem) {
+    write_file(main_configuration, configuration_before);
+    Peers broken = connect(static_cast<int>(change.size()));
+    for (std::size_t i = 0; i < broken.size(); ++i) {
+        broken[i].send(change.substr(0, i));
+        broken[i].hang_up();
+    }
+    serve_good_peers();
+    door_.await_end_of_agents();
+    EXPECT_EQ(count_in_debug_log("E=104 "), static_cast<int>(change.size()));
+    EXPECT_EQ(count_in_debug_log("failed to receive args SC=5763"), static_cast<int>(change.size()));
+    EXPECT_EQ(read_file(main_configuration), configuration_before);
+    expect_nothing_left(ended_early);
+    print_figure("peers that hang up after each byte of a request: left without a change",
+                 count_in_debug_log("failed to receive args SC=5763"));
+}
+
+TEST_F(HostilePeers, ThatBreakOffWithinARequestHaveNothingDoneForThem) {
+    write_file(main_configuration, configuration_before);
+    Peers broken = connect(static_cast<int>(change.size()));
+    await_verified(static_cast<int>(change.size()));
+    for (std::size_t i = 0; i < broken.size(); ++i) {
+        broken[i].send(change.substr(0, i));
+        broken[i].break_off();
+    }
+    serve_good_peers();
+    door_.await_end_of_agents();
+    EXPECT_EQ(count_in_debug_log("failed to receive args SC=5763"), static_cast<int>(change.size()));
+    EXPECT_EQ(read_file(main_configuration), configuration_before);
+    expect_nothing_left(ended_early);
+}
+
+TEST_F(HostilePeers, ThatHangUpAfterTheirRequestHaveItDone) {
+    write_file(main_configuration, configuration_before);
+    Peers gone = connect(1);
+    gone[0].send(change);
+    gone.clear();
+    expect_nothing_left(served);
+    EXPECT_EQ(read_file(main_configuration), configuration_after);
+}
+
+}  // namespace
