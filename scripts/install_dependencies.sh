@@ -4,6 +4,7 @@
 #   build      building, testing and demonstrating
 #   lint       scripts/lint.sh
 #   benchmark  scripts/benchmark.sh, beyond what building needs
+#   coverage   scripts/coverage.sh, beyond what building needs
 #   many-hosts scripts/check_many_hosts.sh, beyond what building needs
 #   package    scripts/build_package.sh and scripts/check_package.sh
 set -euo pipefail
@@ -13,6 +14,7 @@ packages_of() {
         build) echo cmake g++ make python3 nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils attr acl ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
         benchmark) echo augeas-tools ;;
+        coverage) echo gcovr ;;
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
         package)
@@ -20,7 +22,7 @@ packages_of() {
                 util-linux zsh bash-completion
             ;;
         *)
-            echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, many-hosts and package" >&2
+            echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, coverage, many-hosts and package" >&2
             exit 2
             ;;
     esac
@@ -30,7 +32,7 @@ is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-(($# > 0)) || set -- build lint benchmark many-hosts package
+(($# > 0)) || set -- build lint benchmark coverage many-hosts package
 missing=()
 for group in "$@"; do
     packages=$(packages_of "$group")
