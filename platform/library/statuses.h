@@ -9,8 +9,9 @@ inline constexpr int peer_not_examined = 5903;
 inline constexpr int logging_store_not_read = 5904;
 inline constexpr int logging_level_not_valid = 5905;
 
-// A main configuration that could not be rewritten: this and the error number.
+// A main configuration that could not be rewritten: this and the error number. From 6144 on the statuses are also
+// wait statuses of the connection broker's tool.
 inline constexpr int configuration_not_updated = 6000;
-inline constexpr int last_configuration_not_updated = 6999;
+inline constexpr int last_configuration_not_updated = 6143;
 
 }  // namespace platform_library::status

@@ -21,7 +21,7 @@ namespace {
 constexpr int product_statuses[] = {0,    1,    23,   27,   29,   135,  602,  5762, 5763, 5764, 5766,
                                     5769, 5772, 5784, 5796, 5803, 5804, 5806, 5809, 5811, 5820, 5822};
 
-constexpr int unknown_statuses[] = {INT_MIN, -1, 2, 22, 24, 136, 252, 5765, 5999, 6000, 7000, INT_MAX};
+constexpr int unknown_statuses[] = {INT_MIN, -1, 2, 22, 24, 136, 252, 5765, 5999, 6000, 6144, 7000, INT_MAX};
 
 // What the text of a status without one of its own is like.
 std::string text_without_number(int status) {
@@ -70,6 +70,15 @@ TEST_F(StatusText, TellsWhyTheMainConfigurationCouldNotBeUpdated) {
     for (const int error : {EPERM, ENOENT, EACCES, ENOSPC, EROFS, EBUSY, EXDEV}) {
         const int status = platform_library::status::configuration_not_updated + error;
         EXPECT_NE(std::string(getECmsg(status)).find(strerror(error)), std::string::npos) << getECmsg(status);
+    }
+}
+
+TEST_F(StatusText, EndsThatOfAFailedUpdateBelowWhatAToolEndsWith) {
+    EXPECT_NE(std::string(getECmsg(6143)).find("qr.conf"), std::string::npos) << getECmsg(6143);
+    // The connection broker's wait status is 256 times the exit status of its tool: 24 to 27 here.
+    for (const int status : {6144, 6400, 6656, 6912}) {
+        EXPECT_FALSE(has_its_own_text(status)) << getECmsg(status);
+        EXPECT_NE(std::string(getECmsg(status)).find(std::to_string(status)), std::string::npos) << getECmsg(status);
     }
 }
 

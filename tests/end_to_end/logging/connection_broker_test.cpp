@@ -205,6 +205,7 @@ LoggingCase exit_of_tool(const std::string& name, int exit_status) {
 const std::vector<LoggingCase> failures = {
     exit_of_tool("ToolEndsWithOne", 1),
     exit_of_tool("ToolEndsWithTwo", 2),
+    exit_of_tool("ToolEndsWith24", 24),
     exit_of_tool("ToolEndsWith255", 255),
     failure("ToolIsMissing", 32512, [] {}, {}),
     failure("ToolIsNotExecutable", 32256, [] { make(file(tool, "#!/bin/sh\n")); }, {}),
@@ -222,6 +223,13 @@ TEST_F(ConnectionBrokerTool, IsNotRunWhenNoShellCanBeStarted) {
         options.refused_calls.push_back({.number = call, .error = EAGAIN});
     }
     check_in_place(failure("", 32512, [] {}, {}), options);
+}
+
+// Its wait status, 6144, says nothing about qr.conf, whose failed updates have the statuses below.
+TEST_F(ConnectionBrokerTool, EndsWith24WithoutTheTextOfAnotherFailure) {
+    install_tool(tool, {stand_in::exit_with(24)});
+    EXPECT_EQ(run_agent({"ENABLELOGGING", "KOB:kob=5"}).status_line(),
+              "EXIT STATUS 6144 status 6144, which has no text of its own\n");
 }
 
 TEST_F(ConnectionBrokerTool, SpeaksToNobody) {
