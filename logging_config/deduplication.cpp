@@ -77,7 +77,8 @@ std::string describe_plugin_outcome(int result, const Message& message) {
 
 int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, unsigned long size) {
     constexpr const char* tag = "get_kpa_conf_filepath";
-    const Descriptor file(open(registry.c_str(), O_RDONLY | O_CLOEXEC));
+    // Non-blocking: whatever has the name, opening it must not wait for another process.
+    const Descriptor file(open(registry.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.valid()) {
         const SystemError failure;
         snprintf(error, size, "Failed to open file (%s) E=%d (%s)", registry.c_str(), failure.number, failure.text());

@@ -38,8 +38,9 @@ class Report {
     unsigned long size_;
 };
 
+// Non-blocking, as the copy: whatever has the name, opening it must not wait for another process.
 Descriptor open_for_reading(const std::string& path, const Report& report) {
-    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.valid()) {
         const SystemError error;
         report.tell(log_level::error, "Could not open file %s E=%d (%s)", path.c_str(), error.number, error.text());
@@ -56,7 +57,8 @@ class NewCopy {
     // folder may be another user's.
     bool open(const Report& report) {
         constexpr mode_t mode = 0666;  // less the umask, as for any new file
-        file_.reset(::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, mode));
+        constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+        file_.reset(::open(name_.c_str(), flags, mode));
         if (!file_.valid()) {
             const SystemError error;
             report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), error.number,

@@ -119,8 +119,9 @@ int open_debug_log(const char* root, const char* program, const char*, int mode,
     std::array<char, 64> name;
     strftime(name.data(), name.size(), "/log.%Y%m%d", &local);
     const std::string path = folder + name.data();
-    debug_log = away_from_standard_streams(Descriptor(
-        open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, static_cast<mode_t>(mode))));
+    // Non-blocking: whatever has the name, the log must not wait for a reader of it.
+    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    debug_log = away_from_standard_streams(Descriptor(open(path.c_str(), flags, static_cast<mode_t>(mode))));
     return debug_log.get();
 }
 

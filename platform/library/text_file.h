@@ -11,9 +11,9 @@
 
 namespace platform_library {
 
-// Reads the whole file into `text`. Returns 0 or an error number.
+// Reads the whole file into `text`. Returns 0 or an error number. Waits for nobody: a FIFO that has the name is empty.
 inline int read_text_file(const std::string& path, std::string& text) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     return file.valid() && read_all(file.get(), text) ? 0 : errno;
 }
 

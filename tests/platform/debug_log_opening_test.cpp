@@ -146,6 +146,17 @@ TEST_F(DebugLogOpening, DoesNotCreateTheRoot) {
     EXPECT_FALSE(exists(root_.path("missing")));
 }
 
+// Nobody reads it, so opening it as a file would wait for ever.
+TEST_F(DebugLogOpening, FailsWhereTheFileIsAFifo) {
+    make_folder(root_.path("agent"));
+    ASSERT_EQ(mkfifo(log_.c_str(), 0600), 0);
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        EXPECT_EQ(open_log(), -1);
+        logmsgf(log_level::error, "t", "dropped");
+    }));
+}
+
 TEST_F(DebugLogOpening, FailsWhereTheFolderIsAFile) {
     write_file(root_.path("agent"), "a file");
     EXPECT_TRUE(succeeds_in_child([&] {

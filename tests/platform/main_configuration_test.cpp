@@ -2,6 +2,7 @@
 #include "platform/main_configuration.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <string>
@@ -168,4 +169,14 @@ TEST_F(MainConfiguration, CannotBeReadWithoutTheRight) {
         give_up_file_rights();
         EXPECT_NE(ZM_read_master_config(), 0);
     }));
+// Nobody writes to it, so reading it as a file would wait for ever.
+TEST_F(MainConfiguration, IsEmptyInAFifo) {
+    write_file(main_configuration, "VERBOSE = 5\n");
+    ASSERT_EQ(ZM_read_master_config(), 0);
+    remove_tree(main_configuration);
+    ASSERT_EQ(mkfifo(main_configuration.c_str(), 0600), 0);
+    EXPECT_EQ(ZM_read_master_config(), 0);
+    EXPECT_EQ(get_master_config_ptr()->VERBOSE, 0);
+}
+
 }

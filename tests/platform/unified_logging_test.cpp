@@ -2,6 +2,7 @@
 #include "platform/unified_logging.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <climits>
@@ -145,6 +146,13 @@ TEST_F(UnifiedLogging, CannotBeReadWithoutTheRight) {
         EXPECT_NE(Originator(111).status(), 0);
     }));
 }
+// Nobody writes to it, so reading it as a file would wait for ever.
+TEST_F(UnifiedLogging, HasNoLevelsInAFifo) {
+    ASSERT_EQ(mkfifo(store_file().c_str(), 0600), 0);
+    EXPECT_EQ(Originator(111).status(), 0);
+    EXPECT_EQ(Originator(111).debug_level(), none);
+}
+
 
 TEST_F(UnifiedLogging, GivesNoHandleWhenItCannotBeRead) {
     holkLogCfg* handle = nullptr;
