@@ -22,8 +22,8 @@ bool make_parents(const std::string& path) {
 
 // Returns 0, or -1 with errno.
 int make_directory(std::string path, mode_t mode) {
-    // The last component, with a slash behind it or not, is no parent.
-    while (path.size() > 1 && path.back() == '/') {
+    // The last component, with slashes and dots of the same meaning behind it or not, is no parent.
+    while (path.size() > 1 && (path.back() == '/' || path.ends_with("/."))) {
         path.pop_back();
     }
     if (mkdir(path.c_str(), mode) == 0) {

@@ -74,6 +74,14 @@ TEST_F(LogDirectory, IsCreatedWithItsMissingParents) {
     EXPECT_EQ(mode_of(folder_.path("a/b/c")), 0700U);
 }
 
+TEST_F(LogDirectory, LetsNobodyElseWriteIntoItsParentsWhateverTheUmask) {
+    umask(0);
+    EXPECT_EQ(make_directory(folder_.path("a/b/c"), 0777), created);
+    EXPECT_EQ(mode_of(folder_.path("a")), 0755U);
+    EXPECT_EQ(mode_of(folder_.path("a/b")), 0755U);
+    EXPECT_EQ(mode_of(folder_.path("a/b/c")), 0777U);
+}
+
 TEST_F(LogDirectory, IsCreatedBelowParentsThatAreThere) {
     make_folder(folder_.path("a/b"));
     set_mode(folder_.path("a/b"), 0711);
@@ -120,12 +128,32 @@ TEST_F(LogDirectory, IsCreatedWithItsMissingParentsAlsoWithASlashAtTheEnd) {
     EXPECT_EQ(mode_of(folder_.path("c/d")), 0700U);
 }
 
+TEST_F(LogDirectory, IsCreatedWithItsMissingParentsAlsoWithADotAtTheEnd) {
+    struct Row {
+        const char* path;
+        const char* created;
+    };
+    for (const Row& row :
+         {Row{"a/.", "a"}, Row{"b/./", "b"}, Row{"c/d//.//./", "c/d"}, Row{"e.", "e."}, Row{"f/.g", "f/.g"}}) {
+        EXPECT_EQ(make_directory(folder_.path(row.path), 0700), created) << row.path;
+        EXPECT_EQ(mode_of(folder_.path(row.created)), 0700U) << row.path;
+        EXPECT_EQ(make_directory(folder_.path(row.path), 0700), was_there) << row.path;
+    }
+    EXPECT_EQ(mode_of(folder_.path("c")), 0755U);
+    EXPECT_EQ(mode_of(folder_.path("f")), 0755U);
+    write_file(folder_.path("file"), "kept");
+    EXPECT_EQ(make_directory(folder_.path("file/.")), refused(ENOTDIR));
+}
+
 TEST_F(LogDirectory, MayBeRelative) {
     EXPECT_TRUE(succeeds_in_child([&] {
         ASSERT_EQ(chdir(folder_.path().c_str()), 0);
         EXPECT_EQ(make_directory("a/b"), created);
+        EXPECT_EQ(make_directory("./c/."), created);
+        EXPECT_EQ(make_directory("."), was_there);
     }));
     EXPECT_TRUE(exists(folder_.path("a/b")));
+    EXPECT_TRUE(exists(folder_.path("c")));
 }
 
 TEST_F(LogDirectory, MayBeALinkToADirectory) {
@@ -137,7 +165,9 @@ TEST_F(LogDirectory, MayBeALinkToADirectory) {
 }
 
 TEST_F(LogDirectory, IsTheRootOfTheFileSystem) {
-    EXPECT_EQ(make_directory("/"), was_there);
+    for (const char* path : {"/", "//", "/.", "/./"}) {
+        EXPECT_EQ(make_directory(path), was_there) << path;
+    }
 }
 
 TEST_F(LogDirectory, IsRefusedWhereSomethingElseHasTheName) {
