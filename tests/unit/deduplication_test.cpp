@@ -96,6 +96,13 @@ TEST_F(GetKpaConfFilepath, NeverOverrunsTheBuffer) {
     }
 }
 
+TEST_F(GetKpaConfFilepath, Returns5806ForAFolderWhichHasNoLines) {
+    EXPECT_EQ(get_kpa_conf_filepath(folder_.path(), path_, buffer_.data(), buffer_.size()), 5806);
+    const std::string told = "Failed to find kpa.cfg entry in " + folder_.path();
+    EXPECT_EQ(buffer_.data(), told);
+    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
+}
+
 class GetRkConfFilepath : public ProductPathTest {
   protected:
     int find(const std::string& component) {
@@ -248,12 +255,29 @@ TEST_F(ProcessRk, DoesNothingWithoutAValue) {
     EXPECT_EQ(messages(), Lines{});
 }
 
+TEST_F(ProcessRk, CutsTheMessageTo1023Characters) {
+    const std::string path = "/usr/kumel/" + std::string(1500, 'x');
+    write_file(registry, "kpa.cfg=" + path + "\n");
+    EXPECT_EQ(process({"kpad", "kpafsd"}), 0);
+    const std::string message = ("Could not open file " + path).substr(0, 1023);
+    EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=5803 MSG=" + message + " (Value=full)\n",
+                                     "PROCESS=RK:kpafsd STATUS=5803 MSG=" + message + " (Value=full)\n"}));
+    EXPECT_EQ(messages_under(tag).at(1), (LogLine{detail, tag, "Using cached: EC=5803 M=" + message}));
+}
+
 TEST_F(ProcessRk, CutsTheLineTo2047Characters) {
     write_file(registry, "x=" + named_file + "\n");
     write_file(named_file, "");
     const std::string name(2040, 'n');
     process({name});
     EXPECT_EQ(responses_, (Responses{("PROCESS=RK:" + name).substr(0, 2047)}));
+}
+
+TEST_F(ProcessRk, CutsTheLineOfAFailureTo2047Characters) {
+    const std::string name(2000, 'n');
+    process({name});
+    EXPECT_EQ(responses_,
+              (Responses{("PROCESS=RK:" + name + " STATUS=5803 MSG=Failed to open file (").substr(0, 2047)}));
 }
 
 }  // namespace

@@ -114,6 +114,22 @@ TEST_F(CalcFreeSpaceSendOutput, MeasuresTheWorkingFolderForAMissingRelativeName)
     EXPECT_EQ(socket_.received(), answer("."));
 }
 
+TEST_F(CalcFreeSpaceSendOutput, MeasuresTheParentOfAMissingDirectoryAlsoWhereThePathIsLong) {
+    std::string deep = folder_.path();
+    while (deep.size() < 1900) {
+        deep += "/" + std::string(100, 'd');
+    }
+    deep += "/" + std::string(2045 - deep.size() - 1, 'd');
+    make_folder(deep);
+    // Of 2047 characters in all: were it cut by one, the folder's own parent would be the one.
+    const std::string missing = deep + "/x";
+    EXPECT_EQ(query(missing), 0);
+    EXPECT_EQ(messages_under(tag).at(1),
+              (LogLine{information, tag, "Specified dir (" + missing + ") does not exist, using parent dir " + deep}));
+    EXPECT_EQ(calls_of("statvfs"), (Texts{"statvfs " + deep}));
+    EXPECT_EQ(socket_.received(), ("CALCLOGSIZE: TARGET_DIR=" + deep).substr(0, 1023));
+}
+
 TEST_F(CalcFreeSpaceSendOutput, TakesTheParentOfTheFirst2047Characters) {
     const std::string name(2100, 'x');
     EXPECT_EQ(query(folder_.path(name) + "/below"), 0);

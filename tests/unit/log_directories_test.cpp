@@ -132,6 +132,24 @@ TEST_F(ProcessZmulogdir, CutsTheLineTo1023Characters) {
               (Responses{("PROCESS=ZMLOGDIR:" + name + " STATUS=0 MSG=Set up log directory").substr(0, 1023)}));
 }
 
+TEST_F(ProcessZmulogdir, CutsTheLineOfAFailureTo1023Characters) {
+    script.log_directory_result = -1;
+    script.log_directory_error = ENAMETOOLONG;
+    script.log_directory_error_number = ENAMETOOLONG;
+    const std::string name(600, 'n');
+    process({name});
+    const auto line_for = [](const std::string& directory) {
+        return "PROCESS=ZMLOGDIR:" + directory + " STATUS=1 MSG=Failed to create log directory DIR=" + logs + "/" +
+               directory + " E=36 (File name too long)\n";
+    };
+    EXPECT_EQ(responses_, (Responses{line_for(name).substr(0, 1023)}));
+    // A line of 1022 or 1023 characters is whole.
+    responses_.clear();
+    const std::string fitting = name.substr(0, (1023 - line_for("").size()) / 2);
+    process({fitting});
+    EXPECT_EQ(responses_, (Responses{line_for(fitting)}));
+}
+
 class ProcessMmlogdir : public ProductPathTest {
   protected:
     ProcessMmlogdir() { make_folder("/usr/kumel/volmgr"); }
@@ -234,6 +252,21 @@ TEST_F(ProcessMmlogdir, CutsTheLineTo1023Characters) {
     const std::string name(1000, 'n');
     process({name}, "reset");
     EXPECT_EQ(responses_, (Responses{("PROCESS=MMLOGDIR:" + name + " STATUS=0 MSG= DIR=/usr").substr(0, 1023)}));
+}
+
+TEST_F(ProcessMmlogdir, CutsTheLineOfAFailureTo1023Characters) {
+    const std::string name(600, 'n');
+    process({name});
+    const auto line_for = [](const std::string& directory) {
+        return "PROCESS=MMLOGDIR:" + directory + " STATUS=1 MSG=Failed to create log directory DIR=" + debug + "/" +
+               directory + " E=36 (File name too long)\n";
+    };
+    EXPECT_EQ(responses_, (Responses{line_for(name).substr(0, 1023)}));
+    // A line of 1022 or 1023 characters is whole.
+    responses_.clear();
+    const std::string fitting = name.substr(0, (1023 - line_for("").size()) / 2);
+    process({fitting});
+    EXPECT_EQ(responses_, (Responses{line_for(fitting)}));
 }
 
 }  // namespace

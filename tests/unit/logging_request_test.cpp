@@ -184,6 +184,18 @@ TEST_F(HandleLogging, Returns5796AndGoesOnWhenALineIsNotSent) {
                                                       " (SFD=" + std::to_string(socket_.agent()) + ")"}));
 }
 
+TEST_F(HandleLogging, Returns5796AlsoWhenTheLastCategoryFailed) {
+    const std::string line =
+        "PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR=/usr/kumel/volmgr/debug E=2 (No such file or "
+        "directory)\n";
+    EXPECT_EQ(handle({"ENABLELOGGING", "MMLOGDIR:a"}), 1);
+    EXPECT_EQ(socket_.received(), line);
+    faults.watched_descriptor = socket_.agent();
+    faults.writes = {{.accepted = -1, .error = EPIPE}};
+    EXPECT_EQ(handle({"ENABLELOGGING", "MMLOGDIR:a"}), 5796);
+    EXPECT_EQ(socket_.received(), "");
+}
+
 TEST_F(HandleLogging, TakesNothingOfThePeersForAFormat) {
     EXPECT_EQ(handle({"%s%n", "ZMLOGDIR:%s%n"}, "enable"), 0);
     EXPECT_EQ(socket_.received(), directory_line("%s%n"));

@@ -129,4 +129,11 @@ TEST_F(ProcessVmconf, CutsTheLineTo2047Characters) {
     EXPECT_EQ(responses_, (Responses{("PROCESS=VMCONF:" + name + " STATUS=0").substr(0, 2047)}));
 }
 
+TEST_F(ProcessVmconf, CutsTheLineOfAFailureTo2047Characters) {
+    const std::string name(2000, 'n');
+    process({name}, "enable");
+    EXPECT_EQ(responses_,
+              (Responses{("PROCESS=VMCONF:" + name + " STATUS=5803 MSG=Could not open file /usr").substr(0, 2047)}));
+}
+
 }  // namespace
