@@ -309,7 +309,12 @@ int ZM_read_master_config() {
 }
 
 const ConfigRecord* get_master_config_ptr() {
-    recording_platform::master_configuration.VERBOSE = script.global_verbosity;
+    int& verbosity = recording_platform::master_configuration.VERBOSE;
+    verbosity = script.global_verbosity;
+    if (!script.next_global_verbosities.empty()) {
+        verbosity = script.next_global_verbosities.front();
+        script.next_global_verbosities.pop_front();
+    }
     return &recording_platform::master_configuration;
 }
 

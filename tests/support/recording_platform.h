@@ -76,7 +76,8 @@ struct Script {
     int configuration_unreadable = 0;
     int settings_refused = 0;
     int update_refused = 0;
-    int global_verbosity = 0;
+    std::deque<int> next_global_verbosities;  // what the next fetches give, one each;
+    int global_verbosity = 0;                 // then this
 
     // Unified logging; each fault is the status that the operation returns.
     std::map<Originator, OriginatorLevels> levels;

@@ -115,6 +115,12 @@ TEST_F(ProcessQrconf, WritesMinusOneWhileGlobalLoggingIsOn) {
     EXPECT_EQ(messages_under("isqrconfstructmember"), Lines{});
 }
 
+TEST_F(ProcessQrconf, AsksForTheGlobalVerbosityAnewForEachEntry) {
+    script.next_global_verbosities = {7, 0, 3, 0};
+    EXPECT_EQ(text_of({"A_VERBOSE=-1", "B_VERBOSE=-1", "C_VERBOSE=-1"}), "A_VERBOSE\nB_VERBOSE=-1\nC_VERBOSE\n");
+    EXPECT_EQ(messages_under(tag).at(0), (LogLine{detail, tag, "current global VERBOSE=7"}));
+}
+
 TEST_F(ProcessQrconf, ResetsForExactlyMinusOne) {
     EXPECT_EQ(text_of({"A_VERBOSE=-10", "B_VERBOSE=0", "C_VERBOSE= -1"}),
               "A_VERBOSE=-10\nB_VERBOSE=0\nC_VERBOSE= -1\n");
@@ -158,6 +164,14 @@ TEST_F(ProcessQrconf, CutsTheMessageTo1023Characters) {
     script.status_texts[7] = std::string(1500, 't');
     process({"A"});
     const std::string message = ("invalid qr.conf input (RV=7 " + script.status_texts[7]).substr(0, 1023);
+    EXPECT_EQ(responses_, (Responses{"PROCESS=QRCONF:A STATUS=1 MSG=" + message + "\n"}));
+}
+
+TEST_F(ProcessQrconf, CutsTheMessageOfAFailedUpdateTo1023Characters) {
+    script.update_refused = 7;
+    script.status_texts[7] = std::string(1500, 't');
+    process({"A"});
+    const std::string message = ("qr.conf update failed (RV=7 " + script.status_texts[7]).substr(0, 1023);
     EXPECT_EQ(responses_, (Responses{"PROCESS=QRCONF:A STATUS=1 MSG=" + message + "\n"}));
 }
 
