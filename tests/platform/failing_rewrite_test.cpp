@@ -254,6 +254,20 @@ TEST_P(FailingRewrite, LeavesALinkThatLeadsNowhere) {
     expect_nothing_left_behind();
 }
 
+// Whoever can put a link there does not make files elsewhere with it.
+TEST_P(FailingRewrite, FollowsNoLinkInThePlaceOfTheLock) {
+    make_folder("/opt/site");
+    for (const char* target : {"/opt/site/missing", "/opt/site/there"}) {
+        write_file("/opt/site/there", "kept");
+        remove_tree(GetParam().lock());
+        make_link(target, GetParam().lock());
+        EXPECT_EQ(GetParam().change(), GetParam().failure(ELOOP)) << target;
+        expect_text(GetParam().before);
+        EXPECT_EQ(names_in("/opt/site"), std::vector<std::string>{"there"});
+        EXPECT_EQ(read_file("/opt/site/there"), "kept");
+    }
+}
+
 TEST_P(FailingRewrite, LeavesAFileThatCannotBeLocked) {
     make_folder(GetParam().lock());
     EXPECT_EQ(GetParam().change(), GetParam().failure(EISDIR));

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 namespace system_calls {
 
@@ -50,9 +51,21 @@ bool happens(int& times_left) {
     return times_left > 0 && times_left-- > 0;
 }
 
+// Answers a query of attributes, which tells the size alone when it has no buffer.
+ssize_t answer(const std::string& text, void* buffer, size_t size) {
+    if (size != 0 && size < text.size()) {
+        return fail(ERANGE);
+    }
+    if (size != 0) {
+        memcpy(buffer, text.data(), text.size());
+    }
+    return static_cast<ssize_t>(text.size());
+}
+
 }  // namespace
 }  // namespace system_calls
 
+using system_calls::answer;
 using system_calls::fail;
 using system_calls::faults;
 using system_calls::happens;
@@ -83,6 +96,7 @@ int __real_fchown(int fd, uid_t user, gid_t group);
 int __real_fchmod(int fd, mode_t mode);
 int __real_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags);
 ssize_t __real_flistxattr(int fd, char* list, size_t size);
+ssize_t __real_fgetxattr(int fd, const char* name, void* value, size_t size);
 int __real_rename(const char* from, const char* to);
 int __real_renameat(int from_folder, const char* from, int to_folder, const char* to);
 int __real_clock_gettime(clockid_t clock, timespec* now);
@@ -169,12 +183,49 @@ int __wrap_fchmod(int fd, mode_t mode) {
 
 int __wrap_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags) {
     record(std::string("give attribute ") + name);
-    return faults.attribute_not_given != 0 ? fail(faults.attribute_not_given)
-                                           : __real_fsetxattr(fd, name, value, size, flags);
+    if (faults.attribute_not_given != 0) {
+        return fail(faults.attribute_not_given);
+    }
+    for (const auto& attribute : faults.pretended_attributes) {
+        if (attribute.name == name) {
+            return 0;
+        }
+    }
+    return __real_fsetxattr(fd, name, value, size, flags);
 }
 
 ssize_t __wrap_flistxattr(int fd, char* list, size_t size) {
-    return faults.attributes_not_listed != 0 ? fail(faults.attributes_not_listed) : __real_flistxattr(fd, list, size);
+    if (faults.attributes_not_listed != 0) {
+        return fail(faults.attributes_not_listed);
+    }
+    if (size != 0 && happens(faults.attributes_grown)) {
+        return fail(ERANGE);
+    }
+    struct stat state {};
+    std::string names;
+    if (__real_fstat(fd, &state) == 0) {
+        for (const auto& attribute : faults.pretended_attributes) {
+            names += attribute.file == state.st_ino ? attribute.name + '\0' : "";
+        }
+    }
+    return names.empty() ? __real_flistxattr(fd, list, size) : answer(names, list, size);
+}
+
+ssize_t __wrap_fgetxattr(int fd, const char* name, void* value, size_t size) {
+    if (faults.attribute_not_read != 0) {
+        return fail(faults.attribute_not_read);
+    }
+    if (size != 0 && happens(faults.attributes_grown)) {
+        return fail(ERANGE);
+    }
+    struct stat state {};
+    const bool is_known = __real_fstat(fd, &state) == 0;
+    for (const auto& attribute : faults.pretended_attributes) {
+        if (is_known && attribute.file == state.st_ino && attribute.name == name) {
+            return answer(attribute.value, value, size);
+        }
+    }
+    return __real_fgetxattr(fd, name, value, size);
 }
 
 int __wrap_rename(const char* from, const char* to) {

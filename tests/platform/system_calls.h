@@ -21,6 +21,13 @@ struct OwnedFile {
     gid_t group;
 };
 
+// An attribute that a file seems to have, in the place of its real ones.
+struct PretendedAttribute {
+    ino_t file;
+    std::string name;
+    std::string value;
+};
+
 // Error numbers, 0 where the call goes through.
 struct Faults {
     int file_not_read = 0;
@@ -35,6 +42,8 @@ struct Faults {
     int mode_not_given = 0;
     int attribute_not_given = 0;
     int attributes_not_listed = 0;
+    int attribute_not_read = 0;
+    int attributes_grown = 0;  // so many times what is read of attributes has outgrown the size that was told
     int name_not_locked = 0;
     int locks_interrupted = 0;
     int receptions_interrupted = 0;
@@ -42,6 +51,9 @@ struct Faults {
 
     // The owner that fstat tells of this file. Owners are given in pretence only, then.
     std::optional<OwnedFile> pretended_owner;
+
+    // These are given to other files in pretence only.
+    std::vector<PretendedAttribute> pretended_attributes;
 
     // The time of day. It stands still.
     std::optional<timespec> time_of_day;
