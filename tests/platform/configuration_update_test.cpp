@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <string>
 
 #include "platform/library/statuses.h"
@@ -43,6 +44,9 @@ const Row rows[] = {
     {"KEY = old\n", "key=new", "key = new\n"},
     {"KEY = new\n", "Key=new", "Key = new\n"},
     {"kEy = 1\nKeY = 2\n", "KEY=new", "KEY = new\n"},
+    {"aZ = 1\nAz = 2\n", "AZ=new", "AZ = new\n"},
+    {"AZ = 1\n", "az=new", "az = new\n"},
+    {"z = 1\na = 2\n", "Z\nA=new\n", "A = new\n"},
     // A key that is not there is added at the end.
     {"", "KEY=new", "KEY = new\n"},
     {"A = 1\n", "KEY=new", "A = 1\nKEY = new\n"},
@@ -71,6 +75,8 @@ const Row rows[] = {
     {"", "KEY=a=b", "KEY = a=b\n"},
     {"", "KEY=\xc3\xa9\xff \"x\" # %s\\n", "KEY = \xc3\xa9\xff \"x\" # %s\\n\n"},
     {"", "VERBOSE=-2147483648", "VERBOSE = -2147483648\n"},
+    {"", "VERBOSE=007", "VERBOSE = 007\n"},
+    {"", "VERBOSE=-0", "VERBOSE = -0\n"},
     // A last line without a newline gains one.
     {"A = 1", "KEY=new", "A = 1\nKEY = new\n"},
     {"KEY = old", "KEY=new", "KEY = new\n"},
@@ -85,6 +91,8 @@ const Row rows[] = {
      "\0\0KEY = 1\n\xff\xfe\x01\n\x80 = \0\nKEY = new\n\0\n"s},
     {"A = \0 1\nKEY = \0\xff\n"s, "KEY=new", "A = \0 1\nKEY = new\n"s},
     {"\xef\xbb\xbfKEY = 1\n", "KEY=new", "\xef\xbb\xbfKEY = 1\nKEY = new\n"},
+    {"@ = 1\n[ = 2\n` = 3\n{ = 4\nK@ = 5\nK[ = 6\nK` = 7\nK{ = 8\nK/ = 9\nK: = 10\n", "K=new",
+     "@ = 1\n[ = 2\n` = 3\n{ = 4\nK@ = 5\nK[ = 6\nK` = 7\nK{ = 8\nK/ = 9\nK: = 10\nK = new\n"},
     {"SERVER = a\nKEY = old\nSERVER = b\nSERVER = a\n", "KEY=new", "SERVER = a\nKEY = new\nSERVER = b\nSERVER = a\n"},
     {"\n\n\nKEY = old\n\n\n", "KEY=new", "\n\n\nKEY = new\n\n\n"},
     // Several at once.
@@ -197,6 +205,21 @@ TEST_F(ConfigurationUpdate, AppliesARecordAgain) {
         EXPECT_EQ(UpdateHostConfigExA(QRConfZMStandardServer, &record, nullptr, 0, 0, 0), 0);
         EXPECT_EQ(read_file(main_configuration), "KEY = new\n");
     }
+    FreeConfig(&record);
+}
+
+TEST_F(ConfigurationUpdate, IsRefusedForAnyOtherConfigurationThanTheStandardServers) {
+    char settings[] = "KEY=new";
+    ConfigRecord record{};
+    ASSERT_EQ(ParseConfigExA(settings, &record, nullptr, 1), 0);
+    write_file(main_configuration, "KEY = old\n");
+    for (const int selector : {QRConfZMStandardServer - 1, QRConfZMStandardServer + 1, -1}) {
+        EXPECT_EQ(UpdateHostConfigExA(selector, &record, nullptr, 0, 0, 0),
+                  platform_library::status::configuration_not_updated + EINVAL)
+            << selector;
+    }
+    EXPECT_EQ(read_file(main_configuration), "KEY = old\n");
+    EXPECT_FALSE(exists(main_configuration + ".lock"));
     FreeConfig(&record);
 }
 

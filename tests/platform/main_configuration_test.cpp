@@ -75,6 +75,12 @@ const Row rows[] = {
     {"VERBOSE = -1\n", -1},
     {"VERBOSE = 2147483647\n", INT_MAX},
     {"VERBOSE = -2147483648\n", INT_MIN},
+    {"VERBOSE = 007\n", 7},
+    {"VERBOSE = -007\n", -7},
+    {"VERBOSE = 00000000000000000005\n", 5},
+    {"VERBOSE = -0\n", 0},
+    {"VERBOSE = +5\n", 0},
+    {"VERBOSE = +\n", 0},
     {"VERBOSE = 2147483648\n", 0},
     {"VERBOSE = -2147483649\n", 0},
     {"VERBOSE = 4294967301\n", 0},
@@ -163,12 +169,6 @@ TEST_F(MainConfiguration, CannotBeReadFromAFolder) {
     EXPECT_NE(ZM_read_master_config(), 0);
 }
 
-TEST_F(MainConfiguration, CannotBeReadWithoutTheRight) {
-    set_mode(main_configuration, 0);
-    EXPECT_TRUE(succeeds_in_child([] {
-        give_up_file_rights();
-        EXPECT_NE(ZM_read_master_config(), 0);
-    }));
 // Nobody writes to it, so reading it as a file would wait for ever.
 TEST_F(MainConfiguration, IsEmptyInAFifo) {
     write_file(main_configuration, "VERBOSE = 5\n");
@@ -179,4 +179,10 @@ TEST_F(MainConfiguration, IsEmptyInAFifo) {
     EXPECT_EQ(get_master_config_ptr()->VERBOSE, 0);
 }
 
+TEST_F(MainConfiguration, CannotBeReadWithoutTheRight) {
+    set_mode(main_configuration, 0);
+    EXPECT_TRUE(succeeds_in_child([] {
+        give_up_file_rights();
+        EXPECT_NE(ZM_read_master_config(), 0);
+    }));
 }

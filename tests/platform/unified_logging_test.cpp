@@ -47,6 +47,8 @@ const Row readable[] = {
     {"111.DebugLevel=-1\n111.DiagnosticLevel=7\n", 111, -1, 7},
     {"111.DebugLevel=2147483647\n111.DiagnosticLevel=-2147483648\n", 111, INT_MAX, INT_MIN},
     {"112.DebugLevel=99\n", 111, 99, none},
+    {"111.DebugLevel=007\n111.DiagnosticLevel=-007\n", 111, 7, -7},
+    {"111.DebugLevel=-0\n112.DebugLevel=4\n", 111, 0, none},
     // Any originator.
     {"0.DebugLevel=3\n", 0, 3, none},
     {"4294967295.DebugLevel=3\n", 4294967295UL, 3, none},
@@ -69,6 +71,10 @@ const Row readable[] = {
     {"112.DebugLevel=\n112.DiagnosticLevel=2147483648\n", 111, none, none},
     {"112.DebugLevel=1 \n112.DiagnosticLevel=6\r\n", 111, none, none},
     {"112.DebugLevel=x\n111.DebugLevel=2\n", 111, 2, none},
+    {"112.DebugLevel=+1\n112.DiagnosticLevel=6\n", 111, none, 6},
+    // Also the first of two.
+    {"112.DebugLevel=x\n112.DebugLevel=3\n", 111, none, none},
+    {"112.DebugLevel=3\n112.DebugLevel=x\n", 111, 3, none},
 };
 
 // Holds an entry of originator 111 that is no signed 32-bit number.
@@ -83,6 +89,8 @@ const std::string unreadable[] = {
     "111.DebugLevel=-\n",
     "111.DebugLevel=0x3\n",
     "111.DebugLevel=3.0\n",
+    "111.DebugLevel=+3\n",
+    "111.DebugLevel=+0\n",
     "111.DebugLevel=2147483648\n",
     "111.DebugLevel=-2147483649\n",
     "111.DebugLevel=99999999999999999999\n",
@@ -138,6 +146,13 @@ TEST_F(UnifiedLogging, CannotBeReadFromAFolder) {
     EXPECT_NE(Originator(111).status(), 0);
 }
 
+// Nobody writes to it, so reading it as a file would wait for ever.
+TEST_F(UnifiedLogging, HasNoLevelsInAFifo) {
+    ASSERT_EQ(mkfifo(store_file().c_str(), 0600), 0);
+    EXPECT_EQ(Originator(111).status(), 0);
+    EXPECT_EQ(Originator(111).debug_level(), none);
+}
+
 TEST_F(UnifiedLogging, CannotBeReadWithoutTheRight) {
     write_store("111.DebugLevel=3\n");
     set_mode(store_file(), 0);
@@ -146,13 +161,6 @@ TEST_F(UnifiedLogging, CannotBeReadWithoutTheRight) {
         EXPECT_NE(Originator(111).status(), 0);
     }));
 }
-// Nobody writes to it, so reading it as a file would wait for ever.
-TEST_F(UnifiedLogging, HasNoLevelsInAFifo) {
-    ASSERT_EQ(mkfifo(store_file().c_str(), 0600), 0);
-    EXPECT_EQ(Originator(111).status(), 0);
-    EXPECT_EQ(Originator(111).debug_level(), none);
-}
-
 
 TEST_F(UnifiedLogging, GivesNoHandleWhenItCannotBeRead) {
     holkLogCfg* handle = nullptr;
