@@ -1,11 +1,15 @@
 // Peer verification: which hosts the SERVER list trusts.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <net/if.h>
+#include <netinet/in.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "platform/library/host_list.h"
 #include "tests/platform/child_process.h"
 #include "tests/platform/name_server.h"
 #include "tests/platform/verified_peer.h"
@@ -198,6 +202,32 @@ TEST_F(ServerList, TrustsAForeignPeerByItsAddressAlsoWhenThatIsMapped) {
 
 TEST_F(ServerList, TrustsAForeignPeerByItsIpv6Address) {
     expect_rows(foreign_ipv6_rows, foreign_.connect(from_foreign_ipv6));
+}
+
+// A link-local address is one host's on each network; an entry may tell the network by its interface.
+TEST_F(ServerList, TrustsALinkLocalAddressOnTheInterfaceThatItTells) {
+    const unsigned cable = if_nametoindex("home");
+    const unsigned loopback = if_nametoindex("lo");
+    ASSERT_NE(cable, 0U);
+    ASSERT_NE(cable, loopback);
+    sockaddr_in6 peer{};
+    peer.sin6_family = AF_INET6;
+    ASSERT_EQ(inet_pton(AF_INET6, "fe80::2", &peer.sin6_addr), 1);
+    const auto is_named = [&](const char* host, unsigned scope) {
+        peer.sin6_scope_id = scope;
+        const auto address = platform_library::address_of(reinterpret_cast<const sockaddr*>(&peer));
+        return platform_library::names_address({host}, address, platform_library::Deadline::max());
+    };
+    EXPECT_TRUE(is_named("fe80::2%home", cable));
+    EXPECT_FALSE(is_named("fe80::2%lo", cable));
+    EXPECT_FALSE(is_named("fe80::2%home", loopback));
+    EXPECT_TRUE(is_named("fe80::2%lo", loopback));
+    for (const unsigned scope : {cable, loopback}) {
+        EXPECT_TRUE(is_named("fe80::2", scope));
+        EXPECT_FALSE(is_named("fe80::3", scope));
+        EXPECT_FALSE(is_named("fe80::3%home", scope));
+    }
+    EXPECT_TRUE(is_named("fe80::2%home", 0));
 }
 
 // This host's name is of use to this host alone; where it resolves to another, that one is named.
