@@ -7,11 +7,23 @@
 #include <csignal>
 #include <functional>
 
+#include "agent/globals.h"
 #include "tests/support/call_journal.h"
 #include "tests/unit/agent_test.h"
 
 // `main` of the agent.
 int agent_main();
+
+// The linker makes these names, as it is told to wrap mywinsock_start: calls of it are recorded.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+void real_winsock_start() __asm__("__real__Z15mywinsock_startv");
+void recorded_winsock_start() __asm__("__wrap__Z15mywinsock_startv");
+// NOLINTEND(bugprone-reserved-identifier)
+
+void recorded_winsock_start() {
+    call_journal::append(call_journal::Kind::call, {"mywinsock_start"});
+    real_winsock_start();
+}
 
 namespace {
 
@@ -63,6 +75,7 @@ TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
     EXPECT_EQ(run(), 0);
     const std::string socket = number(next);
     const Texts expected = {"umask 18",
+                            "mywinsock_start",
                             "open /dev/null",
                             "dup2 " + socket + " 1",
                             "open /dev/null",
@@ -101,6 +114,14 @@ TEST_F(AgentLifecycle, KeepsTheSocketUnderAnotherNumberThanTheStandardStreams) {
         EXPECT_TRUE(descriptors[i].ends_with("/dev/null")) << descriptors[i];
     }
     EXPECT_NE(descriptors[3].find(" socket:"), std::string::npos) << descriptors[3];
+}
+
+TEST_F(AgentLifecycle, KeepsTheDescriptorOfTheDebugLog) {
+    script.debug_log_descriptor = 4711;
+    script.during_verification = [] { call_journal::append(call_journal::Kind::call, {"debugFD " + number(debugFD)}); };
+    request({"FETCHFILE"});
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(calls_of("debugFD"), (Texts{"debugFD 4711"}));
 }
 
 TEST_F(AgentLifecycle, ServesOneRequestFromReceptionToTheStatusLine) {

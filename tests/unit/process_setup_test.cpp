@@ -52,7 +52,7 @@ class MywinsockStart : public AgentTest {};
 
 TEST_F(MywinsockStart, DoesNothingOnLinux) {
     mywinsock_start();
-    EXPECT_EQ(calls(), Texts{});
+    EXPECT_EQ(calls(), Texts{"mywinsock_start"});  // the call itself
     EXPECT_EQ(messages(), Lines{});
 }
 
