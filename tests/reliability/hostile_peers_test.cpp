@@ -156,10 +156,10 @@ TEST_F(HostilePeers, ThatNeverReadWhatAToolSaysHoldTheirOwnAgentsAloneUntilTheyG
 TEST_F(HostilePeers, ThatNeverReadWhatTheAgentSaysHoldTheirOwnAgentsAloneUntilTheyGo) {
     constexpr int count = 2;
     std::string values = "VMCONF:";
-    for (int i = 0; i < 1000; ++i) {
-        values += "x,";
+    for (int i = 0; i < 5; ++i) {
+        values += std::string(400, 'x') + ",";
     }
-    Request request(150, values);
+    Request request(5000, values);
     request.front() = "ENABLELOGGING";
     Peers deaf = connect(count);
     send(deaf, netstrings(request));

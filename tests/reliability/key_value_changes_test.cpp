@@ -149,8 +149,9 @@ TEST_F(KeyValueFile, IsThereForTheNextAgentAfterManyAtOnce) {
         Writers writers(count, [&](int writer) { return set_levels(writer); });
         const Reading reading = read_while_running(writers);
         const int refused = writers.finish();
+        const int changes = count * changes_;
         const std::string name = "key-value file, " + std::to_string(count) + " agents: ";
-        print_figure(name + "changes, refused", count * changes_, refused);
+        print_figure(name + "changes, refused", changes, refused);
         print_figure(name + "reads, not of a whole file", reading.reads, reading.broken);
         print_figure(name + "lines that nobody changes, gone at the end", 40, 40 - count_unchanged_lines());
         EXPECT_TRUE(is_done(ask_own_agent(set_level("7"))));
@@ -166,10 +167,11 @@ TEST_F(KeyValueFile, IsThereForTheNextAgentAfterManyAgentsAndOtherProgramsAtOnce
                         [&](int writer) { return writer % 2 == 0 ? set_levels(writer) : append_notes(writer); });
         const Reading reading = read_while_running(writers);
         const int refused = writers.finish();
+        const int changes = half * changes_;
         const std::string name =
             "key-value file, " + std::to_string(half) + " agents, " + std::to_string(half) + " other programs: ";
-        print_figure(name + "changes by agents, refused", half * changes_, refused);
-        print_figure(name + "lines appended, lost", half * changes_, half * changes_ - count_notes());
+        print_figure(name + "changes by agents, refused", changes, refused);
+        print_figure(name + "lines appended, lost", changes, changes - count_notes());
         print_figure(name + "reads, not of a whole file", reading.reads, reading.broken);
         // What one agent does is certain, whatever other programs do.
         EXPECT_TRUE(half > 1 || (refused == 0 && reading.broken == 0 && is_whole(read_file(changed_file))));
@@ -209,7 +211,8 @@ TEST_F(KeyValueFile, IsThereForTheNextAgentAfterTwoThatChangeDifferentSettings) 
             },
             [](int i) { return "LOGLEVEL = " + std::to_string(i); });
     });
-    print_figure("key-value file, 2 agents, a setting each: changes, not kept", 2 * changes_, writers.finish());
+    const int changes = 2 * changes_;
+    print_figure("key-value file, 2 agents, a setting each: changes, not kept", changes, writers.finish());
     EXPECT_TRUE(is_done(ask_own_agent({"ENABLELOGGING", "RK:component=last"})));
     EXPECT_NE(read_file(plugin_file).find("Logging=last,thread\n"), std::string::npos);
 }
