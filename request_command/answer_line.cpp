@@ -99,13 +99,17 @@ constexpr std::array key_sets = {
     bit(error) | bit(value),
 };
 
-bool has_known_keys(const ProcessTexts& texts) {
+unsigned keys_behind_message(const ProcessTexts& texts) {
     unsigned present = 0;
     for (std::size_t key = directory; key != texts.size(); ++key) {
         present |= texts[key] ? 1U << key : 0U;
     }
+    return present;
+}
+
+bool has_known_keys(const ProcessTexts& texts) {
     return texts[label] && texts[status] && texts[message] &&
-           std::find(key_sets.begin(), key_sets.end(), present) != key_sets.end();
+           std::find(key_sets.begin(), key_sets.end(), keys_behind_message(texts)) != key_sets.end();
 }
 
 // The label is a category, and in most lines a colon and the process, which may be any text.
@@ -218,14 +222,17 @@ void add_levels(std::string_view text, std::string_view process, Fields& fields)
     fields.push_back({"diagnostic_after", std::int64_t{new_diagnostic}});
 }
 
-// Adds what the message of a line with no further keys tells by its form; the message itself stays whole.
-void add_parts_of_message(const ProcessTexts& texts, Fields& fields) {
+// Adds what the message tells by its form; the message itself stays whole. A line whose message tells something has no
+// further keys: they would tell it again, and another way.
+bool add_parts_of_message(const ProcessTexts& texts, Fields& fields) {
     constexpr std::string_view before_value = "Set debug logging '";
     const std::string_view text = *texts[message];
+    const std::size_t fields_before = fields.size();
     add_levels(text, process_of(texts), fields);
     if (text.starts_with(before_value) && text.ends_with('\'') && text.size() > before_value.size()) {
         fields.push_back({"value", text.substr(before_value.size(), text.size() - before_value.size() - 1)});
     }
+    return fields.size() == fields_before || keys_behind_message(texts) == 0;
 }
 
 std::optional<AnswerLine> parse_process(std::string_view line) {
@@ -241,10 +248,9 @@ std::optional<AnswerLine> parse_process(std::string_view line) {
     if (!add_directory(*texts, fields) || !add_error((*texts)[error], fields) ||
         !add_permission((*texts)[permission], fields) || !add_originator(*texts, fields) ||
         !add_number("return_value", (*texts)[result], fields) || !add_number("level", (*texts)[level], fields) ||
-        !add_value((*texts)[value], fields)) {
+        !add_value((*texts)[value], fields) || !add_parts_of_message(*texts, fields)) {
         return std::nullopt;
     }
-    add_parts_of_message(*texts, fields);
     return AnswerLine{"process", std::move(fields)};
 }
 

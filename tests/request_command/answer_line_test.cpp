@@ -266,6 +266,13 @@ TEST(ParseAnswerLine, AddsNoValueThatIsNotQuoted) {
     }
 }
 
+TEST(ParseAnswerLine, TakesNoLineForAFormThatHasOneFieldTwice) {
+    for (const std::string line : {"PROCESS=RK:a STATUS=0 MSG=Set debug logging 'b' (Value=c)",
+                                   "PROCESS=ZMKTUL:1 STATUS=1 MSG=DEBUG:1=1,1=6 DIAG:1=6,1=6 OID=1 Product ID=2"}) {
+        EXPECT_EQ(parse_answer_line(line), output_line(line)) << line;
+    }
+}
+
 TEST(ParseAnswerLine, TakesNoLineForAFormBehindOneThatWasCut) {
     for (const KnownLine& one : known_lines) {
         if (one.type != "process" && one.type != "space") {
