@@ -32,7 +32,7 @@ struct Peer {
     // Waits until something has come, without taking it.
     void await_answer() const;
 
-    // From the connecting to the end of the answer.
+    // From when it was connected to the end of the answer.
     [[nodiscard]] double milliseconds() const;
 };
 
