@@ -14,16 +14,21 @@ add_library(hardening INTERFACE)
 target_compile_options(hardening INTERFACE
   -ffunction-sections -fdata-sections -fstack-protector-strong -fstack-clash-protection -fcf-protection)
 # Fortification needs optimisation, and the sanitizers do its work where they run.
-if(NOT ZMLA_SANITIZE)
+if(NOT ZMLA_SANITIZE AND NOT ZMLA_FUZZ)
   target_compile_options(hardening INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
 endif()
 
 add_library(program_flags INTERFACE)
 target_link_options(program_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections)
 
-if(ZMLA_SANITIZE)
+if(ZMLA_FUZZ)
+  # The warnings are chosen for g++, and every other build heeds them.
+  target_compile_options(build_flags INTERFACE -w)
+  set(fuzzing -fsanitize=fuzzer-no-link)
+endif()
+if(ZMLA_SANITIZE OR ZMLA_FUZZ)
   # No recovery: a report of either sanitizer ends the process, and so fails the test.
-  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer ${fuzzing})
   target_compile_options(build_flags INTERFACE ${sanitizers})
   target_link_options(build_flags INTERFACE ${sanitizers})
   # -Wnull-dereference is left out: the sanitizers' own checks make paths that it takes for dereferences.

@@ -4,6 +4,7 @@
 #   build      building, testing and demonstrating
 #   lint       scripts/lint.sh
 #   benchmark  scripts/benchmark.sh, beyond what building needs
+#   fuzz       scripts/fuzz.sh, beyond what building needs
 #   coverage   scripts/coverage.sh, beyond what building needs
 #   many-hosts scripts/check_many_hosts.sh, beyond what building needs
 #   package    scripts/build_package.sh and scripts/check_package.sh
@@ -14,6 +15,7 @@ packages_of() {
         build) echo cmake g++ make python3 nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils attr acl ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
         benchmark) echo augeas-tools ;;
+        fuzz) echo clang-14 libclang-rt-14-dev ;;
         coverage) echo gcovr ;;
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
@@ -22,7 +24,8 @@ packages_of() {
                 util-linux zsh bash-completion
             ;;
         *)
-            echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, coverage, many-hosts and package" >&2
+            echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, fuzz, coverage," \
+                "many-hosts and package" >&2
             exit 2
             ;;
     esac
@@ -32,7 +35,7 @@ is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-(($# > 0)) || set -- build lint benchmark coverage many-hosts package
+(($# > 0)) || set -- build lint benchmark fuzz coverage many-hosts package
 missing=()
 for group in "$@"; do
     packages=$(packages_of "$group")

@@ -1,0 +1,20 @@
+// A fuzzer runs in a private root, for what it fuzzes has fixed paths.
+#include <cstdio>
+#include <exception>
+
+#include "tests/support/private_root.h"
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+
+// Once: what a fuzzer itself starts shares its root, and its temporary files.
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    try {
+        if (!in_private_root()) {
+            enter_private_root();
+        }
+    } catch (const std::exception& failure) {
+        fprintf(stderr, "%s\n", failure.what());
+        exit(1);
+    }
+    return 0;
+}
