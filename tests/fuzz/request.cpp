@@ -90,6 +90,7 @@ void check_command(std::string_view command) {
 
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names.
 int __real_system(const char* command);
 int __wrap_system(const char* command);
 int __wrap_system(const char* command) {
@@ -124,6 +125,7 @@ int __wrap_execvp(const char* file, char* const* arguments);
 int __wrap_execvp(const char* /*file*/, char* const* /*arguments*/) {
     fuzzing::fail("no program is started", __FILE__, __LINE__);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 }
 
 namespace {

@@ -97,7 +97,7 @@ std::string unescaped(std::string_view text) {
 
 // One line in the log, from which the message can be told letter for letter.
 void check_log(const std::string& text) {
-    const std::string shown = text.c_str();
+    const std::string shown = text.substr(0, text.find('\0'));
     const std::string& path = log_file();
     INVARIANT(truncate(path.c_str(), 0) == 0);
     logmsgf(log_level::warning, "tag", "%s", shown.c_str());
@@ -112,7 +112,7 @@ void check_log(const std::string& text) {
 }
 
 void check_bounds(const std::string& text, std::size_t size) {
-    const std::string shown = text.c_str();
+    const std::string shown = text.substr(0, text.find('\0'));
     INVARIANT(bounded_print(size, "%s", shown.c_str()) == shown.substr(0, size - 1));
     INVARIANT(bounded_copy(size, text) == text.substr(0, size - 1));
 }
