@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# Makes the figures of docs/reliability.md again, which takes about an hour; an argument makes one of them:
+#
+#   faults    every system call and every allocation of every request fails, or the agent is killed there
+#   disk      every state that the disk may have after a power failure
+#   load      scripts/load.sh
+#   fuzz      scripts/fuzz.sh, five minutes a harness
+#   coverage  scripts/coverage.sh
+#   memory    the tests of functions and library under valgrind
+set -euo pipefail
+cd "$(dirname "$0")/.."
+release=build/release
+
+build() {
+    scripts/install_dependencies.sh build
+    cmake --preset release >/dev/null
+    cmake --build --preset release --parallel "$(nproc)" --target "$@" >/dev/null
+}
+
+# The properties that the tests write down, added up for all tests of a name.
+count_runs() { # NAME WHAT
+    awk -v name="$1" -v what="$2" '
+        /<testcase / { on = $0 ~ name }
+        on && /name="runs_with_faults"/ { match($0, /value="[0-9]+"/); sum += substr($0, RSTART + 7, RLENGTH - 8) }
+        END { printf "%-40s %6d runs\n", what, sum }' build/faults.xml
+}
+
+faults() {
+    build reliability_tests
+    # In the private root the host's files are below /.host.
+    if ! ZMLA_ALL_FAULTS=1 "$release/tests/reliability/reliability_tests" --gtest_brief=1 \
+        --gtest_output="xml:/.host$PWD/build/faults.xml" >build/faults.log; then
+        cat build/faults.log
+        return 1
+    fi
+    count_runs FaultLoop 'A system call fails, or the agent is killed'
+    count_runs 'FaultLoop.*KilledAtOnce' 'Of these: killed'
+    count_runs AllocationLoop 'An allocation fails'
+}
+
+disk() {
+    build zmlogadmagent zmlogadm in_private_root
+    "$release/tests/support/in_private_root" python3 "/.host$PWD/tests/reliability/disk_model.py" \
+        "/.host$PWD/$release/zmlogadmagent" "/.host$PWD/$release/zmlogadm"
+}
+
+load() {
+    scripts/load.sh
+}
+
+fuzz() {
+    scripts/fuzz.sh 2400
+}
+
+coverage() {
+    scripts/coverage.sh
+}
+
+memory() {
+    scripts/install_dependencies.sh build memory
+    build unit_tests platform_tests
+    local program
+    for program in unit platform; do
+        valgrind --quiet --error-exitcode=1 --track-fds=yes --leak-check=full --errors-for-leak-kinds=definite \
+            --log-file="build/valgrind.$program.%p" "$release/tests/$program/${program}_tests" --gtest_brief=1
+    done
+}
+
+(($# > 0)) || set -- faults disk load fuzz coverage memory
+for part in "$@"; do
+    case $part in
+        faults | disk | load | fuzz | coverage | memory) ;;
+        *)
+            echo "reliability.sh: there is no part $part; there are faults, disk, load, fuzz, coverage and memory" >&2
+            exit 2
+            ;;
+    esac
+    echo "== $part"
+    "$part"
+done
