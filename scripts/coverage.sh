@@ -13,13 +13,13 @@ cmake --build "$folder" --parallel "$(nproc)" >"$folder/build.log" || {
     exit 1
 }
 find "$folder" -name '*.gcda' -delete
-# The loops of failing calls end the agent in ways in which it writes no counts down.
-(cd "$folder" && ctest --parallel "$(nproc)" --output-on-failure -E '^(reliability|load)\.' >tests.log) || {
+# Agents that are killed write no counts down, and with counts to write they make too many calls to be killed at each.
+(cd "$folder" && ctest --parallel "$(nproc)" --output-on-failure -E '^reliability\.|FileSafety' >tests.log) || {
     tail -n 60 "$folder/tests.log"
     exit 1
 }
 # Branches that the compiler makes for exceptions, which these programs do not catch, are left out.
 gcovr --root . --object-directory "$folder" --filter '(agent|commands|logging_config|platform|request_command)/' \
-    --exclude-throw-branches --exclude-unreachable-branches --branches --txt "$folder/branches.txt" \
+    --gcov-ignore-parse-errors --exclude-throw-branches --exclude-unreachable-branches --branches --txt "$folder/branches.txt" \
     --json-summary "$folder/summary.json" "$folder"
 cat "$folder/branches.txt"

@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Runs the tests of the release build as the user nobody, who gets a private root through a user namespace. Needs root,
-# to become nobody, and a release build. The loops of failing calls are left out: they are long, and the same for all.
+# to become nobody. The loops of failing calls are left out: they are long, and the same for all.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+scripts/install_dependencies.sh build
+cmake --preset release >/dev/null
+cmake --build --preset release --parallel "$(nproc)" >/dev/null
 find build/release/tests -name '*_tests' ! -name reliability_tests -type f -perm -u+x | sort | while read -r program; do
     echo "$(basename "$program"):"
     setpriv --reuid=65534 --regid=65534 --clear-groups --bounding-set=-all "$PWD/$program" --gtest_brief=1
