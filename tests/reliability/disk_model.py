@@ -8,6 +8,7 @@ For every moment and every combination the file has to be the whole old or the w
 the answer has been sent, the new one. The model then has to find fault with the same calls less their flushes.
 """
 
+import glob
 import itertools
 import os
 import re
@@ -16,6 +17,7 @@ import sys
 
 CALLS = "open,openat,write,pwrite64,ftruncate,fsync,fdatasync,rename,renameat,renameat2,unlink,unlinkat,fchmod,sendto"
 TRACE = "/tmp/trace"
+COMPLETE = re.compile(r"(\w+)\((.*)\) += (-?\d+)")
 MODE = 0o640
 
 
@@ -105,7 +107,7 @@ class Call:
     """A line of the trace: name, the descriptors' paths, the quoted texts, the rest."""
 
     def __init__(self, line):
-        match = re.match(r"\d+ (\w+)\((.*)\) += (-?\d+)", line)
+        match = COMPLETE.match(line)
         self.name, arguments, result = match.groups()
         self.failed = result == "-1"
         self.texts = [text_of(text) for text in re.findall(r'"((?:\\x..)*)"', arguments)]
@@ -181,24 +183,40 @@ class Replay:
         return self.faults
 
 
+def is_answer(call):
+    return call.name == "write" and call.paths[0].startswith("socket") and b"PROCESS=" in call.texts[-1]
+
+
+def agent_calls():
+    """The calls of that process which sent the answer, up to its sending."""
+    for name in glob.glob(TRACE + ".*"):
+        with open(name, encoding="ascii") as lines:
+            calls = [Call(line) for line in lines if COMPLETE.match(line)]
+        answers = [number for number, call in enumerate(calls) if is_answer(call)]
+        if answers:
+            return calls[: answers[0] + 1]
+    sys.exit("no process has sent an answer")
+
+
 def record(agent, zmlogadm, path, old, argument):
+    for name in glob.glob(TRACE + ".*"):
+        os.remove(name)
     with open(path, "wb") as file:
         file.write(old)
     os.chmod(path, MODE)
     subprocess.run(
-        ["strace", "-f", "-y", "-xx", "-s", "1000000", "-o", TRACE, "-e", "trace=" + CALLS]
+        # A file for each process: in one file the calls of two would be torn apart.
+        ["strace", "-ff", "-y", "-xx", "-s", "1000000", "-o", TRACE, "-e", "trace=" + CALLS]
         + [zmlogadm, "--agent", agent, "ENABLELOGGING", argument],
         check=True,
         stdout=subprocess.DEVNULL,
         stderr=subprocess.DEVNULL,
     )
-    with open(TRACE, encoding="ascii") as lines, open(path, "rb") as file:
+    with open(path, "rb") as file:
         new = file.read()
-        calls = [Call(line) for line in lines if re.match(r"\d+ \w+\(.*\) += -?\d+", line)]
-    answered = next(i for i, call in enumerate(calls) if b"PROCESS=" in b"".join(call.texts) and "socket" in call.paths[0])
     if new == old:
         sys.exit(f"{path} was not changed")
-    return calls[: answered + 1], new
+    return agent_calls(), new
 
 
 def check(agent, zmlogadm, path, old, argument):
