@@ -19,8 +19,8 @@ TEST(PrivateRoot, HasAnEmptyPlaceForTheProduct) {
 
 TEST(PrivateRoot, ShowsWhatTheHostHas) {
     EXPECT_TRUE(std::filesystem::equivalent("/usr/bin", "/.host/usr/bin"));
-    EXPECT_EQ(inside_path("/work/tool"), "/.host/work/tool");
-    EXPECT_EQ(inside_path("/.host/work/tool"), "/.host/work/tool");
+    EXPECT_EQ(inside_path("/srv/tool"), "/.host/srv/tool");
+    EXPECT_EQ(inside_path("/.host/srv/tool"), "/.host/srv/tool");
 }
 
 TEST(PrivateRoot, KeepsChangesFromTheHost) {

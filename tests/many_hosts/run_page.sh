@@ -48,7 +48,7 @@ expect_no_stuck_agent() {
     flock --timeout 10 /tmp/stuck_agent true || fail "the stuck agent still runs"
 }
 
-# Runs $1 as the next line of one long session, and compares what it writes with $2.
+# Runs $1 as the next line of one shell, and compares what it writes with $2.
 check_command() {
     local answer=/tmp/answer
     commands=$((commands + 1))
