@@ -28,7 +28,7 @@ if(ZMLA_FUZZ)
 endif()
 if(ZMLA_SANITIZE OR ZMLA_FUZZ)
   # No recovery: a report of either sanitizer ends the process, and so fails the test.
-  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer ${fuzzing})
+  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1 ${fuzzing})
   # What goes into the programs; the tests' own code would take twice as long to build.
   target_compile_options(hardening INTERFACE ${sanitizers})
   target_link_options(build_flags INTERFACE ${sanitizers})

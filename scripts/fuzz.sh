@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Fuzzes what reads bytes of peers and files of users: every harness of tests/fuzz from its corpus, with libFuzzer,
-# AddressSanitizer and UndefinedBehaviorSanitizer, for a million runs or its share of the time, whichever is less.
+# AddressSanitizer and UndefinedBehaviorSanitizer, for a million runs or its share of the time, whichever is less; as many
+# harnesses at once as there are processors.
 #
 #   scripts/fuzz.sh [SECONDS]     SECONDS are for all together, 300 by default
 #   scripts/fuzz.sh RUNSruns      as many runs of each ("5000000runs"), however long that takes
@@ -26,15 +27,16 @@ scripts/install_dependencies.sh build fuzz
 } >/dev/null
 
 # Relative names, for the fuzzers run in a private root, where the working folder alone is what it is here.
-readonly corpora=tests/fuzz/corpus build=build/fuzz
+export corpora=tests/fuzz/corpus build=build/fuzz
 names=()
 for folder in "$corpora"/*/; do
     names+=("$(basename "$folder")")
 done
-runs=${limit%runs}
-limits=(-runs="$runs")
+at_once=$(nproc)
+export limits=-runs=${limit%runs}
 if [[ $limit != *runs ]]; then
-    limits=(-runs=1000000 -max_total_time="$((limit / ${#names[@]} > 0 ? limit / ${#names[@]} : 1))")
+    share=$((limit * at_once / ${#names[@]}))
+    limits="-runs=1000000 -max_total_time=$((share > 0 ? share : 1))"
 fi
 
 # The last report of a log: "#RUNS DONE cov: EDGES ft: FEATURES corp: INPUTS/SIZE ...".
@@ -51,27 +53,27 @@ report() {
         END { printf "%-20s %9d %8d %7d %7d\n", name, runs, seconds, edges, inputs }' "$log"
 }
 
-failures=0
-mkdir -p "$build/found"
-printf '%-20s %9s %8s %7s %7s\n' harness runs seconds edges inputs
-for name in "${names[@]}"; do
+fuzz() {
+    local name=$1 start=$SECONDS log=$build/$1.log status=0 arguments
     mkdir -p "$build/new/$name"
-    arguments=("${limits[@]}" -max_len=4096 -timeout=10 -artifact_prefix="$build/found/$name-")
+    read -ra arguments <<<"$limits"
+    arguments+=(-max_len=4096 -timeout=10 -artifact_prefix="$build/found/$name-")
     if [[ -f tests/fuzz/dictionary/$name.dict ]]; then
         arguments+=(-dict="tests/fuzz/dictionary/$name.dict")
     fi
-    start=$SECONDS
-    log=$build/$name.log
-    status=0
     "$build/tests/fuzz/fuzz_$name" "${arguments[@]}" "$build/new/$name" "$corpora/$name" >"$log" 2>&1 || status=$?
     report "$name" "$log" "$((SECONDS - start))"
     if ((status != 0)); then
-        failures=$((failures + 1))
         grep -E 'does not hold|^SUMMARY|Test unit written|^private root' "$log" >&2 || tail -n 5 "$log" >&2
+        return 1
     fi
-done
-if ((failures != 0)); then
-    echo "fuzzing: $failures of ${#names[@]} harnesses failed" >&2
+}
+export -f report fuzz
+
+mkdir -p "$build/found"
+printf '%-20s %9s %8s %7s %7s\n' harness runs seconds edges inputs
+if ! printf '%s\n' "${names[@]}" | xargs --max-procs="$at_once" --replace bash -c 'fuzz {}'; then
+    echo "fuzzing: something was found, see above" >&2
     exit 1
 fi
 echo "fuzzing: nothing found"
