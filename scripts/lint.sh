@@ -14,6 +14,6 @@ fi
 # Without precompiled headers, which are g++'s; nothing is built.
 cmake --preset release -B build/lint -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 # Some warnings are g++'s alone. Standard error only counts the warnings that were suppressed.
-git ls-files -z "${folders[@]/%//*.cpp}" | xargs -0 -P "$(nproc)" -n 4 \
+git ls-files -z "${folders[@]/%//*.cpp}" | xargs -0 -P "$(nproc)" -n 1 \
     clang-tidy-14 -p build/lint --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null
 echo "clang-tidy: clean"
