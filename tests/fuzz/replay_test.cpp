@@ -6,34 +6,28 @@
 extern "C" Harness fuzz_framing, fuzz_key_value_file, fuzz_main_configuration, fuzz_unified_logging, fuzz_host_list,
     fuzz_answer, fuzz_spelling, fuzz_text_helpers;
 
-TEST(FuzzingCorpus, OfFramingBreaksNoInvariant) {
-    EXPECT_GT(replay("framing", fuzz_framing), 0U);
+namespace {
+
+struct Corpus {
+    const char* name;
+    Harness* harness;
+};
+
+void PrintTo(const Corpus& corpus, std::ostream* stream) {
+    *stream << corpus.name;
 }
 
-TEST(FuzzingCorpus, OfTheKeyValueFileBreaksNoInvariant) {
-    EXPECT_GT(replay("key_value_file", fuzz_key_value_file), 0U);
-}
+}  // namespace
 
-TEST(FuzzingCorpus, OfTheMainConfigurationBreaksNoInvariant) {
-    EXPECT_GT(replay("main_configuration", fuzz_main_configuration), 0U);
-}
+class FuzzingCorpus : public testing::TestWithParam<Corpus> {};
+INSTANTIATE_TEST_SUITE_P(Of, FuzzingCorpus,
+                         testing::Values(Corpus{"framing", fuzz_framing}, Corpus{"key_value_file", fuzz_key_value_file},
+                                         Corpus{"main_configuration", fuzz_main_configuration},
+                                         Corpus{"unified_logging", fuzz_unified_logging},
+                                         Corpus{"host_list", fuzz_host_list}, Corpus{"answer", fuzz_answer},
+                                         Corpus{"spelling", fuzz_spelling}, Corpus{"text_helpers", fuzz_text_helpers}),
+                         [](const testing::TestParamInfo<Corpus>& row) { return std::string(row.param.name); });
 
-TEST(FuzzingCorpus, OfUnifiedLoggingBreaksNoInvariant) {
-    EXPECT_GT(replay("unified_logging", fuzz_unified_logging), 0U);
-}
-
-TEST(FuzzingCorpus, OfTheHostListBreaksNoInvariant) {
-    EXPECT_GT(replay("host_list", fuzz_host_list), 0U);
-}
-
-TEST(FuzzingCorpus, OfAnswersBreaksNoInvariant) {
-    EXPECT_GT(replay("answer", fuzz_answer), 0U);
-}
-
-TEST(FuzzingCorpus, OfSpellingBreaksNoInvariant) {
-    EXPECT_GT(replay("spelling", fuzz_spelling), 0U);
-}
-
-TEST(FuzzingCorpus, OfTextHelpersBreaksNoInvariant) {
-    EXPECT_GT(replay("text_helpers", fuzz_text_helpers), 0U);
+TEST_P(FuzzingCorpus, BreaksNoInvariant) {
+    EXPECT_GT(replay(GetParam().name, GetParam().harness), 0U);
 }

@@ -5,29 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 bash_source=packaging/completion/zmlogadm.bash
 zsh_source=packaging/completion/_zmlogadm
-failed=0
-
-# The lines of a source from the one that matches to the next that ends in "};".
-table() { # FILE START
-    awk -v start="$2" '$0 ~ start { on = 1 } on { print } on && /};/ { exit }' "$1"
-}
-
-quoted_names() {
-    grep -o '"[^"]*"' | tr -d '"'
-}
-
-same() { # WHAT FROM_SOURCES FROM_COMPLETION
-    if [[ -z $2 ]]; then
-        echo "$1: nothing found in the sources"
-        failed=1
-    fi
-    local difference
-    if ! difference=$(diff <(sort <<<"$2") <(sort <<<"$3")); then
-        echo "$1: the sources (<) and the completion (>) differ:"
-        grep '^[<>]' <<<"$difference"
-        failed=1
-    fi
-}
+# shellcheck source=tests/packaging/source_tables.sh
+. tests/packaging/source_tables.sh
 
 # What a function of the completion for bash offers for an empty word, one a line.
 offered_by_bash() { # FUNCTION WORD

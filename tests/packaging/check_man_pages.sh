@@ -5,16 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 pages=docs/man
-failed=0
-
-# The lines of a source from the one that matches to the next that ends in "};".
-table() { # FILE START
-    awk -v start="$2" '$0 ~ start { on = 1 } on { print } on && /};/ { exit }' "$1"
-}
-
-quoted_names() {
-    grep -o '"[^"]*"' | tr -d '"'
-}
+# shellcheck source=tests/packaging/source_tables.sh
+. tests/packaging/source_tables.sh
 
 # The items of a section or subsection of a page, without ".It".
 items() { # PAGE SECTION
@@ -26,19 +18,6 @@ items() { # PAGE SECTION
 # What the items of a section begin with, when that is the macro.
 items_of() { # PAGE SECTION MACRO
     items "$1" "$2" | awk -v macro="$3" '$1 == macro { print $2 }'
-}
-
-same() { # WHAT FROM_SOURCES FROM_PAGE
-    if [[ -z $2 ]]; then
-        echo "$1: nothing found in the sources"
-        failed=1
-    fi
-    local difference
-    if ! difference=$(diff <(sort <<<"$2") <(sort <<<"$3")); then
-        echo "$1: the sources (<) and the page (>) differ:"
-        grep '^[<>]' <<<"$difference"
-        failed=1
-    fi
 }
 
 # What mandoc says of a page. The pages refer to each other and need not be installed for that; the system's own pages

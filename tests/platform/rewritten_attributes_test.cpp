@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <map>
 #include <string>
 
 #include "platform/posix.h"
@@ -31,7 +32,7 @@ const std::string list_with_a_group =
     "\x20\0\0\0\xff\xff\xff\xff"s;
 
 std::string attribute_of(const std::string& path, const char* name) {
-    std::string value(1000, '\0');
+    std::string value(5000, '\0');
     const ssize_t size = getxattr(path.c_str(), name, value.data(), value.size());
     return size < 0 ? "none" : value.substr(0, static_cast<std::size_t>(size));
 }
@@ -49,6 +50,39 @@ bool was_given(const std::string& attribute) {
 
 class RewrittenAttributes : public RewriteTest {};
 FOR_EACH_REWRITTEN_FILE(RewrittenAttributes);
+
+TEST_P(RewrittenAttributes, AreKept) {
+    const std::map<const char*, std::string> attributes = {{"user.note", "kept"},
+                                                           {"user.empty", ""},
+                                                           {"user.bytes", "\0\xff\n"s},
+                                                           {"user.long", std::string(4000, 'x')},
+                                                           {"security.sample", "label"}};
+    for (const auto& [name, value] : attributes) {
+        give_attribute(GetParam().path, name, value);
+    }
+    expect_change();
+    for (const auto& [name, value] : attributes) {
+        EXPECT_EQ(attribute_of(GetParam().path, name), value) << name;
+    }
+}
+
+TEST_P(RewrittenAttributes, AreKeptWhenTheyAreAnAccessControlList) {
+    const std::string& path = GetParam().path;
+    give_attribute(path, access_list, list_with_a_group);
+    const unsigned mode = mode_of(path);
+    expect_change();
+    EXPECT_EQ(attribute_of(path, access_list), list_with_a_group);
+    EXPECT_EQ(mode_of(path), mode);
+}
+
+// The list that a folder gives to new files is nothing that the old file had.
+TEST_P(RewrittenAttributes, HaveNoAccessControlListThatTheOldFileHadNot) {
+    give_attribute(GetParam().folder(), "system.posix_acl_default", list_with_a_group);
+    set_mode(GetParam().path, 0640);
+    expect_change();
+    EXPECT_EQ(attribute_of(GetParam().path, access_list), "none");
+    EXPECT_EQ(mode_of(GetParam().path), 0640U);
+}
 
 TEST_P(RewrittenAttributes, AreNotMissedOnAFileSystemWithoutThem) {
     const Change change = GetParam().prepare();

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -103,73 +102,6 @@ TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerBeforeItGetsTheName) {
     expect_change();
     EXPECT_LT(place_of("give owner 1234:5678"), place_of("give mode"));
     EXPECT_LT(place_of("give mode"), place_of("rename"));
-}
-
-TEST_P(SafeRewrite, KeepsExtendedAttributes) {
-    using namespace std::string_literals;
-    struct Attribute {
-        const char* name;
-        std::string value;
-    };
-    const Attribute attributes[] = {{"user.note", "kept"},
-                                    {"user.empty", ""},
-                                    {"user.bytes", "\0\xff\n"s},
-                                    {"user.long", std::string(4000, 'x')},
-                                    {"security.sample", "label"}};
-    for (const Attribute& attribute : attributes) {
-        ASSERT_EQ(setxattr(GetParam().path.c_str(), attribute.name, attribute.value.data(), attribute.value.size(), 0),
-                  0)
-            << attribute.name;
-    }
-    expect_change();
-    for (const Attribute& attribute : attributes) {
-        std::string value(5000, '\0');
-        const ssize_t size = getxattr(GetParam().path.c_str(), attribute.name, value.data(), value.size());
-        ASSERT_GE(size, 0) << attribute.name;
-        EXPECT_EQ(value.substr(0, static_cast<std::size_t>(size)), attribute.value) << attribute.name;
-    }
-}
-
-namespace {
-
-// An access control list that lets the group of the process read, besides owner and owning group.
-const std::string& access_list() {
-    using namespace std::string_literals;
-    static const std::string list =
-        "\x02\0\0\0"
-        "\x01\0\x06\0\xff\xff\xff\xff"
-        "\x04\0\x04\0\xff\xff\xff\xff"
-        "\x08\0\x06\0\0\0\0\0"
-        "\x10\0\x06\0\xff\xff\xff\xff"
-        "\x20\0\0\0\xff\xff\xff\xff"s;
-    return list;
-}
-
-std::string access_list_of(const std::string& path) {
-    std::string list(1000, '\0');
-    const ssize_t size = getxattr(path.c_str(), "system.posix_acl_access", list.data(), list.size());
-    return size < 0 ? "none" : list.substr(0, static_cast<std::size_t>(size));
-}
-
-}  // namespace
-
-TEST_P(SafeRewrite, KeepsTheAccessControlList) {
-    const std::string& path = GetParam().path;
-    ASSERT_EQ(setxattr(path.c_str(), "system.posix_acl_access", access_list().data(), access_list().size(), 0), 0);
-    const unsigned mode = mode_of(path);
-    expect_change();
-    EXPECT_EQ(access_list_of(path), access_list());
-    EXPECT_EQ(mode_of(path), mode);
-}
-
-// The list that a folder gives to new files is nothing that the old file had.
-TEST_P(SafeRewrite, KeepsAFileWithoutAnAccessControlListWithout) {
-    const std::string folder = GetParam().folder();
-    ASSERT_EQ(setxattr(folder.c_str(), "system.posix_acl_default", access_list().data(), access_list().size(), 0), 0);
-    set_mode(GetParam().path, 0640);
-    expect_change();
-    EXPECT_EQ(access_list_of(GetParam().path), "none");
-    EXPECT_EQ(mode_of(GetParam().path), 0640U);
 }
 
 TEST_P(SafeRewrite, ReplacesTheFileThatALinkPointsTo) {

@@ -73,6 +73,14 @@ class HostilePeers : public ProductTest {
         EXPECT_EQ(door_.statuses_of_agents(), (std::set<int>{served, status}));
     }
 
+    // Each was told that its time was over.
+    void expect_left_in_time(const Peers& peers) {
+        const int count = static_cast<int>(peers.size());
+        EXPECT_EQ(count_with_status(peers, request_not_received), count);
+        EXPECT_EQ(count_in_debug_log("failure receiving #args E=110 (Connection timed out)"), count);
+        expect_nothing_left(ended_early);
+    }
+
     NetworkDoor door_;
     DoorState before_;
     int good_ = 0;
@@ -86,9 +94,7 @@ TEST_F(HostilePeers, ThatAreSilentAreLeftWhenTheirTimeIsOver) {
     set_time_out(300);
     serve_good_peers();
     receive_all(silent);
-    EXPECT_EQ(count_with_status(silent, request_not_received), count);
-    EXPECT_EQ(count_in_debug_log("failure receiving #args E=110 (Connection timed out)"), count);
-    expect_nothing_left(ended_early);
+    expect_left_in_time(silent);
     print_figure("silent peers: told that their time is over", count_with_status(silent, request_not_received));
 }
 
@@ -131,9 +137,7 @@ TEST_F(HostilePeers, ThatSendAByteNowAndThenAreLeftWhenTheTimeOfOneValueIsOver) 
     serve_good_peers();
     const std::size_t sent = receive_and_drip(slow, value, std::chrono::milliseconds(100));
     EXPECT_LT(sent, value.size());
-    EXPECT_EQ(count_with_status(slow, request_not_received), count);
-    EXPECT_EQ(count_in_debug_log("failure receiving #args E=110 (Connection timed out)"), count);
-    expect_nothing_left(ended_early);
+    expect_left_in_time(slow);
     print_figure("slow peers: told that their time is over", count_with_status(slow, request_not_received));
 }
 

@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "tests/request_command/command_run.h"
+#include "tests/request_command/answered_command.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/support/test_files.h"
 
@@ -24,22 +24,8 @@ const std::string much_output = [] {
 
 const Arguments much_to_send = Arguments{"CLEANUP"} + Arguments(600, std::string(2000, 'x'));
 
-class Exchange : public testing::Test {
+class Exchange : public AnsweredCommand {
   protected:
-    [[nodiscard]] Command start(const Arguments& request, const Preparation& prepare = nullptr) const {
-        return Command(listener_.options() + request, prepare);
-    }
-
-    // Runs the command with a peer that receives the request and then sends the answer.
-    [[nodiscard]] CommandRun run_with_answer(const std::string& answer, const Preparation& prepare = nullptr) const {
-        Command command = start({"CLEANUP"}, prepare);
-        PeerConnection peer = command.await_connection(listener_);
-        static_cast<void>(peer.receive_request());
-        peer.send(answer);
-        peer.close();
-        return command.finish();
-    }
-
     [[nodiscard]] std::string request_of(const Arguments& request) const {
         Command command = start(request);
         const PeerConnection peer = command.await_connection(listener_);
@@ -50,9 +36,6 @@ class Exchange : public testing::Test {
         EXPECT_EQ(command.finish().exit_status, 0);
         return bytes;
     }
-
-    ScratchFolder folder_;
-    PeerListener listener_ = PeerListener::at_path(folder_.path("socket"));
 };
 
 TEST_F(Exchange, SendsTheWordAlone) {
@@ -248,7 +231,17 @@ TEST(ExchangeOverTcp, FailsWhenAResetCutsTheStatusLine) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(Exchange, FailsWhenNobodyReadsTheOutput) {
+// Plain answers and JSON are written by different code.
+class FailingOutput : public AnsweredCommand, public testing::WithParamInterface<Arguments> {
+  protected:
+    FailingOutput() : AnsweredCommand(GetParam()) {}
+};
+INSTANTIATE_TEST_SUITE_P(Of, FailingOutput, testing::Values(Arguments{}, Arguments{"--json"}),
+                         [](const testing::TestParamInfo<Arguments>& row) {
+                             return row.param.empty() ? "Text" : "Json";
+                         });
+
+TEST_P(FailingOutput, IsToldWhenNobodyReads) {
     Command command = start({"CLEANUP"});
     PeerConnection peer = command.await_connection(listener_);
     static_cast<void>(peer.receive_request());
@@ -260,13 +253,13 @@ TEST_F(Exchange, FailsWhenNobodyReadsTheOutput) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(Exchange, FailsWhenTheOutputHasNoRoom) {
+TEST_P(FailingOutput, IsToldWhenThereIsNoRoom) {
     const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", with_output_to("/dev/full"));
     EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(Exchange, FailsWhenThereIsNoStandardOutput) {
+TEST_P(FailingOutput, IsToldWhenThereIsNone) {
     const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", without_descriptors({1}));
     EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: Bad file descriptor\n");
     EXPECT_EQ(run.exit_status, 255);

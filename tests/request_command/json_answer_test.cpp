@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "tests/request_command/command_run.h"
+#include "tests/request_command/answered_command.h"
 #include "tests/request_command/json_lines.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/support/test_files.h"
@@ -33,25 +33,9 @@ Json error_object(const std::string& message) {
     return {{"type", "error"}, {"message", message}};
 }
 
-class JsonAnswer : public testing::Test {
+class JsonAnswer : public AnsweredCommand {
   protected:
-    [[nodiscard]] Command start(const Arguments& request, const Preparation& prepare = nullptr) const {
-        return Command(listener_.options() + Arguments{"--json"} + request, prepare);
-    }
-
-    // Runs the command with a peer that receives the request and then sends the answer.
-    [[nodiscard]] CommandRun run_with_answer(const std::string& answer, const Preparation& prepare = nullptr,
-                                             const Arguments& request = {"ENABLELOGGING"}) const {
-        Command command = start(request, prepare);
-        PeerConnection peer = command.await_connection(listener_);
-        static_cast<void>(peer.receive_request());
-        peer.send(answer);
-        peer.close();
-        return command.finish();
-    }
-
-    ScratchFolder folder_;
-    PeerListener listener_ = PeerListener::at_path(folder_.path("socket"));
+    JsonAnswer() : AnsweredCommand({"--json"}) {}
 };
 
 TEST_F(JsonAnswer, HasAnObjectForEveryLineAndTheStatusLast) {
@@ -239,21 +223,9 @@ TEST_F(JsonAnswer, IsNotOfHelpAndVersion) {
     EXPECT_THAT(run_command({"--json", "--version"}).output, StartsWith("zmlogadm "));
 }
 
-TEST_F(JsonAnswer, FailsWhenTheOutputHasNoRoom) {
-    const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", with_output_to("/dev/full"));
-    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");
-    EXPECT_EQ(run.exit_status, 255);
-}
-
 TEST_F(JsonAnswer, FailsWhenTheStatusHasNoRoom) {
     const CommandRun run = run_with_answer("EXIT STATUS 0 done\n", with_output_to("/dev/full"));
     EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");
-    EXPECT_EQ(run.exit_status, 255);
-}
-
-TEST_F(JsonAnswer, FailsWhenThereIsNoStandardOutput) {
-    const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", without_descriptors({1}));
-    EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: Bad file descriptor\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 

@@ -15,6 +15,18 @@ constexpr int information = 4;
 const std::string logs = "/usr/kumel/zembrath/logs";
 const std::string debug = "/usr/kumel/volmgr/debug";
 
+const std::string too_long_name(600, 'n');
+
+std::string line_for_long_name(const std::string& category, const std::string& name, const std::string& root) {
+    return "PROCESS=" + category + ":" + name + " STATUS=1 MSG=Failed to create log directory DIR=" + root + "/" +
+           name + " E=36 (File name too long)\n";
+}
+
+// A name that system calls find too long, and whose line of 1022 or 1023 characters is whole.
+std::string fitting_name(const std::string& category, const std::string& root) {
+    return too_long_name.substr(0, (1023 - line_for_long_name(category, "", root).size()) / 2);
+}
+
 class ProcessZmulogdir : public AgentTest {
   protected:
     int process(const Values& values, const char* action = "enable") {
@@ -136,18 +148,11 @@ TEST_F(ProcessZmulogdir, CutsTheLineOfAFailureTo1023Characters) {
     script.log_directory_result = -1;
     script.log_directory_error = ENAMETOOLONG;
     script.log_directory_error_number = ENAMETOOLONG;
-    const std::string name(600, 'n');
-    process({name});
-    const auto line_for = [](const std::string& directory) {
-        return "PROCESS=ZMLOGDIR:" + directory + " STATUS=1 MSG=Failed to create log directory DIR=" + logs + "/" +
-               directory + " E=36 (File name too long)\n";
-    };
-    EXPECT_EQ(responses_, (Responses{line_for(name).substr(0, 1023)}));
-    // A line of 1022 or 1023 characters is whole.
-    responses_.clear();
-    const std::string fitting = name.substr(0, (1023 - line_for("").size()) / 2);
-    process({fitting});
-    EXPECT_EQ(responses_, (Responses{line_for(fitting)}));
+    for (const std::string& name : {too_long_name, fitting_name("ZMLOGDIR", logs)}) {
+        responses_.clear();
+        process({name});
+        EXPECT_EQ(responses_, (Responses{line_for_long_name("ZMLOGDIR", name, logs).substr(0, 1023)}));
+    }
 }
 
 class ProcessMmlogdir : public ProductPathTest {
@@ -255,18 +260,11 @@ TEST_F(ProcessMmlogdir, CutsTheLineTo1023Characters) {
 }
 
 TEST_F(ProcessMmlogdir, CutsTheLineOfAFailureTo1023Characters) {
-    const std::string name(600, 'n');
-    process({name});
-    const auto line_for = [](const std::string& directory) {
-        return "PROCESS=MMLOGDIR:" + directory + " STATUS=1 MSG=Failed to create log directory DIR=" + debug + "/" +
-               directory + " E=36 (File name too long)\n";
-    };
-    EXPECT_EQ(responses_, (Responses{line_for(name).substr(0, 1023)}));
-    // A line of 1022 or 1023 characters is whole.
-    responses_.clear();
-    const std::string fitting = name.substr(0, (1023 - line_for("").size()) / 2);
-    process({fitting});
-    EXPECT_EQ(responses_, (Responses{line_for(fitting)}));
+    for (const std::string& name : {too_long_name, fitting_name("MMLOGDIR", debug)}) {
+        responses_.clear();
+        process({name});
+        EXPECT_EQ(responses_, (Responses{line_for_long_name("MMLOGDIR", name, debug).substr(0, 1023)}));
+    }
 }
 
 }  // namespace

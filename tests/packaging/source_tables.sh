@@ -1,0 +1,25 @@
+# For checks that a text names what the sources do: reads tables of the sources, and compares. Sourced.
+# shellcheck shell=bash
+failed=0
+
+# The lines of a source from the one that matches to the next that ends in "};".
+table() { # FILE START
+    awk -v start="$2" '$0 ~ start { on = 1 } on { print } on && /};/ { exit }' "$1"
+}
+
+quoted_names() {
+    grep -o '"[^"]*"' | tr -d '"'
+}
+
+same() { # WHAT FROM_SOURCES FROM_TEXT
+    if [[ -z $2 ]]; then
+        echo "$1: nothing found in the sources"
+        failed=1
+    fi
+    local difference
+    if ! difference=$(diff <(sort <<<"$2") <(sort <<<"$3")); then
+        echo "$1: the sources (<) and the text (>) differ:"
+        grep '^[<>]' <<<"$difference"
+        failed=1
+    fi
+}
