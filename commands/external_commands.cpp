@@ -136,7 +136,8 @@ int probe_peer(int socket) {
     logmsgf(log_level::detail, tag, "recv return value=%d ERRNO=%d (%s)", received, left_by_recv.number,
             left_by_recv.text());
     if (received != -1) {
-        logmsgf(log_level::error, tag, "Peer socket is closed NSC=%d", status::peer_closed);
+        // Tells what recv returned, in the place of a status: 0 for a peer that has closed, 1 for one that sent more.
+        logmsgf(log_level::error, tag, "Peer socket is closed NSC=%d", received);
         return status::peer_closed;
     }
     if (socksend(socket, "\n", 1) != 1) {

@@ -6,6 +6,7 @@
 #   benchmark  scripts/benchmark.sh, beyond what building needs
 #   fuzz       scripts/fuzz.sh, beyond what building needs
 #   coverage   scripts/coverage.sh, beyond what building needs
+#   memory     scripts/check_memory.sh, beyond what building needs
 #   many-hosts scripts/check_many_hosts.sh, beyond what building needs
 #   package    scripts/build_package.sh and scripts/check_package.sh
 set -euo pipefail
@@ -17,6 +18,7 @@ packages_of() {
         benchmark) echo augeas-tools ;;
         fuzz) echo clang-14 libclang-rt-14-dev ;;
         coverage) echo gcovr ;;
+        memory) echo valgrind ;;
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
         package)
@@ -25,7 +27,7 @@ packages_of() {
             ;;
         *)
             echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, fuzz, coverage," \
-                "many-hosts and package" >&2
+                "memory, many-hosts and package" >&2
             exit 2
             ;;
     esac
@@ -35,7 +37,7 @@ is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-(($# > 0)) || set -- build lint benchmark fuzz coverage many-hosts package
+(($# > 0)) || set -- build lint benchmark fuzz coverage memory many-hosts package
 missing=()
 for group in "$@"; do
     packages=$(packages_of "$group")

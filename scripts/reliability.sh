@@ -6,7 +6,7 @@
 #   load      scripts/load.sh
 #   fuzz      scripts/fuzz.sh, five minutes a harness
 #   coverage  scripts/coverage.sh
-#   memory    the tests of functions and library under valgrind
+#   memory    scripts/check_memory.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 release=build/release
@@ -57,13 +57,7 @@ coverage() {
 }
 
 memory() {
-    scripts/install_dependencies.sh build memory
-    build unit_tests platform_tests
-    local program
-    for program in unit platform; do
-        valgrind --quiet --error-exitcode=1 --track-fds=yes --leak-check=full --errors-for-leak-kinds=definite \
-            --log-file="build/valgrind.$program.%p" "$release/tests/$program/${program}_tests" --gtest_brief=1
-    done
+    scripts/check_memory.sh
 }
 
 (($# > 0)) || set -- faults disk load fuzz coverage memory

@@ -216,7 +216,7 @@ TEST_F(ExecuteCmdSendOutput, Returns23WhateverTheToolsCodeWhenThePeerHasClosed) 
     EXPECT_EQ(lines[0], (LogLine{information, tag, "child process exited CEC=3 C=" + utility}));
     EXPECT_EQ(lines[1].level, detail);
     EXPECT_TRUE(lines[1].text.starts_with("recv return value=0 ERRNO=")) << lines[1].text;
-    EXPECT_EQ(lines[2], (LogLine{error, tag, "Peer socket is closed NSC=23"}));
+    EXPECT_EQ(lines[2], (LogLine{error, tag, "Peer socket is closed NSC=0"}));
 }
 
 TEST_F(ExecuteCmdSendOutput, Returns23WhenThePeerHasSentMore) {
@@ -226,7 +226,7 @@ TEST_F(ExecuteCmdSendOutput, Returns23WhenThePeerHasSentMore) {
     const Lines lines = later_messages();
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_TRUE(lines[1].text.starts_with("recv return value=1 ERRNO=")) << lines[1].text;
-    EXPECT_EQ(lines[2], (LogLine{error, tag, "Peer socket is closed NSC=23"}));
+    EXPECT_EQ(lines[2], (LogLine{error, tag, "Peer socket is closed NSC=1"}));
     EXPECT_EQ(socket_.received(), "");
 }
 

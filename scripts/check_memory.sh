@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Runs the tests under valgrind's memcheck: the functions and the library as they are called by their tests, and every
+# agent and every zmlogadm that the other tests start, of which the descriptors left open at the end are looked at too.
+# Takes about twenty minutes. The reports are in build/valgrind/reports.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+folder=$PWD/build/valgrind
+reports=$folder/reports
+memcheck="valgrind --quiet --vgdb=no --leak-check=full --errors-for-leak-kinds=definite"
+
+# With a shared C library: valgrind has to stand in for its allocations.
+build() {
+    scripts/install_dependencies.sh build memory
+    cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=Debug -DZMLA_SHARED_LIBC=ON >/dev/null
+    cmake --build "$folder" --parallel "$(nproc)" >/dev/null
+}
+
+# Puts a script in the place of a program, which runs the program under valgrind. In the private root the host's files
+# are below /.host.
+put_under_valgrind() { # PROGRAM
+    if [[ $(head --bytes=2 "$folder/$1") != '#!' ]]; then
+        mv "$folder/$1" "$folder/$1.real"
+    fi
+    printf '#!/bin/sh\nexec %s --track-fds=yes --log-file="%s" "%s" "$@"\n' "$memcheck" "/.host$reports/$1.%p" \
+        "/.host$folder/$1.real" >"$folder/$1"
+    chmod +x "$folder/$1"
+}
+
+# Tests that look at descriptors or system calls see valgrind's too, and may fail: other builds tell whether they pass.
+# Valgrind does not work without a descriptor of its own, and what is killed at each system call takes too long.
+run_tests() {
+    export memcheck reports
+    printf '%s\n' logging_end_to_end_tests end_to_end_tests request_command_tests platform_tests unit_tests |
+        xargs --max-procs="$(nproc)" --replace sh -c '
+            program=$(find "$1" -name {} -type f)
+            case {} in
+                unit_tests | platform_tests) prefix="$memcheck --log-file=$reports/{}.%p" ;;
+            esac
+            $prefix "$program" --gtest_brief=1 --gtest_filter=-*FileSafety*:*WithoutDescriptors* >"$program.log" 2>&1
+            echo "{}: $(tail -n 1 "$program.log")"' sh "$folder/tests"
+}
+
+# Prints what valgrind said, but for descriptors that come from the parent (valgrind's own report is one) and for the
+# socket of an agent that ends early, which goes with the process.
+findings() {
+    local report
+    for report in "$reports"/*; do
+        sed -E 's/^==[0-9]+== ?//' "$report" | awk -v RS= -v report="$(basename "$report")" '
+            { sub(/^FILE DESCRIPTORS: [^\n]*\n?/, "") }
+            /^Open .*<inherited from parent>/ || /^Open .*take_over_socket/ { next }
+            $0 != "" { print report ": " $0 }'
+    done
+}
+
+build
+put_under_valgrind zmlogadmagent
+put_under_valgrind zmlogadm
+rm -rf "$reports"
+mkdir "$reports"
+run_tests
+for program in zmlogadmagent zmlogadm unit_tests platform_tests; do
+    count=$(find "$reports" -name "$program.*" | wc -l)
+    echo "$program: $count processes"
+    if ((count == 0)); then
+        exit 1
+    fi
+done
+said=$(findings)
+if [[ -n $said ]]; then
+    printf '%s\n' "$said"
+    exit 1
+fi
+echo "valgrind: no error, no leak, no descriptor left open"
