@@ -45,9 +45,13 @@ int resolve(const std::string& path, std::string& target) {
     return 0;
 }
 
-bool is_link(const std::string& path) {
+// Two names may lead to one file, so a file behind a link is locked under its own name too.
+int lock_behind_link(const std::string& path, const std::string& target, Descriptor& lock) {
     struct stat state {};
-    return lstat(path.c_str(), &state) == 0 && S_ISLNK(state.st_mode);
+    if (lstat(path.c_str(), &state) != 0) {
+        return errno;
+    }
+    return S_ISLNK(state.st_mode) ? lock_name(target, lock) : 0;
 }
 
 // A file about to be replaced: its folder, its name in there, what it holds.
@@ -147,12 +151,9 @@ int rewrite_file(const std::string& path, const Edit& edit) {
     if (const int error = resolve(path, target)) {
         return error;
     }
-    // Two names may lead to one file, so a file behind a link is locked under its own name too.
     Descriptor target_lock;
-    if (is_link(path)) {
-        if (const int error = lock_name(target, target_lock)) {
-            return error;
-        }
+    if (const int error = lock_behind_link(path, target, target_lock)) {
+        return error;
     }
     return rewrite_locked(target, edit);
 }

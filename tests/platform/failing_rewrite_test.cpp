@@ -25,11 +25,15 @@ struct Fault {
     int error;
     int Faults::*number;
     std::size_t bytes_before_that = 0;
+    int calls_before_that = 0;
 };
 
 const Fault faults_before_the_rename[] = {
     {"name not locked", ENOLCK, &Faults::name_not_locked},
+    {"name not examined", EIO, &Faults::path_not_examined},
+    {"old file not examined", EIO, &Faults::file_not_examined},
     {"old file not read", EIO, &Faults::file_not_read},
+    {"new file not examined", EIO, &Faults::file_not_examined, 0, 1},
     {"disk full at once", ENOSPC, &Faults::file_not_written},
     {"disk full after a byte", ENOSPC, &Faults::file_not_written, 1},
     {"disk full before the last byte", ENOSPC, &Faults::file_not_written, 40},
@@ -38,6 +42,7 @@ const Fault faults_before_the_rename[] = {
     {"file not flushed", EIO, &Faults::file_not_flushed},
     {"disk full when flushed", ENOSPC, &Faults::file_not_flushed},
     {"attributes not listed", EIO, &Faults::attributes_not_listed},
+    {"new file's attributes not listed", EIO, &Faults::attributes_not_listed, 0, 1},
     {"attribute not given", EPERM, &Faults::attribute_not_given},
     {"no room for an attribute", ENOSPC, &Faults::attribute_not_given},
     {"mode not given", EPERM, &Faults::mode_not_given},
@@ -47,9 +52,10 @@ const Fault faults_before_the_rename[] = {
     {"rename not permitted", EPERM, &Faults::file_not_renamed},
 };
 
+// By a call that no fault fails.
 struct stat state_of(const std::string& path) {
     struct stat state {};
-    EXPECT_EQ(lstat(path.c_str(), &state), 0);
+    EXPECT_EQ(fstatat(AT_FDCWD, path.c_str(), &state, AT_SYMLINK_NOFOLLOW), 0);
     return state;
 }
 
@@ -95,17 +101,21 @@ TEST_P(FailingRewrite, LeavesTheOldTextWhereverItFailsBeforeTheRename) {
         const Change change = GetParam().prepare();
         faults.*fault.number = fault.error;
         faults.bytes_before_that = fault.bytes_before_that;
+        faults.examinations_before_that = fault.calls_before_that;
+        faults.lists_before_that = fault.calls_before_that;
         expect_failure(change, fault.error);
         expect_change();
     }
 }
 
-TEST_P(FailingRewrite, LeavesTheOldTextWhenTheOwnerCannotBeGiven) {
+TEST_P(FailingRewrite, LeavesTheOldTextWhenTheOwnerOrTheGroupCannotBeGiven) {
     const Change change = GetParam().prepare();
-    faults.pretended_owner =
-        system_calls::OwnedFile{.file = state_of(GetParam().path).st_ino, .user = 1234, .group = 5678};
-    faults.owner_not_given = EPERM;
-    expect_failure(change, EPERM);
+    const struct stat state = state_of(GetParam().path);
+    for (const uid_t user : {state.st_uid, state.st_uid + 1}) {
+        faults.pretended_owner = system_calls::OwnedFile{.file = state.st_ino, .user = user, .group = 5678};
+        faults.owner_not_given = EPERM;
+        expect_failure(change, EPERM);
+    }
     expect_change();
 }
 
@@ -150,6 +160,27 @@ TEST_P(FailingRewrite, LeavesTheOldTextOnAFullDisk) {
     expect_text(GetParam().before);
 }
 
+// A file system of as many files as there are and one more, which the lock takes.
+TEST_P(FailingRewrite, LeavesTheOldTextOnADiskThatTakesNoMoreFiles) {
+    const Mount disk("disk", GetParam().folder(), "tmpfs", 0, "nr_inodes=3");
+    write_file(GetParam().path, GetParam().before);
+    names_before_ = names_in(GetParam().folder());
+    expect_failure(GetParam().prepare(), ENOSPC);
+}
+
+TEST_P(FailingRewrite, LeavesTheOldTextWhereAFolderHasTheNameOfTheNewFile) {
+    const std::string file = GetParam().path.substr(GetParam().folder().size() + 1);
+    const std::string obstacle = GetParam().folder() + "/." + file + ".new";
+    const std::vector<std::string> names_without = names_before_;
+    write_file(obstacle + "/file", "kept");
+    names_before_ = names_in(GetParam().folder());
+    expect_failure(GetParam().prepare(), EISDIR);
+    EXPECT_EQ(read_file(obstacle + "/file"), "kept");
+    remove_tree(obstacle);
+    names_before_ = names_without;
+    expect_change();
+}
+
 // What is mounted cannot be replaced.
 TEST_P(FailingRewrite, LeavesTheOldTextOfAFileThatIsMounted) {
     const Change change = GetParam().prepare();
@@ -185,6 +216,19 @@ TEST_P(FailingRewrite, LeavesTheOldTextInAFolderThatMayNotBeWritten) {
         set_mode(GetParam().folder(), 0755);
         expect_text(GetParam().before);
     }
+    expect_nothing_left_behind();
+}
+
+// Whoever may not list a folder cannot flush it either.
+TEST_P(FailingRewrite, LeavesTheOldTextInAFolderThatMayNotBeListed) {
+    const Change change = GetParam().prepare();
+    set_mode(GetParam().folder(), 0333);
+    EXPECT_TRUE(succeeds_in_child([&] {
+        give_up_file_rights();
+        EXPECT_EQ(change(), GetParam().failure(EACCES));
+    }));
+    set_mode(GetParam().folder(), 0755);
+    expect_text(GetParam().before);
     expect_nothing_left_behind();
 }
 
@@ -272,6 +316,18 @@ TEST_P(FailingRewrite, LeavesAFileThatCannotBeLocked) {
     make_folder(GetParam().lock());
     EXPECT_EQ(GetParam().change(), GetParam().failure(EISDIR));
     expect_text(GetParam().before);
+    expect_nothing_left_behind();
+}
+
+TEST_P(FailingRewrite, LeavesAFileBehindALinkThatCannotBeLocked) {
+    const std::string target = "/opt/site/target";
+    write_file(target, GetParam().before);
+    make_folder(target + ".lock");
+    remove_tree(GetParam().path);
+    make_link(target, GetParam().path);
+    EXPECT_EQ(GetParam().change(), GetParam().failure(EISDIR));
+    EXPECT_EQ(read_file(target), GetParam().before);
+    EXPECT_EQ(names_in("/opt/site"), (std::vector<std::string>{"target", "target.lock"}));
     expect_nothing_left_behind();
 }
 

@@ -1,5 +1,6 @@
 #include "tests/platform/system_calls.h"
 
+#include <ifaddrs.h>
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/random.h>
@@ -51,6 +52,11 @@ bool happens(int& times_left) {
     return times_left > 0 && times_left-- > 0;
 }
 
+// Counts one call down. Tells whether it is one that fails.
+bool fails_now(int error, int& calls_before) {
+    return error != 0 && !happens(calls_before);
+}
+
 // Answers a query of attributes, which tells the size alone when it has no buffer.
 ssize_t answer(const std::string& text, void* buffer, size_t size) {
     if (size != 0 && size < text.size()) {
@@ -67,6 +73,7 @@ ssize_t answer(const std::string& text, void* buffer, size_t size) {
 
 using system_calls::answer;
 using system_calls::fail;
+using system_calls::fails_now;
 using system_calls::faults;
 using system_calls::happens;
 using system_calls::record;
@@ -88,18 +95,23 @@ extern "C" {
 ssize_t __real_read(int fd, void* bytes, size_t count);
 ssize_t __real_write(int fd, const void* bytes, size_t count);
 ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
+int __real_getsockopt(int fd, int level, int name, void* value, socklen_t* size);
 int __real_poll(pollfd* watched, nfds_t count, int timeout);
 int __real_fsync(int fd);
 int __real_flock(int fd, int operation);
 int __real_fstat(int fd, struct stat* state);
+int __real_lstat(const char* path, struct stat* state);
 int __real_fchown(int fd, uid_t user, gid_t group);
 int __real_fchmod(int fd, mode_t mode);
 int __real_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags);
+int __real_fremovexattr(int fd, const char* name);
 ssize_t __real_flistxattr(int fd, char* list, size_t size);
 ssize_t __real_fgetxattr(int fd, const char* name, void* value, size_t size);
 int __real_rename(const char* from, const char* to);
 int __real_renameat(int from_folder, const char* from, int to_folder, const char* to);
 int __real_clock_gettime(clockid_t clock, timespec* now);
+int __real_getifaddrs(ifaddrs** list);
+int __real_gethostname(char* name, size_t size);
 ssize_t __real_getrandom(void* bytes, size_t count, unsigned flags);
 
 // Reading and writing.
@@ -133,12 +145,37 @@ int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
     if (happens(faults.waits_interrupted)) {
         return fail(EINTR);
     }
+    if (faults.socket_not_awaited != 0) {
+        return fail(faults.socket_not_awaited);
+    }
     if (faults.instead_of_waiting) {
         faults.instead_of_waiting();
         watched->revents = watched->events;
         return 1;
     }
     return __real_poll(watched, count, timeout);
+}
+
+int __wrap_getsockopt(int fd, int level, int name, void* value, socklen_t* size) {
+    return name == SO_PEERCRED && faults.credentials_not_told != 0 ? fail(faults.credentials_not_told)
+                                                                   : __real_getsockopt(fd, level, name, value, size);
+}
+
+// This host.
+
+int __wrap_getifaddrs(ifaddrs** list) {
+    if (faults.interfaces_not_listed != 0) {
+        return fail(faults.interfaces_not_listed);
+    }
+    const int result = __real_getifaddrs(list);
+    if (result == 0 && faults.interfaces_without_address) {
+        (*list)->ifa_addr = nullptr;
+    }
+    return result;
+}
+
+int __wrap_gethostname(char* name, size_t size) {
+    return faults.host_name_not_told != 0 ? fail(faults.host_name_not_told) : __real_gethostname(name, size);
 }
 
 // Files.
@@ -160,12 +197,19 @@ int __wrap_flock(int fd, int operation) {
 }
 
 int __wrap_fstat(int fd, struct stat* state) {
+    if (fails_now(faults.file_not_examined, faults.examinations_before_that)) {
+        return fail(faults.file_not_examined);
+    }
     const int result = __real_fstat(fd, state);
     if (result == 0 && faults.pretended_owner && faults.pretended_owner->file == state->st_ino) {
         state->st_uid = faults.pretended_owner->user;
         state->st_gid = faults.pretended_owner->group;
     }
     return result;
+}
+
+int __wrap_lstat(const char* path, struct stat* state) {
+    return faults.path_not_examined != 0 ? fail(faults.path_not_examined) : __real_lstat(path, state);
 }
 
 int __wrap_fchown(int fd, uid_t user, gid_t group) {
@@ -194,8 +238,12 @@ int __wrap_fsetxattr(int fd, const char* name, const void* value, size_t size, i
     return __real_fsetxattr(fd, name, value, size, flags);
 }
 
+int __wrap_fremovexattr(int fd, const char* name) {
+    return faults.attribute_not_removed != 0 ? fail(faults.attribute_not_removed) : __real_fremovexattr(fd, name);
+}
+
 ssize_t __wrap_flistxattr(int fd, char* list, size_t size) {
-    if (faults.attributes_not_listed != 0) {
+    if (fails_now(faults.attributes_not_listed, faults.lists_before_that)) {
         return fail(faults.attributes_not_listed);
     }
     if (size != 0 && happens(faults.attributes_grown)) {
@@ -212,7 +260,7 @@ ssize_t __wrap_flistxattr(int fd, char* list, size_t size) {
 }
 
 ssize_t __wrap_fgetxattr(int fd, const char* name, void* value, size_t size) {
-    if (faults.attribute_not_read != 0) {
+    if (fails_now(faults.attribute_not_read, faults.queries_before_that)) {
         return fail(faults.attribute_not_read);
     }
     if (size != 0 && happens(faults.attributes_grown)) {
@@ -250,6 +298,9 @@ int __wrap_clock_gettime(clockid_t clock, timespec* now) {
 }
 
 ssize_t __wrap_getrandom(void* bytes, size_t count, unsigned flags) {
+    if (faults.nothing_random != 0) {
+        return fail(faults.nothing_random);
+    }
     if (faults.random_bytes.empty()) {
         return __real_getrandom(bytes, count, flags);
     }

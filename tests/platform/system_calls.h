@@ -35,19 +35,31 @@ struct Faults {
     std::size_t bytes_before_that = 0;  // what is written until then
     std::size_t longest_write = 0;      // a write takes no more than that; 0 for all of it
     int writes_interrupted = 0;         // so many writes
+    int file_not_examined = 0;          // fstat
+    int examinations_before_that = 0;
+    int path_not_examined = 0;  // lstat
     int file_not_flushed = 0;
     int folder_not_flushed = 0;
     int file_not_renamed = 0;
     int owner_not_given = 0;
     int mode_not_given = 0;
     int attribute_not_given = 0;
+    int attribute_not_removed = 0;
     int attributes_not_listed = 0;
+    int lists_before_that = 0;
     int attribute_not_read = 0;
-    int attributes_grown = 0;  // so many times what is read of attributes has outgrown the size that was told
+    int queries_before_that = 0;  // of an attribute's size or value
+    int attributes_grown = 0;     // so many times what is read of attributes has outgrown the size that was told
     int name_not_locked = 0;
     int locks_interrupted = 0;
     int receptions_interrupted = 0;
     int waits_interrupted = 0;
+    int socket_not_awaited = 0;    // poll
+    int credentials_not_told = 0;  // getsockopt SO_PEERCRED
+    int interfaces_not_listed = 0;
+    bool interfaces_without_address = false;  // the first of the list is one, whatever it was
+    int host_name_not_told = 0;
+    int nothing_random = 0;
 
     // The owner that fstat tells of this file. Owners are given in pretence only, then.
     std::optional<OwnedFile> pretended_owner;
