@@ -12,6 +12,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <string_view>
 
 namespace platform_library {
 
@@ -34,8 +35,10 @@ std::vector<Address> interface_addresses() {
     }
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
     for (const ifaddrs* item = list; item != nullptr; item = item->ifa_next) {
-        if (item->ifa_addr != nullptr) {
-            addresses.push_back(address_of(item->ifa_addr));
+        const Address address = item->ifa_addr == nullptr ? Address() : address_of(item->ifa_addr);
+        // An interface without an IP address would make every address of no family this host's own.
+        if (address.family != AF_UNSPEC) {
+            addresses.push_back(address);
         }
     }
     return addresses;
@@ -67,10 +70,10 @@ bool is_own_name(const std::string& host) {
     if (gethostname(name.data(), name.size()) != 0) {
         return false;
     }
-    const std::string whole = name.data();
-    const std::string first_label = whole.substr(0, whole.find('.'));
-    const auto is = [&](const std::string& own) {
-        return !own.empty() && host.size() == own.size() && strcasecmp(host.c_str(), own.c_str()) == 0;
+    const std::string_view whole = name.data();
+    const std::string_view first_label = whole.substr(0, whole.find('.'));
+    const auto is = [&](std::string_view own) {
+        return !own.empty() && host.size() == own.size() && strncasecmp(host.c_str(), own.data(), own.size()) == 0;
     };
     return is("localhost") || is(whole) || is(first_label);
 }

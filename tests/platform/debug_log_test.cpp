@@ -108,6 +108,11 @@ TEST_F(DebugLog, WritesAnEmptyMessage) {
     EXPECT_EQ(line_with_text(""), "<4> tag: ");
 }
 
+// No byte stands for that character here.
+TEST_F(DebugLog, WritesALineAlsoForAMessageThatCannotBePrinted) {
+    EXPECT_EQ(logged_message([] { logmsgf(log_level::information, "tag", "text %ls", L"\u20ac"); }), "<4> tag: ");
+}
+
 TEST_F(DebugLog, EscapesWhatWouldBreakALineInTheMessage) {
     for (const Escape& row : escapes) {
         EXPECT_EQ(line_with_text(row.text), "<4> tag: " + row.written) << row.name;

@@ -211,3 +211,15 @@ TEST_F(RefusedString, TellsWhatTheSystemCallReported) {
     const Descriptor unconnected(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     EXPECT_EQ(read_string(unconnected.get()), string_refused(ENOTCONN));
 }
+
+TEST_F(RefusedNumber, TellsWhyItsRestCouldNotBeWaitedFor) {
+    system_calls::faults.socket_not_awaited = ENOMEM;
+    send("4:10");
+    EXPECT_EQ(read_number(socket()), number_refused(ENOMEM));
+}
+
+TEST_F(RefusedString, TellsWhyItsRestCouldNotBeWaitedFor) {
+    system_calls::faults.socket_not_awaited = ENOMEM;
+    send("4:/t");
+    EXPECT_EQ(read_string(socket()), string_refused(ENOMEM));
+}

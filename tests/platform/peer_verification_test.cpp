@@ -4,10 +4,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
+#include "platform/library/statuses.h"
 #include "platform/runtime.h"
 #include "tests/platform/child_process.h"
+#include "tests/platform/system_calls.h"
 #include "tests/platform/verified_peer.h"
 #include "tests/platform/written_debug_log.h"
 #include "tests/support/foreign_host.h"
@@ -159,6 +162,20 @@ TEST_F(PeerVerification, FailsForWhatIsNoConnection) {
     const Listener listener("127.0.0.1");
     const Descriptor listening_alone(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, 0));
     expect_not_examined(listening_alone.get());
+}
+
+// Whoever the kernel does not name is nobody, not root.
+TEST_F(PeerVerification, FailsForALocalPeerWhoseUserTheKernelDoesNotTell) {
+    trust({"localhost"});
+    const ConnectedSockets connection = connect_locally();
+    const std::string log = debug_log_of([&] {
+        system_calls::faults.credentials_not_told = ENOBUFS;
+        const VerifiedPeer peer = verify_peer(connection.agent_end.get());
+        EXPECT_EQ(peer.status, platform_library::status::peer_not_examined);
+        EXPECT_EQ(peer.flags, 0U);
+        EXPECT_EQ(peer.user_type, 0U);
+    });
+    EXPECT_EQ(log, "");
 }
 
 // All that the library does is done here once.

@@ -107,11 +107,26 @@ TEST_P(RewrittenAttributes, AreReadAgainWhenTheyHaveGrown) {
 TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheyCannotBeRead) {
     give_attribute(GetParam().path, "user.note", "kept");
     const Change change = GetParam().prepare();
-    faults.attribute_not_read = EIO;
-    EXPECT_EQ(change(), GetParam().failure(EIO));
-    faults.attribute_not_read = 0;
+    // First the size is asked for, then the value.
+    for (const int queries : {0, 1}) {
+        faults.attribute_not_read = EIO;
+        faults.queries_before_that = queries;
+        EXPECT_EQ(change(), GetParam().failure(EIO)) << queries;
+        faults.attribute_not_read = 0;
+        expect_text(GetParam().before);
+        expect_nothing_left_behind();
+    }
+}
+
+TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheNewFileWasBornWithAListThatStays) {
+    give_attribute(GetParam().folder(), "system.posix_acl_default", list_with_a_group);
+    const Change change = GetParam().prepare();
+    faults.attribute_not_removed = EPERM;
+    EXPECT_EQ(change(), GetParam().failure(EPERM));
+    faults.attribute_not_removed = 0;
     expect_text(GetParam().before);
-    expect_nothing_left_behind();
+    expect_change();
+    EXPECT_EQ(attribute_of(GetParam().path, access_list), "none");
 }
 
 // The folder gives every new file a list.

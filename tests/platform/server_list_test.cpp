@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -12,10 +13,13 @@
 #include "platform/library/host_list.h"
 #include "tests/platform/child_process.h"
 #include "tests/platform/name_server.h"
+#include "tests/platform/system_calls.h"
 #include "tests/platform/verified_peer.h"
 #include "tests/support/foreign_host.h"
 #include "tests/support/private_root.h"
 #include "tests/support/product_test.h"
+
+using system_calls::faults;
 
 namespace {
 
@@ -154,6 +158,7 @@ const TcpEnds from_foreign_ipv6 = {.listener = "::", .server = "fd77::1", .peer 
 class ServerList : public ProductTest {
   protected:
     ServerList() { write_file("/etc/hosts", hosts_file); }
+    ~ServerList() override { system_calls::reset(); }
 
     ForeignHost foreign_;
 };
@@ -260,6 +265,54 @@ TEST_F(ServerList, KnowsAHostNameOfTheGreatestLength) {
     trust({name.substr(0, 63)});
     EXPECT_FALSE(is_trusted(connection.agent_end.get()));
     ASSERT_EQ(sethostname(private_host_name, strlen(private_host_name)), 0);
+}
+
+TEST_F(ServerList, TakesNoEntryForAHostNameThatIsEmpty) {
+    EXPECT_TRUE(succeeds_in_child([] {
+        ASSERT_EQ(sethostname("", 0), 0);
+        const ConnectedSockets connection = connect_locally();
+        trust({""});
+        EXPECT_FALSE(is_trusted(connection.agent_end.get()));
+        trust({"localhost"});
+        EXPECT_TRUE(is_trusted(connection.agent_end.get()));
+    }));
+    ASSERT_EQ(sethostname(private_host_name, strlen(private_host_name)), 0);
+}
+
+// Its addresses still tell that it is meant.
+TEST_F(ServerList, KnowsThisHostByItsAddressesAloneWhenTheSystemDoesNotTellItsName) {
+    const ConnectedSockets connection = connect_locally();
+    faults.host_name_not_told = EPERM;
+    trust({"agenthost"});
+    EXPECT_FALSE(is_trusted(connection.agent_end.get()));
+    for (const char* host : {"localhost", "127.0.0.1", "own.example.test"}) {
+        trust({host});
+        EXPECT_TRUE(is_trusted(connection.agent_end.get())) << host;
+    }
+}
+
+TEST_F(ServerList, KnowsThisHostByItsLoopbackAddressesAloneWhenTheSystemDoesNotTellTheOthers) {
+    const ConnectedSockets connection = connect_locally();
+    faults.interfaces_not_listed = ENOMEM;
+    for (const char* host : {"10.77.0.1", "own.example.test", "own6.example.test"}) {
+        trust({host});
+        EXPECT_FALSE(is_trusted(connection.agent_end.get())) << host;
+    }
+    trust({"127.0.0.1"});
+    EXPECT_TRUE(is_trusted(connection.agent_end.get()));
+}
+
+TEST_F(ServerList, PassesOverInterfacesWithoutAddress) {
+    const ConnectedSockets connection = connect_locally();
+    faults.interfaces_without_address = true;
+    trust({"10.77.0.1"});
+    EXPECT_TRUE(is_trusted(connection.agent_end.get()));
+    trust({"10.77.0.2"});
+    EXPECT_FALSE(is_trusted(connection.agent_end.get()));
+}
+
+TEST_F(ServerList, TakesNoAddressAtAllForThisHosts) {
+    EXPECT_FALSE(platform_library::is_own_address(platform_library::Address()));
 }
 
 TEST_F(ServerList, TrustsNobodyWhenItHasNotBeenRead) {

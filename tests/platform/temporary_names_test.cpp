@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
 #include <set>
 #include <string>
@@ -78,6 +79,14 @@ TEST_F(TemporaryName, EndsInLettersAndDigitsOfAllKinds) {
         seen.insert(name.end() - 6, name.end());
     }
     EXPECT_EQ(std::string(seen.begin(), seen.end()), "0123456789abcdefghijklmnopqrstuvwxyz");
+}
+
+TEST_F(TemporaryName, EndsInWhatTheClockTellsWithoutASourceOfRandomBytes) {
+    faults.nothing_random = ENOSYS;
+    faults.time_of_day = timespec{1'700'000'000, 256 + 35};
+    EXPECT_TRUE(choose().ends_with("-999999"));
+    faults.time_of_day = timespec{1'700'000'000, 256 + 36};
+    EXPECT_TRUE(choose().ends_with("-aaaaaa"));
 }
 
 TEST_F(TemporaryName, IsAnotherOneEachTime) {

@@ -21,6 +21,11 @@ TEST(BoundedPrint, GivesTheEmptyTextForAnEmptyOne) {
     EXPECT_EQ(bounded_print(8, "%s", ""), "");
 }
 
+// No byte stands for that character here.
+TEST(BoundedPrint, GivesNothingForWhatCannotBePrinted) {
+    EXPECT_EQ(bounded_print(16, "%s %ls", "text", L"\u20ac"), "");
+}
+
 TEST(BoundedCopy, ReturnsWhatFitsBesideTheTerminator) {
     EXPECT_EQ(bounded_copy(5, "abcd"), "abcd");
     EXPECT_EQ(bounded_copy(4, "abcd"), "abc");
