@@ -107,8 +107,9 @@ unsigned keys_behind_message(const ProcessTexts& texts) {
     return present;
 }
 
+// The label is there in any case: the line begins with it.
 bool has_known_keys(const ProcessTexts& texts) {
-    return texts[label] && texts[status] && texts[message] &&
+    return texts[status] && texts[message] &&
            std::find(key_sets.begin(), key_sets.end(), keys_behind_message(texts)) != key_sets.end();
 }
 

@@ -304,7 +304,7 @@ TEST_F(ServerList, KnowsThisHostByItsLoopbackAddressesAloneWhenTheSystemDoesNotT
 
 TEST_F(ServerList, PassesOverInterfacesWithoutAddress) {
     const ConnectedSockets connection = connect_locally();
-    faults.interfaces_without_address = true;
+    faults.interface_without_address = true;
     trust({"10.77.0.1"});
     EXPECT_TRUE(is_trusted(connection.agent_end.get()));
     trust({"10.77.0.2"});

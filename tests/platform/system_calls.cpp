@@ -168,7 +168,7 @@ int __wrap_getifaddrs(ifaddrs** list) {
         return fail(faults.interfaces_not_listed);
     }
     const int result = __real_getifaddrs(list);
-    if (result == 0 && faults.interfaces_without_address) {
+    if (result == 0 && faults.interface_without_address) {
         (*list)->ifa_addr = nullptr;
     }
     return result;

@@ -57,7 +57,7 @@ struct Faults {
     int socket_not_awaited = 0;    // poll
     int credentials_not_told = 0;  // getsockopt SO_PEERCRED
     int interfaces_not_listed = 0;
-    bool interfaces_without_address = false;  // the first of the list is one, whatever it was
+    bool interface_without_address = false;  // the first one of the list, whatever it was
     int host_name_not_told = 0;
     int nothing_random = 0;
 

@@ -222,6 +222,7 @@ TEST(ParseAnswerLine, TakesNoDoubtfulOrForeignLineForAForm) {
         "PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR= E=30 (Read-only file system)",
         "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=112 Product ID=51216",
         "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=111 Product ID=x",
+        "PROCESS=ZMKTUL:x STATUS=1 MSG=Failed to load KtUL CFG OID=x Product ID=51216",
         "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level RV=22 LVL=",
         // keys that never come together
         "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=111",
@@ -231,6 +232,8 @@ TEST(ParseAnswerLine, TakesNoDoubtfulOrForeignLineForAForm) {
         "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory Perm=755",
         "ZMSU PACKAGE",
         "CALCLOGSIZE: TARGET_DIR=/a",
+        "CALCLOGSIZE: TARGET_DIR=/a MB",
+        "CALCLOGSIZE: TARGET_DIR=/a MB TOTAL_SPACE=2 MB",
         "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=2",
         "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 TOTAL_SPACE=2 MB",
         "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=-1 MB TOTAL_SPACE=2 MB",
@@ -249,7 +252,8 @@ TEST(ParseAnswerLine, TakesNoDoubtfulOrForeignLineForAForm) {
 
 TEST(ParseAnswerLine, AddsNoLevelsThatAreNotThoseOfTheProcess) {
     for (const std::string message :
-         {"DEBUG:111=1,111=6 DIAG:111=6,112=6", "DEBUG:1=1,1=6 DIAG:1=6,1=6",
+         {"DEBUG:111=1,112=6 DIAG:111=6,111=6", "DEBUG:111=1,111=6 DIAG:112=6,111=6",
+          "DEBUG:111=1,111=6 DIAG:111=6,112=6", "DEBUG:1=1,1=6 DIAG:1=6,1=6",
           "DEBUG:111=1,111=6 DIAG:111=6,111=", "DEBUG:111=1,111=6 DIAG:111=6", "DEBUG:111=1,111=6 DIAG:111=6,111=6 ",
           "DEBUG:111=1;111=6 DIAG:111=6,111=6", "DEBUG:111=1-2,111=6 DIAG:111=6,111=6"}) {
         const std::string line = "PROCESS=ZMKTUL:111 STATUS=0 MSG=" + message;

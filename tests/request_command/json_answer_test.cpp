@@ -223,6 +223,12 @@ TEST_F(JsonAnswer, IsNotOfHelpAndVersion) {
     EXPECT_THAT(run_command({"--json", "--version"}).output, StartsWith("zmlogadm "));
 }
 
+TEST_F(JsonAnswer, LeavesAFailureThatHasNoRoomToStandardError) {
+    const CommandRun run = run_command({"--json", "-S", "", "CLEANUP"}, with_output_to("/dev/full"));
+    EXPECT_EQ(run.errors, "zmlogadm: the path of a socket has 1 to 107 bytes, not 0\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
 TEST_F(JsonAnswer, FailsWhenTheStatusHasNoRoom) {
     const CommandRun run = run_with_answer("EXIT STATUS 0 done\n", with_output_to("/dev/full"));
     EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");

@@ -148,6 +148,12 @@ TEST(RemoteHost, MayRefuseTheConnection) {
               "zmlogadm: cannot connect to 127.0.0.1 port " + port + ": 127.0.0.1: Connection refused\n");
 }
 
+TEST(RemoteHost, MayRefuseTheConnectionOfAnotherUserThanRoot) {
+    const std::string port = std::to_string(free_port());
+    EXPECT_EQ(failure_to_connect({"-H", "127.0.0.1", "-p", port}, as_user(ordinary_user)),
+              "zmlogadm: cannot connect to 127.0.0.1 port " + port + ": 127.0.0.1: Connection refused\n");
+}
+
 TEST(RemoteHost, MayBeUnknown) {
     set_known_hosts("");
     EXPECT_EQ(failure_to_connect({"-H", "nowhere"}), "zmlogadm: cannot look up nowhere: Name or service not known\n");
