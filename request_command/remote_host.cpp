@@ -109,9 +109,9 @@ bool is_connected_to_itself(int fd) {
     sockaddr_storage peer = {};
     socklen_t own_size = sizeof own;
     socklen_t peer_size = sizeof peer;
+    // Both names are of the socket's family, and so of one size.
     return getsockname(fd, reinterpret_cast<sockaddr*>(&own), &own_size) == 0 &&
-           getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peer_size) == 0 && own_size == peer_size &&
-           memcmp(&own, &peer, own_size) == 0;
+           getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peer_size) == 0 && memcmp(&own, &peer, own_size) == 0;
 }
 
 // Returns 0 when the socket was connected by the deadline, else an error number.

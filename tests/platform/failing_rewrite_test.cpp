@@ -42,7 +42,8 @@ const Fault faults_before_the_rename[] = {
     {"file not flushed", EIO, &Faults::file_not_flushed},
     {"disk full when flushed", ENOSPC, &Faults::file_not_flushed},
     {"attributes not listed", EIO, &Faults::attributes_not_listed},
-    {"new file's attributes not listed", EIO, &Faults::attributes_not_listed, 0, 1},
+    {"listed attributes not told", EIO, &Faults::attributes_not_listed, 0, 1},
+    {"new file's attributes not listed", EIO, &Faults::attributes_not_listed, 0, 2},
     {"attribute not given", EPERM, &Faults::attribute_not_given},
     {"no room for an attribute", ENOSPC, &Faults::attribute_not_given},
     {"mode not given", EPERM, &Faults::mode_not_given},
@@ -102,7 +103,7 @@ TEST_P(FailingRewrite, LeavesTheOldTextWhereverItFailsBeforeTheRename) {
         faults.*fault.number = fault.error;
         faults.bytes_before_that = fault.bytes_before_that;
         faults.examinations_before_that = fault.calls_before_that;
-        faults.lists_before_that = fault.calls_before_that;
+        faults.list_queries_before_that = fault.calls_before_that;
         expect_failure(change, fault.error);
         expect_change();
     }

@@ -206,6 +206,14 @@ TEST_P(SafeRewrite, LeavesNoDescriptorOpen) {
     EXPECT_EQ(open_descriptors(), before);
 }
 
+TEST_P(SafeRewrite, GoesOnAfterInterruptedReads) {
+    const Change change = GetParam().prepare();
+    faults.reads_interrupted = 3;
+    EXPECT_EQ(change(), 0);
+    EXPECT_EQ(faults.reads_interrupted, 0);
+    expect_rewritten();
+}
+
 TEST_P(SafeRewrite, GoesOnAfterShortAndInterruptedWrites) {
     const Change change = GetParam().prepare();
     faults.longest_write = 1;

@@ -118,6 +118,9 @@ ssize_t __real_getrandom(void* bytes, size_t count, unsigned flags);
 
 ssize_t __wrap_read(int fd, void* bytes, size_t count) {
     record("read");
+    if (happens(faults.reads_interrupted)) {
+        return fail(EINTR);
+    }
     return faults.file_not_read != 0 ? fail(faults.file_not_read) : __real_read(fd, bytes, count);
 }
 
@@ -243,7 +246,7 @@ int __wrap_fremovexattr(int fd, const char* name) {
 }
 
 ssize_t __wrap_flistxattr(int fd, char* list, size_t size) {
-    if (fails_now(faults.attributes_not_listed, faults.lists_before_that)) {
+    if (fails_now(faults.attributes_not_listed, faults.list_queries_before_that)) {
         return fail(faults.attributes_not_listed);
     }
     if (size != 0 && happens(faults.attributes_grown)) {

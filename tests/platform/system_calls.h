@@ -31,6 +31,7 @@ struct PretendedAttribute {
 // Error numbers, 0 where the call goes through.
 struct Faults {
     int file_not_read = 0;
+    int reads_interrupted = 0;  // so many reads
     int file_not_written = 0;
     std::size_t bytes_before_that = 0;  // what is written until then
     std::size_t longest_write = 0;      // a write takes no more than that; 0 for all of it
@@ -46,7 +47,7 @@ struct Faults {
     int attribute_not_given = 0;
     int attribute_not_removed = 0;
     int attributes_not_listed = 0;
-    int lists_before_that = 0;
+    int list_queries_before_that = 0;  // of a list's size or names
     int attribute_not_read = 0;
     int queries_before_that = 0;  // of an attribute's size or value
     int attributes_grown = 0;     // so many times what is read of attributes has outgrown the size that was told
