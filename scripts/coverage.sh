@@ -11,7 +11,7 @@ folder=$PWD/build/coverage
 # Processes that end with _exit write their counts down before, where they find the function for it.
 cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS='--coverage -fprofile-update=atomic' \
     -DCMAKE_EXE_LINKER_FLAGS=-Wl,--undefined=__gcov_dump >/dev/null
-cmake --build "$folder" --parallel "$(nproc)" >"$folder/build.log" || {
+cmake --build "$folder" --parallel "$(nproc)" >"$folder/build.log" 2>&1 || {
     tail -n 40 "$folder/build.log"
     exit 1
 }
@@ -24,7 +24,8 @@ find "$folder" -name '*.gcda' -delete
 # The agent that runs short of memory is for the tests that are left out.
 gcovr --root . --object-directory "$folder" --filter '(agent|commands|logging_config|platform|request_command)/' \
     --gcov-ignore-parse-errors --exclude-unreachable-branches \
-    --exclude-directories '.*/(CompilerIdC(XX)?|reliability)$' --json "$folder/branches.json" "$folder" 2>"$folder/gcovr.log" || {
+    --exclude-directories '.*/(CompilerIdC(XX)?|reliability)$' \
+    --json "$folder/branches.json" "$folder" 2>"$folder/gcovr.log" || {
     cat "$folder/gcovr.log"
     exit 1
 }
