@@ -1,0 +1,386 @@
+#!/usr/bin/env python3
+"""Makes small mistakes in sources, one at a time, and counts those that the tests catch.
+
+Each mutant is a copy of a source with one token, condition or statement changed (see Mutator). It is compiled, linked
+in front of the library that holds the original, and the test programs of the file's row in PLANS run until one fails.
+A mutant is caught when a test fails, crashes or does not end; one that does not compile, or that compiles to the
+very code of the original, is not counted. What is left are the survivors: a test is missing, or the change makes no
+difference that anybody could see.
+
+    mutate.py SOURCES BUILD [--every N] [--survivors] [--list] [FILE ...]
+
+SOURCES is a copy of the tree, BUILD its build folder with everything built and nothing optimised; neither is changed
+but for the agent's file in BUILD, which is put back. Without files all of PLANS are mutated. --every N takes every
+N-th mutant of each file, --survivors those alone that survived the last time, --list prints them and runs nothing.
+Results are kept in BUILD/mutants.json.
+"""
+
+import argparse
+import ctypes
+import json
+import os
+import re
+import resource
+import shlex
+import signal
+import subprocess
+import sys
+import time
+from pathlib import Path
+from typing import Iterator, NamedTuple
+
+UNIT, PLATFORM = "tests/unit/unit_tests", "tests/platform/platform_tests"
+END_TO_END, LOGGING = "tests/end_to_end/end_to_end_tests", "tests/end_to_end/logging/logging_end_to_end_tests"
+AGENT = "zmlogadmagent"  # what the programs below tests/end_to_end run
+
+# What runs for a mutant of each file, the likeliest to fail first. Agents that are killed at each of their system
+# calls take long, and show something of files that are rewritten alone.
+PLANS = {
+    "agent/request_framing.cpp": [(UNIT, "ReceiveInputsFromClient.*"), (UNIT, "*"), (END_TO_END, "-FileSafety*"),
+                                  (LOGGING, "*")],
+    "platform/library/framing.cpp": [(PLATFORM, "*Framed*:*Framing*:Refused*"), (PLATFORM, "*"),
+                                     (END_TO_END, "-FileSafety*")],
+    "platform/library/peer_verification.cpp": [(PLATFORM, "*Peer*"), (PLATFORM, "*"), (END_TO_END, "-FileSafety*")],
+    "platform/library/safe_rewrite.cpp": [(PLATFORM, "*Rewr*-*CrashedRewrite*"), (PLATFORM, "*"), (END_TO_END, "*"),
+                                          (LOGGING, "*")],
+    "logging_config/key_value_file.cpp": [(UNIT, "*KeyValue*:*Parameter*"), (UNIT, "*"), (END_TO_END, "-FileSafety*"),
+                                          (LOGGING, "*")],
+    "logging_config/categories.cpp": [(UNIT, "CategoryTable.*:HandleLogging.*"), (UNIT, "*"),
+                                      (END_TO_END, "-FileSafety*"), (LOGGING, "*")],
+    "logging_config/logging_request.cpp": [(UNIT, "SplitCategoryArguments.*:HandleLogging.*"), (UNIT, "*"),
+                                           (END_TO_END, "-FileSafety*"), (LOGGING, "*")],
+}
+
+TOKEN = re.compile(r"""
+    (?P<skipped>\s+ | //[^\n]* | /\*.*?\*/ | ^[ \t]*\#(?:\\\n|[^\n])* | __attribute__\(\(.*?\)\)(?=;|\s) | \[\[\w+\]\])
+  | (?P<string>"(?:\\.|[^"\\])*")
+  | (?P<char>'(?:\\.|[^'\\])')
+  | (?P<number>\d[\w.']*)
+  | (?P<name>[A-Za-z_]\w*)
+  | (?P<operator><=>|->|::|\+\+|--|\.\.\.|[=!<>+\-*/%&|^]=|&&|\|\||.)
+""", re.VERBOSE | re.MULTILINE | re.DOTALL)
+
+SWAPPED = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&", "+": "-",
+           "-": "+", "*": "/", "+=": "-=", "-=": "+=", "|=": "=", "++": "--", "--": "++"}
+SPACED = {"<", ">", "+", "-", "*"}  # with blanks on both sides alone these are what they look like
+SWAPPED_NAMES = {"true": "false", "false": "true", "break": "continue", "continue": "break"}
+NAMED_CONSTANTS = {"status", "log_level", "peer_flag"}  # the namespaces of them
+KEYWORDS = {"return", "if", "else", "for", "while", "do", "switch", "case", "default", "using", "namespace", "struct",
+            "class", "enum", "template", "const", "constexpr", "static", "auto", "explicit", "public", "private",
+            "break", "continue", "operator"}
+OPENING, CLOSING = {"(": 1, "[": 1, "{": 1}, {")": 1, "]": 1, "}": 1}
+
+
+class Token(NamedTuple):
+    kind: str
+    text: str
+    start: int
+    end: int
+
+
+class Mutant(NamedTuple):
+    file: str
+    line: int
+    start: int
+    original: str
+    mutated: str
+
+    @property
+    def name(self) -> str:
+        return f"{self.file}:{self.line}:{self.start}: {self.mutated}"
+
+    def __str__(self) -> str:
+        def in_a_line(text: str) -> str:
+            return re.sub(r"\s+", " ", text) or "nothing"
+        return f"{self.file}:{self.line}: {in_a_line(self.original)} -> {in_a_line(self.mutated)}"
+
+
+class Mutator:
+    """All mutants of a source, in its order."""
+
+    def __init__(self, file: str, source: str) -> None:
+        self.file, self.source = file, source
+        self.tokens = [Token(match.lastgroup, match.group(), match.start(), match.end())
+                       for match in TOKEN.finditer(source) if match.lastgroup != "skipped"]
+
+    def mutants(self) -> list[Mutant]:
+        found = {}
+        for i in range(len(self.tokens)):
+            for start, end, mutated in self.changes_at(i):
+                line = self.source.count("\n", 0, start) + 1
+                mutant = Mutant(self.file, line, start, self.source[start:end], mutated)
+                found.setdefault(mutant.name, mutant)
+        return list(found.values())
+
+    def changes_at(self, i: int) -> Iterator[tuple[int, int, str]]:
+        """Yields start, end and new text of what is changed."""
+        kind, text, start, end = self.tokens[i]
+        if kind == "number":
+            yield start, end, f"({text} + 1)"
+        elif kind == "string":
+            if text != '""':
+                yield start, end, '""'
+            yield start, end, text[:-1] + '?"'
+        elif kind == "char":
+            yield start, end, "'?'" if text[1] == "\\" else f"'{chr(ord(text[1]) + 1)}'"
+        elif kind == "name":
+            yield from self.changes_at_name(i)
+        elif text == "!":
+            yield start, end, ""
+        elif text in ("|", "&") and self.is_spaced(i):
+            yield from self.dropped_operands(i)
+        elif text == "?":
+            first = self.start_of_condition(i)
+            for forced in ("true", "false"):
+                yield self.tokens[first].start, self.tokens[i - 1].end, forced
+        elif text in SWAPPED and (text not in SPACED or self.is_spaced(i)):
+            yield start, end, SWAPPED[text]
+        yield from self.dropped_statement(i)
+
+    def changes_at_name(self, i: int) -> Iterator[tuple[int, int, str]]:
+        text, start, end = self.tokens[i][1:]
+        if text in SWAPPED_NAMES:
+            yield start, end, SWAPPED_NAMES[text]
+        elif re.fullmatch("E[A-Z0-9]{3,}", text):
+            yield start, end, "EDOM"
+        elif text in NAMED_CONSTANTS and self.text(i + 1) == "::":
+            end = self.tokens[i + 2].end
+            yield start, end, f"({self.source[start:end]} + 1)"
+        elif text in ("if", "while") and self.text(i + 1) == "(":
+            yield from self.forced_condition(i + 2, self.end_of_brackets(i + 1))
+        elif text == "for":
+            close = self.end_of_brackets(i + 1)
+            semicolons = [j for j in range(i, close) if self.text(j) == ";"]
+            if semicolons and semicolons[1] != semicolons[0] + 1:
+                yield from self.forced_condition(semicolons[0] + 1, semicolons[1])
+        elif text == "return" and self.text(i + 1) != ";":
+            value = self.source[self.tokens[i + 1].start:self.tokens[self.end_of_statement(i)].start]
+            if value not in ("0", "1", "true", "false"):
+                for other in ("{}", "true"):
+                    yield self.tokens[i + 1].start, self.tokens[i + 1].start + len(value), other
+
+    def forced_condition(self, first: int, behind: int) -> Iterator[tuple[int, int, str]]:
+        """A condition that declares something goes on to do that."""
+        declares = any(self.text(j) == "=" for j in range(first, behind))
+        start, end = self.tokens[first].start, self.tokens[behind - 1].end
+        for forced in ("true", "false"):
+            yield start, end, f"{self.source[start:end]}; {forced}" if declares else forced
+
+    def dropped_operands(self, i: int) -> Iterator[tuple[int, int, str]]:
+        left, operator, right = self.tokens[i - 1:i + 2]
+        yield left.end, right.end, ""
+        if self.text(i - 2) not in ("|", ".", "->", "::") and left.kind == "name":
+            yield left.start, right.start, ""
+
+    def dropped_statement(self, i: int) -> Iterator[tuple[int, int, str]]:
+        """A call, an assignment or an increment that is a statement of its own."""
+        if self.text(i - 1) not in (";", "{", "}", ":") or self.text(i) in KEYWORDS:
+            return
+        j = i
+        if [self.text(j + k) for k in range(3)] == ["(", "void", ")"]:
+            j += 3
+        if self.text(j) not in ("++", "--", "::") and self.tokens[j].kind != "name":
+            return
+        while self.tokens[j].kind == "name" or self.text(j) in ("::", ".", "->"):
+            if self.tokens[j].kind == "name" and self.tokens[j + 1].kind == "name":
+                return  # a declaration
+            j = self.end_of_brackets(j + 1) + 1 if self.text(j + 1) == "[" else j + 1
+        if self.text(j) not in ("(", "=", "+=", "-=", "|=", "&=", "++", "--"):
+            return
+        last = self.end_of_statement(i)
+        if self.text(last) == ";":
+            yield self.tokens[i].start, self.tokens[last].end, ";"
+
+    def text(self, i: int) -> str:
+        return self.tokens[i].text if 0 <= i < len(self.tokens) else ""
+
+    def is_spaced(self, i: int) -> bool:
+        return self.source[self.tokens[i].start - 1].isspace() and self.source[self.tokens[i].end].isspace()
+
+    def end_of_brackets(self, i: int) -> int:
+        depth = 0
+        for j in range(i, len(self.tokens)):
+            depth += OPENING.get(self.text(j), 0) - CLOSING.get(self.text(j), 0)
+            if depth == 0:
+                return j
+        raise ValueError(f"{self.file}: a bracket is not closed")
+
+    def end_of_statement(self, i: int) -> int:
+        """Its semicolon, or the token where it turns out to be something else."""
+        while self.text(i) != ";":
+            if self.text(i) in CLOSING or (self.text(i) == "{" and self.text(i - 1) == ")"):
+                return i
+            i = self.end_of_brackets(i) + 1 if self.text(i) in OPENING else i + 1
+        return i
+
+    def start_of_condition(self, i: int) -> int:
+        depth = 0
+        while True:
+            i -= 1
+            depth += CLOSING.get(self.text(i), 0) - OPENING.get(self.text(i), 0)
+            if depth < 0 or (depth == 0 and self.text(i) in (",", ";", "{", "}", "return", "=", "?", ":")):
+                return i + 1
+
+
+class Workshop:
+    """Builds mutants and puts them to the test."""
+
+    def __init__(self, sources: Path, build: Path) -> None:
+        self.sources, self.build = sources, build
+        self.commands = {row["file"]: shlex.split(row["command"])
+                         for row in json.loads((build / "compile_commands.json").read_text())}
+        self.seconds: dict[tuple[str, str], float] = {}  # that a program takes with the original
+
+    def prepare(self, file: str) -> None:
+        """Compiles the headers of the source once for all its mutants, then the original."""
+        source = (self.sources / file).read_text()
+        self.file, self.source = file, source
+        includes = "".join(re.findall(r"^#include [^\n]*\n", source, re.MULTILINE))
+        (self.build / "mutant.h").write_text(includes)
+        command = self.compiler(file)
+        self.check(self.run([*command, "-x", "c++-header", "-o", "mutant.h.gch", "-c", "mutant.h"]))
+        self.check(self.compile(source))
+        self.original_code = self.code()
+        for step in PLANS[file]:
+            if step not in self.seconds:
+                before = time.monotonic()
+                if not self.passes(step, limit=1200):
+                    sys.exit(f"mutate.py: {' '.join(step)} fails without any mutant of {file}")
+                self.seconds[step] = time.monotonic() - before
+
+    def compiler(self, file: str) -> list[str]:
+        command = self.commands[(self.sources / file).as_posix()]
+        return [*command[:command.index("-o")], "-g0", "-O0", "-w"]
+
+    def compile(self, source: str) -> bool:
+        (self.build / "mutant.cpp").write_text(source)
+        return self.run([*self.compiler(self.file), "-include", "mutant.h", "-o", "mutant.o", "-c", "mutant.cpp"]) == 0
+
+    def code(self) -> bytes:
+        return subprocess.run(["objdump", "-drs", "--no-show-raw-insn", "mutant.o"], cwd=self.build, check=True,
+                              stdout=subprocess.PIPE).stdout
+
+    def link(self, program: str) -> bool:
+        """The mutant comes first, so the linker leaves the original in its library."""
+        folder = self.build / program.rpartition("/")[0]
+        name = program.rpartition("/")[2]
+        command = shlex.split((folder / f"CMakeFiles/{name}.dir/link.txt").read_text())
+        place = command.index("-o")
+        command[place + 1] = self.mutated(program).as_posix()
+        return self.run([*command[:place], "-fuse-ld=gold", "-Wl,--strip-all", (self.build / "mutant.o").as_posix(),
+                         *command[place:]], folder) == 0
+
+    def mutated(self, program: str) -> Path:
+        return self.build / program if program == AGENT else self.build / f"{program}.mutated"
+
+    def result_of(self, mutant: Mutant) -> str:
+        """Returns "invalid", "survived", or the program that caught it."""
+        behind = mutant.start + len(mutant.original)
+        if not self.compile(self.source[:mutant.start] + mutant.mutated + self.source[behind:]):
+            return "invalid"
+        if self.code() == self.original_code:
+            return "invalid"
+        linked = ""
+        for step in PLANS[mutant.file]:
+            program = AGENT if step[0] in (END_TO_END, LOGGING) else step[0]
+            if program != linked and not self.link(program):
+                return "invalid"
+            linked = program
+            if not self.passes(step, limit=10 + 5 * self.seconds[step]):
+                return step[0]
+        return "survived"
+
+    def passes(self, step: tuple[str, str], limit: float) -> bool:
+        program = self.mutated(step[0]) if self.mutated(step[0]).exists() else self.build / step[0]
+        command = [program.as_posix(), f"--gtest_filter={step[1]}", "--gtest_brief=1", "--gtest_fail_fast"]
+        return self.run(command, limit=limit) == 0
+
+    def run(self, command: list[str], folder: Path | None = None, limit: float = 300) -> int:
+        with open(self.build / "mutant.log", "wb") as log:
+            process = subprocess.Popen(command, cwd=folder or self.build, stdin=subprocess.DEVNULL, stdout=log,
+                                       stderr=subprocess.STDOUT, preexec_fn=set_limits)
+            try:
+                return process.wait(limit)
+            except subprocess.TimeoutExpired:
+                return -1
+            finally:
+                end_descendants()
+
+    def check(self, failed: int | bool) -> None:
+        if failed is False or (failed is not True and failed != 0):
+            sys.exit((self.build / "mutant.log").read_text(errors="replace"))
+
+
+def set_limits() -> None:
+    """A mutant may write or count for ever."""
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
+    resource.setrlimit(resource.RLIMIT_DATA, (1 << 31, 1 << 31))
+
+
+def become_parent_of_orphans() -> None:
+    pr_set_child_subreaper = 36
+    if ctypes.CDLL(None, use_errno=True).prctl(pr_set_child_subreaper, 1, 0, 0, 0) != 0:
+        raise OSError(ctypes.get_errno(), "prctl")
+
+
+def end_descendants() -> None:
+    """Ends what a test program has left running, level by level: whose parent ends becomes a child of this process."""
+    children = Path("/proc/self/task") / str(os.getpid()) / "children"
+    while processes := children.read_text().split():
+        for process in map(int, processes):
+            os.kill(process, signal.SIGKILL)
+            os.waitpid(process, 0)
+
+
+def keep_going(workshop: Workshop, mutants: list[Mutant], results: dict[str, str]) -> None:
+    for number, mutant in enumerate(mutants, 1):
+        results[mutant.name] = workshop.result_of(mutant)
+        (workshop.build / "mutants.json").write_text(json.dumps(results, indent=0))
+        if sys.stdout.isatty():
+            print(f"{mutant.file}: {number} of {len(mutants)}", end="\r", flush=True)
+
+
+def report(file: str, mutants: list[Mutant], results: dict[str, str]) -> None:
+    outcomes = [results[mutant.name] for mutant in mutants if results.get(mutant.name, "invalid") != "invalid"]
+    caught = sum(outcome != "survived" for outcome in outcomes)
+    percent = 100 * caught / len(outcomes) if outcomes else 100
+    print(f"{file:44} {len(outcomes):4} mutants {caught:4} caught {percent:6.1f} %", flush=True)
+    for mutant in mutants:
+        if results.get(mutant.name) == "survived":
+            print(f"  survived: {mutant}", flush=True)
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("sources", type=Path)
+    parser.add_argument("build", type=Path)
+    parser.add_argument("--every", type=int, default=1, metavar="N")
+    parser.add_argument("--survivors", action="store_true")
+    parser.add_argument("--list", action="store_true")
+    parser.add_argument("files", nargs="*", metavar="FILE")
+    options = parser.parse_args()
+    become_parent_of_orphans()
+    workshop = Workshop(options.sources.resolve(), options.build.resolve())
+    store = workshop.build / "mutants.json"
+    results = json.loads(store.read_text()) if store.exists() else {}
+    agent, whole_agent = workshop.build / AGENT, workshop.build / f"{AGENT}.whole"
+    for file in options.files or PLANS:
+        if file not in PLANS:
+            sys.exit(f"mutate.py: there is no plan for {file}")
+        mutants = Mutator(file, (workshop.sources / file).read_text()).mutants()[::options.every]
+        todo = [mutant for mutant in mutants if not options.survivors or results.get(mutant.name) == "survived"]
+        if options.list:
+            print(*mutants, sep="\n")
+            continue
+        agent.replace(whole_agent)
+        try:
+            workshop.prepare(file)
+            keep_going(workshop, todo, results)
+        finally:
+            whole_agent.replace(agent)
+        report(file, mutants, results)
+
+
+if __name__ == "__main__":
+    main()
