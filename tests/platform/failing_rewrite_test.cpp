@@ -34,6 +34,7 @@ const Fault faults_before_the_rename[] = {
     {"old file not examined", EIO, &Faults::file_not_examined},
     {"old file not read", EIO, &Faults::file_not_read},
     {"new file not examined", EIO, &Faults::file_not_examined, 0, 1},
+    {"what a crash left not removed", EACCES, &Faults::file_not_removed},
     {"disk full at once", ENOSPC, &Faults::file_not_written},
     {"disk full after a byte", ENOSPC, &Faults::file_not_written, 1},
     {"disk full before the last byte", ENOSPC, &Faults::file_not_written, 40},
@@ -118,6 +119,19 @@ TEST_P(FailingRewrite, LeavesTheOldTextWhenTheOwnerOrTheGroupCannotBeGiven) {
         expect_failure(change, EPERM);
     }
     expect_change();
+}
+
+// Whoever may put a link into the folder does not get the text written elsewhere, however quick they are.
+TEST_P(FailingRewrite, WritesThroughNoLinkInThePlaceOfTheNewFile) {
+    write_file("/opt/there", "kept");
+    const Change change = GetParam().prepare();
+    int links = 0;
+    faults.after_removal = [&](int folder, const char* name) {
+        links += symlinkat("/opt/there", folder, name) == 0 ? 1 : 0;
+    };
+    expect_failure(change, EEXIST);
+    EXPECT_EQ(links, 1);
+    EXPECT_EQ(read_file("/opt/there"), "kept");
 }
 
 TEST_P(FailingRewrite, IsOneWhenTheFolderCannotBeFlushedThoughTheChangeStands) {

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <cstring>
 #include <ostream>
 #include <stdexcept>
 #include <vector>
@@ -48,9 +49,7 @@ ReadString read_string(int socket, int max_length, int timeout) {
     ReadString read;
     read.result = get_string(socket, buffer.data(), max_length, timeout, &read.error);
     EXPECT_EQ(std::string(buffer.data() + room, margin), std::string(margin, filling));
-    if (read.result == 1) {
-        read.text = buffer.data();
-    }
+    read.text.assign(buffer.data(), strnlen(buffer.data(), buffer.size()));
     return read;
 }
 

@@ -42,7 +42,8 @@ ReadString string_refused(int error);
 
 ReadNumber read_number(int socket, int timeout = plenty_of_time);
 
-// The text of a failed read is empty. The test fails when the library writes behind the buffer's end.
+// A failed read leaves an empty text, and no part of one. The test fails when the library writes behind the buffer's
+// end.
 ReadString read_string(int socket, int max_length = longest_string, int timeout = plenty_of_time);
 
 // Returns a text of so many bytes.

@@ -7,6 +7,8 @@
 #include "platform/network.h"
 #include "tests/platform/framed_value.h"
 
+using system_calls::faults;
+
 namespace {
 
 class RefusedNumber : public FramingTest {};
@@ -186,8 +188,8 @@ TEST_F(RefusedString, IsEconnresetWhenThePeerEndsItsSendingAlone) {
 }
 
 TEST_F(RefusedString, IsEconnresetWhenThePeerCloses) {
-    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
-    system_calls::faults.instead_of_waiting = [&] { close_peer(); };
+    faults.steady_time = std::chrono::nanoseconds(0);
+    faults.instead_of_waiting = [&] { close_peer(); };
     send("12:GET");
     EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
 }
@@ -210,6 +212,21 @@ TEST_F(RefusedString, TellsWhatTheSystemCallReported) {
     EXPECT_EQ(read_string(-1), string_refused(EBADF));
     const Descriptor unconnected(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     EXPECT_EQ(read_string(unconnected.get()), string_refused(ENOTCONN));
+}
+
+// A socket tells of an error once, and then goes on as if there had been none.
+TEST_F(RefusedString, TellsWhatASingleReceptionReported) {
+    send("4:/tmp,");
+    system_calls::faults.reception_refused = EHOSTUNREACH;
+    EXPECT_EQ(read_string(socket()), string_refused(EHOSTUNREACH));
+    EXPECT_EQ(unread(), "4:/tmp,");
+}
+
+TEST_F(RefusedNumber, TellsWhatASingleReceptionReported) {
+    send("1:5,");
+    system_calls::faults.reception_refused = EHOSTUNREACH;
+    EXPECT_EQ(read_number(socket()), number_refused(EHOSTUNREACH));
+    EXPECT_EQ(unread(), "1:5,");
 }
 
 TEST_F(RefusedNumber, TellsWhyItsRestCouldNotBeWaitedFor) {

@@ -91,6 +91,18 @@ TEST_F(FramingTime, IsOverAfterWaitsThatBroughtNothing) {
     EXPECT_EQ(*faults.steady_time, seconds(3));
 }
 
+TEST_F(FramingTime, IsNotOverInItsLastMillisecond) {
+    faults.steady_time = std::chrono::nanoseconds(0);
+    faults.instead_of_waiting = [this] {
+        if (*faults.steady_time == std::chrono::nanoseconds(0)) {
+            *faults.steady_time = seconds(3) - std::chrono::nanoseconds(1);
+        } else {
+            send("4:/tmp,");
+        }
+    };
+    EXPECT_EQ(read_string(socket(), longest_string, 3), string_read("/tmp"));
+}
+
 // The longest time that the main configuration can ask for.
 TEST_F(FramingTime, MayBeADay) {
     ChildProcess peer([&] { send("4:/tmp,"); });

@@ -104,6 +104,33 @@ TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerBeforeItGetsTheName) {
     EXPECT_LT(place_of("give mode"), place_of("rename"));
 }
 
+TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerWhereOnlyUserOrGroupIsAnother) {
+    struct Row {
+        uid_t user;
+        gid_t group;
+        const char* call;
+    };
+    for (const Row& row : {Row{1234, getegid(), "give owner 1234:0"}, Row{geteuid(), 5678, "give owner 0:5678"}}) {
+        write_file(GetParam().path, GetParam().before);
+        system_calls::reset();
+        faults.pretended_owner =
+            system_calls::OwnedFile{.file = state_of(GetParam().path).st_ino, .user = row.user, .group = row.group};
+        EXPECT_EQ(GetParam().change(), 0);
+        EXPECT_LT(place_of(row.call), place_of("rename"));
+    }
+}
+
+// Among them a user's own draft of the file.
+TEST_P(SafeRewrite, LeavesTheOtherFilesOfTheFolder) {
+    for (const char* ending : {".new", ".tmp", ".bak", "~"}) {
+        write_file(GetParam().path + ending, "kept");
+    }
+    EXPECT_EQ(GetParam().change(), 0);
+    for (const char* ending : {".new", ".tmp", ".bak", "~"}) {
+        EXPECT_EQ(read_file(GetParam().path + ending), "kept") << ending;
+    }
+}
+
 TEST_P(SafeRewrite, ReplacesTheFileThatALinkPointsTo) {
     for (const char* target : {"/opt/site/settings", "../../../opt/site/settings"}) {
         remove_tree(GetParam().path);

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace system_calls {
 
@@ -109,6 +110,7 @@ ssize_t __real_flistxattr(int fd, char* list, size_t size);
 ssize_t __real_fgetxattr(int fd, const char* name, void* value, size_t size);
 int __real_rename(const char* from, const char* to);
 int __real_renameat(int from_folder, const char* from, int to_folder, const char* to);
+int __real_unlinkat(int folder, const char* name, int flags);
 int __real_clock_gettime(clockid_t clock, timespec* now);
 int __real_getifaddrs(ifaddrs** list);
 int __real_gethostname(char* name, size_t size);
@@ -141,7 +143,13 @@ ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
 }
 
 ssize_t __wrap_recv(int fd, void* bytes, size_t count, int flags) {
-    return happens(faults.receptions_interrupted) ? fail(EINTR) : __real_recv(fd, bytes, count, flags);
+    if (happens(faults.receptions_interrupted)) {
+        return fail(EINTR);
+    }
+    if (faults.reception_refused != 0) {
+        return fail(std::exchange(faults.reception_refused, 0));
+    }
+    return __real_recv(fd, bytes, count, flags);
 }
 
 int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
@@ -288,6 +296,19 @@ int __wrap_renameat(int from_folder, const char* from, int to_folder, const char
     record("rename");
     return faults.file_not_renamed != 0 ? fail(faults.file_not_renamed)
                                         : __real_renameat(from_folder, from, to_folder, to);
+}
+
+int __wrap_unlinkat(int folder, const char* name, int flags) {
+    if (faults.file_not_removed != 0) {
+        return fail(faults.file_not_removed);
+    }
+    const int result = __real_unlinkat(folder, name, flags);
+    if (const auto after_removal = std::exchange(faults.after_removal, nullptr)) {
+        const int error = errno;
+        after_removal(folder, name);
+        errno = error;
+    }
+    return result;
 }
 
 // Time and chance.

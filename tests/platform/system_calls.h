@@ -42,6 +42,7 @@ struct Faults {
     int file_not_flushed = 0;
     int folder_not_flushed = 0;
     int file_not_renamed = 0;
+    int file_not_removed = 0;
     int owner_not_given = 0;
     int mode_not_given = 0;
     int attribute_not_given = 0;
@@ -55,6 +56,7 @@ struct Faults {
     int locks_interrupted = 0;
     int receptions_interrupted = 0;
     int waits_interrupted = 0;
+    int reception_refused = 0;     // once
     int socket_not_awaited = 0;    // poll
     int credentials_not_told = 0;  // getsockopt SO_PEERCRED
     int interfaces_not_listed = 0;
@@ -76,6 +78,9 @@ struct Faults {
     std::function<void()> instead_of_waiting;
     // The next random bytes; then real ones follow.
     std::deque<unsigned char> random_bytes;
+
+    // Is called once, after the removal of that file from that folder.
+    std::function<void(int folder, const char* name)> after_removal;
 
     // Is called before each call that the journal shows.
     std::function<void(const std::string& call)> before_call;

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <utility>
 
 #include "tests/support/call_journal.h"
 
@@ -31,6 +32,10 @@ namespace {
 
 void record(const std::string& call) {
     call_journal::append(call_journal::Kind::call, {call});
+    if (const auto before_call = std::exchange(faults.before_call, nullptr)) {
+        before_call(call);
+        faults.before_call = before_call;
+    }
 }
 
 std::string number(long value) {

@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -52,6 +53,9 @@ struct Faults {
 
     std::optional<struct statvfs> file_system;  // what statvfs tells
     int file_system_not_examined = 0;
+
+    // Is called before each call that is recorded, but not for those that it makes itself.
+    std::function<void(const std::string& call)> before_call;
 };
 
 extern Faults faults;

@@ -1,10 +1,14 @@
 // How the editor of key-value files replaces a file, and how that fails.
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <map>
+#include <set>
+#include <string>
 
 #include "logging_config/key_value_file.h"
 #include "tests/unit/agent_test.h"
@@ -15,6 +19,19 @@ using recording_platform::calls_of;
 using recording_platform::messages;
 
 constexpr int error = 16;
+
+// What is open, with the flags of each.
+std::map<int, int> descriptors() {
+    constexpr int behind_the_highest = 64;
+    std::map<int, int> open;
+    for (int fd = 0; fd < behind_the_highest; ++fd) {
+        const int flags = fcntl(fd, F_GETFD);
+        if (flags != -1) {
+            open.emplace(fd, flags);
+        }
+    }
+    return open;
+}
 
 // Both operations on one file.
 class KeyValueFileReplacement : public AgentTest {
@@ -183,6 +200,36 @@ TEST_F(KeyValueFileReplacement, WritesEachLineAtOnce) {
     faults.watched_descriptor = next_descriptor() + 1;
     set();
     EXPECT_EQ(calls_of("write"), (Texts{"write " + copy + " 4", "write " + copy + " 2"}));
+}
+
+TEST_F(KeyValueFileReplacement, HandsNoDescriptorToAProgramThatIsStartedMeanwhile) {
+    const std::map<int, int> before = descriptors();
+    std::set<std::string> calls_with_files;
+    faults.watched_descriptor = next_descriptor() + 1;
+    faults.before_call = [&](const std::string& call) {
+        for (const auto& [fd, flags] : descriptors()) {
+            if (before.count(fd) == 0) {
+                EXPECT_EQ(flags, FD_CLOEXEC) << call;
+                calls_with_files.insert(call.substr(0, call.find(' ')));
+            }
+        }
+    };
+    EXPECT_EQ(set(), 0);
+    EXPECT_EQ(calls_with_files, (std::set<std::string>{"open", "write"}));
+}
+
+TEST_F(KeyValueFileReplacement, HasBothFilesClosedWhenTheCopyIsRenamed) {
+    const std::map<int, int> before = descriptors();
+    int renames = 0;
+    faults.before_call = [&](const std::string& call) {
+        if (call.starts_with("rename")) {
+            ++renames;
+            EXPECT_EQ(descriptors(), before);
+        }
+    };
+    EXPECT_EQ(set(), 0);
+    EXPECT_EQ(unset(), 0);
+    EXPECT_EQ(renames, 2);
 }
 
 TEST_F(KeyValueFileReplacement, LeavesNoDescriptorOpen) {

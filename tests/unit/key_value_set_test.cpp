@@ -126,6 +126,7 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, DefaultKeptOrRestored,
                              {"RestoresALineThatContainsTheDefault", "# MAX = 25\n", x_2, "MAX = 25\n"},
                              {"KeepsTheCarriageReturn", "#X = 2\r\n", x_2, "X = 2\r\n"},
                              {"KeepsOtherWhitespaceInFront", "#\v X = 2\n", x_2, "\v X = 2\n"},
+                             {"KeepsOtherCharactersInFront", "#?X = 2\n", x_2, "?X = 2\n"},
                              {"LeavesALineOfBlanksAsItStands", " # #\n", {"#", "", ""}, "    \n"},
                          }),
                          row_name);
