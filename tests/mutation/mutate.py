@@ -11,8 +11,8 @@ difference that anybody could see.
 
 SOURCES is a copy of the tree, BUILD its build folder with everything built and nothing optimised; neither is changed
 but for the agent's file in BUILD, which is put back. Without files all of PLANS are mutated. --every N takes every
-N-th mutant of each file, --survivors those alone that survived the last time, --list prints them and runs nothing.
-Results are kept in BUILD/mutants.json.
+N-th mutant of each file, --survivors those alone that survived the last time or are new, --list prints them and runs
+nothing. Results are kept in BUILD/mutants.json.
 """
 
 import argparse
@@ -27,10 +27,13 @@ import subprocess
 import sys
 import time
 from pathlib import Path
-from typing import Iterator, NamedTuple
+from typing import Callable, Iterator, NamedTuple
 
 UNIT, PLATFORM = "tests/unit/unit_tests", "tests/platform/platform_tests"
 END_TO_END, LOGGING = "tests/end_to_end/end_to_end_tests", "tests/end_to_end/logging/logging_end_to_end_tests"
+INVALID, SURVIVED, PASSED, FAILED, HUNG = "invalid", "survived", "passed", "failed", "hung"
+WITH_HEADERS = ("-include", "mutant.h")
+SANITIZERS = ("-fsanitize=address,undefined", "-fno-sanitize-recover=all")
 AGENT = "zmlogadmagent"  # what the programs below tests/end_to_end run
 
 # What runs for a mutant of each file, the likeliest to fail first. Agents that are killed at each of their system
@@ -144,7 +147,10 @@ class Mutator:
         elif re.fullmatch("E[A-Z0-9]{3,}", text):
             yield start, end, "EDOM"
         elif text in NAMED_CONSTANTS and self.text(i + 1) == "::":
-            end = self.tokens[i + 2].end
+            first = i
+            while self.text(first - 1) == "::":
+                first -= 2
+            start, end = self.tokens[first].start, self.tokens[i + 2].end
             yield start, end, f"({self.source[start:end]} + 1)"
         elif text in ("if", "while") and self.text(i + 1) == "(":
             yield from self.forced_condition(i + 2, self.end_of_brackets(i + 1))
@@ -238,81 +244,97 @@ class Workshop:
         includes = "".join(re.findall(r"^#include [^\n]*\n", source, re.MULTILINE))
         (self.build / "mutant.h").write_text(includes)
         command = self.compiler(file)
-        self.check(self.run([*command, "-x", "c++-header", "-o", "mutant.h.gch", "-c", "mutant.h"]))
-        self.check(self.compile(source))
+        self.check(self.run([*command, "-x", "c++-header", "-o", "mutant.h.gch", "-c", "mutant.h"]) == 0)
+        self.check(self.compile(source, *WITH_HEADERS))
         self.original_code = self.code()
         for step in PLANS[file]:
+            self.check(self.link(self.mutated_by(step)))
             if step not in self.seconds:
                 before = time.monotonic()
-                if not self.passes(step, limit=1200):
+                if self.outcome_of(step, 1200, set_limits) != PASSED:
                     sys.exit(f"mutate.py: {' '.join(step)} fails without any mutant of {file}")
                 self.seconds[step] = time.monotonic() - before
+        if self.result_with_sanitizers(source, PLANS[file][0]) != SURVIVED:
+            sys.exit(f"mutate.py: the sanitizers report {file} without any mutant")
 
     def compiler(self, file: str) -> list[str]:
         command = self.commands[(self.sources / file).as_posix()]
         return [*command[:command.index("-o")], "-g0", "-O0", "-w"]
 
-    def compile(self, source: str) -> bool:
+    def compile(self, source: str, *options: str) -> bool:
         (self.build / "mutant.cpp").write_text(source)
-        return self.run([*self.compiler(self.file), "-include", "mutant.h", "-o", "mutant.o", "-c", "mutant.cpp"]) == 0
+        return self.run([*self.compiler(self.file), *options, "-o", "mutant.o", "-c", "mutant.cpp"]) == 0
 
     def code(self) -> bytes:
         return subprocess.run(["objdump", "-drs", "--no-show-raw-insn", "mutant.o"], cwd=self.build, check=True,
                               stdout=subprocess.PIPE).stdout
 
-    def link(self, program: str) -> bool:
+    def link(self, program: str, *options: str) -> bool:
         """The mutant comes first, so the linker leaves the original in its library."""
-        folder = self.build / program.rpartition("/")[0]
-        name = program.rpartition("/")[2]
+        folder, name = (self.build / program).parent, Path(program).name
         command = shlex.split((folder / f"CMakeFiles/{name}.dir/link.txt").read_text())
         place = command.index("-o")
-        command[place + 1] = self.mutated(program).as_posix()
-        return self.run([*command[:place], "-fuse-ld=gold", "-Wl,--strip-all", (self.build / "mutant.o").as_posix(),
+        if program != AGENT:
+            command[place + 1] = f"{name}.mutated"
+            options = ("-fuse-ld=gold", *options)  # it is the quicker one, but knows no static-pie
+        return self.run([*command[:place], "-Wl,--strip-all", *options, (self.build / "mutant.o").as_posix(),
                          *command[place:]], folder) == 0
 
-    def mutated(self, program: str) -> Path:
-        return self.build / program if program == AGENT else self.build / f"{program}.mutated"
+    def mutated_by(self, step: tuple[str, str]) -> str:
+        """The program that the mutant is linked into."""
+        return AGENT if step[0] in (END_TO_END, LOGGING) else step[0]
 
     def result_of(self, mutant: Mutant) -> str:
-        """Returns "invalid", "survived", or the program that caught it."""
+        """Returns INVALID, SURVIVED, FAILED or HUNG."""
         behind = mutant.start + len(mutant.original)
-        if not self.compile(self.source[:mutant.start] + mutant.mutated + self.source[behind:]):
-            return "invalid"
-        if self.code() == self.original_code:
-            return "invalid"
+        source = self.source[:mutant.start] + mutant.mutated + self.source[behind:]
+        if not self.compile(source, *WITH_HEADERS) or self.code() == self.original_code:
+            return INVALID
         linked = ""
         for step in PLANS[mutant.file]:
-            program = AGENT if step[0] in (END_TO_END, LOGGING) else step[0]
+            program = self.mutated_by(step)
             if program != linked and not self.link(program):
-                return "invalid"
+                return INVALID
             linked = program
-            if not self.passes(step, limit=10 + 5 * self.seconds[step]):
-                return step[0]
-        return "survived"
+            outcome = self.outcome_of(step, 5 + 3 * self.seconds[step], set_limits)
+            if outcome != PASSED:
+                return outcome
+        return self.result_with_sanitizers(source, PLANS[mutant.file][0])
 
-    def passes(self, step: tuple[str, str], limit: float) -> bool:
-        program = self.mutated(step[0]) if self.mutated(step[0]).exists() else self.build / step[0]
-        command = [program.as_posix(), f"--gtest_filter={step[1]}", "--gtest_brief=1", "--gtest_fail_fast"]
-        return self.run(command, limit=limit) == 0
+    def result_with_sanitizers(self, source: str, step: tuple[str, str]) -> str:
+        """All tests run with them too: what writes behind a buffer's end need not do harm otherwise."""
+        if not self.compile(source, *SANITIZERS) or not self.link(self.mutated_by(step), *SANITIZERS):
+            sys.exit("mutate.py: the sanitizers do not work")
+        outcome = self.outcome_of(step, 30 + 10 * self.seconds[step])
+        return SURVIVED if outcome == PASSED else outcome
 
-    def run(self, command: list[str], folder: Path | None = None, limit: float = 300) -> int:
+    def outcome_of(self, step: tuple[str, str], limit: float, preparation: Callable[[], None] | None = None) -> str:
+        program = step[0] if self.mutated_by(step) == AGENT else f"{step[0]}.mutated"
+        command = [(self.build / program).as_posix(), f"--gtest_filter={step[1]}", "--gtest_brief=1",
+                   "--gtest_fail_fast"]
+        status = self.run(command, limit=limit, preparation=preparation)
+        return PASSED if status == 0 else HUNG if status is None else FAILED
+
+    def run(self, command: list[str], folder: Path | None = None, limit: float = 300,
+            preparation: Callable[[], None] | None = None) -> int | None:
+        """Returns what the program ended with, or nothing when it did not end in time."""
         with open(self.build / "mutant.log", "wb") as log:
             process = subprocess.Popen(command, cwd=folder or self.build, stdin=subprocess.DEVNULL, stdout=log,
-                                       stderr=subprocess.STDOUT, preexec_fn=set_limits)
+                                       stderr=subprocess.STDOUT, preexec_fn=preparation)
             try:
                 return process.wait(limit)
             except subprocess.TimeoutExpired:
-                return -1
+                return None
             finally:
                 end_descendants()
 
-    def check(self, failed: int | bool) -> None:
-        if failed is False or (failed is not True and failed != 0):
+    def check(self, works: bool) -> None:
+        if not works:
             sys.exit((self.build / "mutant.log").read_text(errors="replace"))
 
 
 def set_limits() -> None:
-    """A mutant may write or count for ever."""
+    """A mutant may write or count for ever. Sanitizers reserve more room than that."""
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
     resource.setrlimit(resource.RLIMIT_DATA, (1 << 31, 1 << 31))
@@ -342,12 +364,13 @@ def keep_going(workshop: Workshop, mutants: list[Mutant], results: dict[str, str
 
 
 def report(file: str, mutants: list[Mutant], results: dict[str, str]) -> None:
-    outcomes = [results[mutant.name] for mutant in mutants if results.get(mutant.name, "invalid") != "invalid"]
-    caught = sum(outcome != "survived" for outcome in outcomes)
-    percent = 100 * caught / len(outcomes) if outcomes else 100
-    print(f"{file:44} {len(outcomes):4} mutants {caught:4} caught {percent:6.1f} %", flush=True)
+    outcomes = [results[mutant.name] for mutant in mutants if results.get(mutant.name, INVALID) != INVALID]
+    caught, hung = sum(outcome != SURVIVED for outcome in outcomes), outcomes.count(HUNG)
+    percent = 100 * caught / max(len(outcomes), 1)
+    print(f"{file:40} {len(outcomes):4} mutants {caught:4} caught {percent:6.1f} %, {hung} of them by a time-out",
+          flush=True)
     for mutant in mutants:
-        if results.get(mutant.name) == "survived":
+        if results.get(mutant.name) == SURVIVED:
             print(f"  survived: {mutant}", flush=True)
 
 
@@ -359,17 +382,21 @@ def main() -> None:
     parser.add_argument("--survivors", action="store_true")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("files", nargs="*", metavar="FILE")
-    options = parser.parse_args()
+    options = parser.parse_intermixed_args()
     become_parent_of_orphans()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     workshop = Workshop(options.sources.resolve(), options.build.resolve())
     store = workshop.build / "mutants.json"
     results = json.loads(store.read_text()) if store.exists() else {}
     agent, whole_agent = workshop.build / AGENT, workshop.build / f"{AGENT}.whole"
+    if whole_agent.exists():  # the last run was killed
+        whole_agent.replace(agent)
     for file in options.files or PLANS:
         if file not in PLANS:
             sys.exit(f"mutate.py: there is no plan for {file}")
         mutants = Mutator(file, (workshop.sources / file).read_text()).mutants()[::options.every]
-        todo = [mutant for mutant in mutants if not options.survivors or results.get(mutant.name) == "survived"]
+        todo = [mutant for mutant in mutants
+                if not options.survivors or results.get(mutant.name, SURVIVED) == SURVIVED]
         if options.list:
             print(*mutants, sep="\n")
             continue

@@ -346,6 +346,26 @@ TEST_P(FailingRewrite, LeavesAFileBehindALinkThatCannotBeLocked) {
     expect_nothing_left_behind();
 }
 
+// What such a link leads to is not locked.
+TEST_P(FailingRewrite, FollowsNoLinkThatTakesTheFilesPlaceWhileItIsLocked) {
+    remove_tree(GetParam().path);
+    write_file("/opt/site/settings", GetParam().before);
+    write_file("/opt/site/other", GetParam().before);
+    make_link("/opt/site/settings", GetParam().path);
+    const Change change = GetParam().prepare();
+    int locks = 0;
+    faults.before_call = [&](const std::string& call) {
+        if (call == "lock" && ++locks == 2) {  // the link's own name comes first
+            remove_tree("/opt/site/settings");
+            make_link("/opt/site/other", "/opt/site/settings");
+        }
+    };
+    EXPECT_EQ(change(), GetParam().failure(ELOOP));
+    faults = Faults();
+    EXPECT_EQ(locks, 2);
+    EXPECT_EQ(read_file("/opt/site/other"), GetParam().before);
+}
+
 TEST_P(FailingRewrite, LeavesTheLockFree) {
     const Change change = GetParam().prepare();
     faults.file_not_flushed = EIO;
