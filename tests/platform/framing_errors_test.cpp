@@ -217,14 +217,14 @@ TEST_F(RefusedString, TellsWhatTheSystemCallReported) {
 // A socket tells of an error once, and then goes on as if there had been none.
 TEST_F(RefusedString, TellsWhatASingleReceptionReported) {
     send("4:/tmp,");
-    system_calls::faults.reception_refused = EHOSTUNREACH;
+    faults.reception_refused = EHOSTUNREACH;
     EXPECT_EQ(read_string(socket()), string_refused(EHOSTUNREACH));
     EXPECT_EQ(unread(), "4:/tmp,");
 }
 
 TEST_F(RefusedNumber, TellsWhatASingleReceptionReported) {
     send("1:5,");
-    system_calls::faults.reception_refused = EHOSTUNREACH;
+    faults.reception_refused = EHOSTUNREACH;
     EXPECT_EQ(read_number(socket()), number_refused(EHOSTUNREACH));
     EXPECT_EQ(unread(), "1:5,");
 }

@@ -12,7 +12,6 @@
 #include <system_error>
 
 #include "tests/platform/child_process.h"
-#include "tests/platform/system_calls.h"
 #include "tests/platform/verified_peer.h"
 #include "tests/platform/written_debug_log.h"
 #include "tests/support/product_test.h"

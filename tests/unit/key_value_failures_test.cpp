@@ -25,7 +25,7 @@ std::map<int, int> descriptors() {
     constexpr int behind_the_highest = 64;
     std::map<int, int> open;
     for (int fd = 0; fd < behind_the_highest; ++fd) {
-        const int flags = fcntl(fd, F_GETFD);
+        const int flags = fcntl(fd, F_GETFD, 0);
         if (flags != -1) {
             open.emplace(fd, flags);
         }
