@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the figures of docs/reliability.md again, which takes about an hour; an argument makes one of them:
+# Makes the figures of docs/reliability.md again, which takes about two hours; an argument makes one of them:
 #
 #   faults    every system call and every allocation of every request fails, or the agent is killed there
 #   disk      every state that the disk may have after a power failure
@@ -7,6 +7,7 @@
 #   fuzz      scripts/fuzz.sh, five minutes a harness
 #   coverage  scripts/coverage.sh
 #   memory    scripts/check_memory.sh
+#   mutants   scripts/mutate.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 release=build/release
@@ -49,7 +50,7 @@ load() {
 }
 
 fuzz() {
-    scripts/fuzz.sh 2400
+    scripts/fuzz.sh 1350
 }
 
 coverage() {
@@ -60,12 +61,17 @@ memory() {
     scripts/check_memory.sh
 }
 
-(($# > 0)) || set -- faults disk load fuzz coverage memory
+mutants() {
+    scripts/mutate.sh
+}
+
+(($# > 0)) || set -- faults disk load fuzz coverage memory mutants
 for part in "$@"; do
     case $part in
-        faults | disk | load | fuzz | coverage | memory) ;;
+        faults | disk | load | fuzz | coverage | memory | mutants) ;;
         *)
-            echo "reliability.sh: there is no part $part; there are faults, disk, load, fuzz, coverage and memory" >&2
+            echo "reliability.sh: there is no part $part; there are faults, disk, load, fuzz, coverage," \
+                "memory and mutants" >&2
             exit 2
             ;;
     esac
