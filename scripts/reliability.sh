@@ -50,7 +50,9 @@ load() {
 }
 
 fuzz() {
-    scripts/fuzz.sh 1350
+    local harnesses
+    harnesses=$(find tests/fuzz/corpus -mindepth 1 -maxdepth 1 -type d | wc -l)
+    scripts/fuzz.sh $((harnesses * 300 / $(nproc)))
 }
 
 coverage() {
