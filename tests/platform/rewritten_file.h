@@ -25,6 +25,10 @@ struct RewrittenFile {
     [[nodiscard]] int change() const { return prepare()(); }
 };
 
+inline void PrintTo(const RewrittenFile& file, std::ostream* stream) {
+    *stream << file.name;
+}
+
 const RewrittenFile& main_configuration_file();
 const RewrittenFile& store_file_of_a_product();
 
