@@ -42,8 +42,9 @@ run_tests() {
             echo "{}: $(tail -n 1 "$program.log")"' sh "$folder/tests"
 }
 
-# Prints what valgrind said, but for descriptors that come from the parent (valgrind's own report is one), for the socket
-# of an agent that ends early, which goes with the process, and for mounts of no type, which valgrind does not know.
+# Prints what valgrind said, but for descriptors that come from the parent (valgrind's own report is one), for the
+# socket of an agent that ends early, which goes with the process, and for mounts of no type, which valgrind does not
+# know.
 findings() {
     local report
     for report in "$reports"/*; do
