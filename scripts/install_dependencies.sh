@@ -22,7 +22,7 @@ packages_of() {
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
         package)
-            echo cmake g++ make nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount systemd \
+            echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount systemd \
                 util-linux zsh bash-completion
             ;;
         *)
