@@ -13,7 +13,10 @@ set -euo pipefail
 
 packages_of() {
     case $1 in
-        build) echo cmake g++ make python3 nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils attr acl ;;
+        build)
+            echo cmake g++ make python3 nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils \
+                attr acl
+            ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
         benchmark) echo augeas-tools ;;
         fuzz) echo clang-14 libclang-rt-14-dev ;;
@@ -22,8 +25,8 @@ packages_of() {
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
         package)
-            echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount systemd \
-                util-linux zsh bash-completion
+            echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount \
+                systemd util-linux zsh bash-completion
             ;;
         *)
             echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, fuzz, coverage," \
