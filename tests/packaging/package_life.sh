@@ -61,7 +61,8 @@ in_the_end() { # COMMAND ...
 # left out: they show the machine's own files, which may be changing.
 everything() {
     find /etc /usr /opt /run /srv /var /boot /lib/ /bin/ /sbin/ \( -path /var/lib/dpkg -o -path /var/log \
-        -o -path /var/cache -o -path /var/tmp -o -path /run/systemd -o -path /run/log \) -prune \
+        -o -path /var/cache -o -path /var/tmp -o -path /run/systemd -o -path /run/log \
+        -o -path '*/shared/output' \) -prune \
         -o -type d -printf '%p %M %U %G\n' -o -printf '%p %M %U %G %s %l\n' | sort
 }
 
