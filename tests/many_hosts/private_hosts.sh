@@ -15,6 +15,8 @@ prepare_this_host() {
     drop_packets_to 192.0.2.10
     own_folder /usr/local/bin 755
     ln -s /usr/kumel/zembrath/bin/support/zmlogadm /usr/local/bin/zmlogadm
+    # As an administrator's shell has it, whatever started this test.
+    export PATH=/usr/local/bin:$PATH
     # Settings of this machine's ClusterShell are not those of the page.
     own_folder /etc/clustershell 755
     make_product 64
