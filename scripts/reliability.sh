@@ -35,7 +35,7 @@ faults() {
         return 1
     fi
     count_runs FaultLoop 'A system call fails, or the agent is killed'
-    count_runs 'FaultLoop.*KilledAtOnce' 'Of these: killed'
+    count_runs 'KilledAtOnce.*FaultLoop' 'Of these: killed'
     count_runs AllocationLoop 'An allocation fails'
 }
 

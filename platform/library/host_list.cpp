@@ -64,11 +64,11 @@ std::vector<Address> resolve(const std::string& host, int flags) {
     return addresses;
 }
 
-// The name of this host, whole or its first label.
+// The name of this host, whole or its first label; "localhost" alone where the system does not tell it.
 bool is_own_name(const std::string& host) {
     std::array<char, HOST_NAME_MAX + 1> name{};
     if (gethostname(name.data(), name.size()) != 0) {
-        return false;
+        name[0] = '\0';
     }
     const std::string_view whole = name.data();
     const std::string_view first_label = whole.substr(0, whole.find('.'));

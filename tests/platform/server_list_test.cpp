@@ -289,6 +289,9 @@ TEST_F(ServerList, KnowsThisHostByItsAddressesAloneWhenTheSystemDoesNotTellItsNa
         trust({host});
         EXPECT_TRUE(is_trusted(connection.agent_end.get())) << host;
     }
+    write_file("/etc/hosts", "");
+    trust({"localhost"});
+    EXPECT_TRUE(is_trusted(connection.agent_end.get()));
 }
 
 TEST_F(ServerList, KnowsThisHostByItsLoopbackAddressesAloneWhenTheSystemDoesNotTellTheOthers) {

@@ -64,6 +64,10 @@ TEST_F(CleanupRequest, RemovesAResultNamedByItsBareName) {
     ASSERT_EQ(chdir("/"), 0);
 }
 
+TEST_F(CleanupRequest, TellsTheWholeNameOfALongArgument) {
+    expect_refusal(std::string(2047, 'x'), "Does not match expected format");
+}
+
 TEST_F(CleanupRequest, AcceptsAnySixCharactersAtTheEnd) {
     const std::string odd = folder_.path("zmla-" + digits + "-% n?*\\");
     make_folder(odd);
@@ -146,6 +150,7 @@ TEST_F(CleanupRequest, RefusesAnEndOfAnotherLength) {
 TEST_F(CleanupRequest, NamesTheFirstOfSeveralReasons) {
     expect_refusal("/tmp/other-12-x", "Expected directory prefix is missing");
     expect_refusal("/tmp/zmla-1x-x", "The middle is not 29 chars");
+    expect_refusal("/tmp/zmla-" + digits.substr(1) + "x-abc", "The middle is not all digits");
 }
 
 TEST_F(CleanupRequest, TrimsBlanksForTheCheckAlone) {

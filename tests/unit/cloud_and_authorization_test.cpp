@@ -1,5 +1,7 @@
 #include "logging_config/cloud_and_authorization.h"
 
+#include <cerrno>
+
 #include "tests/unit/agent_test.h"
 
 namespace {
@@ -15,6 +17,20 @@ class CloudAndAuthorization : public ProductPathTest {
         for (const std::string& file : {storage_file, recovery_file, container_file, authorization_file}) {
             write_file(file, "");
         }
+    }
+
+    // Lets the first value of a request fail and the others succeed.
+    static void refuse_the_first_rename() {
+        faults.file_not_renamed = EBUSY;
+        faults.before_call = [renames = 0](const std::string& call) mutable {
+            if (call.starts_with("rename ") && ++renames == 2) {
+                faults.file_not_renamed = 0;
+            }
+        };
+    }
+
+    static std::string refused_rename_of(const std::string& file) {
+        return "Failed to rename " + file + ".new to " + file + " E=16 (Device or resource busy)\n";
     }
 
     Responses responses_;
@@ -82,6 +98,14 @@ TEST_F(ProcessCloud, TellsAndReturnsAFailure) {
     EXPECT_EQ(responses_.size(), 2U);
 }
 
+TEST_F(ProcessCloud, SkipsNothingAfterAFailureAndReturnsIt) {
+    refuse_the_first_rename();
+    EXPECT_EQ(process_cloud("CLOUD", {"a", "b=2"}, responses_), 5803);
+    EXPECT_EQ(read_file(container_file), "SHCT_LOG_LEVEL=2\n");
+    EXPECT_EQ(responses_, (Responses{"PROCESS=CLOUD:a STATUS=5803 MSG=" + refused_rename_of(container_file),
+                                     "PROCESS=CLOUD:b STATUS=0 MSG=Set up b debug logging\n"}));
+}
+
 class ProcessHolkaz : public CloudAndAuthorization {};
 
 TEST_F(ProcessHolkaz, WritesKeyAndDefaultInQuotationMarks) {
@@ -102,6 +126,20 @@ TEST_F(ProcessHolkaz, TellsAndReturnsAFailure) {
     EXPECT_EQ(process_holkaz("HOLKAZ", {"az"}, responses_), 5803);
     EXPECT_EQ(responses_, (Responses{"PROCESS=HOLKAZ:az STATUS=5803 MSG=Could not open file " + authorization_file +
                                      " E=2 (No such file or directory)\n"}));
+}
+
+TEST_F(ProcessHolkaz, SkipsNothingAfterAFailureAndReturnsIt) {
+    refuse_the_first_rename();
+    EXPECT_EQ(process_holkaz("HOLKAZ", {"a", "b=2"}, responses_), 5803);
+    EXPECT_EQ(read_file(authorization_file), "\"DebugLevel\"=2\n");
+    EXPECT_EQ(responses_, (Responses{"PROCESS=HOLKAZ:a STATUS=5803 MSG=" + refused_rename_of(authorization_file),
+                                     "PROCESS=HOLKAZ:b STATUS=0 MSG=Set up b debug logging\n"}));
+}
+
+TEST_F(CloudAndAuthorization, WriteALevelOfAnyLength) {
+    const std::string level(2030, '7');
+    EXPECT_EQ(process_cloud("CLOUD", {"a=" + level}, responses_), 0);
+    EXPECT_EQ(read_file(container_file), "SHCT_LOG_LEVEL=" + level + "\n");
 }
 
 TEST_F(CloudAndAuthorization, DoNothingWithoutAValue) {

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <csignal>
 
 #include "tests/unit/agent_test.h"
 
@@ -154,6 +155,15 @@ TEST_F(ProcessKob, Gives256ForAToolThatEndsWith1) {
     EXPECT_EQ(process({"kob=5"}), 256);
 }
 
+// The shell tells with 128 and the signal's number how the tool ended, or becomes the tool and ends so itself.
+TEST_F(ProcessKob, PassesTheRawWaitStatusOfAKilledToolOn) {
+    write_tool(tool, "kill -KILL $$\n");
+    const int status = process({"kob=5"});
+    EXPECT_TRUE(status == (128 + SIGKILL) * 256 || status == SIGKILL) << status;
+    EXPECT_EQ(responses_,
+              (Responses{"PROCESS=KOB:kob STATUS=" + std::to_string(status) + " MSG=failed to change KOB cfg\n"}));
+}
+
 TEST_F(ProcessKob, Gives32512ForAMissingTool) {
     EXPECT_EQ(process({"kob=5"}), 32512);
     EXPECT_EQ(responses_, (Responses{"PROCESS=KOB:kob STATUS=32512 MSG=failed to change KOB cfg\n"}));
@@ -180,6 +190,12 @@ TEST_F(ProcessKob, RunsNothingForArgumentsThatAreNotValid) {
 
 TEST_F(ProcessKob, CutsTheLineTo1023Characters) {
     install_tool(0);
+    const std::string category(1100, 'C');
+    call_that_forks([&] { return process_kob(category, {"kob=1"}, responses_); });
+    EXPECT_EQ(responses_, (Responses{("PROCESS=" + category).substr(0, 1023)}));
+}
+
+TEST_F(ProcessKob, CutsTheLineOfAFailureTo1023Characters) {
     const std::string category(1100, 'C');
     call_that_forks([&] { return process_kob(category, {"kob=1"}, responses_); });
     EXPECT_EQ(responses_, (Responses{("PROCESS=" + category).substr(0, 1023)}));

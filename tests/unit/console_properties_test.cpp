@@ -44,6 +44,13 @@ TEST_F(ProcessJavagui, TakesAnEmptyMask) {
     EXPECT_EQ(read_file(file), "debugMask=\nprintcmds=true\n");
 }
 
+TEST_F(ProcessJavagui, WritesAMaskOfAnyLength) {
+    write_file(file, "");
+    const std::string mask(2030, '1');
+    EXPECT_EQ(process({"gui=" + mask}, "enable"), 0);
+    EXPECT_EQ(read_file(file), "printcmds=true\ndebugMask=" + mask + "\n");
+}
+
 TEST_F(ProcessJavagui, SplitsAtTheFirstEqualsSign) {
     write_file(file, "");
     process({"a=b=c"}, "enable");

@@ -43,6 +43,24 @@ TEST_F(GetKpaConfFilepath, ComesFromTheFirstLineWithTheMarkerAnywhere) {
     EXPECT_EQ(path_, "/first");
 }
 
+TEST_F(GetKpaConfFilepath, ComesFromALineWhereverItLies) {
+    const std::string marked_line = "kpa.cfg=/etc/kpa\n";
+    for (const std::size_t length : {0U, 4091U, 4095U, 4096U, 300'000U}) {
+        path_.clear();
+        EXPECT_EQ(find(std::string(length, 'x') + "\n" + marked_line), 0);
+        EXPECT_EQ(path_, "/etc/kpa") << length;
+        path_.clear();
+        EXPECT_EQ(find(std::string(length, 'x') + marked_line), 0);
+        EXPECT_EQ(path_, "/etc/kpa") << length;
+    }
+}
+
+TEST_F(GetKpaConfFilepath, MayBeOfAnyLength) {
+    const std::string path = "/" + std::string(10'000, 'p');
+    EXPECT_EQ(find("kpa.cfg=" + path + "\n"), 0);
+    EXPECT_EQ(path_, path);
+}
+
 TEST_F(GetKpaConfFilepath, IsNotTrimmedAndKeepsFurtherEqualsSigns) {
     EXPECT_EQ(find("kpa.cfg = /a=b \r\n"), 0);
     EXPECT_EQ(path_, " /a=b \r");
@@ -174,6 +192,14 @@ TEST_F(ProcessRk, TakesAnEmptyValueAndFurtherEqualsSigns) {
     EXPECT_EQ(read_file(fixed_file), "Logging=,thread\n");
     process({"qtpiped=a=b"});
     EXPECT_EQ(read_file(fixed_file), "Logging=a=b,thread\n");
+}
+
+TEST_F(ProcessRk, WritesAValueOfAnyLength) {
+    write_file(fixed_file, "");
+    const std::string value(2030, 'v');
+    EXPECT_EQ(process({"qtpiped=" + value}), 0);
+    EXPECT_EQ(read_file(fixed_file), "Logging=" + value + ",thread\n");
+    EXPECT_EQ(responses_, (Responses{("PROCESS=RK:qtpiped STATUS=0 MSG=Set debug logging '" + value).substr(0, 2047)}));
 }
 
 TEST_F(ProcessRk, EditsASharedFileOnceAndRepeatsTheOutcome) {

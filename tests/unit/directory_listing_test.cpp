@@ -149,6 +149,20 @@ TEST_F(ListDirAndSendOutput, StopsWith5796WhenALineIsNotSent) {
     EXPECT_EQ(recording_platform::calls_of("write").size(), 1U);
 }
 
+TEST_F(ListDirAndSendOutput, SendsTheWholeLineOfAPathOf1023Characters) {
+    const std::string name(100, 'f');
+    std::string deep = folder_.path();
+    while (deep.size() < 800) {
+        deep += "/" + std::string(50, 'd');
+    }
+    deep += "/" + std::string(1023 - 1 - name.size() - 1 - deep.size(), 'd');
+    const std::string path = deep + "/" + name;
+    ASSERT_EQ(path.size(), 1023U);
+    write_file(path, "");
+    EXPECT_EQ(list(deep), 0);
+    EXPECT_EQ(socket_.received(), "ZMSU PACKAGE=" + path + "\n");
+}
+
 TEST_F(ListDirAndSendOutput, CutsThePathOfAnEntryTo1023Characters) {
     std::string deep = folder_.path();
     while (deep.size() < 1000) {

@@ -37,6 +37,14 @@ TEST_F(RemoveDirectory, RemovesADirectoryOfPlainFiles) {
     EXPECT_EQ(messages(), (Lines{removing(directory_, 0)}));
 }
 
+TEST_F(RemoveDirectory, RemovesFilesWhoseNamesBeginWithDots) {
+    for (const char* name : {"/...", "/..x", "/. ", "/.. "}) {
+        write_file(directory_ + name, "");
+    }
+    EXPECT_EQ(remove(0), 0);
+    EXPECT_FALSE(exists(directory_));
+}
+
 TEST_F(RemoveDirectory, RemovesAnEmptyDirectory) {
     EXPECT_EQ(remove(0), 0);
     EXPECT_FALSE(exists(directory_));

@@ -183,6 +183,24 @@ TEST_F(ExecuteCmdSendOutput, Returns5769WhenTheChildCannotBeAwaited) {
     EXPECT_EQ(calls_of("recv"), Texts{});
 }
 
+TEST_F(ExecuteCmdSendOutput, WaitsForItsOwnChildAlone) {
+    write_tool(utility, "exit 3\n");
+    EXPECT_EQ(run_in_child([&] {
+                  if (fork() == 0) {
+                      _exit(9);
+                  }
+                  return execute({"zmsu"});
+              }),
+              3);
+}
+
+// Also one that has to tell the agent from a peer that has gone goes on to its end.
+TEST_F(ExecuteCmdSendOutput, LeavesTheSignalsAsTheAgentHasThem) {
+    write_tool(utility, "grep -E 'Sig(Blk|Ign)' /proc/$$/status\n");
+    EXPECT_EQ(execute({"zmsu"}), 0);
+    EXPECT_EQ(socket_.received(), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000001000\n\n");
+}
+
 TEST_F(ExecuteCmdSendOutput, Returns602WhenTheSocketCannotBeMadeNonBlocking) {
     write_tool(utility, "exit 3\n");
     faults.flags_not_set = EPERM;

@@ -1,7 +1,10 @@
 // How the editor of key-value files replaces a file, and how that fails.
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +14,7 @@
 #include <string>
 
 #include "logging_config/key_value_file.h"
+#include "platform/posix.h"
 #include "tests/unit/agent_test.h"
 
 namespace {
@@ -130,6 +134,67 @@ TEST_F(KeyValueFileReplacement, CreatesTheCopyBeforeTheRename) {
     // The first one is the test's own.
     EXPECT_EQ(calls_of("open " + folder_.path()),
               (Texts{"open " + path_, "open " + path_, "open " + copy_, "open " + path_, "open " + copy_}));
+}
+
+TEST_F(KeyValueFileReplacement, ReadsTheFileOnceTheCopyIsThere) {
+    faults.before_call = [this](const std::string& call) {
+        if (call == "open " + copy_) {
+            write_file(path_, "X=7\nB\n");
+        }
+    };
+    EXPECT_EQ(set(), 0);
+    EXPECT_EQ(read_file(path_), "X=2\nB\n");
+}
+
+// What looks unchanged has been written anew all the same.
+TEST_F(KeyValueFileReplacement, TakesPlaceAlsoWhenNoLineChanges) {
+    set_mode(path_, 0600);
+    EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 0), 0);
+    EXPECT_EQ(read_file(path_), "X=1\nA\n");
+    EXPECT_EQ(mode_of(path_), 0644U);
+    write_file(path_, "#X=1\n");
+    set_mode(path_, 0600);
+    EXPECT_EQ(unset_parameter(path_, "#X", "=", buffer_.data(), buffer_.size(), "#"), 0);
+    EXPECT_EQ(read_file(path_), "#X=1\n");
+    EXPECT_EQ(mode_of(path_), 0644U);
+    EXPECT_EQ(calls_of("rename").size(), 2U);
+}
+
+TEST_F(KeyValueFileReplacement, GivesTheFileToTheAgentsUserWithoutItsAttributes) {
+    for (const bool setting : {true, false}) {
+        write_file(path_, "X=1\n");
+        // Only root can give a file away.
+        (void)!chown(path_.c_str(), 1234, 5678);
+        ASSERT_EQ(setxattr(path_.c_str(), "user.note", "n", 1, 0), 0);
+        EXPECT_EQ(setting ? set() : unset(), 0);
+        struct stat state {};
+        ASSERT_EQ(stat(path_.c_str(), &state), 0);
+        EXPECT_EQ(state.st_uid, geteuid());
+        EXPECT_EQ(state.st_gid, getegid());
+        EXPECT_EQ(getxattr(path_.c_str(), "user.note", nullptr, 0), -1);
+    }
+}
+
+TEST_F(KeyValueFileReplacement, WaitsForNoLock) {
+    const Descriptor locked(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(flock(locked.get(), LOCK_EX), 0);
+    EXPECT_EQ(set(), 0);
+    EXPECT_EQ(unset_parameter(path_, "A", "", buffer_.data(), buffer_.size(), "#"), 0);
+    EXPECT_EQ(read_file(path_), "X=2\n#A\n");
+}
+
+TEST_F(KeyValueFileReplacement, HasTheCopyAloneOpenWhenItWrites) {
+    const std::size_t before = descriptors().size();
+    int writes = 0;
+    faults.watched_descriptor = next_descriptor() + 1;
+    faults.before_call = [&](const std::string& call) {
+        if (call.starts_with("write ")) {
+            ++writes;
+            EXPECT_EQ(descriptors().size(), before + 1);
+        }
+    };
+    EXPECT_EQ(set(), 0);
+    EXPECT_EQ(writes, 2);
 }
 
 TEST_F(KeyValueFileReplacement, GivesTheModeOfANewFile) {

@@ -74,6 +74,23 @@ TEST_F(ProcessZmulogdir, TellsThatTheDirectoryExists) {
     EXPECT_EQ(messages(), (Lines{{information, tag, responses_.at(0)}}));
 }
 
+// Nothing of one value's outcome is left for the next.
+TEST_F(ProcessZmulogdir, AsksForEachDirectoryWithACodeOfZero) {
+    script.log_directory_error = ENOSPC;
+    process({"a", "b"});
+    EXPECT_EQ(calls_of("mklogdirpath"),
+              (Texts{"mklogdirpath " + logs + "/a 493 0", "mklogdirpath " + logs + "/b 493 0"}));
+}
+
+TEST_F(ProcessZmulogdir, PassesTheCategoryOn) {
+    process_zmulogdir("other", {"a"}, responses_, "enable");
+    script.log_directory_error = EIO;
+    script.log_directory_error_number = EIO;
+    process_zmulogdir("other", {"a"}, responses_, "enable");
+    EXPECT_TRUE(responses_.at(0).starts_with("PROCESS=other:a STATUS=0 "));
+    EXPECT_TRUE(responses_.at(1).starts_with("PROCESS=other:a STATUS=1 "));
+}
+
 TEST_F(ProcessZmulogdir, TellsTheErrorNumberOfTheMomentAndNotTheLibrarysCode) {
     script.log_directory_result = -1;
     script.log_directory_error = ENOSPC;
@@ -183,6 +200,23 @@ TEST_F(ProcessMmlogdir, TellsThatTheDirectoryExists) {
     EXPECT_EQ(responses_,
               (Responses{"PROCESS=MMLOGDIR:abc STATUS=0 MSG=Log directory exists DIR=" + debug + "/abc\n"}));
     EXPECT_EQ(messages().back(), (LogLine{information, tag, responses_.at(0)}));
+}
+
+TEST_F(ProcessMmlogdir, StartsEachValueAnew) {
+    make_folder(debug + "/old");
+    EXPECT_EQ(process({"old", "new"}), 0);
+    EXPECT_EQ(responses_,
+              (Responses{"PROCESS=MMLOGDIR:old STATUS=0 MSG=Log directory exists DIR=" + debug + "/old\n",
+                         "PROCESS=MMLOGDIR:new STATUS=0 MSG=Set up log directory DIR=" + debug + "/new\n"}));
+}
+
+TEST_F(ProcessMmlogdir, PassesTheCategoryOn) {
+    process_mmlogdir("other", {"a", "b/c"}, responses_, "enable");
+    remove_tree("/usr/kumel/volmgr");
+    process_mmlogdir("other", {"a"}, responses_, "enable");
+    EXPECT_TRUE(responses_.at(0).starts_with("PROCESS=other:a STATUS=0 "));
+    EXPECT_TRUE(responses_.at(1).starts_with("PROCESS=other:b/c STATUS=1 "));
+    EXPECT_TRUE(responses_.at(2).starts_with("PROCESS=other:ALL STATUS=1 "));
 }
 
 TEST_F(ProcessMmlogdir, TakesTheValueWithAnEqualsSignForTheName) {

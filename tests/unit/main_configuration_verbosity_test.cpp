@@ -181,6 +181,14 @@ TEST_F(ProcessQrconf, CutsTheLineTo2047Characters) {
     EXPECT_EQ(responses_, (Responses{("PROCESS=QRCONF:" + name).substr(0, 2047)}));
 }
 
+TEST_F(ProcessQrconf, PassesTheCategoryOn) {
+    process_qrconf("other", {"A=1"}, responses_, "enable");
+    script.settings_refused = 9017;
+    process_qrconf("other", {"A=1"}, responses_, "enable");
+    EXPECT_EQ(responses_, (Responses{"PROCESS=other:A STATUS=0 MSG=Set up\n",
+                                     "PROCESS=other:A STATUS=1 MSG=invalid qr.conf input (RV=9017 text of 9017)\n"}));
+}
+
 class ProcessConfigFileEntry : public AgentTest {
   protected:
     int process(const std::string& entry) {
@@ -218,6 +226,13 @@ TEST_F(ProcessConfigFileEntry, TellsAFailureAtTheLevelOfInformation) {
     EXPECT_EQ(responses_, (Responses{"PROCESS=CORVID:zmwqf STATUS=5803 MSG=Could not open file " + path_ +
                                      " E=2 (No such file or directory)\n"}));
     EXPECT_EQ(messages().back(), (LogLine{information, "process_config_file_entry", responses_.at(0)}));
+}
+
+TEST_F(ProcessConfigFileEntry, CutsTheMessageTo1023Characters) {
+    const std::string path = "/missing/" + std::string(1500, 'x');
+    EXPECT_EQ(process_config_file_entry("CORVID", "n=1", responses_, path, "WQF:LOGLEVEL", "=", "5"), 5803);
+    const std::string message = ("Could not open file " + path).substr(0, 1023);
+    EXPECT_EQ(responses_, (Responses{"PROCESS=CORVID:n STATUS=5803 MSG=" + message + "\n"}));
 }
 
 TEST_F(ProcessConfigFileEntry, CutsTheLineTo2047Characters) {

@@ -136,6 +136,22 @@ TEST_F(PerformRequestSendOutput, RemovesNothingWhenTheToolCreatedNoDirectory) {
     EXPECT_EQ(messages_under("remove_directory"), Lines{});
 }
 
+TEST_F(PerformRequestSendOutput, TriesToRemoveWhateverHasTheTemporaryName) {
+    tell_space();
+    write_tool(support + "zmcplogs", ": >$1\n");
+    EXPECT_EQ(perform({"CALCLOGSIZE"}), 0);
+    EXPECT_EQ(messages_under("remove_directory"),
+              (Lines{{error, "remove_directory", "Failed to open dir: " + temporary_ + " E=20 (Not a directory)"}}));
+    EXPECT_TRUE(exists(temporary_));
+}
+
+TEST_F(PerformRequestSendOutput, TakesADanglingLinkForNothing) {
+    tell_space();
+    write_tool(support + "zmcplogs", "ln -s /missing $1\n");
+    EXPECT_EQ(perform({"CALCLOGSIZE"}), 0);
+    EXPECT_EQ(messages_under("remove_directory"), Lines{});
+}
+
 TEST_F(PerformRequestSendOutput, IgnoresThatTheTemporaryDirectoryCouldNotBeRemoved) {
     tell_space();
     write_tool(support + "zmcplogs", "mkdir $1\n");

@@ -84,6 +84,14 @@ TEST_F(ReceiveInputsFromClient, TakesAResultOfZeroAsAFailure) {
     EXPECT_EQ(messages(), (Lines{{error, tag, "failed to read peer msg A#=0 E=0 Success"}}));
 }
 
+// The error number is cleared once, not before each read.
+TEST_F(ReceiveInputsFromClient, TellsTheErrorNumberOfAnEarlierReadWhereTheFailedOneGivesNone) {
+    FramedRead count = framed_number(1);
+    count.error_number = EIO;
+    EXPECT_EQ(receive({count, framed_failure(0, 0)}), 5763);
+    EXPECT_EQ(messages(), (Lines{{error, tag, "failed to read peer msg A#=0 E=5 Input/output error"}}));
+}
+
 TEST_F(ReceiveInputsFromClient, AcceptsAnyPositiveResult) {
     FramedRead read = framed_text("word");
     read.result = 4;

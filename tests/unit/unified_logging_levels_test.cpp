@@ -260,6 +260,40 @@ TEST_F(ProcessKtulLoglevel, CutsALineTo1023Characters) {
     EXPECT_EQ(responses_, (Texts{("PROCESS=" + category).substr(0, 1023)}));
 }
 
+TEST_F(ProcessKtulLoglevel, CutsTheLineOfEachFailureTo1023Characters) {
+    const std::string category(2000, 'C');
+    script.unloadable_originators = {{other_product, 1}};
+    process_ktul_loglevel(category, {"1"}, responses_, other_product);
+    script.levels_not_written = 28;
+    process_ktul_loglevel(category, {"2"}, responses_, other_product);
+    script.debug_level_not_set = 22;
+    process_ktul_loglevel(category, {"3"}, responses_, other_product);
+    EXPECT_EQ(responses_, Texts(3, ("PROCESS=" + category).substr(0, 1023)));
+}
+
+TEST_F(ProcessKtulLoglevel, ShowsAnOriginatorSignedWhateverHappens) {
+    constexpr unsigned long originator = 0xffffffff;
+    set_levels(originator, 3, 6);
+    EXPECT_EQ(process({"-1=3"}), 0);
+    EXPECT_EQ(process({"-1=1"}), 0);
+    script.levels_not_written = 28;
+    EXPECT_EQ(process({"-1=4"}), 0);
+    script.debug_level_not_set = 22;
+    EXPECT_EQ(process({"-1=4"}), 0);
+    script.unloadable_originators = {{product, originator}};
+    EXPECT_EQ(process({"-1=4"}), 5772);
+    EXPECT_EQ(responses_.size(), 5U);
+    for (const std::string& line : responses_) {
+        EXPECT_TRUE(line.starts_with("PROCESS=KTUL:-1 STATUS=")) << line;
+    }
+    std::string all;
+    for (const LogLine& message : messages()) {
+        all += message.text;
+    }
+    EXPECT_NE(all.find("'-1.DebugLevel'"), std::string::npos);
+    EXPECT_EQ(all.find(std::to_string(originator)), std::string::npos) << all;
+}
+
 TEST_F(ProcessKtulLoglevel, AppendsToTheResponsesOfEarlierCategories) {
     responses_ = {"earlier\n"};
     process({"1"}, other_product);

@@ -64,6 +64,8 @@ INSTANTIATE_TEST_SUITE_P(
                {}),
         enable("CreatesEachOfSeveral", "b,a,b", {set_up("b"), set_up("a"), exists_already("b")}, {},
                {empty_folder(root + "a"), empty_folder(root + "b")}),
+        enable("StartsEachValueAnew", "a,b", {exists_already("a"), set_up("b")}, {folder(root + "a")},
+               {empty_folder(root + "b")}),
         enable("CreatesMissingParents", "a/b/c", {set_up("a/b/c")}, {},
                {folder(root + "a"), folder(root + "a/b"), empty_folder(root + "a/b/c")}),
         enable("TakesTheNameAsItIs", "../a b", {set_up("../a b")}, {}, {empty_folder("/usr/kumel/zembrath/a b")}),
