@@ -39,7 +39,7 @@ bool TracedProcess::step() {
 void TracedProcess::kill() {
     if (WIFSTOPPED(status_)) {
         ::kill(process_, SIGKILL);
-        await();
+        waitpid(process_, &status_, 0);
     }
 }
 
