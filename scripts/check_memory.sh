@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the tests under valgrind's memcheck: the functions and the library as they are called by their tests, and every
 # agent and every zmlogadm that the other tests start, of which the descriptors left open at the end are looked at too.
-# Takes about twenty minutes. The reports are in build/valgrind/reports.
+# Takes about a quarter of an hour. The reports are in build/valgrind/reports.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 folder=$PWD/build/valgrind
