@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <memory>
 #include <ostream>
-#include <type_traits>
+#include <sstream>
 
 #include "platform/main_configuration.h"
 #include "platform/network.h"
@@ -47,17 +47,10 @@ void record_misuse(const std::string& misuse) {
 
 template <typename... Parts>
 std::string words(const std::string& name, const Parts&... parts) {
-    std::string text = name;
-    const auto add = [&text](const auto& part) {
-        text += ' ';
-        if constexpr (std::is_arithmetic_v<std::remove_cvref_t<decltype(part)>>) {
-            text += std::to_string(part);
-        } else {
-            text += part;
-        }
-    };
-    (add(parts), ...);
-    return text;
+    std::ostringstream text;
+    text << name;
+    ((text << ' ' << parts), ...);
+    return text.str();
 }
 
 std::string name_of(const holkLogCfg* handle) {
