@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdlib>
 
-// NOLINTBEGIN(bugprone-reserved-identifier, cppcoreguidelines-no-malloc): these names are the C library's.
+// NOLINTBEGIN(bugprone-reserved-identifier, cppcoreguidelines-no-malloc): these names are the C library's. Its own names
+// of parameters are reserved ones.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -64,4 +66,5 @@ void* realloc(void* memory, std::size_t size) {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 // NOLINTEND(bugprone-reserved-identifier, cppcoreguidelines-no-malloc)

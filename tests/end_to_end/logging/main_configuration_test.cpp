@@ -7,7 +7,6 @@
 namespace {
 
 using main_configuration_case::applied;
-using main_configuration_case::Change;
 using main_configuration_case::refused;
 using main_configuration_case::said;
 
