@@ -4,9 +4,9 @@
 #
 #   scripts/mutate.sh [--every N] [--survivors] [FILE ...]
 #
-# Without files those are taken in which a mistake matters most. --every N takes every N-th mutant of each file,
-# --survivors those alone that survived the last time or are new. Prints, for each file, the share of mutants that was
-# caught, and every one that survived.
+# Without files those are taken in which a mistake matters most; any other of the agent and the library but
+# agent/main.cpp can be named. --every N takes every N-th mutant of each file, --survivors those alone that survived the
+# last time or are new. Prints, for each file, the share of mutants that was caught, and every one that survived.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -2,7 +2,7 @@
 """Makes small mistakes in sources, one at a time, and counts those that the tests catch.
 
 Each mutant is a copy of a source with one token, condition or statement changed (mutants.py). It is compiled, linked
-in front of the library that holds the original, and the test programs of the file's row in PLANS run until one fails.
+in front of the library that holds the original, and the test programs of the file's plan run until one fails.
 A mutant is caught when a test fails, crashes or does not end; one that does not compile, or that compiles to the
 very code of the original, is not counted. What is left are the survivors: a test is missing, or the change makes no
 difference that anybody could see.
@@ -10,9 +10,10 @@ difference that anybody could see.
     mutate.py SOURCES BUILD [--every N] [--survivors] [--list] [FILE ...]
 
 SOURCES is a copy of the tree, BUILD its build folder with everything built and nothing optimised; neither is changed
-but for the agent's file in BUILD, which is put back. Without files all of PLANS are mutated. --every N takes every
-N-th mutant of each file, --survivors those alone that survived the last time or are new, --list prints them and runs
-nothing. Results are kept in BUILD/mutants.json.
+but for the agent's file in BUILD, which is put back. Without files all of PLANS are mutated; other sources of the agent
+and of the library can be named, but for agent/main.cpp. --every N takes every N-th mutant of each file, --survivors
+those alone that survived the last time or are new, --list prints them and runs nothing. Results are kept in
+BUILD/mutants.json.
 """
 
 import argparse
@@ -55,6 +56,19 @@ PLANS = {
     "logging_config/logging_request.cpp": [(UNIT, "SplitCategoryArguments.*:HandleLogging.*"), (UNIT, "*"),
                                            (END_TO_END, "-FileSafety*"), (LOGGING, "*")],
 }
+# What runs for any other file of a folder.
+AGENT_PLAN = [(UNIT, "*"), (END_TO_END, "-FileSafety*"), (LOGGING, "*")]
+FOLDER_PLANS = {
+    "agent": AGENT_PLAN, "commands": AGENT_PLAN, "logging_config": AGENT_PLAN,
+    "platform/library": [(PLATFORM, "-*CrashedRewrite*"), (END_TO_END, "-FileSafety*"), (LOGGING, "*")],
+}
+
+
+def plan_of(file: str) -> list[tuple[str, str]]:
+    plan = PLANS.get(file, FOLDER_PLANS.get(os.path.dirname(file)))
+    if plan is None or file == "agent/main.cpp":  # the tests have it under another name
+        sys.exit(f"mutate.py: there is no plan for {file}")
+    return plan
 
 
 class Workshop:
@@ -76,14 +90,14 @@ class Workshop:
         self.check(self.run([*command, "-x", "c++-header", "-o", "mutant.h.gch", "-c", "mutant.h"]) == 0)
         self.check(self.compile(source, *WITH_HEADERS))
         self.original_code = self.code()
-        for step in PLANS[file]:
+        for step in plan_of(file):
             self.check(self.link(self.mutated_by(step)))
             if step not in self.seconds:
                 before = time.monotonic()
                 if self.outcome_of(step, 1200, set_limits) != PASSED:
                     sys.exit(f"mutate.py: {' '.join(step)} fails without any mutant of {file}")
                 self.seconds[step] = time.monotonic() - before
-        if self.result_with_sanitizers(source, PLANS[file][0]) != SURVIVED:
+        if self.result_with_sanitizers(source, plan_of(file)[0]) != SURVIVED:
             sys.exit(f"mutate.py: the sanitizers report {file} without any mutant")
 
     def compiler(self, file: str) -> list[str]:
@@ -120,7 +134,7 @@ class Workshop:
         if not self.compile(source, *WITH_HEADERS) or self.code() == self.original_code:
             return INVALID
         linked = ""
-        for step in PLANS[mutant.file]:
+        for step in plan_of(mutant.file):
             program = self.mutated_by(step)
             if program != linked and not self.link(program):
                 return INVALID
@@ -128,7 +142,7 @@ class Workshop:
             outcome = self.outcome_of(step, 5 + 3 * self.seconds[step], set_limits)
             if outcome != PASSED:
                 return outcome
-        return self.result_with_sanitizers(source, PLANS[mutant.file][0])
+        return self.result_with_sanitizers(source, plan_of(mutant.file)[0])
 
     def result_with_sanitizers(self, source: str, step: tuple[str, str]) -> str:
         """All tests run with them too: what writes behind a buffer's end need not do harm otherwise."""
@@ -221,8 +235,7 @@ def main() -> None:
     if whole_agent.exists():  # the last run was killed
         whole_agent.replace(agent)
     for file in options.files or PLANS:
-        if file not in PLANS:
-            sys.exit(f"mutate.py: there is no plan for {file}")
+        plan_of(file)
         mutants = Mutator(file, (workshop.sources / file).read_text()).mutants()[::options.every]
         todo = [mutant for mutant in mutants
                 if not options.survivors or results.get(mutant.name, SURVIVED) == SURVIVED]
