@@ -7,9 +7,8 @@
 #include <cstddef>
 #include <cstdlib>
 
-// NOLINTBEGIN(bugprone-reserved-identifier, cppcoreguidelines-no-malloc): these names are the C library's. Its own names
-// of parameters are reserved ones.
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+// NOLINTBEGIN(bugprone-reserved-identifier, cppcoreguidelines-no-malloc, readability-inconsistent-*): the C library's
+// names, whose parameters have reserved ones.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -66,5 +65,4 @@ void* realloc(void* memory, std::size_t size) {
 }
 
 }  // extern "C"
-// NOLINTEND(readability-inconsistent-declaration-parameter-name)
-// NOLINTEND(bugprone-reserved-identifier, cppcoreguidelines-no-malloc)
+// NOLINTEND(bugprone-reserved-identifier, cppcoreguidelines-no-malloc, readability-inconsistent-*)
