@@ -1,4 +1,5 @@
 #include <dirent.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -43,6 +44,24 @@ TEST_F(RemoveDirectory, RemovesFilesWhoseNamesBeginWithDots) {
     }
     EXPECT_EQ(remove(0), 0);
     EXPECT_FALSE(exists(directory_));
+}
+
+// The path of such a directory's entry is cut to the directory's own, again and again.
+TEST_F(RemoveDirectory, EndsWithoutDescriptorsWhereAPathLeavesNoRoomForAName) {
+    std::string deep = directory_;
+    while (deep.size() < 1800) {
+        deep += "/" + std::string(200, 'd');
+    }
+    deep += "/" + std::string(2047 - 1 - deep.size(), 'd');
+    write_file(deep + "/file", "");
+    EXPECT_EQ(run_in_child([&] {
+                  const rlimit few_descriptors = {.rlim_cur = 64, .rlim_max = 64};
+                  setrlimit(RLIMIT_NOFILE, &few_descriptors);
+                  const int next = next_descriptor();
+                  return remove_directory(deep.c_str(), 1) == 5784 && next_descriptor() == next ? 0 : 1;
+              }),
+              0);
+    EXPECT_TRUE(exists(deep + "/file"));
 }
 
 TEST_F(RemoveDirectory, RemovesAnEmptyDirectory) {
