@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -192,9 +193,13 @@ TEST_F(ExecuteCmdSendOutput, Returns5769WhenTheChildCannotBeAwaited) {
 TEST_F(ExecuteCmdSendOutput, WaitsForItsOwnChildAlone) {
     write_tool(utility, "exit 3\n");
     EXPECT_EQ(run_in_child([&] {
-                  if (fork() == 0) {
+                  const pid_t other = fork();
+                  if (other == 0) {
                       _exit(9);
                   }
+                  // The other one has ended first, and stays to be waited for.
+                  siginfo_t end{};
+                  waitid(P_PID, static_cast<id_t>(other), &end, WEXITED | WNOWAIT);
                   return execute({"zmsu"});
               }),
               3);
