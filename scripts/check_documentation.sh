@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Checks that every folder, file and program that the documentation names in backquotes exists: as a path of the
-# project, or as a target of the build.
+# project, or as a target of the build. Checks too that the picture of a request is what its script draws.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,4 +21,8 @@ for page in README.md CONTRIBUTING.md docs/*.md; do
         fi
     done < <(grep -oE '`(zmlog[a-z]+|[a-z_]+_tests|[a-z_]+_benchmark|in_private_root)`' "$page" | tr -d '`' | sort -u)
 done
+if ! scripts/draw_flow.py | cmp --silent - docs/pictures/request.svg; then
+    echo "docs/pictures/request.svg is not what scripts/draw_flow.py draws; draw it again"
+    failed=1
+fi
 exit "$failed"
