@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Checks that every source is formatted (.clang-format) and that clang-tidy (.clang-tidy) has nothing to say about the
-# programs' sources; with the argument "tests", about the tests' own, which takes several times as long.
+# Checks that every source is formatted (.clang-format), that includes point down (scripts/check_includes.py), and that
+# clang-tidy (.clang-tidy) has nothing to say about the programs' sources; with the argument "tests", about the tests'
+# own, which takes several times as long.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format-14 --dry-run --Werror
 echo "format: clean"
+scripts/check_includes.py
 
 folders=(agent commands logging_config platform request_command)
 if [[ ${1:-} == tests ]]; then
