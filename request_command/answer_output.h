@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "request_command/answer_printer.h"
+#include "request_command/failure.h"
 
 // Writes a text to a stream of the command's.
 using WriteText = std::function<void(std::string_view)>;
@@ -30,7 +31,7 @@ class AnswerOutput {
     virtual void finish(const StatusLine& line) = 0;
 
     // Prints the failure that ends the command itself, where the answer's end should have been.
-    virtual void fail(std::string_view message) = 0;
+    virtual void fail(FailureCode code, std::string_view message) = 0;
 };
 
 // The answer byte for byte, its status line to the other stream. Failures are not printed.

@@ -20,8 +20,9 @@ namespace {
 sockaddr_un address_of(const LocalSocket& peer) {
     sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
     if (peer.path.empty() || peer.path.size() >= sizeof address.sun_path) {
-        throw Failure("the path of a socket has 1 to " + std::to_string(sizeof address.sun_path - 1) + " bytes, not " +
-                      std::to_string(peer.path.size()));
+        throw Failure(FailureCode::invalid_arguments, "the path of a socket has 1 to " +
+                                                          std::to_string(sizeof address.sun_path - 1) + " bytes, not " +
+                                                          std::to_string(peer.path.size()));
     }
     peer.path.copy(address.sun_path, peer.path.size());
     return address;
@@ -51,7 +52,8 @@ Descriptor connect_to_socket(const LocalSocket& peer, std::chrono::seconds timeo
             return socket;
         }
     } while (errno == EINTR);
-    throw system_failure(errno == EAGAIN ? ETIMEDOUT : errno, "cannot connect to " + peer.path);
+    const int error = errno == EAGAIN ? ETIMEDOUT : errno;
+    throw system_failure(error, "cannot connect to " + peer.path, connection_failure_code(error));
 }
 
 }  // namespace

@@ -8,13 +8,41 @@
 // Exit status of the command when it fails itself: the request's status is then not known.
 inline constexpr int own_failure = 255;
 
+// What kind of failure it was, for programs. The names of the codes are part of the JSON output and never change.
+enum class FailureCode {
+    invalid_arguments,
+    misplaced_option,  // an option of the command's own that follows the request word
+    lookup_failed,
+    lookup_timed_out,
+    connection_refused,    // by every address of the host
+    connection_timed_out,  // at every address of the host
+    connection_failed,     // for another reason, or for several
+    agent_not_started,
+    agent_killed,  // by a signal, so that its status line is not to be believed
+    no_status,     // the answer ended without a status line
+    output_failed,
+    system_failed,  // anything else
+};
+
+// Returns the code's name, such as "lookup_timed_out".
+const char* name_of(FailureCode code);
+
+// Returns the code for a connection that could not be made, by the error number.
+FailureCode connection_failure_code(int error);
+
 // Ends the command with `own_failure` and its text on standard error.
 class Failure : public std::runtime_error {
   public:
-    using std::runtime_error::runtime_error;
+    Failure(FailureCode code, const std::string& message) : std::runtime_error(message), code_(code) {}
+    explicit Failure(const std::string& message) : Failure(FailureCode::system_failed, message) {}
+
+    [[nodiscard]] FailureCode code() const { return code_; }
+
+  private:
+    FailureCode code_;
 };
 
 // The failure of a system call: what was to be done, and why it could not be.
-inline Failure system_failure(int error, const std::string& what) {
-    return Failure(what + ": " + strerror(error));
+inline Failure system_failure(int error, const std::string& what, FailureCode code = FailureCode::system_failed) {
+    return {code, what + ": " + strerror(error)};
 }

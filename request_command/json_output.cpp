@@ -100,9 +100,10 @@ class JsonOutput : public AnswerOutput {
         write(objects + text_of(object));
     }
 
-    void fail(std::string_view message) override {
+    void fail(FailureCode code, std::string_view message) override {
         std::string objects = take_rest();
         Object object = object_of_type("error");
+        object["code"] = name_of(code);
         add_text(object, "message", message);
         write(objects + text_of(object));
     }

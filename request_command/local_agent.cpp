@@ -42,7 +42,7 @@ class SpawnPlan {
         const std::array<char*, 2> argv = {path.data(), nullptr};
         const int error = posix_spawn(&pid, path.c_str(), &actions_, &attributes_, argv.data(), environ);
         if (error != 0) {
-            throw system_failure(error, "cannot start the agent " + path);
+            throw system_failure(error, "cannot start the agent " + path, FailureCode::agent_not_started);
         }
         return Child(pid);
     }
@@ -50,7 +50,7 @@ class SpawnPlan {
   private:
     static void require(int error) {
         if (error != 0) {
-            throw system_failure(error, "cannot prepare the start of the agent");
+            throw system_failure(error, "cannot prepare the start of the agent", FailureCode::agent_not_started);
         }
     }
 
@@ -63,7 +63,7 @@ class SpawnPlan {
 Connection start_agent(const AgentFile& file) {
     std::array<int, 2> ends;
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == -1) {
-        throw system_failure(errno, "cannot make a socket pair");
+        throw system_failure(errno, "cannot make a socket pair", FailureCode::agent_not_started);
     }
     Descriptor ours(ends[0]);
     const Descriptor theirs(ends[1]);

@@ -27,7 +27,7 @@ constexpr int other_status = 252;
 
 void write_output(std::string_view text) {
     if (!write_to_stream(STDOUT_FILENO, text)) {
-        throw system_failure(errno, "cannot write to standard output");
+        throw system_failure(errno, "cannot write to standard output", FailureCode::output_failed);
     }
 }
 
@@ -69,7 +69,7 @@ int send_request(const Options& options, AnswerOutput& output) {
     const int error = exchange(connection.socket.get(), encode_request(options.request), printer);
     const std::optional<StatusLine> line = printer.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
     if (!line) {
-        throw Failure(explain_missing_status(connection, error));
+        throw Failure(FailureCode::no_status, explain_missing_status(connection, error));
     }
     output.finish(*line);
     return line->status >= 0 && line->status < own_failure ? line->status : other_status;
@@ -91,9 +91,9 @@ int run(int argc, char** argv, AnswerOutput& output) {
 }
 
 // Standard error is told also what the output cannot be told any more.
-int fail(const char* reason, AnswerOutput& output) {
+int fail(FailureCode code, const char* reason, AnswerOutput& output) {
     try {
-        output.fail(reason);
+        output.fail(code, reason);
     } catch (const std::exception&) {
         // The reason is about the same output, or matters more than this.
     }
@@ -111,7 +111,9 @@ int main(int argc, char** argv) {
     try {
         occupy_standard_descriptors();
         return run(argc, argv, *output);
+    } catch (const Failure& failure) {
+        return fail(failure.code(), failure.what(), *output);
     } catch (const std::exception& failure) {
-        return fail(failure.what(), *output);
+        return fail(FailureCode::system_failed, failure.what(), *output);
     }
 }

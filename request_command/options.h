@@ -44,7 +44,8 @@ struct Options {
 // A command line that cannot be followed.
 class Refusal : public Failure {
   public:
-    explicit Refusal(const std::string& reason) : Failure(reason + " (zmlogadm --help tells more)") {}
+    explicit Refusal(const std::string& reason)
+        : Failure(FailureCode::invalid_arguments, reason + " (zmlogadm --help tells more)") {}
 };
 
 // Returns the format that the command line asks for, also when it cannot be followed otherwise: a refusal is then told

@@ -12,7 +12,7 @@ class PlainOutput : public AnswerOutput {
     void start(const std::vector<std::string>& /*request*/) override {}
     void print(std::string_view bytes) override { write_(bytes); }
     void finish(const StatusLine& line) override { write_status_(line.text); }
-    void fail(std::string_view /*message*/) override {}
+    void fail(FailureCode /*code*/, std::string_view /*message*/) override {}
 
   private:
     WriteText write_;

@@ -45,7 +45,7 @@ Printed print(const Answer& answer, std::size_t piece, const MakeOutput& make) {
     if (printed.status) {
         output->finish(*printed.status);
     } else {
-        output->fail("no status line");
+        output->fail(FailureCode::no_status, "no status line");
     }
     return printed;
 }

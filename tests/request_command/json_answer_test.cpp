@@ -29,8 +29,8 @@ Json status_object(int status, const std::string& text) {
     return {{"type", "status"}, {"status", status}, {"text", text}};
 }
 
-Json error_object(const std::string& message) {
-    return {{"type", "error"}, {"message", message}};
+Json error_object(const std::string& code, const std::string& message) {
+    return {{"type", "error"}, {"code", code}, {"message", message}};
 }
 
 class JsonAnswer : public AnsweredCommand {
@@ -136,14 +136,14 @@ TEST_F(JsonAnswer, LosesNothingOfAVeryLongLine) {
 TEST_F(JsonAnswer, EndsWithAnErrorWithoutAStatusLine) {
     const CommandRun run = run_with_answer("one\ntwo, not ended EXIT STAT");
     EXPECT_THAT(json_lines(run.output), ElementsAre(output_object("one"), unended_object("two, not ended EXIT STAT"),
-                                                    error_object("the answer has no status line")));
+                                                    error_object("no_status", "the answer has no status line")));
     EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
 TEST_F(JsonAnswer, EndsWithAnErrorWithoutAnAnswer) {
     const CommandRun run = run_with_answer("");
-    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("the answer has no status line")));
+    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("no_status", "the answer has no status line")));
     EXPECT_EQ(run.exit_status, 255);
 }
 
@@ -158,7 +158,7 @@ TEST(JsonAnswerOverTcp, EndsWithAnErrorWhenAResetCutsTheStatusLine) {
     const CommandRun run = command.finish();
     EXPECT_THAT(json_lines(run.output),
                 ElementsAre(output_object("one"), unended_object("EXIT STATUS 57"),
-                            error_object("the answer has no status line: Connection reset by peer")));
+                            error_object("no_status", "the answer has no status line: Connection reset by peer")));
     EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line: Connection reset by peer\n");
     EXPECT_EQ(run.exit_status, 255);
 }
@@ -166,24 +166,26 @@ TEST(JsonAnswerOverTcp, EndsWithAnErrorWhenAResetCutsTheStatusLine) {
 TEST_F(JsonAnswer, IsAnErrorAloneWithoutAConnection) {
     const CommandRun run = run_command({"--json", "-S", folder_.path("nobody"), "CLEANUP"});
     const std::string message = "cannot connect to " + folder_.path("nobody") + ": No such file or directory";
-    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object(message)));
+    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("connection_failed", message)));
     EXPECT_EQ(run.errors, "zmlogadm: " + message + "\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
 TEST_F(JsonAnswer, IsAnErrorAloneWhenNoAgentCanBeStarted) {
     const CommandRun run = run_command({"--json", "--agent", folder_.path("none"), "CLEANUP"});
-    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("cannot start the agent " + folder_.path("none") +
-                                                                 ": No such file or directory")));
+    EXPECT_THAT(json_lines(run.output),
+                ElementsAre(error_object("agent_not_started", "cannot start the agent " + folder_.path("none") +
+                                                                  ": No such file or directory")));
     EXPECT_EQ(run.exit_status, 255);
 }
 
 TEST_F(JsonAnswer, TellsHowAnAgentWithoutStatusLineEnded) {
     write_tool(folder_.path("agent"), "request=$(head -c 14)\nexec >&0\necho one\nexit 11\n");
     const CommandRun run = run_command({"--json", "--agent", folder_.path("agent"), "CLEANUP"});
-    EXPECT_THAT(json_lines(run.output),
-                ElementsAre(output_object("one"),
-                            error_object("the answer has no status line; the agent ended with exit status 11")));
+    EXPECT_THAT(
+        json_lines(run.output),
+        ElementsAre(output_object("one"),
+                    error_object("no_status", "the answer has no status line; the agent ended with exit status 11")));
 }
 
 TEST_F(JsonAnswer, IsAnErrorAloneForACommandLineThatIsRefused) {
@@ -194,6 +196,7 @@ TEST_F(JsonAnswer, IsAnErrorAloneForACommandLineThatIsRefused) {
         const JsonLines lines = json_lines(run.output);
         ASSERT_EQ(lines.size(), 1U) << arguments[0];
         EXPECT_EQ(lines[0].at("type"), "error");
+        EXPECT_EQ(lines[0].at("code"), "invalid_arguments");
         EXPECT_THAT(lines[0].at("message").get<std::string>(), EndsWith("(zmlogadm --help tells more)"));
         EXPECT_THAT(run.errors, EndsWith("zmlogadm: " + lines[0].at("message").get<std::string>() + "\n"));
         EXPECT_EQ(run.exit_status, 255);

@@ -102,8 +102,10 @@ TEST_F(JsonOutput, ShowsBytesThatAreNoTextBesideTheText) {
     output_->finish({.text = "EXIT STATUS 1 \xe4\n", .status = 1});
     EXPECT_EQ(text_, "{\"type\":\"status\",\"status\":1,\"text\":\"\\ufffd\",\"text_base64\":\"5A==\"}\n");
     text_.clear();
-    output_->fail("no /\xe4");
-    EXPECT_EQ(text_, "{\"type\":\"error\",\"message\":\"no /\\ufffd\",\"message_base64\":\"bm8gL+Q=\"}\n");
+    output_->fail(FailureCode::system_failed, "no /\xe4");
+    EXPECT_EQ(text_,
+              "{\"type\":\"error\",\"code\":\"system_failed\",\"message\":\"no "
+              "/\\ufffd\",\"message_base64\":\"bm8gL+Q=\"}\n");
 }
 
 TEST_F(JsonOutput, IsAsciiAndPrintable) {
@@ -174,9 +176,9 @@ TEST_F(JsonOutput, TellsAStatusWithoutText) {
 
 TEST_F(JsonOutput, EndsWithAFailure) {
     output_->print("one\nhalf");
-    output_->fail("it broke");
+    output_->fail(FailureCode::no_status, "it broke");
     EXPECT_THAT(lines(), ElementsAre(output_object("one"), unended_object("half"),
-                                     Json({{"type", "error"}, {"message", "it broke"}})));
+                                     Json({{"type", "error"}, {"code", "no_status"}, {"message", "it broke"}})));
 }
 
 TEST(JsonOutputThatCannotBeWritten, IsGoneOnWithBySilence) {
@@ -186,7 +188,7 @@ TEST(JsonOutputThatCannotBeWritten, IsGoneOnWithBySilence) {
         throw std::runtime_error("no room");
     });
     EXPECT_THROW(output->print("one\n"), std::runtime_error);
-    output->fail("no room");
+    output->fail(FailureCode::output_failed, "no room");
     EXPECT_EQ(writes, 1);
 }
 
@@ -199,7 +201,7 @@ TEST(PlainOutput, IsTheAnswerByteForByte) {
     output->print("a\0\xff\x1b"s);
     output->print("b");
     output->finish({.text = "EXIT STATUS 5 no", .status = 5});
-    output->fail("not told here");
+    output->fail(FailureCode::no_status, "not told here");
     EXPECT_EQ(text, "a\0\xff\x1b"s + "b");
     EXPECT_EQ(status, "EXIT STATUS 5 no");
 }
