@@ -19,6 +19,7 @@
 #include "commands/request_dispatcher.h"
 #include "platform/main_configuration.h"
 #include "platform/posix.h"
+#include "platform/product_files.h"
 #include "platform/runtime.h"
 
 namespace {
@@ -49,7 +50,7 @@ Descriptor take_over_socket() {
 void read_configuration_and_open_log() {
     const int result = ZM_read_master_config();
     int out = 0;
-    debugFD = open_debug_log("/usr/kumel/zembrath/logs", c_pname, c_pname, 0666, &out);
+    debugFD = open_debug_log(product_files::log_root, c_pname, c_pname, 0666, &out);
     if (result != 0) {
         logmsgf(log_level::error, c_pname, "failed to read qr.conf SC=%d", result);
         myexit(result);

@@ -15,6 +15,7 @@
 #include "agent/string_utilities.h"
 #include "agent/system_error.h"
 #include "platform/posix.h"
+#include "platform/product_files.h"
 #include "platform/runtime.h"
 
 namespace {
@@ -156,7 +157,8 @@ int clean_up_directory(const std::string& directory, std::string& answer) {
 const char* GETZMLALOGDIR() {
     static std::array<char, default_directory_size> directory;
     if (directory[0] == '\0') {
-        snprintf(directory.data(), directory.size(), "%s%s%s", "/usr/kumel/zembrath/logs", "/", "zmlaevidence");
+        snprintf(directory.data(), directory.size(), "%s%s%s", product_files::log_root, "/",
+                 product_files::evidence_folder);
     }
     return directory.data();
 }

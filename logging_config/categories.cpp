@@ -9,6 +9,7 @@
 #include "logging_config/deduplication.h"
 #include "logging_config/log_directories.h"
 #include "logging_config/main_configuration_verbosity.h"
+#include "logging_config/settings.h"
 #include "logging_config/unified_logging_levels.h"
 #include "logging_config/volume_manager.h"
 
@@ -35,20 +36,20 @@ int with_product(const std::string& category, const Values& values, Responses& r
 }
 
 constexpr std::array categories = {
-    Category{"ZMKTUL", with_product<51216>},
-    Category{"QPKTUL", with_product<58330>},
-    Category{"SEARCHKTUL", with_product<60385>},
-    Category{"ZMLOGDIR", with_action<process_zmulogdir>},
-    Category{"MMLOGDIR", with_action<process_mmlogdir>},
-    Category{"QRCONF", with_action<process_qrconf>},
-    Category{"RK", without_action<process_rk>},
-    Category{"RKPLUGIN", without_action<process_rkplugin>},
-    Category{"KOB", without_action<process_kob>},
-    Category{"CORVID", without_action<process_corvid>},
-    Category{"CLOUD", without_action<process_cloud>},
-    Category{"JAVAGUI", with_action<process_javagui>},
-    Category{"HOLKAZ", without_action<process_holkaz>},
-    Category{"VMCONF", with_action<process_vmconf>},
+    Category{category::zmktul, with_product<ktul::zmktul_product>},
+    Category{category::qpktul, with_product<ktul::qpktul_product>},
+    Category{category::searchktul, with_product<ktul::searchktul_product>},
+    Category{category::zmlogdir, with_action<process_zmulogdir>},
+    Category{category::mmlogdir, with_action<process_mmlogdir>},
+    Category{category::qrconf, with_action<process_qrconf>},
+    Category{category::rk, without_action<process_rk>},
+    Category{category::rkplugin, without_action<process_rkplugin>},
+    Category{category::kob, without_action<process_kob>},
+    Category{category::corvid, without_action<process_corvid>},
+    Category{category::cloud, without_action<process_cloud>},
+    Category{category::javagui, with_action<process_javagui>},
+    Category{category::holkaz, without_action<process_holkaz>},
+    Category{category::vmconf, with_action<process_vmconf>},
 };
 
 }  // namespace

@@ -2,24 +2,25 @@
 
 #include "agent/string_utilities.h"
 #include "logging_config/main_configuration_verbosity.h"
+#include "logging_config/settings.h"
 
 namespace {
 
-// Where a component keeps its log level.
+// Where a component keeps its log level, and the level of a value without one.
 struct LevelEntry {
-    const char* file;
-    const char* key;
+    setting::KeyValue place;
     const char* default_level;
 };
 
-constexpr LevelEntry storage_server = {"/usr/kumel/lib/stg-plugins/wqf.conf", "WQF:LOGLEVEL", "5"};
-constexpr LevelEntry recovery_server = {"/usr/kumel/lib/stg-plugins/hlt.conf", "HLT:LOGLEVEL", "5"};
-constexpr LevelEntry store_container = {"/usr/kumel/lib/stg-plugins/skyhold.conf", "SHCT_LOG_LEVEL", "5"};
-// Key and default stand in the file with their quotation marks; a peer's own level is written as it was sent.
-constexpr LevelEntry authorization = {"/usr/kumel/zembrath/sec/az/bin/HOLKaz.conf", "\"DebugLevel\"", "\"6\""};
+constexpr LevelEntry storage_server = {setting::storage_server, "5"};
+constexpr LevelEntry recovery_server = {setting::recovery_server, "5"};
+constexpr LevelEntry store_container = {setting::store_container, "5"};
+// The default is written with its quotation marks; a peer's own level as it was sent.
+constexpr LevelEntry authorization = {setting::authorization, "\"6\""};
 
 int set_level(const std::string& category, const std::string& value, Responses& responses, const LevelEntry& entry) {
-    return process_config_file_entry(category, value, responses, entry.file, entry.key, "=", entry.default_level);
+    return process_config_file_entry(category, value, responses, entry.place.file, entry.place.key,
+                                     entry.place.separator, entry.default_level);
 }
 
 int set_levels(const std::string& category, const Values& values, Responses& responses, const LevelEntry& entry) {
@@ -39,7 +40,8 @@ int process_corvid(std::string category, const Values& values, Responses& respon
         std::string ignored_level;
         split_lhs_rhs(value, name, ignored_level);
         // Unknown names are not rejected: they are the recovery server's.
-        result |= set_level(category, value, responses, name == "zmwqf" ? storage_server : recovery_server);
+        result |= set_level(category, value, responses,
+                            name == setting::storage_server_name ? storage_server : recovery_server);
     }
     return result;
 }

@@ -6,11 +6,11 @@
 #include "agent/bounded_text.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
+#include "logging_config/settings.h"
 #include "platform/runtime.h"
 
 namespace {
 
-constexpr const char* tool = "/opt/HOLKkob/bin/ktlogcfg";
 constexpr const char* fixed_arguments = " -a -p 50936 -o 103 -s DebugLevel=";
 
 // Returns the text so that the shell passes it on letter for letter: as it is when it holds nothing that means
@@ -43,7 +43,7 @@ int extract_kob_values(const Values& values, std::string& name, std::string& lev
     split_lhs_rhs(values[0], name, level);
     // The low 32 bits, taken as unsigned, so that a negative level is too high.
     const auto value = static_cast<std::uint32_t>(strtol(level.c_str(), nullptr, 10));
-    if (value <= highest_level && name == "kob") {
+    if (value <= highest_level && name == connection_broker::name) {
         return status::success;
     }
     logmsgf(log_level::error, tag, "Invalid KOB DbgLevel spec: N=%s V=%d", name.c_str(), static_cast<int>(value));
@@ -60,7 +60,7 @@ int process_kob(std::string category, const Values& values, Responses& responses
         logmsgf(log_level::information, tag, "Completed w/ %d", checked);
         return checked;
     }
-    const std::string command = tool + (fixed_arguments + quote_for_shell(level));
+    const std::string command = connection_broker::tool + (fixed_arguments + quote_for_shell(level));
     logmsgf(log_level::information, tag, "For C=%s CA=%s executing cmd=%s", category.c_str(), level.c_str(),
             command.c_str());
     // The raw wait status is passed on undecoded, in the line and as the result.

@@ -6,31 +6,33 @@
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/key_value_file.h"
+#include "logging_config/settings.h"
 #include "platform/runtime.h"
 
 namespace {
 
-constexpr const char* properties_file = "/usr/kumel/java/Debug.properties";
 constexpr std::size_t message_size = 512;
 constexpr std::size_t line_size = 2048;
 
 using Message = std::array<char, message_size>;
 
-int edit_property(const std::string& action, const char* key, const std::string& value, Message& message) {
+int edit_property(const std::string& action, const setting::KeyValue& property, const std::string& value,
+                  Message& message) {
     message[0] = '\0';
     if (action == "enable") {
-        return set_parameter_value(properties_file, key, "=", value, message.data(), message.size(), 1);
+        return set_parameter_value(property.file, property.key, property.separator, value, message.data(),
+                                   message.size(), 1);
     }
     if (action == "disable" || action == "reset") {
-        return unset_parameter(properties_file, key, "=", message.data(), message.size(), "#");
+        return unset_parameter(property.file, property.key, property.separator, message.data(), message.size(), "#");
     }
     return status::success;  // an action of another name edits nothing and is no failure
 }
 
 // The message of the first edit is cleared by the second, so only the latest one's is told.
 int edit_properties(const std::string& action, const std::string& mask, Message& message) {
-    const int result = edit_property(action, "printcmds", "true", message);
-    return result == status::success ? edit_property(action, "debugMask", mask, message) : result;
+    const int result = edit_property(action, setting::console_commands, "true", message);
+    return result == status::success ? edit_property(action, setting::console_mask, mask, message) : result;
 }
 
 std::string describe(int result, const Message& message) {

@@ -14,17 +14,13 @@
 #include "agent/string_utilities.h"
 #include "agent/system_error.h"
 #include "logging_config/key_value_file.h"
+#include "logging_config/settings.h"
 #include "logging_config/text_lines.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
 
 namespace {
 
-constexpr const char* registry_file = "/etc/rkregistry.cfg";
-constexpr const char* registry_marker = "kpa.cfg";
-constexpr const char* fixed_component = "qtpiped";
-constexpr const char* fixed_component_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
-constexpr const char* plugin_file = "/usr/kumel/lib/stg-plugins/rk.conf";
 constexpr std::size_t message_size = 1024;
 constexpr std::size_t line_size = 2048;
 
@@ -48,19 +44,23 @@ int set_component_logging(const std::string& component, const std::string& value
         logmsgf(log_level::detail, "process_rk", "Using cached: EC=%d M=%s", known->second.first, message.data());
         return known->second.first;
     }
-    result = set_parameter_value(path, "Logging", "=", value + ",thread", message.data(), message.size(), 1);
+    result = set_parameter_value(path, deduplication::key, deduplication::separator,
+                                 value + deduplication::value_suffix, message.data(), message.size(), 1);
     outcomes[path] = {result, message.data()};
     return result;
 }
 
 // The notice of the first edit is dropped, that of the second one told. An active "DEBUGLOG" stays as it is.
 int set_plugin_logging(const std::string& level, Message& message) {
-    const int result = set_parameter_value(plugin_file, "LOGLEVEL", " = ", level, message.data(), message.size(), 1);
+    constexpr setting::KeyValue where = setting::plugin_level;
+    const int result =
+        set_parameter_value(where.file, where.key, where.separator, level, message.data(), message.size(), 1);
     if (result != status::success) {
         return result;
     }
     message[0] = '\0';
-    return set_parameter_value(plugin_file, "DEBUGLOG", " = ", "/", message.data(), message.size(), 0);
+    constexpr setting::KeyValue log = setting::plugin_log;
+    return set_parameter_value(log.file, log.key, log.separator, "/", message.data(), message.size(), 0);
 }
 
 std::string describe_plugin_outcome(int result, const Message& message) {
@@ -88,7 +88,7 @@ int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, 
     std::string text;
     (void)read_all(file.get(), text);
     for (const std::string_view line : split_lines(text)) {
-        if (contains(line, registry_marker)) {
+        if (contains(line, deduplication::registry_marker)) {
             std::string ignored_key;
             split_lhs_rhs(std::string(line), ignored_key, path);
             return status::success;
@@ -100,11 +100,11 @@ int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, 
 }
 
 int get_rk_conf_filepath(std::string component, std::string& path, char* error, unsigned long size) {
-    if (component == fixed_component) {
-        path = fixed_component_file;
+    if (component == deduplication::fixed_component) {
+        path = deduplication::fixed_component_file;
         return status::success;
     }
-    const int result = get_kpa_conf_filepath(registry_file, path, error, size);
+    const int result = get_kpa_conf_filepath(deduplication::registry, path, error, size);
     logmsgf(log_level::detail, "get_rk_conf_filepath", "Morvisk configuration file path=%s RV=%d ERR=%s", path.c_str(),
             result, error);
     return result;
@@ -132,7 +132,7 @@ int process_rk(std::string category, const Values& values, Responses& responses)
 int process_rkplugin(std::string category, const Values& values, Responses& responses) {
     constexpr const char* tag = "process_rkplugin";
     // The rejection is advisory: the first value is applied all the same.
-    if (values.size() != 1 || values[0] != "rkplugin") {
+    if (values.size() != 1 || values[0] != setting::plugin_name) {
         respond(log_level::error, tag,
                 bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", "RKPLUGIN", status::failure,
                               "Only 'rkplugin' is valid 'RKPLUGIN' log ID"),

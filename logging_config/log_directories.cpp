@@ -9,6 +9,7 @@
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "agent/system_error.h"
+#include "logging_config/settings.h"
 #include "platform/runtime.h"
 
 namespace {
@@ -26,7 +27,7 @@ void set_up_product_directory(const std::string& category, const std::string& va
     std::string name;
     std::string ignored_permission = "755";  // the library alone chooses the mode
     split_lhs_rhs(value, name, ignored_permission);
-    const std::string path = "/usr/kumel/zembrath/logs/" + name;
+    const std::string path = std::string(log_root::product) + "/" + name;
     const char* success = "Set up log directory";
     int error = 0;
     short mode = 0;
@@ -105,7 +106,7 @@ int process_zmulogdir(std::string category, const Values& values, Responses& res
 
 int process_mmlogdir(std::string category, const Values& values, Responses& responses, const char* action) {
     constexpr const char* tag = "process_mmlogdir";
-    const std::string root = "/usr/kumel/volmgr/debug";
+    const std::string root = log_root::volume_manager;
     // The root is made whatever the action, and also when no value needs it.
     if (mkdir(root.c_str(), volume_manager_mode) != 0 && errno != EEXIST) {
         const SystemError error;

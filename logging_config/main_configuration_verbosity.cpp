@@ -8,6 +8,7 @@
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/key_value_file.h"
+#include "logging_config/settings.h"
 #include "logging_config/text_lines.h"
 #include "platform/main_configuration.h"
 #include "platform/runtime.h"
@@ -18,10 +19,6 @@ constexpr const char* tag = "process_qrconf";
 constexpr std::size_t message_size = 1024;
 constexpr std::size_t line_size = 2048;
 
-// Keys that are fixed members of the configuration record and cannot be removed, only zeroed.
-constexpr std::array structure_members = {"TAPEMGR_VERBOSE", "SESSMGR_VERBOSE", "CATMGR_VERBOSE",
-                                          "REQD_VERBOSE",    "PROXYD_VERBOSE",  "OFFSITE_VERBOSE",
-                                          "SCHEDD_VERBOSE",  "DISKMGR_VERBOSE", "JOBD_VERBOSE"};
 constexpr std::array special_members = {"Debug_Database"};
 
 template <typename Names>
@@ -35,7 +32,7 @@ int find_ignoring_case(const Names& names, const std::string& name) {
 }
 
 bool isqrconfstructmember(const std::string& key) {
-    const int index = find_ignoring_case(structure_members, key);
+    const int index = find_ignoring_case(main_key::structure_members, key);
     if (index < 0) {
         return false;
     }
@@ -56,7 +53,7 @@ bool isqrconfspecialmember(const std::string& name) {
 // it. The special member is looked for among the "_VERBOSE" keys alone, so its own name never gets
 // that far; the order of the tests is deliberate.
 std::string reset_line(const std::string& name, const std::string& key) {
-    if (!contains(key, "_VERBOSE") || isqrconfstructmember(key) || isqrconfspecialmember(name)) {
+    if (!contains(key, main_key::verbose_suffix) || isqrconfstructmember(key) || isqrconfspecialmember(name)) {
         return key + "=0\n";
     }
     logmsgf(log_level::detail, tag, "Removing '%s' from qr.conf", name.c_str());

@@ -7,6 +7,7 @@
 #include "agent/bounded_text.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
+#include "logging_config/settings.h"
 #include "platform/runtime.h"
 #include "platform/unified_logging.h"
 
@@ -15,9 +16,8 @@ namespace {
 constexpr const char* tag = "process_ktul_loglevel";
 constexpr std::size_t line_size = 1024;
 
-// The product whose defaults are known, and the originator that holds them.
-constexpr int product_with_defaults = 51216;
-constexpr unsigned long default_originator = 112;
+// The product whose defaults are known.
+constexpr int product_with_defaults = ktul::zmktul_product;
 
 // The originator whose diagnostic level is never changed.
 constexpr std::uint32_t fixed_diagnostic_originator = 156;
@@ -45,7 +45,7 @@ Levels read_defaults(int product) {
     if (product != product_with_defaults) {
         return defaults;
     }
-    if (const Handle handle = load(product, default_originator)) {
+    if (const Handle handle = load(product, ktul::default_originator)) {
         holkLogCfgGetDebugLevel(handle.get(), &defaults.debug);
         holkLogCfgGetDiagLevel(handle.get(), &defaults.diagnostic);
         logmsgf(log_level::detail, tag, "Default DbgLvl=%d DiagLvl=%d", defaults.debug, defaults.diagnostic);

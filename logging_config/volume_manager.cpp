@@ -6,21 +6,21 @@
 #include "agent/bounded_text.h"
 #include "agent/status.h"
 #include "logging_config/key_value_file.h"
+#include "logging_config/settings.h"
 #include "platform/runtime.h"
 
 int process_vmconf(std::string category, const Values& entries, Responses& responses, const char* action) {
     constexpr const char* tag = "process_vmconf";
     constexpr std::size_t message_size = 1024;
     constexpr std::size_t line_size = 2048;
-    constexpr const char* file = "/usr/kumel/volmgr/vm.conf";
-    // A bare keyword: neither separator nor value.
-    constexpr const char* key = "VERBOSE";
+    constexpr setting::KeyValue keyword = setting::volume_manager;
     std::array<char, message_size> message{};
     int result = status::success;
     if (strcmp(action, "enable") == 0) {
-        result = set_parameter_value(file, key, "", "", message.data(), message.size(), 1);
+        result =
+            set_parameter_value(keyword.file, keyword.key, keyword.separator, "", message.data(), message.size(), 1);
     } else if (strcmp(action, "disable") == 0 || strcmp(action, "reset") == 0) {
-        result = unset_parameter(file, key, "", message.data(), message.size(), "#");
+        result = unset_parameter(keyword.file, keyword.key, keyword.separator, message.data(), message.size(), "#");
     } else {
         logmsgf(log_level::error, tag, "Invalid action=%s", action);
         return status::failure;

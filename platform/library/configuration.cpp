@@ -8,6 +8,7 @@
 #include "platform/library/statuses.h"
 #include "platform/library/text_file.h"
 #include "platform/main_configuration.h"
+#include "platform/product_files.h"
 
 namespace platform_library {
 
@@ -102,7 +103,7 @@ std::optional<ConfigurationLine> parse_configuration_line(std::string_view line)
 
 int ZM_read_master_config() {
     std::string text;
-    if (platform_library::read_text_file(platform_library::main_configuration_file, text) != 0) {
+    if (platform_library::read_text_file(product_files::main_configuration, text) != 0) {
         return platform_library::status::configuration_not_read;
     }
     platform_library::read_configuration(text);

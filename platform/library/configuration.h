@@ -8,8 +8,6 @@
 
 namespace platform_library {
 
-inline constexpr const char* main_configuration_file = "/usr/kumel/zembrath/qr.conf";
-
 struct HostConfiguration {
     std::vector<std::string> servers;  // the hosts that are trusted, as they are written
     int network_timeout = 300;         // seconds

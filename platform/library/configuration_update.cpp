@@ -15,6 +15,7 @@
 #include "platform/library/statuses.h"
 #include "platform/library/text_file.h"
 #include "platform/main_configuration.h"
+#include "platform/product_files.h"
 
 const int QRConfZMStandardServer = 1;
 
@@ -109,7 +110,7 @@ int UpdateHostConfigExA(int selector, ConfigRecord* record, ConfigRecord*, int, 
         return 0;
     }
     const int error = platform_library::rewrite_file(
-        platform_library::main_configuration_file,
+        product_files::main_configuration,
         [&](const std::string& text) { return platform_library::apply_settings(text, *record->settings); });
     return error == 0 ? 0 : platform_library::status::configuration_not_updated + error;
 }

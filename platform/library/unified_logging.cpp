@@ -14,6 +14,7 @@
 #include "platform/library/safe_rewrite.h"
 #include "platform/library/statuses.h"
 #include "platform/library/text_file.h"
+#include "platform/product_files.h"
 
 namespace {
 
@@ -26,10 +27,6 @@ constexpr int highest_level = 6;
 // The kinds of levels, in the order in which they are added to a store file.
 enum Kind : std::size_t { debug, diagnostic, kinds };
 constexpr std::array<const char*, kinds> kind_names = {"DebugLevel", "DiagnosticLevel"};
-
-std::string store_file(long product) {
-    return "/usr/kumel/ktul/" + std::to_string(product) + ".conf";
-}
 
 // What an entry's line begins with.
 std::string entry_prefix(unsigned long originator, Kind kind) {
@@ -88,7 +85,7 @@ int set_level(holkLogCfg* handle, Kind kind, int level) {
 
 int holkLogReadCfg(long product, unsigned long originator, holkLogCfg** handle) {
     std::string text;
-    if (platform_library::read_text_file(store_file(product), text) != 0) {
+    if (platform_library::read_text_file(product_files::logging_store(product), text) != 0) {
         return platform_library::status::logging_store_not_read;
     }
     auto configuration = std::make_unique<holkLogCfg>();
@@ -154,7 +151,7 @@ int holkLogWriteCfg(long product, unsigned long originator, const holkLogCfg* ha
         }
         return std::nullopt;
     };
-    return platform_library::rewrite_file(store_file(product), [&](const std::string& text) {
+    return platform_library::rewrite_file(product_files::logging_store(product), [&](const std::string& text) {
         return platform_library::apply_line_edits(text, edits, find_edit);
     });
 }

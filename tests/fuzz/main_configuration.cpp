@@ -11,6 +11,7 @@
 
 #include "platform/library/configuration.h"
 #include "platform/library/numbers.h"
+#include "platform/product_files.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/scratch_file.h"
@@ -20,8 +21,8 @@ namespace {
 
 using fuzzing::lines_of;
 using platform_library::fold_key;
-using platform_library::main_configuration_file;
 using platform_library::parse_configuration_line;
+using product_files::main_configuration;
 
 // What is asked for each key, in upper case: a value, or nothing to remove it.
 using Changes = std::map<std::string, std::optional<std::string>>;
@@ -84,7 +85,7 @@ void check_reading(const std::string& text) {
 
 ino_t number_of_file() {
     struct stat state {};
-    INVARIANT(stat(main_configuration_file, &state) == 0);
+    INVARIANT(stat(main_configuration, &state) == 0);
     return state.st_ino;
 }
 
@@ -95,7 +96,7 @@ int apply(ConfigRecord& record) {
 void check_update(ConfigRecord& record, const Changes& changes, const std::string& before) {
     INVARIANT(changes.count("SERVER") == 0);
     INVARIANT(apply(record) == 0);
-    const std::string after = fuzzing::load(main_configuration_file);
+    const std::string after = fuzzing::load(main_configuration);
     INVARIANT(after == before || fuzzing::ends_in_newline(after));
     check_other_lines(changes, before, after);
     check_values(changes, after);
@@ -118,7 +119,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FuzzInput input(data, size);
     const std::string wanted = input.text();
     const std::string before = input.rest();
-    fuzzing::store(main_configuration_file, before);
+    fuzzing::store(main_configuration, before);
     check_reading(before);
     std::string text = wanted;
     ConfigRecord record{};

@@ -58,15 +58,11 @@ options_of_zsh() {
 
 known_keys_of_sources() {
     echo VERBOSE
-    table logging_config/main_configuration_verbosity.cpp 'structure_members = ' | quoted_names
+    structure_members
 }
 
 known_keys() { # FILE
     awk '/QRCONF\)/ { on = 1 } on { print } on && /;;/ { exit }' "$1" | grep -oE '\b[A-Z_]*VERBOSE\b'
-}
-
-products_of_sources() {
-    sed -nE 's/.*Category\{"([A-Z]+)", with_product<([0-9]+)>\}.*/\1 \2/p' logging_config/categories.cpp
 }
 
 products() { # FILE
@@ -76,7 +72,7 @@ products() { # FILE
 words=$(words_of_sources)
 same "words for bash" "$words" "$(offered_by_bash _zmlogadm_option_or_word '')"
 same "words for zsh" "$words" "$(offered_by_zsh _zmlogadm_words)"
-categories=$(table logging_config/categories.cpp 'categories = ' | quoted_names)
+categories=$(category_names)
 same "categories for bash" "$categories" "$(offered_by_bash _zmlogadm_category '' | sed 's/:$//')"
 same "categories for zsh" "$categories" "$(offered_by_zsh _zmlogadm_category)"
 options=$(options_of_sources)
@@ -84,7 +80,7 @@ same "options for bash" "$options" "$(options_of_bash)"
 same "options for zsh" "$options" "$(options_of_zsh)"
 same "keys of qr.conf for bash" "$(known_keys_of_sources)" "$(known_keys $bash_source)"
 same "keys of qr.conf for zsh" "$(known_keys_of_sources)" "$(known_keys $zsh_source)"
-same "products for bash" "$(products_of_sources)" "$(products $bash_source)"
-same "products for zsh" "$(products_of_sources)" "$(products $zsh_source)"
+same "products for bash" "$(category_products)" "$(products $bash_source)"
+same "products for zsh" "$(category_products)" "$(products $zsh_source)"
 ((failed)) || echo "completions: the names are those of the sources"
 exit "$failed"

@@ -47,7 +47,7 @@ check_words() {
     local commands=commands/external_commands.cpp
     same "words" "$({ table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names)" \
         "$(items_of zmlogadm.1 REQUESTS Cm)"
-    same "categories" "$(table logging_config/categories.cpp 'categories = ' | quoted_names)" \
+    same "categories" "$(category_names)" \
         "$(items_of zmlogadm.1 CATEGORIES Cm)"
 }
 
@@ -57,7 +57,7 @@ check_known_words() {
     same "words that the command knows" \
         "$({ table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names)" \
         "$({ table $known ' tool_words = '; table $known ' logging_words = '; table $known ' other_words = '; } | quoted_names)"
-    same "categories that the command knows" "$(table logging_config/categories.cpp 'categories = ' | quoted_names)" \
+    same "categories that the command knows" "$(category_names)" \
         "$(table $known ' known_categories = ' | quoted_names)"
 }
 
@@ -139,7 +139,7 @@ check_files() {
     same "tools" "$(table commands/external_commands.cpp 'tool_paths = ' | quoted_names | grep / | sort -u)" \
         "$(items_of zmlogadmagent.8 FILES Pa | grep '/bin/[a-z]*/')"
     local file
-    for file in $(grep -ohE '"(/usr/kumel|/opt|/etc)/[^"]*\.(conf|cfg|properties)"|"/opt/[^"]*"' logging_config/*.cpp | tr -d '"' | sort -u); do
+    for file in $(grep -ohE '"(/usr/kumel|/opt|/etc)/[^"]*\.(conf|cfg|properties)"|"/opt/[^"]*"' logging_config/settings.h platform/product_files.h | tr -d '"' | sort -u); do
         if ! grep -qF "$file" $pages/zmlogadm.1; then
             echo "zmlogadm.1 does not name $file, which a category changes or reads"
             failed=1
@@ -148,13 +148,12 @@ check_files() {
 }
 
 check_configuration() {
-    local verbosity=logging_config/main_configuration_verbosity.cpp
     same "keys of qr.conf" \
         "$({ sed -nE 's/.*key == "([A-Z_]+)".*/\1/p' platform/library/configuration.cpp
-             table $verbosity 'structure_members = ' | quoted_names; } | sort -u)" \
+             structure_members; } | sort -u)" \
         "$(items_of qr.conf.5 DESCRIPTION Va)"
     same "products" \
-        "$(sed -nE 's/.*Category\{"([A-Z]+)", with_product<([0-9]+)>\}.*/\2 \1/p' logging_config/categories.cpp)" \
+        "$(category_products | awk '{ print $2, $1 }')" \
         "$(awk '/^\.It [0-9]+$/ { product = $2; getline; print product, $2 }' $pages/ktul.conf.5)"
     same "entries of the store" \
         "$(grep 'kind_names = ' platform/library/unified_logging.cpp | quoted_names)" \

@@ -7,6 +7,20 @@ table() { # FILE START
     awk -v start="$2" '$0 ~ start { on = 1 } on { print } on && /};/ { exit }' "$1"
 }
 
+# The names of the categories, and "CATEGORY PRODUCT" of those that have one.
+category_names() {
+    awk '/^namespace category [{]/ { on = 1 } on { print } on && /^}/ { exit }' logging_config/settings.h | quoted_names
+}
+
+category_products() {
+    sed -nE 's/^inline constexpr int ([a-z]+)_product = ([0-9]+);/\1 \2/p' logging_config/settings.h | tr '[:lower:]' '[:upper:]'
+}
+
+# The fixed members of the main configuration.
+structure_members() {
+    table logging_config/settings.h 'structure_members = ' | quoted_names
+}
+
 quoted_names() {
     grep -o '"[^"]*"' | tr -d '"'
 }

@@ -1,0 +1,20 @@
+// Files and folders of the product that more than one part of the system reads or changes. Each path stands here, or in
+// logging_config/settings.h, and nowhere else in the programs.
+#pragma once
+
+#include <string>
+
+namespace product_files {
+
+inline constexpr const char* main_configuration = "/usr/kumel/zembrath/qr.conf";
+inline constexpr const char* log_root = "/usr/kumel/zembrath/logs";
+// The agent's own folders in the log root: its debug log, and what it has collected.
+inline constexpr const char* agent_log_folder = "zmlogadmagent";
+inline constexpr const char* evidence_folder = "zmlaevidence";
+
+// The unified logging store of a product.
+inline std::string logging_store(long product) {
+    return "/usr/kumel/ktul/" + std::to_string(product) + ".conf";
+}
+
+}  // namespace product_files
