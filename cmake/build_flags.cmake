@@ -1,18 +1,48 @@
 # build_flags: how every source is compiled. hardening: how what goes into the programs is compiled beyond that.
 # program_flags: how the programs are linked.
+# What not every compiler, linker or processor has is asked for, and left out where it is missing.
+include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
+
+# Adds to the target the options that the compiler has.
+function(add_known_options target)
+  foreach(option ${ARGN})
+    string(MAKE_C_IDENTIFIER "has${option}" is_known)
+    check_cxx_compiler_flag(${option} ${is_known})
+    if(${is_known})
+      target_compile_options(${target} INTERFACE $<$<COMPILE_LANGUAGE:CXX>:${option}>)
+    endif()
+  endforeach()
+endfunction()
+
+# Sets the variable to whether programs are linked with the options; a linker that warns ignores one.
+function(can_link variable)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -Wl,--fatal-warnings ${ARGN})
+  check_cxx_source_compiles("int main() {}" ${variable})
+endfunction()
 
 add_library(build_flags INTERFACE)
 target_include_directories(build_flags INTERFACE ${PROJECT_SOURCE_DIR})
+# Files over 2 GB and times after 2038. Where the C library has them anyway, glibc would still rename the calls that the
+# tests stand in for.
+check_cxx_source_compiles("#include <sys/types.h>
+  static_assert(sizeof(off_t) >= 8 && sizeof(time_t) >= 8);
+  int main() {}" HAS_LARGE_FILES_AND_TIMES)
+if(NOT HAS_LARGE_FILES_AND_TIMES)
+  target_compile_definitions(build_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
 target_compile_options(build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow
-  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wsign-conversion -Wold-style-cast -Wuseless-cast -Woverloaded-virtual
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wsign-conversion -Wold-style-cast -Woverloaded-virtual
                             -Wnon-virtual-dtor -Wextra-semi>
-  -Wformat=2 -Wformat-signedness -Wcast-align -Wnull-dereference -Wduplicated-cond -Wduplicated-branches
-  -Wlogical-op -Wundef)
+  -Wformat=2 -Wcast-align -Wnull-dereference -Wundef)
+# g++'s alone.
+add_known_options(build_flags -Wuseless-cast -Wformat-signedness -Wduplicated-cond -Wduplicated-branches -Wlogical-op)
 
 add_library(hardening INTERFACE)
-target_compile_options(hardening INTERFACE
-  -ffunction-sections -fdata-sections -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+target_compile_options(hardening INTERFACE -ffunction-sections -fdata-sections -fstack-protector-strong)
+# The last two have the processor watch where calls and jumps go: on x86, and on arm64.
+add_known_options(hardening -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
 # Fortification needs optimisation, and the sanitizers do its work where they run.
 if(NOT ZMLA_SANITIZE AND NOT ZMLA_FUZZ)
   target_compile_options(hardening INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
@@ -40,6 +70,25 @@ else()
   # The agent is started for every request: what the dynamic loader would do is most of what a request costs.
   # The linker warns that name look-ups of a static program load parts of the C library at run time. That
   # holds for sources of names other than files and DNS, and ZMLA_SHARED_LIBC is there for hosts that have them.
-  # Packed relocations: the program relocates itself at every start.
-  target_link_options(program_flags INTERFACE -static-pie -Wl,-z,pack-relative-relocs -Wl,--no-warnings)
+  can_link(CAN_SILENCE_LINKER -Wl,--no-warnings)
+  if(CAN_SILENCE_LINKER)
+    target_link_options(program_flags INTERFACE -Wl,--no-warnings)
+  endif()
+  # The program relocates itself at every start, which packed relocations make quicker. The C library reads them since
+  # glibc 2.36, and nothing but a crash would say that an older one does not.
+  set(packed -Wl,-z,pack-relative-relocs)
+  check_cxx_source_compiles("#include <climits>
+    #if defined __GLIBC__ && !__GLIBC_PREREQ(2, 36)
+    #error
+    #endif
+    int main() {}" LIBC_READS_PACKED_RELOCATIONS)
+  can_link(CAN_LINK_PACKED_STATIC_PIE -static-pie ${packed})
+  can_link(CAN_LINK_STATIC_PIE -static-pie)
+  if(CAN_LINK_PACKED_STATIC_PIE AND LIBC_READS_PACKED_RELOCATIONS)
+    target_link_options(program_flags INTERFACE -static-pie ${packed})
+  elseif(CAN_LINK_STATIC_PIE)
+    target_link_options(program_flags INTERFACE -static-pie)
+  else()
+    target_link_options(program_flags INTERFACE -static)
+  endif()
 endif()
