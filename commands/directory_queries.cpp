@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <cstdint>
 #include <cstring>
 
@@ -122,8 +123,8 @@ int calc_free_space_send_output(std::string directory, int socket) {
     const std::uint64_t block = space.f_bsize;
     const std::uint64_t free_space = (block * space.f_bavail) >> bytes_to_mebibytes_shift;
     const std::uint64_t total_space = (block * space.f_blocks) >> bytes_to_mebibytes_shift;
-    const std::string line =
-        bounded_print(space_line_size, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%lu MB TOTAL_SPACE=%lu MB\n",
-                      target.c_str(), free_space, total_space);
+    const std::string line = bounded_print(
+        space_line_size, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%" PRIu64 " MB TOTAL_SPACE=%" PRIu64 " MB\n",
+        target.c_str(), free_space, total_space);
     return send_whole(socket, line) ? status::success : status::output_not_sent;
 }

@@ -131,13 +131,13 @@ int probe_peer(int socket) {
         return status::socket_not_nonblocking;
     }
     char byte = 0;
-    const int received = static_cast<int>(recv(socket, &byte, 1, 0));
+    const ssize_t received = recv(socket, &byte, 1, 0);
     const SystemError left_by_recv;
-    logmsgf(log_level::detail, tag, "recv return value=%d ERRNO=%d (%s)", received, left_by_recv.number,
+    logmsgf(log_level::detail, tag, "recv return value=%zd ERRNO=%d (%s)", received, left_by_recv.number,
             left_by_recv.text());
     if (received != -1) {
         // Tells what recv returned, in the place of a status: 0 for a peer that has closed, 1 for one that sent more.
-        logmsgf(log_level::error, tag, "Peer socket is closed NSC=%d", received);
+        logmsgf(log_level::error, tag, "Peer socket is closed NSC=%zd", received);
         return status::peer_closed;
     }
     if (socksend(socket, "\n", 1) != 1) {

@@ -41,8 +41,8 @@ int extract_kob_values(const Values& values, std::string& name, std::string& lev
         return status::kob_arguments_not_valid;
     }
     split_lhs_rhs(values[0], name, level);
-    // The low 32 bits, taken as unsigned, so that a negative level is too high.
-    const auto value = static_cast<std::uint32_t>(strtol(level.c_str(), nullptr, 10));
+    // The low 32 of 64 bits, also where a long has 32; taken as unsigned, so that a negative level is too high.
+    const auto value = static_cast<std::uint32_t>(strtoll(level.c_str(), nullptr, 10));
     if (value <= highest_level && name == connection_broker::name) {
         return status::success;
     }

@@ -53,7 +53,8 @@ Levels read_defaults(int product) {
     return defaults;
 }
 
-// What one value asks for. Text that is no number reads as 0, on purpose: nothing is validated.
+// What one value asks for. Text that is no number reads as 0, on purpose: nothing is validated. Of a large number the
+// low 32 bits count, on every processor: it is read with 64 bits also where a long has 32.
 struct Wanted {
     std::uint32_t originator;
     int level;
@@ -63,8 +64,8 @@ Wanted parse(const std::string& value) {
     std::string originator;
     std::string level = "6";
     split_lhs_rhs(value, originator, level);
-    return {static_cast<std::uint32_t>(strtoul(originator.c_str(), nullptr, 10)),
-            static_cast<int>(strtol(level.c_str(), nullptr, 10))};
+    return {static_cast<std::uint32_t>(strtoull(originator.c_str(), nullptr, 10)),
+            static_cast<int>(strtoll(level.c_str(), nullptr, 10))};
 }
 
 // Changes the levels of originators of one product, one response line each.

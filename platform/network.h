@@ -26,10 +26,10 @@ int xnet_verify_peer_creds(int socket, std::uint32_t service_tag, int flag, std:
 // Returns the time-out for one framed value, in seconds (1 to 86400).
 int xnet_get_max_timeout();
 
-// Reads one framed number. Returns it (any that 64 bits hold), or 0 on failure with the reason in `*error`,
-// which a success leaves alone: ETIMEDOUT, ECONNRESET (closed before the value's end), EPROTO (not a
-// netstring, not a number), ERANGE (beyond 64 bits), EMSGSIZE (a text of over 2047 bytes), or what the failing
-// system call reported. Consumes no byte beyond the value. `timeout` bounds the whole value, in seconds.
+// Reads one framed number. Returns it (any that 64 bits hold; its low bits where a long has fewer), or 0 on failure
+// with the reason in `*error`, which a success leaves alone: ETIMEDOUT, ECONNRESET (closed before the value's end),
+// EPROTO (not a netstring, not a number), ERANGE (beyond 64 bits), EMSGSIZE (a text of over 2047 bytes), or what the
+// failing system call reported. Consumes no byte beyond the value. `timeout` bounds the whole value, in seconds.
 long get_long(int socket, int timeout, int* error);
 
 // Reads one framed string of at most `max_length` bytes into `buffer`, which holds one byte more, for the

@@ -33,8 +33,8 @@ class Line {
         clock_gettime(CLOCK_REALTIME, &now);
         const tm local = local_time(now);
         std::array<char, 64> head;
-        snprintf(head.data(), head.size(), "%02d:%02d:%02d.%03ld [%d] <%d> ", local.tm_hour, local.tm_min, local.tm_sec,
-                 now.tv_nsec / 1'000'000, getpid(), level);
+        snprintf(head.data(), head.size(), "%02d:%02d:%02d.%03d [%d] <%d> ", local.tm_hour, local.tm_min, local.tm_sec,
+                 static_cast<int>(now.tv_nsec / 1'000'000), getpid(), level);
         text_ += head.data();
     }
 

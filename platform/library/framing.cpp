@@ -37,7 +37,7 @@ class ValueReader {
   private:
     // Takes the digits one by one: to read more at once could take bytes that are somebody else's.
     int read_length(std::size_t longest, std::size_t& length) {
-        length = 0;
+        unsigned long long announced = 0;  // holds ten digits, which a size may not
         for (int digits = 0;; ++digits) {
             char byte = 0;
             if (const int error = read_exactly(&byte, 1)) {
@@ -46,13 +46,14 @@ class ValueReader {
             if (byte == ':' && digits > 0) {
                 break;
             }
-            const bool leading_zero = digits == 1 && length == 0;
+            const bool leading_zero = digits == 1 && announced == 0;
             if (byte < '0' || byte > '9' || leading_zero || digits == most_length_digits) {
                 return EPROTO;
             }
-            length = length * 10 + static_cast<std::size_t>(byte - '0');
+            announced = announced * 10 + static_cast<unsigned long long>(byte - '0');
         }
-        return length > longest ? EMSGSIZE : 0;
+        length = static_cast<std::size_t>(announced);
+        return announced > longest ? EMSGSIZE : 0;
     }
 
     int read_exactly(char* buffer, std::size_t size) {
@@ -98,7 +99,7 @@ long get_long(int socket, int timeout, int* error) {
     std::array<char, longest_number + 1> text;
     std::size_t length = 0;
     int failure = ValueReader(socket, timeout).read_netstring(text.data(), longest_number, length);
-    long number = 0;
+    long long number = 0;
     if (failure == 0) {
         const std::errc parsed = platform_library::parse_number(std::string_view(text.data(), length), number);
         failure = parsed == std::errc() ? 0 : parsed == std::errc::result_out_of_range ? ERANGE : EPROTO;
@@ -107,7 +108,7 @@ long get_long(int socket, int timeout, int* error) {
         *error = failure;
         return 0;
     }
-    return number;
+    return static_cast<long>(number);
 }
 
 int get_string(int socket, char* buffer, int max_length, int timeout, int* error) {
