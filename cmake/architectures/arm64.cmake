@@ -1,0 +1,4 @@
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(triplet aarch64-linux-gnu)
+set(emulator qemu-aarch64-static)
+include(${CMAKE_CURRENT_LIST_DIR}/../cross_compiler.cmake)
