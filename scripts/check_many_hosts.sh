@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every command of docs/many-hosts.md against ten hosts in a private root, and compares the answers with those on
-# the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
+# Runs every command of the pages of many hosts against ten hosts in a private root, and compares the answers with those
+# on the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
 # none, its program is unpacked in the build folder. Nothing is left running or mounted, and no port of this host
 # is opened.
 set -euo pipefail
@@ -28,12 +28,16 @@ fi
 
 cmake --preset release >/dev/null
 cmake --build --preset release --parallel "$(nproc)" --target zmlogadmagent zmlogadm in_private_root >/dev/null
-programs=build/release
-$programs/tests/support/in_private_root unshare --pid --fork --kill-child timeout --foreground 120 \
-    bash tests/many_hosts/run_page.sh docs/many-hosts.md "/.host$PWD/$programs/zmlogadmagent" \
-    "/.host$PWD/$programs/zmlogadm" "/.host$sshd" </dev/null &
-hosts=$!
+programs=$PWD/build/release
+
+check_page() { # PAGE
+    "$programs/tests/support/in_private_root" unshare --pid --fork --kill-child timeout --foreground 120 \
+        bash tests/many_hosts/run_page.sh "$1" "/.host$programs" "/.host$sshd" </dev/null &
+    hosts=$!
+    wait "$hosts"
+}
+
 # unshare blocks the gentler signals; with it go all processes in there.
 trap 'kill -KILL "$hosts" 2>/dev/null || true' EXIT
 trap 'exit 130' INT TERM
-wait "$hosts"
+check_page docs/many-hosts.md

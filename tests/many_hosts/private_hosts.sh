@@ -1,11 +1,11 @@
 # shellcheck shell=bash
-# The hosts of docs/many-hosts.md. This host is admin1; backup2 is 127.0.0.2, and so on, each a mount namespace with a
-# file system of its own at /usr/kumel. All are one host to the kernel and to SERVER lines that say "localhost". For a
-# private root with a process namespace of its own: when that ends, so does all that is started here.
+# Hosts for the pages of many hosts. This host is admin1; backup2 is 127.0.0.2, and so on, each a mount namespace with a
+# name and a file system at /usr/kumel of its own. All are one host to the kernel and to SERVER lines that say
+# "localhost". For a private root with a process namespace of its own: when that ends, so does all that is started here.
 
-# Arguments: the agent, zmlogadm and sshd.
+# Arguments: the folder of the programs, and sshd.
 prepare_this_host() {
-    export agent=$1 request_command=$2 sshd=$3
+    export programs=$1 sshd=$2
     echo '127.0.0.1 localhost admin1' >/etc/hosts
     local host
     for host in {2..9} 11; do
@@ -44,8 +44,8 @@ make_product() {
     mount -t tmpfs -o "size=$1m,mode=755" product /usr/kumel
     mkdir -p /usr/kumel/zembrath/{logs,bin/support} /usr/kumel/ktul
     # Links, so that the free space does not depend on the size of the programs.
-    ln -s "$agent" /usr/kumel/zembrath/bin/zmlogadmagent
-    ln -s "$request_command" /usr/kumel/zembrath/bin/support/zmlogadm
+    ln -s "$programs/zmlogadmagent" /usr/kumel/zembrath/bin/zmlogadmagent
+    ln -s "$programs/zmlogadm" /usr/kumel/zembrath/bin/support/zmlogadm
     printf 'SERVER = %s\n' admin1 localhost >/usr/kumel/zembrath/qr.conf
     printf '%s\n' 111.DebugLevel=1 111.DiagnosticLevel=6 >/usr/kumel/ktul/51216.conf
 }
@@ -71,12 +71,13 @@ prepare_ssh() {
 # Starts the host $1 with a file system of $2 megabytes. The other arguments are functions that are called on it.
 start_host() {
     # shellcheck disable=SC2016
-    unshare --mount bash -euo pipefail -c 'source "$0"; run_host "$@"' "${BASH_SOURCE[0]}" "$@" \
+    unshare --mount --uts bash -euo pipefail -c 'source "$0"; run_host "$@"' "${BASH_SOURCE[0]}" "$@" \
         </dev/null >"/tmp/backup$1.output" 2>&1 &
 }
 
 run_host() {
     address=127.0.0.$1
+    hostname "backup$1"
     make_product "$2"
     shift 2
     local function

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# run_page.sh PAGE AGENT ZMLOGADM SSHD: runs every command of docs/many-hosts.md against the hosts that it tells of, and
-# compares each answer with the one that the page shows. For a private root and a process namespace of its own; start it
-# with scripts/check_many_hosts.sh.
+# run_page.sh PAGE PROGRAMS SSHD: runs every command of a page, docs/many-hosts.md or docs/investigation.md, against the
+# page's hosts, and compares each answer with the one that the page shows. PROGRAMS is the folder of the programs. The
+# hosts of the page NAME.md are in hosts_of_NAME.sh. For a private root and a process namespace of its own; start it with
+# scripts/check_many_hosts.sh.
 #
 # In the page's indented blocks, a line that begins with "# " is a command, which goes on in the next line after a
 # backslash at its end. What follows, up to the next command or the end of the block, is what it writes, standard
@@ -16,19 +17,9 @@ if [[ ! -e /.private_root ]]; then
 fi
 # shellcheck source=tests/many_hosts/private_hosts.sh
 source tests/many_hosts/private_hosts.sh
-
-start_hosts() {
-    local host
-    for host in 2 3 4 5; do
-        start_host "$host" 40960 serves_the_port serves_ssh
-    done
-    start_host 6 40960 trusts_another_server serves_the_port serves_ssh
-    start_host 7 512 serves_the_port serves_ssh
-    start_host 8 40960 serves_the_port_later serves_ssh
-    start_host 9 40960 has_a_stuck_agent serves_the_port serves_ssh
-    start_host 11 40960 serves_the_port serves_ssh_that_hangs
-    wait_for_listeners 127.0.0.{2..7}:24761 127.0.0.9:24761 127.0.0.11:24761 127.0.0.{2..9}:22 127.0.0.11:22
-}
+page=$(basename "$1" .md)
+# shellcheck source=/dev/null
+source "tests/many_hosts/hosts_of_${page//-/_}.sh"
 
 failures=0
 commands=0
@@ -36,16 +27,11 @@ status=0
 
 fail() {
     failures=$((failures + 1))
-    echo "many-hosts.md, line $line_number: $1"
+    echo "$page.md, line $line_number: $1"
 }
 
 expect_no_status() {
     ((status == 0)) || fail "the command before ended with $status, which the page does not show"
-}
-
-# The limit on the other side of SSH ended the agent too.
-expect_no_stuck_agent() {
-    flock --timeout 10 /tmp/stuck_agent true || fail "the stuck agent still runs"
 }
 
 # Runs $1 as the next line of one shell, and compares what it writes with $2.
