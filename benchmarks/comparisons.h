@@ -1,38 +1,30 @@
-// What is measured against what.
+// What is measured beside what.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "benchmarks/paired_runs.h"
+#include "benchmarks/interleaved_runs.h"
 
-// How often a comparison is repeated: a light one takes milliseconds a round, a heavy one up to seconds.
+// How often a comparison is repeated: a light one takes milliseconds a round, a heavy one tenths of a second, and the
+// heaviest up to seconds.
 enum class Weight { light, heavy, heaviest };
 
 struct Comparison {
     std::string what;
-    Contender measured;
-    Contender reference;
+    // The first one is the agent, which is held against each of the others.
+    std::vector<Contender> contenders;
     Weight weight = Weight::light;
-    // The ratio of measured to reference that is not to be exceeded.
-    std::optional<double> target = std::nullopt;
-    // How much more work the measured one has: the ratio is divided by it.
-    double more_work = 1;
+    // What the request's size is counted in, "lines" or "files", and how many there are; empty where there is no size.
+    std::string unit = {};
+    int size = 0;
 };
 
-// Makes the sample product. Call it in a private root.
-[[nodiscard]] std::vector<Comparison> make_comparisons();
+// Where the programs are that are not built with the benchmark, and where a disk is; empty for none.
+struct Surroundings {
+    std::string package_agent;
+    std::string disk_folder;
+};
 
-// The change of VMCONF in a file of so many lines, by the agent and by augtool. augtool's time grows with the square of
-// the lines, so it is given up after some seconds; then its run ends with the status given_up.
-inline constexpr int given_up = 124;
-[[nodiscard]] Contender verbose_by_agent(int lines);
-[[nodiscard]] Contender verbose_by_augtool(int lines, int patience_seconds);
-
-// The agent and the floor with a request for free space, for the comparison of their memory.
-[[nodiscard]] Program disk_space_by_agent();
-[[nodiscard]] Program disk_space_by_floor();
-
-// The folder for comparisons on a disk; empty when there is none that can be written.
-[[nodiscard]] std::string disk_folder();
+// Make the sample product before, in a private root.
+[[nodiscard]] std::vector<Comparison> make_comparisons(const Surroundings& surroundings);

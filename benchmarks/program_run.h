@@ -4,10 +4,16 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/connected_sockets.h"
+
+// How the peer is connected. Over TCP from a reserved port of this host, so that it counts as root.
+enum class Transport { local, tcp };
+
 struct Program {
     std::vector<std::string> command;
     // The bytes that the peer sends; none for a program that needs no request.
     std::string request;
+    Transport transport = Transport::local;
 };
 
 struct ProgramRun {
@@ -19,11 +25,16 @@ struct ProgramRun {
 };
 
 // Starts the program with the connection as its descriptors 0, 1 and 2, sends the request, receives until the program
-// closes the connection, and waits for its end. Throws when it cannot be started or a signal ended it.
+// closes the connection, and waits for its end. The connection is made before the measuring begins. Throws when the
+// program cannot be started or a signal ended it.
 [[nodiscard]] ProgramRun run_program(const Program& program);
 
-// Returns the most memory, in KiB, that one run of the program alone has had in use, its children not included.
-[[nodiscard]] long measure_peak_memory(const Program& program);
+// What a run is made of, for other ways to run a program.
+[[nodiscard]] ConnectedSockets connect_peer(const Program& program);
+[[nodiscard]] std::vector<char*> argument_vector(const Program& program);
+void receive_answer(int peer, ProgramRun& run);
+// Throws std::system_error with errno unless it was done.
+void check(bool done, const char* what);
 
 // Returns the bytes of a request.
 [[nodiscard]] std::string encode_request(const std::vector<std::string>& words);

@@ -1,33 +1,42 @@
-// request_benchmark: what whole requests cost, from the agent's start to its end, in ratios to other programs.
+// request_benchmark: what whole requests cost, from a program's start to its end, beside other programs.
 #include <getopt.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "benchmarks/comparisons.h"
-#include "benchmarks/paired_runs.h"
-#include "benchmarks/program_run.h"
+#include "benchmarks/counted_run.h"
+#include "benchmarks/requests.h"
+#include "benchmarks/sample_product.h"
 #include "tests/support/private_root.h"
 
 namespace {
+
+using nlohmann::ordered_json;
 
 struct Options {
     int light_rounds = 1000;
     int heavy_rounds = 21;
     int heaviest_rounds = 5;
-    int patience_seconds = 60;
+    bool only_counts = false;
     std::string only;
+    std::string json_file;
+    std::string package_agent;
 };
 
 constexpr const char* usage =
     "Usage: request_benchmark [OPTION ...]\n"
-    "  --rounds N     rounds of a comparison that takes milliseconds (1000)\n"
-    "  --heavy N      rounds of a comparison that takes a tenth of a second (21)\n"
-    "  --heaviest N   rounds of a comparison that takes seconds (5)\n"
-    "  --patience N   seconds for augtool to change a file of 1,000,000 lines (60)\n"
-    "  --only TEXT    only comparisons whose name holds the text\n"
+    "  --rounds N           rounds of a comparison that takes milliseconds (1000)\n"
+    "  --heavy N            rounds of a comparison that takes tenths of a second (21)\n"
+    "  --heaviest N         rounds of a comparison that takes seconds (5)\n"
+    "  --only TEXT          only comparisons whose name holds the text\n"
+    "  --package-agent FILE measure this agent too\n"
+    "  --json FILE          write all figures there\n"
+    "  --counts             print only what tests/costs records of the agent\n"
     "  --help\n";
 
 int parse_count(const char* text) {
@@ -40,34 +49,48 @@ int parse_count(const char* text) {
     return static_cast<int>(count);
 }
 
+void set_option(int chosen, Options& options) {
+    switch (chosen) {
+        case 'r':
+            options.light_rounds = parse_count(optarg);
+            break;
+        case 'y':
+            options.heavy_rounds = parse_count(optarg);
+            break;
+        case 't':
+            options.heaviest_rounds = parse_count(optarg);
+            break;
+        case 'o':
+            options.only = optarg;
+            break;
+        case 'p':
+            options.package_agent = optarg;
+            break;
+        case 'j':
+            options.json_file = optarg;
+            break;
+        case 'c':
+            options.only_counts = true;
+            break;
+        default:
+            fputs(usage, chosen == 'h' ? stdout : stderr);
+            exit(chosen == 'h' ? 0 : 2);
+    }
+}
+
 Options parse_options(int argc, char** argv) {
-    static const option known[] = {
-        {"rounds", required_argument, nullptr, 'r'},   {"heavy", required_argument, nullptr, 'y'},
-        {"heaviest", required_argument, nullptr, 't'}, {"patience", required_argument, nullptr, 'p'},
-        {"heaviest", required_argument, nullptr, 't'}, {"only", required_argument, nullptr, 'o'},
-        {"help", no_argument, nullptr, 'h'},           {nullptr, 0, nullptr, 0}};
+    static const option known[] = {{"rounds", required_argument, nullptr, 'r'},
+                                   {"heavy", required_argument, nullptr, 'y'},
+                                   {"heaviest", required_argument, nullptr, 't'},
+                                   {"only", required_argument, nullptr, 'o'},
+                                   {"package-agent", required_argument, nullptr, 'p'},
+                                   {"json", required_argument, nullptr, 'j'},
+                                   {"counts", no_argument, nullptr, 'c'},
+                                   {"help", no_argument, nullptr, 'h'},
+                                   {nullptr, 0, nullptr, 0}};
     Options options;
     for (int chosen = 0; (chosen = getopt_long(argc, argv, "", known, nullptr)) != -1;) {
-        switch (chosen) {
-            case 'r':
-                options.light_rounds = parse_count(optarg);
-                break;
-            case 'y':
-                options.heavy_rounds = parse_count(optarg);
-                break;
-            case 't':
-                options.heaviest_rounds = parse_count(optarg);
-                break;
-            case 'p':
-                options.patience_seconds = parse_count(optarg);
-                break;
-            case 'o':
-                options.only = optarg;
-                break;
-            default:
-                fputs(usage, chosen == 'h' ? stdout : stderr);
-                exit(chosen == 'h' ? 0 : 2);
-        }
+        set_option(chosen, options);
     }
     return options;
 }
@@ -83,81 +106,85 @@ int rounds_of(Weight weight, const Options& options) {
     }
 }
 
-std::string time_text(double seconds) {
-    char text[32];
-    if (seconds < 0.01) {
-        snprintf(text, sizeof text, "%.0f us", seconds * 1e6);
-    } else {
-        snprintf(text, sizeof text, "%.0f ms", seconds * 1e3);
+RunCounts count_contender(const Contender& contender) {
+    empty_debug_log();
+    contender.prepare();
+    RunCounts counts = count_run(contender.program);
+    check_run(contender, counts.run);
+    return counts;
+}
+
+ordered_json describe_range(const Range& range) {
+    return {{"median", range.median}, {"low", range.low}, {"high", range.high}};
+}
+
+ordered_json measure(const Comparison& comparison, int rounds) {
+    const std::vector<std::vector<double>> seconds = run_interleaved(comparison.contenders, rounds);
+    ordered_json result = {{"request", comparison.what}, {"rounds", rounds}, {"contenders", ordered_json::array()}};
+    if (!comparison.unit.empty()) {
+        result["unit"] = comparison.unit;
+        result["size"] = comparison.size;
     }
-    return text;
+    for (std::size_t i = 0; i < seconds.size(); ++i) {
+        const Contender& contender = comparison.contenders[i];
+        ordered_json figures = {{"name", contender.name},
+                                {"seconds", median_with_range(seconds[i]).median},
+                                {"agent_ratio", describe_range(ratio_of(seconds[0], seconds[i]))}};
+        // Tracing a run of the heaviest would take minutes.
+        if (comparison.weight != Weight::heaviest) {
+            const RunCounts counts = count_contender(contender);
+            figures["system_calls"] = counts.system_calls;
+            figures["page_faults"] = counts.page_faults;
+            figures["peak_kib"] = counts.peak_kib;
+        }
+        result["contenders"].push_back(figures);
+    }
+    return result;
 }
 
-void print_heading() {
-    printf("%-34s %-12s %9s %9s %7s  %-15s %7s  %s\n", "request", "against", "agent", "other", "ratio", "95 % range",
-           "target", "");
-}
-
-void print_comparison(const Comparison& comparison, const PairedResult& result) {
-    const double work = comparison.more_work;
-    const double ratio = result.ratio.median / work;
-    char range[32];
-    snprintf(range, sizeof range, "%.3f to %.3f", result.ratio.low / work, result.ratio.high / work);
-    printf("%-34s %-12s %9s %9s %7.3f  %-15s ", comparison.what.c_str(),
-           work == 1 ? comparison.reference.name.c_str() : "1/10 of it", time_text(result.first_seconds).c_str(),
-           time_text(result.second_seconds).c_str(), ratio, range);
-    if (comparison.target) {
-        printf("%7.2f  %s\n", *comparison.target, ratio <= *comparison.target ? "met" : "missed");
-    } else {
-        printf("%7s\n", "-");
+void print_comparison(const ordered_json& measured) {
+    printf("%s\n", measured["request"].get<std::string>().c_str());
+    for (const ordered_json& contender : measured["contenders"]) {
+        const ordered_json& ratio = contender["agent_ratio"];
+        printf("  %-16s %12.0f us   agent / it %7.3f (%.3f to %.3f)", contender["name"].get<std::string>().c_str(),
+               contender["seconds"].get<double>() * 1e6, ratio["median"].get<double>(), ratio["low"].get<double>(),
+               ratio["high"].get<double>());
+        if (contender.contains("system_calls")) {
+            printf("  %6ld calls %5ld faults %6ld KiB", contender["system_calls"].get<long>(),
+                   contender["page_faults"].get<long>(), contender["peak_kib"].get<long>());
+        }
+        printf("\n");
     }
     fflush(stdout);
 }
 
-// One round alone: augtool may take hours.
-void print_augtool_on_million_lines(int patience) {
-    constexpr int lines = 1'000'000;
-    const double agent = run_unchecked(verbose_by_agent(lines)).seconds;
-    const ProgramRun augtool = run_unchecked(verbose_by_augtool(lines, patience));
-    const bool ended = augtool.exit_status != given_up;
-    printf("%-34s %-12s %9s %8s%s %6s%.3f  %s\n", "VMCONF, 1,000,000 lines", "augtool", time_text(agent).c_str(),
-           ended ? "" : ">", time_text(augtool.seconds).c_str(), ended ? "" : "<", agent / augtool.seconds,
-           ended ? "one round" : "augtool was given up");
+// Replaced only when all has been measured.
+void write_json(const std::string& file, const ordered_json& results) {
+    write_sample_file(file, results.dump(2) + "\n");
 }
 
-void print_memory() {
-    constexpr long most_more_kib = 1000;
-    const long agent = measure_peak_memory(disk_space_by_agent());
-    const long floor = measure_peak_memory(disk_space_by_floor());
-    printf("\nPeak memory of GETDISKSPACE: agent %ld KiB, floor %ld KiB, difference %ld KiB (target: below %ld): %s\n",
-           agent, floor, agent - floor, most_more_kib, agent - floor < most_more_kib ? "met" : "missed");
+Surroundings find_surroundings(const Options& options) {
+    const std::string disk = inside_path(DISK_FOLDER);
+    return {.package_agent = options.package_agent, .disk_folder = access(disk.c_str(), W_OK) == 0 ? disk : ""};
 }
 
 void run(const Options& options) {
-    print_heading();
-    for (const Comparison& comparison : make_comparisons()) {
-        if (comparison.what.find(options.only) == std::string::npos) {
-            continue;
+    ordered_json results = ordered_json::array();
+    for (const Comparison& comparison : make_comparisons(find_surroundings(options))) {
+        if (comparison.what.find(options.only) != std::string::npos) {
+            results.push_back(measure(comparison, rounds_of(comparison.weight, options)));
+            print_comparison(results.back());
         }
-        const int rounds = rounds_of(comparison.weight, options);
-        print_comparison(comparison, run_paired(comparison.measured, comparison.reference, rounds));
     }
-    if (std::string("augtool").find(options.only) != std::string::npos) {
-        print_augtool_on_million_lines(options.patience_seconds);
+    if (!options.json_file.empty()) {
+        write_json(options.json_file, results);
     }
-    print_memory();
-    printf(
-        "\nTimes are medians of whole requests: start, request, answer to its end, exit. The ratio is the median of\n"
-        "the rounds' ratios; in each round both run once, in turn first. The floor is a static C program that does "
-        "the\n"
-        "least that a GETDISKSPACE request needs (benchmarks/floor.c); all kinds of request are held against that "
-        "one.\n"
-        "Floor + file and floor + tool are the same program when it makes the change in the 200 lines, and when it "
-        "runs\n"
-        "the connection broker's tool through the shell. That tool is a stand-in that does nothing. The categories'\n"
-        "files have 20 to 40 lines. Files are in memory (tmpfs) but for \"on disk\".\n");
-    if (disk_folder().empty()) {
-        printf("Nothing was measured on disk: the build folder cannot be written.\n");
+}
+
+void print_counts() {
+    for (const MeasuredRequest& request : counted_requests()) {
+        const RunCounts counts = count_request(AGENT_FILE, request);
+        printf("    {\"%s\", %ld, %ld},\n", request.name.c_str(), counts.system_calls, counts.page_faults);
     }
 }
 
@@ -167,7 +194,12 @@ int main(int argc, char** argv) {
     const Options options = parse_options(argc, argv);
     try {
         enter_private_root();
-        run(options);
+        make_sample_product({.idle = IDLE_TOOL_FILE, .listed = LISTED_TOOL_FILE});
+        if (options.only_counts) {
+            print_counts();
+        } else {
+            run(options);
+        }
     } catch (const std::exception& failure) {
         fprintf(stderr, "request_benchmark: %s\n", failure.what());
         return 1;

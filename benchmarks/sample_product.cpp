@@ -5,9 +5,11 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 #include "platform/posix.h"
+#include "tests/support/private_root.h"
 
 namespace fs = std::filesystem;
 
@@ -40,16 +42,35 @@ void write_tool(const std::string& path, const std::string& text) {
     fs::permissions(path, fs::perms(0755));
 }
 
+void copy_tool(const std::string& file, const std::string& path) {
+    fs::create_directories(fs::path(path).parent_path());
+    fs::copy_file(inside_path(file), path, fs::copy_options::overwrite_existing);
+}
+
+long count_files(const std::string& folder) {
+    return fs::exists(folder) ? std::distance(fs::directory_iterator(folder), fs::directory_iterator()) : 0;
+}
+
 }  // namespace
 
-void make_sample_product() {
+void make_sample_product(const StandInTools& tools) {
     for (const char* folder : {"/usr/kumel/zembrath/logs", "/usr/kumel/volmgr/debug"}) {
         fs::create_directories(folder);
     }
     write_sample_file("/etc/rkregistry.cfg", "kpa.log=/usr/kumel/kpa/kpa.log\nkpa.cfg=/usr/kumel/kpa/kpa.cfg\n");
-    write_tool("/usr/kumel/zembrath/bin/support/old_zmsu", "#!/bin/sh\nexec head -c 1073741824 /dev/zero\n");
-    fs::create_directories("/opt/HOLKkob/bin");
+    write_tool("/usr/kumel/zembrath/bin/goodies/support/versioninfo", "#!/bin/sh\nexec head -c 1073741824 /dev/zero\n");
+    copy_tool(tools.listed, "/usr/kumel/zembrath/bin/support/old_zmsu");
+    copy_tool(tools.idle, "/opt/HOLKkob/bin/ktlogcfg");
     reset_logging();
+}
+
+void empty_debug_log() {
+    const fs::path folder = "/usr/kumel/zembrath/logs/zmlogadmagent";
+    if (fs::exists(folder)) {
+        for (const auto& log : fs::directory_iterator(folder)) {
+            fs::resize_file(log.path(), 0);
+        }
+    }
 }
 
 void reset_logging() {
@@ -94,6 +115,17 @@ std::string volume_manager_text(int lines) {
                                : "DRIVE_" + std::to_string(i) + " = robot 0 slot " + std::to_string(i) + "\n";
     }
     return text;
+}
+
+void prepare_packages(int files) {
+    fs::create_directories(collection_folder);
+    for (const auto& left : fs::directory_iterator(collection_folder)) {
+        fs::rename(left.path(), packages_folder);
+    }
+    if (count_files(packages_folder) != files) {
+        fs::remove_all(packages_folder);
+        fill_folder(packages_folder, files);
+    }
 }
 
 void fill_folder(const std::string& folder, int files) {

@@ -4,10 +4,23 @@
 #include <string>
 
 inline const std::string volume_manager_file = "/usr/kumel/volmgr/vm.conf";
+// Where support utilities collect.
+inline const std::string collection_folder = "/tmp/collected";
+// What the stand-in for the support utility leaves as its packages.
+inline const std::string packages_folder = "/tmp/packages";
+
+// Stand-ins for tools of the product: one that does nothing, and one that leaves the prepared packages.
+struct StandInTools {
+    std::string idle;
+    std::string listed;
+};
 
 // Makes the folders, a main configuration that trusts this host, all that a request of fourteen categories changes,
 // and the tools of the product.
-void make_sample_product();
+void make_sample_product(const StandInTools& tools);
+
+// Empties the agent's log, so that it does not grow from run to run.
+void empty_debug_log();
 
 // Puts back what a request of fourteen categories changes, as far as it would change less when sent again.
 void reset_logging();
@@ -17,6 +30,9 @@ void write_sample_file(const std::string& path, const std::string& text);
 
 // Returns a volume manager configuration of so many lines, in whose middle the verbosity is commented out.
 [[nodiscard]] std::string volume_manager_text(int lines);
+
+// Makes so many files ready for the support utility to leave as its packages, once more those that it left before.
+void prepare_packages(int files);
 
 // Makes a folder with so many small files.
 void fill_folder(const std::string& folder, int files);

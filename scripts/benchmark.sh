@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Measures whole requests against a static C program that does the least, and against rm, df, sed and augtool: builds
-# the release, installing what is missing, and prints a table of ratios. Options are request_benchmark's own, among them
-# --rounds N, and --only TEXT for some of the comparisons; --help lists them. Takes five to ten minutes.
+# Measures whole requests beside a static C program that does the least, one that does all that can be seen, and rm,
+# find, ls, df, sed and augtool: builds the release, installing what is missing, and prints times, ratios and counts.
+# Options are request_benchmark's own, among them --rounds N, and --only TEXT for some of the comparisons; --help lists
+# them. Takes ten minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

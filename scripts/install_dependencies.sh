@@ -18,7 +18,7 @@ packages_of() {
                 attr acl
             ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
-        benchmark) echo augeas-tools ;;
+        benchmark) echo augeas-tools gnuplot-nox ;;
         fuzz) echo clang-14 libclang-rt-14-dev ;;
         coverage) echo gcovr ;;
         memory) echo valgrind ;;

@@ -1,0 +1,23 @@
+// What one run of a program asks of the kernel, counted and not timed: the same on a busy machine and on a quiet one.
+#pragma once
+
+#include "benchmarks/program_run.h"
+#include "benchmarks/requests.h"
+
+struct RunCounts {
+    ProgramRun run;
+    // Made by the program and by its children, until these become other programs.
+    long system_calls = 0;
+    // Of the program only, from its first instruction to its end. None reads from a disk.
+    long page_faults = 0;
+    // The most memory in use at a time, in KiB, of the program only.
+    long peak_kib = 0;
+};
+
+// Runs the program once, at fixed addresses, so that the counts are the same each time. The request is there when the
+// program starts.
+[[nodiscard]] RunCounts count_run(const Program& program);
+
+// Counts the second of two runs of a request: the first one may make the log's folder and bring the program into
+// memory.
+[[nodiscard]] RunCounts count_request(const std::string& file, const MeasuredRequest& request);
