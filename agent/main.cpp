@@ -14,7 +14,7 @@
 #include "agent/request_vector.h"
 #include "agent/response_channel.h"
 #include "agent/status.h"
-#include "commands/collection_directories.h"
+#include "commands/directory_removal.h"
 #include "commands/external_commands.h"
 #include "commands/request_dispatcher.h"
 #include "platform/main_configuration.h"
@@ -112,7 +112,7 @@ void perform_cleanup_on_failure(const std::string& command, int status) {
         return;
     }
     logmsgf(log_level::information, tag, "cleaning up: %s", g_termdir.c_str());
-    remove_directory(g_termdir.c_str(), 1);
+    remove_directory(g_termdir.c_str(), recursively);
 }
 
 }  // namespace

@@ -1,20 +1,17 @@
 #include "commands/collection_directories.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 
-#include "agent/bounded_text.h"
 #include "agent/response_channel.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "agent/system_error.h"
-#include "platform/posix.h"
+#include "commands/directory_removal.h"
 #include "platform/product_files.h"
 #include "platform/runtime.h"
 
@@ -22,80 +19,7 @@ namespace {
 
 constexpr const char* collection_prefix = "zmla";
 constexpr std::size_t default_directory_size = 1024;
-constexpr std::size_t entry_path_size = 2048;
 constexpr mode_t collection_mode = 0755;
-constexpr int recursively = 1;
-constexpr int plain_files_only = 0;
-
-enum class EntryKind { directory, other, inaccessible };
-
-// Follows links on purpose, so a link to a directory is treated as the directory. Each entry is looked at by its path
-// and anew: one that has gone meanwhile, or that a loop of links leads to, is passed over and does not end the removal.
-EntryKind examine(const std::string& path) {
-    struct stat state {};
-    if (stat(path.c_str(), &state) != 0) {
-        return EntryKind::inaccessible;
-    }
-    return S_ISDIR(state.st_mode) ? EntryKind::directory : EntryKind::other;
-}
-
-int remove_file(const std::string& path) {
-    if (unlink(path.c_str()) == 0) {
-        return status::success;
-    }
-    const SystemError error;
-    logmsgf(log_level::error, "remove_directory", "unlink failed FILE=%s E=%d (%s)", path.c_str(), error.number,
-            error.text());
-    return status::directory_failed;
-}
-
-int remove_internal_directory(const std::string& path, int option) {
-    if (option == recursively) {
-        return remove_directory(path.c_str(), recursively);
-    }
-    logmsgf(log_level::warning, "remove_directory", "not removing internal dir (%s)", path.c_str());
-    errno = ENOTEMPTY;  // what the peer is told in the end
-    return status::directory_failed;
-}
-
-// Removes one entry of a directory. What cannot be examined is left in place and told by the log alone.
-int remove_entry(const std::string& path, int option) {
-    constexpr const char* tag = "remove_directory";
-    int result = status::success;
-    switch (examine(path)) {
-        case EntryKind::inaccessible: {
-            const SystemError error;
-            logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", path.c_str(), error.number, error.text());
-            return status::success;
-        }
-        case EntryKind::directory:
-            result = remove_internal_directory(path, option);
-            break;
-        case EntryKind::other:
-            result = remove_file(path);
-            break;
-    }
-    if (result != status::success) {
-        logmsgf(log_level::error, tag, "failed to remove FILE=%s RV=%d", path.c_str(), result);
-    }
-    return result;
-}
-
-// Empties the directory, up to the first entry that cannot be removed. A read error ends the reading as the end of the
-// directory does.
-int remove_entries(const char* directory, DIR* stream, int option) {
-    while (const dirent* entry = readdir(stream)) {
-        if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) {
-            continue;
-        }
-        const int result =
-            remove_entry(bounded_print(entry_path_size, "%s%s%s", directory, "/", entry->d_name), option);
-        if (result != status::success) {
-            return result;
-        }
-    }
-    return status::success;
-}
 
 // Returns why the base name is not that of a collection result, "zmla-", 29 digits, "-", 6 characters; null
 // when it is.
@@ -182,28 +106,6 @@ int get_zmcplogs_temp_destdir(RequestVector& args, const char* default_dir, std:
     temporary = temporary_name(directory, collection_prefix);
     logmsgf(log_level::information, tag, "zmcplogs/zmsu o/p dir: %s, collect dir:%s", temporary.c_str(),
             collection.c_str());
-    return status::success;
-}
-
-int remove_directory(const char* path, int option) {
-    constexpr const char* tag = "remove_directory";
-    Directory stream(opendir(path));
-    if (!stream) {
-        const SystemError error;
-        logmsgf(log_level::error, tag, "Failed to open dir: %s E=%d (%s)", path, error.number, error.text());
-        return status::directory_failed;
-    }
-    logmsgf(log_level::information, tag, "Removing directory (%s) Option(%d)", path, option);
-    const int result = remove_entries(path, stream.get(), option);
-    if (result != status::success) {
-        return result;
-    }
-    stream.reset();
-    if (rmdir(path) != 0) {
-        const SystemError error;
-        logmsgf(log_level::error, tag, "rmdir failed DIR=%s E=%d (%s)", path, error.number, error.text());
-        return status::directory_failed;
-    }
     return status::success;
 }
 

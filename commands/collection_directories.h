@@ -1,4 +1,4 @@
-// The directories that the support tools collect into, and their removal.
+// The directories that the support tools collect into, and the request that removes them.
 #pragma once
 
 #include <string>
@@ -13,12 +13,6 @@ const char* GETZMLALOGDIR();
 // not created. Returns 0 with `temporary` and `collection` set, or status::collection_directory_not_created.
 int get_zmcplogs_temp_destdir(RequestVector& args, const char* default_dir, std::string& temporary,
                               std::string& collection);
-
-// Removes a directory: with option 1 and all that is below it, with option 0 and the plain files in it, but not
-// when it holds a directory. Follows links: what a link to a directory leads to is emptied too.
-// Returns 0, or status::directory_failed at the first thing that could not be removed; what was removed before
-// it is gone.
-int remove_directory(const char* path, int option);
 
 // Carries out a CLEANUP request: removes each directory named from element 1 on whose name has the exact shape
 // of a collection result, and sends an answer for each. Returns the status of the last one (0, that of

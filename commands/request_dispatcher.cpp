@@ -8,6 +8,7 @@
 #include "agent/status.h"
 #include "commands/collection_directories.h"
 #include "commands/directory_queries.h"
+#include "commands/directory_removal.h"
 #include "commands/external_commands.h"
 #include "logging_config/logging_request.h"
 #include "platform/runtime.h"
@@ -65,7 +66,7 @@ int calculate_log_size(const RequestVector& request, int socket) {
     execute_cmd_send_output(collection.request, socket);
     const int result = calc_free_space_send_output(collection.directory, socket);
     if (access(collection.temporary.c_str(), F_OK) == 0) {
-        remove_directory(collection.temporary.c_str(), 1);
+        remove_directory(collection.temporary.c_str(), recursively);
     }
     return result;
 }

@@ -12,6 +12,7 @@ namespace {
 const std::string middle = "12345678901234567890123456789";
 const std::string good_name = "zmla-" + middle + "-abcdef";
 const std::string good = "/tmp/" + good_name;
+const std::string good_in_opt = "/opt/" + good_name;
 const std::string other = "/opt/deep/er/zmla-" + middle + "-A!c e.";
 
 const std::string cleaned = "CLEANUP: Successfully cleaned up ";
@@ -207,13 +208,35 @@ const std::vector<RequestCase> removals = {
     },
     {
         .name = "LinkOfTheName",
-        .request = {"CLEANUP", good},
-        .before = {file("/tmp/real/file"), soft_link(good, "/tmp/real")},
-        .answer = failed + good + ": " + strerror(ENOTDIR) + "\n",
+        .request = {"CLEANUP", good_in_opt},
+        .before = {file("/tmp/real/file"), soft_link(good_in_opt, "/tmp/real")},
+        .answer = failed + good_in_opt + ": " + strerror(ENOTDIR) + "\n",
         .status = 5784,
-        .log = {valid(good), removing(good), removal_failed("rmdir failed DIR=" + good, ENOTDIR),
-                result(good, 1, 5784, failed + good + ": " + strerror(ENOTDIR))},
-        .after = {soft_link(good, "/tmp/real"), empty_folder("/tmp/real")},
+        .log = {valid(good_in_opt), removing(good_in_opt), removal_failed("rmdir failed DIR=" + good_in_opt, ENOTDIR),
+                result(good_in_opt, 1, 5784, failed + good_in_opt + ": " + strerror(ENOTDIR))},
+        .after = {soft_link(good_in_opt, "/tmp/real"), empty_folder("/tmp/real")},
+    },
+    {
+        .name = "LinkOfTheNameWhereEverybodyWrites",
+        .request = {"CLEANUP", good},
+        .before = {file("/opt/real/file", "kept"), soft_link(good, "/opt/real")},
+        .answer = failed + good + ": " + strerror(ELOOP) + "\n",
+        .status = 5784,
+        .log = {valid(good), removal_failed("Failed to open dir: " + good, ELOOP),
+                result(good, 1, 5784, failed + good + ": " + strerror(ELOOP))},
+        .after = {soft_link(good, "/opt/real"), file("/opt/real/file", "kept")},
+    },
+    {
+        .name = "LinksInADirectoryThatEverybodyWrites",
+        .request = {"CLEANUP", good},
+        .before = {file("/opt/file", "kept"), file(good + "/file"), soft_link(good + "/link", "/opt/file")},
+        .prepare = [] { set_mode(good, 0777); },
+        .answer = failed + good + ": " + strerror(ENOTEMPTY) + "\n",
+        .status = 5784,
+        .log = {valid(good), removing(good), removal_failed("cannot access " + good + "/link", ELOOP),
+                removal_failed("rmdir failed DIR=" + good, ENOTEMPTY),
+                result(good, 1, 5784, failed + good + ": " + strerror(ENOTEMPTY))},
+        .after = {missing(good + "/file"), soft_link(good + "/link", "/opt/file"), file("/opt/file", "kept")},
     },
     {
         .name = "LaterSuccessThatHidesAFailure",

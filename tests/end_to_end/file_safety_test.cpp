@@ -7,16 +7,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <memory>
 #include <system_error>
 
 #include "tests/support/agent_runner.h"
-#include "tests/support/connected_sockets.h"
-#include "tests/support/private_root.h"
 #include "tests/support/product_test.h"
 #include "tests/support/test_files.h"
-#include "tests/support/traced_process.h"
+#include "tests/support/traced_agent.h"
 
 namespace {
 
@@ -53,17 +50,6 @@ const std::vector<ChangedFile> changed_files = {
      .is_rewritten_safely = false},
 };
 
-int become_agent(int socket) {
-    const int null = open("/dev/null", O_RDWR);
-    if (dup2(socket, STDIN_FILENO) != -1 && dup2(null, STDOUT_FILENO) != -1 && dup2(null, STDERR_FILENO) != -1) {
-        const std::string program = inside_path(ZMLA_AGENT_FILE);
-        setenv("ASAN_OPTIONS", "detect_leaks=0",
-               1);  // the leak check of a sanitizer build cannot run in a traced process
-        execl(program.c_str(), program.c_str(), nullptr);
-    }
-    return 1;
-}
-
 class FileSafety : public ProductTest, public testing::WithParamInterface<ChangedFile> {
   public:
     FileSafety() { restore(); }
@@ -76,11 +62,7 @@ class FileSafety : public ProductTest, public testing::WithParamInterface<Change
     // Runs the agent up to one of its stops at system calls and kills it there. Returns false when it has no stop of
     // that number and went through.
     [[nodiscard]] static bool crash_at(int stop) {
-        const ConnectedSockets sockets = connect_locally();
-        if (!write_all(sockets.peer_end.get(), netstrings(GetParam().request))) {
-            throw std::runtime_error("the request could not be sent");
-        }
-        TracedProcess agent([&] { return become_agent(sockets.agent_end.get()); });
+        TracedAgent agent(GetParam().request);
         for (int i = 0; i < stop; ++i) {
             if (!agent.step()) {
                 EXPECT_TRUE(agent.succeeded());

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -49,6 +50,15 @@ int fail(int error) {
     return -1;
 }
 
+// Returns the path of what a name relative to an open folder means.
+std::string path_of(int folder, const char* name) {
+    std::string path(PATH_MAX, '\0');
+    const std::string link = "/proc/self/fd/" + std::to_string(folder);
+    const ssize_t length = readlink(link.c_str(), path.data(), path.size());
+    path.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+    return path + "/" + name;
+}
+
 // Counts one call down. Tells whether it is the one that fails.
 bool fails_now(int error, int& calls_before) {
     return error != 0 && calls_before-- <= 0;
@@ -79,8 +89,10 @@ ssize_t __real_write(int fd, const void* bytes, size_t count);
 ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
 int __real_nanosleep(const timespec* pause, timespec* rest);
 int __real_mkdir(const char* path, mode_t mode);
-int __real_unlink(const char* path);
-int __real_rmdir(const char* path);
+int __real_openat(int folder, const char* name, int flags, ...);
+int __real_fstatat(int folder, const char* name, struct stat* state, int flags);
+int __real_unlinkat(int folder, const char* name, int flags);
+uid_t __real_geteuid();
 int __real_rename(const char* from, const char* to);
 dirent* __real_readdir(DIR* directory);
 int __real_statvfs(const char* path, struct statvfs* space);
@@ -201,17 +213,33 @@ int __wrap_mkdir(const char* path, mode_t mode) {
     return __real_mkdir(path, mode);
 }
 
-int __wrap_unlink(const char* path) {
-    record(std::string("unlink ") + path);
+// None of the callers here creates a file so.
+int __wrap_openat(int folder, const char* name, int flags, ...) {
+    record("openat " + failing_system_calls::path_of(folder, name));
+    return __real_openat(folder, name, flags);
+}
+
+int __wrap_fstatat(int folder, const char* name, struct stat* state, int flags) {
+    record("fstatat " + failing_system_calls::path_of(folder, name));
+    return __real_fstatat(folder, name, state, flags);
+}
+
+int __wrap_unlinkat(int folder, const char* name, int flags) {
+    const std::string path = failing_system_calls::path_of(folder, name);
+    if ((flags & AT_REMOVEDIR) != 0) {
+        record("rmdir " + path);
+        return faults.directory_not_removed != 0 ? fail(faults.directory_not_removed)
+                                                 : __real_unlinkat(folder, name, flags);
+    }
+    record("unlink " + path);
     if (faults.file_not_removed != 0 && faults.unremovable_file == path) {
         return fail(faults.file_not_removed);
     }
-    return __real_unlink(path);
+    return __real_unlinkat(folder, name, flags);
 }
 
-int __wrap_rmdir(const char* path) {
-    record(std::string("rmdir ") + path);
-    return faults.directory_not_removed != 0 ? fail(faults.directory_not_removed) : __real_rmdir(path);
+uid_t __wrap_geteuid() {
+    return faults.effective_user.value_or(__real_geteuid());
 }
 
 int __wrap_rename(const char* from, const char* to) {
@@ -229,7 +257,7 @@ dirent* __wrap_readdir(DIR* directory) {
     }
     dirent* const entry = __real_readdir(directory);
     if (entry != nullptr && faults.vanishing_file.ends_with(std::string("/") + entry->d_name)) {
-        __real_unlink(faults.vanishing_file.c_str());
+        unlink(faults.vanishing_file.c_str());
     }
     return entry;
 }

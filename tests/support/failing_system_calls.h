@@ -1,6 +1,7 @@
 // System calls that fail when a test says so. Programs that link this library call these in the place of the real ones,
 // which they pass everything on to as long as no switch is set. Calls appear in recording_platform::calls(), as the
-// name and the arguments; writes and reads only those of the watched descriptor.
+// name and the arguments; writes and reads only those of the watched descriptor. A name relative to an open folder
+// appears as its path, and unlinkat as "unlink" or "rmdir".
 #pragma once
 
 #include <sys/statvfs.h>
@@ -42,14 +43,16 @@ struct Faults {
 
     std::string uncreatable_directory;  // mkdir of this path fails
     int directory_not_created = 0;
-    std::string unremovable_file;  // unlink of this path fails
+    std::string unremovable_file;  // unlinking this path fails
     int file_not_removed = 0;
-    int directory_not_removed = 0;  // rmdir
+    int directory_not_removed = 0;
     int file_not_renamed = 0;
     int renames_before_that = 0;
     int entries_not_read = 0;  // readdir fails
     int entries_before_that = 0;
     std::string vanishing_file;  // goes as soon as readdir has told its name
+
+    std::optional<uid_t> effective_user;  // what geteuid returns
 
     std::optional<struct statvfs> file_system;  // what statvfs tells
     int file_system_not_examined = 0;

@@ -1,10 +1,12 @@
+#include "commands/directory_removal.h"
+
 #include <dirent.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
-#include "commands/collection_directories.h"
 #include "tests/unit/agent_test.h"
 
 namespace {
@@ -33,7 +35,7 @@ class RemoveDirectory : public AgentTest {
 TEST_F(RemoveDirectory, RemovesADirectoryOfPlainFiles) {
     write_file(directory_ + "/a", "x");
     write_file(directory_ + "/.b", "");
-    EXPECT_EQ(remove(0), 0);
+    EXPECT_EQ(remove(plain_files_only), 0);
     EXPECT_FALSE(exists(directory_));
     EXPECT_EQ(messages(), (Lines{removing(directory_, 0)}));
 }
@@ -42,44 +44,26 @@ TEST_F(RemoveDirectory, RemovesFilesWhoseNamesBeginWithDots) {
     for (const char* name : {"/...", "/..x", "/. ", "/.. "}) {
         write_file(directory_ + name, "");
     }
-    EXPECT_EQ(remove(0), 0);
+    EXPECT_EQ(remove(plain_files_only), 0);
     EXPECT_FALSE(exists(directory_));
-}
-
-// The path of such a directory's entry is cut to the directory's own, again and again.
-TEST_F(RemoveDirectory, EndsWithoutDescriptorsWhereAPathLeavesNoRoomForAName) {
-    std::string deep = directory_;
-    while (deep.size() < 1800) {
-        deep += "/" + std::string(200, 'd');
-    }
-    deep += "/" + std::string(2047 - 1 - deep.size(), 'd');
-    write_file(deep + "/file", "");
-    EXPECT_EQ(run_in_child([&] {
-                  const rlimit few_descriptors = {.rlim_cur = 64, .rlim_max = 64};
-                  setrlimit(RLIMIT_NOFILE, &few_descriptors);
-                  const int next = next_descriptor();
-                  return remove_directory(deep.c_str(), 1) == 5784 && next_descriptor() == next ? 0 : 1;
-              }),
-              0);
-    EXPECT_TRUE(exists(deep + "/file"));
 }
 
 TEST_F(RemoveDirectory, RemovesAnEmptyDirectory) {
-    EXPECT_EQ(remove(0), 0);
+    EXPECT_EQ(remove(plain_files_only), 0);
     EXPECT_FALSE(exists(directory_));
 }
 
-TEST_F(RemoveDirectory, RemovesEverythingBelowWithOption1) {
+TEST_F(RemoveDirectory, RemovesEverythingBelowWhenAskedTo) {
     write_file(directory_ + "/below/deeper/file", "x");
-    EXPECT_EQ(remove(1), 0);
+    EXPECT_EQ(remove(recursively), 0);
     EXPECT_FALSE(exists(directory_));
     EXPECT_EQ(messages(), (Lines{removing(directory_, 1), removing(directory_ + "/below", 1),
                                  removing(directory_ + "/below/deeper", 1)}));
 }
 
-TEST_F(RemoveDirectory, RefusesToDescendWithOption0) {
+TEST_F(RemoveDirectory, RefusesToDescendForPlainFilesOnly) {
     write_file(directory_ + "/below/file", "x");
-    EXPECT_EQ(remove(0), 5784);
+    EXPECT_EQ(remove(plain_files_only), 5784);
     EXPECT_TRUE(exists(directory_ + "/below/file"));
     EXPECT_EQ(messages(), (Lines{removing(directory_, 0),
                                  {warning, tag, "not removing internal dir (" + directory_ + "/below)"},
@@ -113,21 +97,21 @@ TEST_F(RemoveDirectory, HasRemovedTheFilesReadBeforeTheSubdirectory) {
             names->push_back(directory_ + "/" + name);
         }
     }
-    EXPECT_EQ(remove(0), 5784);
+    EXPECT_EQ(remove(plain_files_only), 5784);
     EXPECT_TRUE(std::none_of(before.begin(), before.end(), exists));
     EXPECT_TRUE(std::all_of(after.begin(), after.end(), exists));
 }
 
 TEST_F(RemoveDirectory, Returns5784WhenTheDirectoryCannotBeOpened) {
     remove_tree(directory_);
-    EXPECT_EQ(remove(1), 5784);
+    EXPECT_EQ(remove(recursively), 5784);
     EXPECT_EQ(messages(),
               (Lines{{error, tag, "Failed to open dir: " + directory_ + " E=2 (No such file or directory)"}}));
 }
 
 TEST_F(RemoveDirectory, Returns5784ForAFile) {
     write_file(folder_.path("file"), "x");
-    EXPECT_EQ(remove_directory(folder_.path("file").c_str(), 1), 5784);
+    EXPECT_EQ(remove_directory(folder_.path("file").c_str(), recursively), 5784);
     EXPECT_TRUE(exists(folder_.path("file")));
 }
 
@@ -135,7 +119,7 @@ TEST_F(RemoveDirectory, LeavesWhatCannotBeExaminedAndGoesOn) {
     make_link("/missing", directory_ + "/dangling");
     write_file(directory_ + "/a", "");
     write_file(directory_ + "/z", "");
-    EXPECT_EQ(remove(1), 5784);
+    EXPECT_EQ(remove(recursively), 5784);
     EXPECT_FALSE(exists(directory_ + "/a"));
     EXPECT_FALSE(exists(directory_ + "/z"));
     EXPECT_TRUE(exists(directory_ + "/dangling"));
@@ -150,55 +134,18 @@ TEST_F(RemoveDirectory, PassesOverAFileThatHasGoneMeanwhile) {
         write_file(directory_ + name, "");
     }
     faults.vanishing_file = directory_ + "/vanishing";
-    EXPECT_EQ(remove(0), 0);
+    EXPECT_EQ(remove(plain_files_only), 0);
     EXPECT_FALSE(exists(directory_));
     EXPECT_EQ(messages(),
               (Lines{removing(directory_, 0),
                      {error, tag, "cannot access " + directory_ + "/vanishing E=2 (No such file or directory)"}}));
 }
 
-TEST_F(RemoveDirectory, EndsALoopOfLinksWhereTheSystemDoesAndRemovesTheFiles) {
-    make_link(".", directory_ + "/loop");
-    for (const char* name : {"/a", "/b", "/y", "/z"}) {
-        write_file(directory_ + name, "");
-    }
-    EXPECT_EQ(remove(1), 5784);
-    for (const char* name : {"/a", "/b", "/y", "/z"}) {
-        EXPECT_FALSE(exists(directory_ + name)) << name;
-    }
-    EXPECT_TRUE(exists(directory_ + "/loop"));
-    const Lines log = messages();
-    EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const LogLine& line) {
-        return line.text.starts_with("cannot access ") &&
-               line.text.ends_with("/loop E=40 (Too many levels of symbolic links)");
-    }));
-    EXPECT_EQ(log.back(), (LogLine{error, tag, "failed to remove FILE=" + directory_ + "/loop RV=5784"}));
-}
-
-TEST_F(RemoveDirectory, RemovesALinkToAFileAndKeepsTheFile) {
-    write_file(folder_.path("kept"), "x");
-    make_link(folder_.path("kept"), directory_ + "/link");
-    EXPECT_EQ(remove(0), 0);
-    EXPECT_EQ(read_file(folder_.path("kept")), "x");
-}
-
-TEST_F(RemoveDirectory, EmptiesWhatALinkToADirectoryLeadsTo) {
-    write_file(folder_.path("other/file"), "x");
-    make_link(folder_.path("other"), directory_ + "/link");
-    EXPECT_EQ(remove(1), 5784);
-    EXPECT_FALSE(exists(folder_.path("other/file")));
-    EXPECT_TRUE(exists(folder_.path("other")));
-    EXPECT_EQ(messages(), (Lines{removing(directory_, 1),
-                                 removing(directory_ + "/link", 1),
-                                 {error, tag, "rmdir failed DIR=" + directory_ + "/link E=20 (Not a directory)"},
-                                 {error, tag, "failed to remove FILE=" + directory_ + "/link RV=5784"}}));
-}
-
 TEST_F(RemoveDirectory, StopsAtAFileThatCannotBeRemoved) {
     write_file(directory_ + "/stuck", "");
     faults.unremovable_file = directory_ + "/stuck";
     faults.file_not_removed = EBUSY;
-    EXPECT_EQ(remove(1), 5784);
+    EXPECT_EQ(remove(recursively), 5784);
     EXPECT_TRUE(exists(directory_));
     EXPECT_EQ(messages(),
               (Lines{removing(directory_, 1),
@@ -210,7 +157,7 @@ TEST_F(RemoveDirectory, TellsAFailureBelowAtEveryLevel) {
     write_file(directory_ + "/below/stuck", "");
     faults.unremovable_file = directory_ + "/below/stuck";
     faults.file_not_removed = EBUSY;
-    EXPECT_EQ(remove(1), 5784);
+    EXPECT_EQ(remove(recursively), 5784);
     EXPECT_EQ(messages(),
               (Lines{removing(directory_, 1),
                      removing(directory_ + "/below", 1),
@@ -221,7 +168,7 @@ TEST_F(RemoveDirectory, TellsAFailureBelowAtEveryLevel) {
 
 TEST_F(RemoveDirectory, Returns5784WhenTheEmptyDirectoryCannotBeRemoved) {
     faults.directory_not_removed = EBUSY;
-    EXPECT_EQ(remove(1), 5784);
+    EXPECT_EQ(remove(recursively), 5784);
     EXPECT_EQ(messages().back(),
               (LogLine{error, tag, "rmdir failed DIR=" + directory_ + " E=16 (Device or resource busy)"}));
 }
@@ -229,28 +176,149 @@ TEST_F(RemoveDirectory, Returns5784WhenTheEmptyDirectoryCannotBeRemoved) {
 TEST_F(RemoveDirectory, TakesAFailingReadForTheEndOfTheDirectory) {
     write_file(directory_ + "/a", "");
     faults.entries_not_read = EIO;
-    EXPECT_EQ(remove(1), 5784);
+    EXPECT_EQ(remove(recursively), 5784);
     EXPECT_TRUE(exists(directory_ + "/a"));
     EXPECT_EQ(messages(), (Lines{removing(directory_, 1),
                                  {error, tag, "rmdir failed DIR=" + directory_ + " E=39 (Directory not empty)"}}));
 }
 
-TEST_F(RemoveDirectory, CutsThePathOfAnEntryTo2047Characters) {
-    std::string deep = directory_;
-    while (deep.size() < 2000) {
-        deep += "/" + std::string(100, 'd');
+TEST_F(RemoveDirectory, AsksNothingAboutPlainFiles) {
+    write_file(directory_ + "/a", "");
+    recording_platform::reset();
+    EXPECT_EQ(remove(plain_files_only), 0);
+    EXPECT_EQ(recording_platform::calls(), (Texts{"open " + folder_.path() + "/", "openat " + directory_,
+                                                  "unlink " + directory_ + "/a", "rmdir " + directory_}));
+}
+
+TEST_F(RemoveDirectory, LooksAnewAtAPlainFileThatHasBecomeADirectory) {
+    write_file(directory_ + "/changing", "");
+    faults.before_call = [&](const std::string& call) {
+        if (call == "unlink " + directory_ + "/changing") {
+            remove_tree(directory_ + "/changing");
+            write_file(directory_ + "/changing/file", "");
+        }
+    };
+    EXPECT_EQ(remove(recursively), 0);
+    EXPECT_EQ(messages(), (Lines{removing(directory_, 1), removing(directory_ + "/changing", 1)}));
+}
+
+TEST_F(RemoveDirectory, StopsAtADirectoryThatCannotBeOpened) {
+    make_folder(directory_ + "/below");
+    EXPECT_EQ(run_in_child([&] {
+                  const rlim_t two_more = static_cast<rlim_t>(next_descriptor()) + 2;
+                  const rlimit few_descriptors = {.rlim_cur = two_more, .rlim_max = two_more};
+                  setrlimit(RLIMIT_NOFILE, &few_descriptors);
+                  return remove(recursively) == 5784 && errno == EMFILE ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(recording_platform::child_messages(),
+              (Lines{removing(directory_, 1),
+                     {error, tag, "Failed to open dir: " + directory_ + "/below E=24 (Too many open files)"},
+                     {error, tag, "failed to remove FILE=" + directory_ + "/below RV=5784"}}));
+}
+
+// The path of an entry of this length, and the directory that holds it.
+struct LongPath {
+    LongPath(const std::string& above, std::size_t length) : directory(above) {
+        const std::string name(100, 'f');
+        while (directory.size() < length - 250) {
+            directory += "/" + std::string(100, 'd');
+        }
+        directory += "/" + std::string(length - directory.size() - 2 - name.size(), 'd');
+        path = directory + "/" + name;
+        write_file(path, "");
     }
-    write_file(deep + "/" + std::string(100, 'f'), "");
-    EXPECT_EQ(remove_directory(deep.c_str(), 1), 5784);
-    const std::string cut = (deep + "/" + std::string(100, 'f')).substr(0, 2047);
-    EXPECT_EQ(messages().at(1), (LogLine{error, tag, "cannot access " + cut + " E=2 (No such file or directory)"}));
+    std::string directory;
+    std::string path;
+};
+
+TEST_F(RemoveDirectory, RemovesAnEntryWhosePathHas2047Characters) {
+    const LongPath entry(directory_, 2047);
+    EXPECT_EQ(remove_directory(entry.directory.c_str(), recursively), 0);
+    EXPECT_FALSE(exists(entry.directory));
+}
+
+TEST_F(RemoveDirectory, LeavesAnEntryWhosePathIsLonger) {
+    const LongPath entry(directory_, 2048);
+    EXPECT_EQ(remove_directory(entry.directory.c_str(), recursively), 5784);
+    EXPECT_TRUE(exists(entry.path));
+    EXPECT_EQ(messages(),
+              (Lines{removing(entry.directory, 1),
+                     {error, tag, "cannot access " + entry.path.substr(0, 2047) + " E=36 (File name too long)"},
+                     {error, tag, "rmdir failed DIR=" + entry.directory + " E=39 (Directory not empty)"}}));
+}
+
+// The path of such an entry, cut to its buffer, is the directory's own.
+TEST_F(RemoveDirectory, DoesNotDescendIntoItselfWhereItsPathLeavesNoRoomForAName) {
+    const LongPath entry(directory_, 2047);
+    remove_tree(entry.path);
+    write_file(entry.path + "/file", "");
+    EXPECT_EQ(remove_directory(entry.path.c_str(), recursively), 5784);
+    EXPECT_TRUE(exists(entry.path + "/file"));
+    EXPECT_EQ(messages().at(1), (LogLine{error, tag, "cannot access " + entry.path + " E=36 (File name too long)"}));
+}
+
+TEST_F(RemoveDirectory, ShowsTheWholePathOfADirectoryWhosePathIsLongerItself) {
+    const LongPath entry(directory_, 2100);
+    remove_tree(entry.path);
+    make_folder(entry.path);
+    EXPECT_EQ(remove_directory(entry.path.c_str(), recursively), 0);
+    EXPECT_FALSE(exists(entry.path));
+    EXPECT_EQ(messages(), (Lines{removing(entry.path, 1)}));
+}
+
+// How a directory can be named, and what its removal then says.
+TEST_F(RemoveDirectory, TakesSlashesAfterTheName) {
+    make_folder(directory_ + "/below");
+    EXPECT_EQ(remove_directory((directory_ + "//").c_str(), recursively), 0);
+    EXPECT_FALSE(exists(directory_));
+    EXPECT_EQ(messages(), (Lines{removing(directory_ + "//", 1), removing(directory_ + "///below", 1)}));
+}
+
+TEST_F(RemoveDirectory, TakesARelativeName) {
+    write_file(directory_ + "/below/file", "");
+    ASSERT_EQ(chdir(folder_.path().c_str()), 0);
+    EXPECT_EQ(remove_directory("directory/below", recursively), 0);
+    EXPECT_EQ(remove_directory("directory", recursively), 0);
+    ASSERT_EQ(chdir("/"), 0);
+    EXPECT_FALSE(exists(directory_));
+    EXPECT_EQ(messages(), (Lines{removing("directory/below", 1), removing("directory", 1)}));
+}
+
+TEST_F(RemoveDirectory, CannotRemoveWhatOnlyDotsName) {
+    ASSERT_EQ(chdir(directory_.c_str()), 0);
+    EXPECT_EQ(remove_directory(".", recursively), 5784);
+    EXPECT_EQ(messages().back(), (LogLine{error, tag, "rmdir failed DIR=. E=22 (Invalid argument)"}));
+    ASSERT_EQ(chdir("/"), 0);
+    const std::string parent = directory_ + "/..";
+    EXPECT_EQ(remove_directory(parent.c_str(), plain_files_only), 5784);
+    EXPECT_EQ(messages().back(), (LogLine{error, tag, "failed to remove FILE=" + parent + "/directory RV=5784"}));
+    remove_tree(directory_);
+    EXPECT_EQ(remove_directory((folder_.path() + "/.").c_str(), plain_files_only), 5784);
+    EXPECT_EQ(messages().back(),
+              (LogLine{error, tag, "rmdir failed DIR=" + folder_.path() + "/. E=22 (Invalid argument)"}));
+}
+
+TEST_F(RemoveDirectory, FindsNothingOfAnEmptyName) {
+    EXPECT_EQ(remove_directory("", recursively), 5784);
+    EXPECT_EQ(messages(), (Lines{{error, tag, "Failed to open dir:  E=2 (No such file or directory)"}}));
+}
+
+TEST_F(RemoveDirectory, FindsNothingInAMissingFolderOrInAFile) {
+    write_file(folder_.path("file"), "");
+    EXPECT_EQ(remove_directory((directory_ + "/missing/below").c_str(), recursively), 5784);
+    EXPECT_EQ(remove_directory((folder_.path("file") + "/below").c_str(), recursively), 5784);
+    EXPECT_EQ(
+        messages(),
+        (Lines{{error, tag, "Failed to open dir: " + directory_ + "/missing/below E=2 (No such file or directory)"},
+               {error, tag, "Failed to open dir: " + folder_.path("file") + "/below E=20 (Not a directory)"}}));
 }
 
 TEST_F(RemoveDirectory, LeavesNoDescriptorOpen) {
     make_folder(directory_ + "/below");
     const int next = next_descriptor();
-    remove(0);
-    remove(1);
+    remove(plain_files_only);
+    remove(recursively);
     EXPECT_EQ(next_descriptor(), next);
 }
 

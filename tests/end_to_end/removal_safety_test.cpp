@@ -1,0 +1,219 @@
+// The removal of a collection against whoever else can write where it lies, and against trees of any depth.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+
+#include "tests/support/agent_runner.h"
+#include "tests/support/log_matchers.h"
+#include "tests/support/product_test.h"
+#include "tests/support/stand_in_tool.h"
+#include "tests/support/test_files.h"
+#include "tests/support/traced_agent.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string collection = "/tmp/c";
+const std::string kept_folder = "/opt/kept";
+const std::string kept_file = kept_folder + "/file";
+const Request failing_collection = {"RUNZMCPLOGS", "--collectdir", collection};
+
+LogLine removal_message(int level, const std::string& text) {
+    return {level, "remove_directory", text};
+}
+
+// The temporary directory of the latest collection; empty when nothing has the name yet.
+std::string temporary_directory() {
+    for (const std::string& name : names_in(collection)) {
+        if (name.starts_with("zmla-")) {
+            return collection + "/" + name;
+        }
+    }
+    return "";
+}
+
+class RemovalSafety : public ProductTest {
+  protected:
+    RemovalSafety() {
+        write_file(kept_file, "kept");
+        make_folder(collection);
+        set_mode(collection, 0777);
+    }
+
+    static void expect_kept() { EXPECT_EQ(read_file(kept_file), "kept"); }
+};
+
+// The link is there before the tool makes its directory: the name stands in the log by then.
+TEST_F(RemovalSafety, LeavesAPlantedLinkWhenTheSizesHaveBeenCalculated) {
+    install_tool(zmcplogs_tool, {stand_in::run("ln -s " + kept_folder + " \"$last\""), stand_in::print("sizes\n")});
+    const AgentRun run = run_agent({"CALCLOGSIZE", "--collectdir", collection});
+    EXPECT_EQ(run.status(), 0);
+    const std::string link = temporary_directory();
+    EXPECT_THAT(run.log,
+                LogHas(removal_message(16, "Failed to open dir: " + link + " E=40 (" + strerror(ELOOP) + ")")));
+    EXPECT_TRUE(fs::is_symlink(link));
+    expect_kept();
+}
+
+TEST_F(RemovalSafety, LeavesAPlantedLinkAfterAFailedCollection) {
+    for (const std::string& tool : {zmcplogs_tool, zmsu_tool}) {
+        install_tool(tool, {stand_in::run("ln -s " + kept_folder + " \"$last\""), stand_in::exit_with(3)});
+        const AgentRun run = run_agent({tool == zmsu_tool ? "RUNZMSU" : "RUNZMCPLOGS", "--collectdir", collection});
+        EXPECT_EQ(run.status(), 3);
+        const std::string link = temporary_directory();
+        EXPECT_THAT(run.log,
+                    LogHas(removal_message(16, "Failed to open dir: " + link + " E=40 (" + strerror(ELOOP) + ")")));
+        fs::remove(link);
+        expect_kept();
+    }
+}
+
+// Where no file can be given away, a directory that others write is as good.
+TEST_F(RemovalSafety, LeavesALinkInADirectoryOfAnotherUser) {
+    install_tool(zmcplogs_tool,
+                 {stand_in::run("mkdir \"$last\" && ln -s " + kept_folder + " \"$last\"/link"),
+                  stand_in::run("chown 65534 \"$last\" 2>/dev/null || chmod 777 \"$last\""), stand_in::exit_with(3)});
+    const AgentRun run = run_agent(failing_collection);
+    const std::string link = temporary_directory() + "/link";
+    EXPECT_THAT(run.log, LogHas(removal_message(16, "cannot access " + link + " E=40 (" + strerror(ELOOP) + ")")));
+    EXPECT_TRUE(fs::is_symlink(link));
+    expect_kept();
+}
+
+TEST_F(RemovalSafety, FollowsALinkInADirectoryThatOnlyItsOwnUserWrites) {
+    install_tool(zmcplogs_tool, {stand_in::run("mkdir \"$last\" && ln -s " + kept_folder + " \"$last\"/link"),
+                                 stand_in::exit_with(3)});
+    const AgentRun run = run_agent(failing_collection);
+    const std::string link = temporary_directory() + "/link";
+    EXPECT_THAT(run.log, LogHas(removal_message(4, "Removing directory (" + link + ") Option(1)")));
+    EXPECT_FALSE(exists(kept_file));
+}
+
+bool removal_has_begun() {
+    const std::vector<LogLine> log = read_debug_log();
+    return !log.empty() && log.back().tag == "perform_cleanup_on_failure";
+}
+
+// Lets an agent fail a collection that left DIRECTORY/below/file, and, once the removal has begun, calls `swap` with
+// the temporary directory at one of the agent's stops at system calls. Returns false when it has no stop of that
+// number.
+bool swap_at(int stop, const std::function<void(const std::string&)>& swap) {
+    TracedAgent agent(failing_collection);
+    while (!removal_has_begun()) {
+        EXPECT_TRUE(agent.step());
+    }
+    for (int i = 0; i < stop; ++i) {
+        if (!agent.step()) {
+            return false;
+        }
+    }
+    const std::string directory = temporary_directory();
+    if (exists(directory + "/below")) {
+        swap(directory);
+    }
+    while (agent.step()) {
+    }
+    return true;
+}
+
+// Each of these is done once at every stop of the agent, until it ends.
+struct Swap {
+    std::string name;
+    std::function<void(const std::string& directory)> put;
+};
+
+void put_link(const std::string& path) {
+    fs::rename(path, "/tmp/moved");
+    make_link(kept_folder, path);
+}
+
+const std::vector<Swap> swaps = {
+    {"TheDirectory", [](const std::string& directory) { put_link(directory); }},
+    {"ADirectoryInIt", [](const std::string& directory) { put_link(directory + "/below"); }},
+    {"AFile",
+     [](const std::string& directory) {
+         if (exists(directory + "/below/file")) {
+             put_link(directory + "/below/file");
+         }
+     }},
+    {"TheDirectoryForOneWithALinkInIt",
+     [](const std::string& directory) {
+         fs::rename(directory, "/tmp/moved");
+         make_folder(directory);
+         make_link(kept_folder, directory + "/below");
+         set_mode(directory, 0777);
+     }},
+};
+
+class SwappedForALink : public RemovalSafety, public testing::WithParamInterface<Swap> {};
+
+TEST_P(SwappedForALink, LeadsARemovalNowhereAtWhateverSystemCall) {
+    install_tool(zmcplogs_tool, {stand_in::fill_last_argument({"below/file"}), stand_in::run("chmod -R 777 \"$last\""),
+                                 stand_in::exit_with(3)});
+    int stop = 0;
+    for (; swap_at(stop, GetParam().put); ++stop) {
+        SCOPED_TRACE("swapped at stop " + std::to_string(stop));
+        ASSERT_EQ(read_file(kept_file), "kept");
+        for (const std::string& path :
+             {temporary_directory(), std::string("/tmp/moved"), logs_folder + "/zmlogadmagent"}) {
+            remove_tree(path);
+        }
+    }
+    EXPECT_GT(stop, 40);
+}
+
+INSTANTIATE_TEST_SUITE_P(, SwappedForALink, testing::ValuesIn(swaps),
+                         [](const testing::TestParamInfo<Swap>& row) { return row.param.name; });
+
+// A tool that leaves so many directories, each in the one before, and fails.
+void install_digging_tool(int levels) {
+    install_tool(zmcplogs_tool,
+                 {stand_in::run("mkdir -p \"$last/$(printf 'd/%.0s' $(seq " + std::to_string(levels) + "))\""),
+                  stand_in::exit_with(3)});
+}
+
+AgentOptions with_descriptors(rlim_t limit) {
+    AgentOptions options;
+    options.descriptor_limit = limit;
+    return options;
+}
+
+// As deep as a path can show it.
+TEST_F(RemovalSafety, RemovesATreeOf999Levels) {
+    install_digging_tool(999);
+    const AgentRun run = run_agent(failing_collection, with_descriptors(1024));
+    EXPECT_EQ(run.status(), 3);
+    EXPECT_EQ(names_in(collection), std::vector<std::string>{});
+}
+
+TEST_F(RemovalSafety, LeavesWhatIsDeeper) {
+    install_digging_tool(1001);
+    const AgentRun run = run_agent(failing_collection, with_descriptors(1024));
+    EXPECT_EQ(run.status(), 3);
+    const std::string directory = temporary_directory();
+    std::string path = directory;
+    while (path.size() < 2047) {
+        path += "/d";
+    }
+    path.resize(2047);
+    EXPECT_THAT(run.log,
+                LogHas(removal_message(16, "cannot access " + path + " E=36 (" + strerror(ENAMETOOLONG) + ")")));
+    EXPECT_TRUE(exists(directory + "/d"));
+}
+
+TEST_F(RemovalSafety, EndsWhereItsDescriptorsDo) {
+    install_digging_tool(999);
+    const AgentRun run = run_agent(failing_collection, with_descriptors(256));
+    EXPECT_EQ(run.status(), 3);
+    const std::string directory = temporary_directory();
+    EXPECT_THAT(run.log, LogHas(removal_message(16, "failed to remove FILE=" + directory + "/d RV=5784")));
+    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=3"}));
+    EXPECT_TRUE(exists(directory + "/d"));
+}
+
+}  // namespace
