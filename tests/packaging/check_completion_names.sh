@@ -17,7 +17,7 @@ offered_by_bash() { # FUNCTION WORD
 # What the completion for zsh hands to the shell, with stand-ins for the shell's own functions.
 offered_by_zsh() { # FUNCTION [ARGUMENT ...]
     zsh -f -c '
-        _describe() { local array; for array in $@[4,-1]; do [[ $array == -- ]] || print -rl -- ${(P)array%%:*}; done }
+        _describe() { local array; for array in ${(M)@[4,-1]:#[a-z]*}; do print -rl -- ${(P)array%%:*}; done }
         compadd() { local array=$@[-1]; [[ $@[-2] == -a ]] && print -rl -- ${(P)array}; return 0 }
         compset() { return 1 }
         _arguments() { print -rl -- $@ }
@@ -34,7 +34,7 @@ words_of_sources() {
 # "-H" and "--host", each with "argument" or "alone".
 options_of_sources() {
     table request_command/options.cpp 'long_options = ' |
-        sed -nE "s/.*option\{\"([a-z]+)\", (required|no)_argument, nullptr, ('(.)'|[a-z_]+)\}.*/--\1 \2\n-\4 \2/p" |
+        sed -nE "s/.*option\{\"([a-z-]+)\", (required|no)_argument, nullptr, ('(.)'|[a-z_]+)\}.*/--\1 \2\n-\4 \2/p" |
         grep -v '^- ' | sed 's/ required$/ argument/; s/ no$/ alone/'
 }
 
@@ -62,7 +62,7 @@ known_keys_of_sources() {
 }
 
 known_keys() { # FILE
-    awk '/QRCONF\)/ { on = 1 } on { print } on && /;;/ { exit }' "$1" | grep -oE '\b[A-Z_]*VERBOSE\b'
+    grep -oE '\b([A-Z]+_)?VERBOSE\b' "$1" | sort -u
 }
 
 products() { # FILE

@@ -27,13 +27,18 @@ split_line() {
     COMP_POINT=${#1}
 }
 
+# What the shell is asked to complete itself is offered as "(dirnames)" or "(default)". Whether a blank follows a
+# completion is its affair, too, and it is not there.
+compopt() {
+    [[ $2 == nospace ]] || COMPREPLY=("($2)")
+}
+
 offers() { # LINE OFFERED
     split_line "$1"
     COMPREPLY=()
-    # Whether a blank follows a completion is the shell's affair, which is not there.
-    compopt() { :; }
-    _zmlogadm zmlogadm "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
-    unset -f compopt
+    local replaced=${COMP_WORDS[COMP_CWORD]}
+    [[ $replaced == [:=] ]] && replaced=
+    _zmlogadm zmlogadm "$replaced" "${COMP_WORDS[COMP_CWORD - 1]}"
     local got
     got=$(printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | paste --serial --delimiters=' ')
     if [[ $got != "$2" ]]; then
@@ -59,10 +64,12 @@ offers 'zmlogadm -t 5 GETD' 'GETDISKSPACE'
 offers 'zmlogadm -- GETD' 'GETDISKSPACE'
 offers 'zmlogadm --json GETD' 'GETDISKSPACE'
 offers 'zmlogadm --host=media1 GETD' 'GETDISKSPACE'
-offers 'zmlogadm -S /tmp/collec' '/tmp/collected'
-offers 'zmlogadm GETDISKSPACE /tmp/collec' '/tmp/collected'
+offers 'zmlogadm -S /tmp/collec' '(default)'
+offers 'zmlogadm --agent /tmp/collec' '(default)'
+offers 'zmlogadm GETDISKSPACE /tmp/collec' '(dirnames)'
+offers 'zmlogadm zmcplogs /tmp/collec' '(default)'
 offers 'zmlogadm RUNZMSU --c' '--collectdir'
-offers 'zmlogadm RUNZMSU --collectdir /tmp/collec' '/tmp/collected'
+offers 'zmlogadm RUNZMSU --collectdir /tmp/collec' '(dirnames)'
 offers 'zmlogadm ENABLELOGGING ' "CLOUD: CORVID: HOLKAZ: JAVAGUI: KOB: MMLOGDIR: QPKTUL: QRCONF: RK: RKPLUGIN: SEARCHKTUL: \
 VMCONF: ZMKTUL: ZMLOGDIR:"
 offers 'zmlogadm RESETLOGGING RK' 'RK: RKPLUGIN:'
@@ -72,6 +79,7 @@ offers 'zmlogadm ENABLELOGGING QPKTUL:111=5,117=3,11' '3,111 3,117'
 offers 'zmlogadm ENABLELOGGING QPKTUL:111=' ''
 offers 'zmlogadm ENABLELOGGING SEARCHKTUL:' ''
 offers 'zmlogadm ENABLELOGGING QRCONF:J' 'JOBD_VERBOSE'
+offers 'zmlogadm ENABLELOGGING ZMLOGDIR:jo,jo' 'jo,jobd'
 offers 'zmlogadm ENABLELOGGING ZMLOGDIR:jo' 'jobd'
 offers 'zmlogadm ENABLELOGGING MMLOGDIR:' 'robots'
 offers 'zmlogadm ENABLELOGGING KOB:' 'kob='

@@ -193,6 +193,10 @@ check_completions() {
     check "as bash loads them" "$here/completion_in_bash.sh"
     check "at the keyboard of bash" "$here/completion_at_keyboard.sh" bash
     check "at the keyboard of zsh" "$here/completion_at_keyboard.sh" zsh
+    mv $product/qr.conf $product/logs /tmp
+    check "with hostile names at the keyboard of bash" "$here/completion_of_hostile_names.sh" bash
+    check "with hostile names at the keyboard of zsh" "$here/completion_of_hostile_names.sh" zsh
+    mv /tmp/qr.conf /tmp/logs $product
 }
 
 check_upgrade() {
