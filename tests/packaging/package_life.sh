@@ -6,79 +6,10 @@ set -euo pipefail
 package=$1
 newer_package=$2
 here=$(dirname "$0")
-product=/usr/kumel/zembrath
 store=/usr/kumel/ktul/51216.conf
-socket=/run/zmlogadmagent.socket
 
-check() { # WHAT COMMAND [ARGUMENT ...]
-    local what=$1 said
-    shift
-    if ! said=$("$@" 2>&1); then
-        printf 'FAILED: %s\n%s\n' "$what" "$said"
-        exit 1
-    fi
-    echo "  $what"
-}
-
-is() { # COMMAND ... -- TEXT: what the command prints is the text, whatever its exit status
-    local command=()
-    while [[ $1 != -- ]]; do
-        command+=("$1")
-        shift
-    done
-    local said
-    said=$("${command[@]}" 2>&1) || true
-    echo "expected: $2; got: $said"
-    [[ $said == "$2" ]]
-}
-
-fails() {
-    ! "$@"
-}
-
-ask() {
-    zmlogadm -S "$socket" "$@"
-}
-
-is_refused() {
-    local said
-    said=$("$@" 2>&1) && return 1
-    echo "$said"
-    [[ $said == 'EXIT STATUS '* ]]
-}
-
-# For what is so as soon as a flood's last connections are gone. Prints what the last attempt said.
-in_the_end() { # COMMAND ...
-    local attempt said
-    for ((attempt = 0; attempt < 1000; attempt++)); do
-        said=$("$@" 2>&1) && return
-    done
-    echo "$said"
-    return 1
-}
-
-# Everything where packages put anything, but what belongs to dpkg, to systemd itself and to caches. Other folders are
-# left out: they show the machine's own files, which may be changing.
-everything() {
-    find /etc /usr /opt /run /srv /var /boot /lib/ /bin/ /sbin/ \( -path /var/lib/dpkg -o -path /var/log \
-        -o -path /var/cache -o -path /var/tmp -o -path /run/systemd -o -path /run/log \
-        -o -path '*/shared/output' \) -prune \
-        -o -type d -printf '%p %M %U %G\n' -o -printf '%p %M %U %G %s %l\n' | sort
-}
-
-# The product's own files, with what is in them.
-product_files() {
-    find /usr/kumel -printf '%p %M %U %G\n' | sort
-    find /usr/kumel -type f -exec sha256sum {} + | sort
-}
-
-install_package() {
-    dpkg --install "$1"
-}
-
-changes_nothing() { # BEFORE NOW
-    diff "$1" "$2"
-}
+# shellcheck source=tests/packaging/life_checks.sh
+. "$here/life_checks.sh"
 
 check_installation() {
     echo "Installation"
@@ -226,11 +157,16 @@ check_removal() {
         $'inactive\ninactive'
 }
 
-check_purge() { # WHAT BEFORE
+# The tests have changed qr.conf, so it is no longer the package's.
+check_purge() {
+    echo "Purge"
     rm -f $store
     check "the package is purged" dpkg --purge zmlogadmagent
+    check "qr.conf, which was changed, is kept" cmp /tmp/qr.conf $product/qr.conf
+    check "nothing else of the product's is left" is find /usr/kumel ! -type d -- $product/qr.conf
+    rm -r /usr/kumel
     everything >/tmp/everything_now
-    check "$1" changes_nothing "$2" /tmp/everything_now
+    check "nothing else was left or taken" changes_nothing /tmp/everything_before /tmp/everything_now
 }
 
 # What a host of the product has before the package comes.
@@ -267,6 +203,7 @@ check_floods
 check_completions
 check_upgrade
 check_removal
-echo "Purge"
-check_purge "nothing was left, and nothing else taken" /tmp/everything_before
+check_purge
 check_life_beside_product
+rm -r /usr/kumel
+"$here/package_purge.sh" "$package"

@@ -1,0 +1,74 @@
+# For scripts that follow a package through its life: says what was checked, and asks and looks. Sourced.
+# shellcheck shell=bash
+product=/usr/kumel/zembrath
+socket=/run/zmlogadmagent.socket
+
+check() { # WHAT COMMAND [ARGUMENT ...]
+    local what=$1 said
+    shift
+    if ! said=$("$@" 2>&1); then
+        printf 'FAILED: %s\n%s\n' "$what" "$said"
+        exit 1
+    fi
+    echo "  $what"
+}
+
+is() { # COMMAND ... -- TEXT: what the command prints is the text, whatever its exit status
+    local command=()
+    while [[ $1 != -- ]]; do
+        command+=("$1")
+        shift
+    done
+    local said
+    said=$("${command[@]}" 2>&1) || true
+    echo "expected: $2; got: $said"
+    [[ $said == "$2" ]]
+}
+
+fails() {
+    ! "$@"
+}
+
+ask() {
+    zmlogadm -S "$socket" "$@"
+}
+
+is_refused() {
+    local said
+    said=$("$@" 2>&1) && return 1
+    echo "$said"
+    [[ $said == 'EXIT STATUS '* ]]
+}
+
+# For what is so as soon as a flood's last connections are gone. Prints what the last attempt said.
+in_the_end() { # COMMAND ...
+    local attempt said
+    for ((attempt = 0; attempt < 1000; attempt++)); do
+        said=$("$@" 2>&1) && return
+    done
+    echo "$said"
+    return 1
+}
+
+# Everything where packages put anything, but what belongs to dpkg, to systemd itself and to caches. Other folders are
+# left out: they show the machine's own files, which may be changing.
+everything() {
+    find /etc /usr /opt /run /srv /var /boot /lib/ /bin/ /sbin/ \( -path /var/lib/dpkg -o -path /var/log \
+        -o -path /var/cache -o -path /var/tmp -o -path /run/systemd -o -path /run/log \
+        -o -path '*/shared/output' \) -prune \
+        -o -type d -printf '%p %M %U %G\n' -o -printf '%p %M %U %G %s %l\n' | sort
+}
+
+# The product's own files, with what is in them.
+product_files() {
+    find /usr/kumel -printf '%p %M %U %G\n' | sort
+    find /usr/kumel -type f -exec sha256sum {} + | sort
+}
+
+install_package() {
+    dpkg --install "$1"
+}
+
+changes_nothing() { # BEFORE NOW
+    diff "$1" "$2"
+}
