@@ -1,6 +1,10 @@
 // The one source that sees the JSON library, which takes long to compile; and without its streams, which the command
 // has no use for.
 #define JSON_NO_IO
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <ctime>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <variant>
@@ -29,6 +33,38 @@ void add_text(Object& object, std::string_view name, std::string_view text) {
     if (!is_utf8(text)) {
         object[std::string(name) + "_base64"] = base64(text);
     }
+}
+
+// The exact bytes of all texts stand beside them when some cannot be shown.
+void add_texts(Object& object, std::string_view name, const std::vector<std::string>& texts) {
+    object[name] = texts;
+    if (!std::all_of(texts.begin(), texts.end(), is_utf8)) {
+        Object& exact = object[std::string(name) + "_base64"];
+        for (const std::string& text : texts) {
+            exact.push_back(base64(text));
+        }
+    }
+}
+
+void add_count(Object& object, const AnswerCount& count) {
+    object["items"] = count.items;
+    object["failed"] = count.failed;
+    object["not_answered"] = count.not_answered;
+    if (count.not_answered != 0) {
+        add_texts(object, "unanswered", count.unanswered);
+    }
+}
+
+// As RFC 3339 has it.
+std::string utc_text(std::chrono::system_clock::time_point time) {
+    const auto second = std::chrono::floor<std::chrono::seconds>(time);
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(second);
+    std::tm parts = {};
+    gmtime_r(&seconds, &parts);
+    std::array<char, 32> date = {};
+    const std::size_t size = strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S.", &parts);
+    const std::string fraction = std::to_string(std::chrono::floor<std::chrono::milliseconds>(time - second).count());
+    return std::string(date.data(), size) + std::string(3 - fraction.size(), '0') + fraction + "Z";
 }
 
 void add_field(Object& object, const AnswerField& field) {
@@ -74,7 +110,12 @@ class JsonOutput : public AnswerOutput {
   public:
     explicit JsonOutput(WriteText write) : write_(std::move(write)) {}
 
-    void start(const std::vector<std::string>& request) override { in_forms_ = answers_in_forms(request); }
+    void prepare(SentRequest request) override {
+        in_forms_ = answers_in_forms(request.words);
+        request_ = std::move(request);
+    }
+
+    void start() override { is_request_due_ = true; }
 
     // The objects of all lines that have come to their end go out together.
     void print(std::string_view bytes) override {
@@ -91,12 +132,15 @@ class JsonOutput : public AnswerOutput {
         write(objects);
     }
 
-    void finish(const StatusLine& line) override {
+    void finish(const Outcome& outcome) override {
+        const StatusLine& line = outcome.line;
         std::string objects = take_rest();
         Object object = object_of_type("status");
         object["status"] = line.status;
         add_text(object, "text", text_of_status(line.text));
         add_line_end(object, line.text.ends_with('\n') ? LineEnd::newline : LineEnd::missing);
+        object["elapsed_ms"] = outcome.elapsed.count();
+        add_count(object, outcome.count);
         write(objects + text_of(object));
     }
 
@@ -105,6 +149,9 @@ class JsonOutput : public AnswerOutput {
         Object object = object_of_type("error");
         object["code"] = name_of(code);
         add_text(object, "message", message);
+        if (!request_.host.empty()) {
+            add_text(object, "host", request_.host);
+        }
         write(objects + text_of(object));
     }
 
@@ -134,20 +181,33 @@ class JsonOutput : public AnswerOutput {
     // Returns the object of a last line without newline, if there is one.
     std::string take_rest() { return line_.empty() ? "" : text_of(end_line(LineEnd::missing)); }
 
+    [[nodiscard]] std::string request_object() const {
+        Object object = object_of_type("request");
+        object["format"] = 1;
+        add_text(object, "host", request_.host);
+        object["peer"] = request_.peer;
+        add_texts(object, "request", request_.words);
+        object["time"] = utc_text(request_.time);
+        return text_of(object);
+    }
+
+    // The request goes out together with what comes first of the answer.
     void write(const std::string& objects) {
         if (objects.empty() || has_failed_) {
             return;
         }
         has_failed_ = true;
-        write_(objects);
+        write_(std::exchange(is_request_due_, false) ? request_object() + objects : objects);
         has_failed_ = false;
     }
 
     WriteText write_;
-    std::string line_;         // what has come of a line
-    bool is_whole_ = true;     // no pieces of it have been printed
-    bool in_forms_ = false;    // lines may be the agent's own
-    bool has_failed_ = false;  // a write did, so that nothing may follow
+    SentRequest request_;          // without a host until there is one
+    std::string line_;             // what has come of a line
+    bool is_request_due_ = false;  // of an answer of which nothing has been printed
+    bool is_whole_ = true;         // no pieces of it have been printed
+    bool in_forms_ = false;        // lines may be the agent's own
+    bool has_failed_ = false;      // a write did, so that nothing may follow
 };
 
 }  // namespace

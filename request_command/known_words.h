@@ -14,6 +14,13 @@ inline constexpr std::array<std::string_view, 3> logging_words = {"ENABLELOGGING
 inline constexpr std::array<std::string_view, 7> other_words = {"RUNZMSU", "RUNZMCPLOGS", "CALCLOGSIZE", "GETDISKSPACE",
                                                                 "CLEANUP", "FETCHFILE",   "ZMLA"};
 
+inline constexpr std::string_view space_word = "GETDISKSPACE";
+inline constexpr std::string_view cleanup_word = "CLEANUP";
+
+// Words whose arguments the agent itself takes. No tool gets any of them, and without one there is nothing to do.
+inline constexpr std::array<std::string_view, 5> counted_words = {"ENABLELOGGING", "DISABLELOGGING", "RESETLOGGING",
+                                                                  space_word, cleanup_word};
+
 inline constexpr std::array<std::string_view, 14> known_categories = {
     "ZMKTUL",   "QPKTUL", "SEARCHKTUL", "ZMLOGDIR", "MMLOGDIR", "QRCONF", "RK",
     "RKPLUGIN", "KOB",    "CORVID",     "CLOUD",    "JAVAGUI",  "HOLKAZ", "VMCONF"};

@@ -3,27 +3,18 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <exception>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "request_command/answer_output.h"
-#include "request_command/answer_printer.h"
-#include "request_command/connection.h"
-#include "request_command/exchange.h"
 #include "request_command/failure.h"
 #include "request_command/options.h"
-#include "request_command/spelling.h"
+#include "request_command/request.h"
 #include "request_command/standard_streams.h"
 
 namespace {
-
-// Stands for a status that cannot be the exit status, or would look like a failure of the command's own.
-constexpr int other_status = 252;
 
 void write_output(std::string_view text) {
     if (!write_to_stream(STDOUT_FILENO, text)) {
@@ -36,45 +27,11 @@ void write_error(std::string_view text) {
     static_cast<void>(write_to_stream(STDERR_FILENO, text));
 }
 
-// Says why an answer has no status line, as far as that is known. Waits for an agent that the command has started.
-std::string explain_missing_status(Connection& connection, int error) {
-    std::string reason = "the answer has no status line";
-    if (error != 0) {
-        reason += std::string(": ") + strerror(error);
-    }
-    if (connection.agent.valid()) {
-        connection.socket.reset();
-        reason += "; the agent " + describe_end(connection.agent.wait());
-    }
-    return reason;
-}
-
 std::unique_ptr<AnswerOutput> choose_output(AnswerFormat format) {
     return format == AnswerFormat::json ? json_output(write_output) : plain_output(write_output, write_error);
 }
 
-// Says what of the request looks misspelt. It is sent all the same: an agent may know more words than the command.
-void remark_on_spelling(const std::vector<std::string>& request) {
-    for (const std::string& remark : spelling_remarks(request)) {
-        write_error("zmlogadm: " + remark + "\n");
-    }
-}
-
 // Returns the exit status.
-int send_request(const Options& options, AnswerOutput& output) {
-    remark_on_spelling(options.request);
-    Connection connection = connect_to(options.peer, options.timeout);
-    output.start(options.request);
-    AnswerPrinter printer([&](std::string_view bytes) { output.print(bytes); });
-    const int error = exchange(connection.socket.get(), encode_request(options.request), printer);
-    const std::optional<StatusLine> line = printer.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
-    if (!line) {
-        throw Failure(FailureCode::no_status, explain_missing_status(connection, error));
-    }
-    output.finish(*line);
-    return line->status >= 0 && line->status < own_failure ? line->status : other_status;
-}
-
 int run(int argc, char** argv, AnswerOutput& output) {
     const Options options = parse_options(argc, argv);
     switch (options.action) {
@@ -87,7 +44,7 @@ int run(int argc, char** argv, AnswerOutput& output) {
         case Action::send_request:
             break;
     }
-    return send_request(options, output);
+    return carry_out(options, output, write_error);
 }
 
 // Standard error is told also what the output cannot be told any more.

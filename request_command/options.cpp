@@ -9,6 +9,9 @@
 #include <optional>
 #include <utility>
 
+#include "request_command/known_words.h"
+#include "request_command/text_encoding.h"
+
 namespace {
 
 // The longest word or argument that an agent receives.
@@ -17,6 +20,8 @@ constexpr std::size_t longest_text = 2047;
 // These have no letters.
 constexpr int agent_option = 256;
 constexpr int json_option = 257;
+constexpr int strict_option = 258;
+constexpr int no_progress_option = 259;
 
 // "+": what follows the word belongs to the request, also when it begins with "-".
 constexpr const char* letters = "+H:p:S:lt:hV";
@@ -29,6 +34,8 @@ constexpr std::array long_options = {
     option{"agent", required_argument, nullptr, agent_option},
     option{"timeout", required_argument, nullptr, 't'},
     option{"json", no_argument, nullptr, json_option},
+    option{"strict", no_argument, nullptr, strict_option},
+    option{"no-progress", no_argument, nullptr, no_progress_option},
     option{"help", no_argument, nullptr, 'h'},
     option{"version", no_argument, nullptr, 'V'},
     option{nullptr, 0, nullptr, 0},
@@ -83,6 +90,52 @@ Peer choose_peer(const PeerOptions& given) {
     return agent;
 }
 
+// As getopt_long would: "--ho=X" is "--host=X".
+bool is_own_long_option(std::string_view name) {
+    name = name.substr(0, name.find('='));
+    return !name.empty() && std::any_of(long_options.begin(), long_options.end() - 1, [name](const option& known) {
+        return std::string_view(known.name).starts_with(name);
+    });
+}
+
+// A cluster of letters, up to the first that takes what follows for its argument.
+bool are_own_letters(std::string_view given) {
+    const std::string_view own = std::string_view(letters).substr(1);
+    for (const char letter : given) {
+        const std::size_t found = letter == ':' ? std::string_view::npos : own.find(letter);
+        if (found == std::string_view::npos) {
+            return false;
+        }
+        if (own.substr(found + 1).starts_with(':')) {
+            break;
+        }
+    }
+    return !given.empty();
+}
+
+bool is_own_option(std::string_view argument) {
+    if (argument.starts_with("--")) {
+        return is_own_long_option(argument.substr(2));
+    }
+    return argument.starts_with('-') && are_own_letters(argument.substr(1));
+}
+
+// "CLEANUP /a -H backup7" would clean up this host. Words that hand their arguments to tools are another matter: tools
+// have options.
+void refuse_misplaced_options(const std::vector<std::string>& request) {
+    if (!is_one_of(request.front(), counted_words)) {
+        return;
+    }
+    const auto misplaced = std::find_if(request.begin() + 1, request.end(), is_own_option);
+    if (misplaced == request.end()) {
+        return;
+    }
+    const bool takes_directories = request.front() == space_word || request.front() == cleanup_word;
+    throw Refusal("the option " + printable(*misplaced) + " has to be put in front of " + request.front() +
+                      (takes_directories ? "; a directory of that name is written ./" + printable(*misplaced) : ""),
+                  FailureCode::misplaced_option);
+}
+
 std::vector<std::string> check_request(std::vector<std::string> request) {
     if (request.empty()) {
         throw Refusal("a request word is missing");
@@ -94,6 +147,7 @@ std::vector<std::string> check_request(std::vector<std::string> request) {
                           std::to_string(longest_text) + " at most");
         }
     }
+    refuse_misplaced_options(request);
     return request;
 }
 
@@ -138,7 +192,14 @@ Options parse_options(int argc, char** argv) {
                 options.timeout = std::chrono::seconds(parse_number(optarg, 86400, "time-out"));
                 break;
             case json_option:
-                break;  // answer_format looks at it
+                options.format = AnswerFormat::json;
+                break;
+            case strict_option:
+                options.verdict = Verdict::strict;
+                break;
+            case no_progress_option:
+                options.waiting = Waiting::silent;
+                break;
             case 'h':
                 options.action = Action::show_help;
                 return options;
@@ -165,17 +226,17 @@ Sends one request to a log administration agent and prints its answer.
       --agent PATH       with --local: the agent's file
   -t, --timeout SECONDS  give up connecting after that long (default: 30)
       --json             print the answer as JSON, one object a line
+      --strict           exit with 1 if the status is 0 and yet anything failed
+      --no-progress      do not show on a terminal that an answer takes long
   -h, --help             print this help
   -V, --version          print the version
 
-Options end at WORD: what follows is sent as it stands.
+Options come before WORD: what follows it is sent as it stands.
 Words: ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMSU RUNZMCPLOGS CALCLOGSIZE
   GETDISKSPACE CLEANUP FETCHFILE ZMLA zmsu zmcplogs ktlogcfg versioninfo
 Arguments of the logging words are CATEGORY:VALUE[,VALUE...], the categories
   ZMKTUL QPKTUL SEARCHKTUL QRCONF ZMLOGDIR MMLOGDIR VMCONF JAVAGUI KOB RK
   RKPLUGIN CORVID CLOUD HOLKAZ
-
-The answer goes to standard output, its last line, the status, to standard
-error. The exit status is the request's when that is 0 to 254, else 252; it is
-255 when the command itself failed.
+The answer goes to standard output; its status, and what failed, to standard
+error. The exit status is the request's, 252 if that is no 0 to 254, else 255.
 )";

@@ -9,9 +9,10 @@ class PlainOutput : public AnswerOutput {
     PlainOutput(WriteText write, WriteText write_status)
         : write_(std::move(write)), write_status_(std::move(write_status)) {}
 
-    void start(const std::vector<std::string>& /*request*/) override {}
+    void prepare(SentRequest /*request*/) override {}
+    void start() override {}
     void print(std::string_view bytes) override { write_(bytes); }
-    void finish(const StatusLine& line) override { write_status_(line.text); }
+    void finish(const Outcome& outcome) override { write_status_(outcome.line.text); }
     void fail(FailureCode /*code*/, std::string_view /*message*/) override {}
 
   private:

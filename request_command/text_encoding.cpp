@@ -58,6 +58,15 @@ std::size_t character_length(std::string_view bytes) {
     return 0;
 }
 
+// Tells whether a character controls a terminal: one below the blank, DEL, or one from U+0080 to U+009F.
+bool is_control(std::string_view character) {
+    const auto first = static_cast<unsigned char>(character.front());
+    if (character.size() == 1) {
+        return first < 0x20 || first == 0x7F;
+    }
+    return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+}
+
 }  // namespace
 
 bool is_utf8(std::string_view bytes) {
@@ -69,6 +78,27 @@ bool is_utf8(std::string_view bytes) {
         bytes.remove_prefix(length);
     }
     return true;
+}
+
+std::string printable(std::string_view bytes) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    while (!bytes.empty()) {
+        const std::size_t length = character_length(bytes);
+        const std::string_view character = bytes.substr(0, std::max<std::size_t>(length, 1));
+        bytes.remove_prefix(character.size());
+        if (character == "\\") {
+            text += "\\\\";
+        } else if (length != 0 && !is_control(character)) {
+            text += character;
+        } else {
+            for (const char byte : character) {
+                text += {'\\', 'x', digits[static_cast<unsigned char>(byte) >> 4U],
+                         digits[static_cast<unsigned char>(byte) & 0xFU]};
+            }
+        }
+    }
+    return text;
 }
 
 std::string base64(std::string_view bytes) {

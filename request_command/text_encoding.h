@@ -8,6 +8,10 @@
 // Tells whether the bytes are whole and valid UTF-8: no overlong forms, no surrogates, nothing beyond U+10FFFF.
 bool is_utf8(std::string_view bytes);
 
+// Returns the bytes for people to read on a terminal: what controls one, and what is not UTF-8, as "\xHH" for each
+// byte, and a backslash as two.
+std::string printable(std::string_view bytes);
+
 // Returns the bytes in base64, with padding.
 std::string base64(std::string_view bytes);
 

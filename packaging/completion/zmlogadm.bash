@@ -203,7 +203,8 @@ _zmlogadm_option_argument()
 _zmlogadm_option_or_word()
 {
     if [[ $cur == -* ]]; then
-        COMPREPLY=($(compgen -W "-H --host -p --port -S --socket -l --local --agent -t --timeout --json -h --help -V
+        COMPREPLY=($(compgen -W "-H --host -p --port -S --socket -l --local --agent -t --timeout --json --strict
+            --no-progress -h --help -V
             --version" -- "$cur"))
     else
         COMPREPLY=($(compgen -W "ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMCPLOGS RUNZMSU CALCLOGSIZE GETDISKSPACE

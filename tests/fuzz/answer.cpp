@@ -28,6 +28,7 @@ struct Printed {
     std::string output;
     std::string status_text;
     std::optional<StatusLine> status;
+    AnswerCount count;
 };
 
 using MakeOutput = std::function<std::unique_ptr<AnswerOutput>(WriteText write, WriteText write_status)>;
@@ -36,14 +37,19 @@ Printed print(const Answer& answer, std::size_t piece, const MakeOutput& make) {
     Printed printed;
     const std::unique_ptr<AnswerOutput> output = make([&](std::string_view text) { printed.output += text; },
                                                       [&](std::string_view text) { printed.status_text += text; });
-    output->start(answer.request);
-    AnswerPrinter printer([&](std::string_view bytes) { output->print(bytes); });
+    output->prepare({.host = "here", .peer = "local", .words = answer.request, .time = {}});
+    AnswerTally tally(answer.request);
+    AnswerPrinter printer([&](std::string_view bytes) {
+        tally.print(bytes);
+        output->print(bytes);
+    });
     for (std::size_t start = 0; start < answer.bytes.size(); start += piece) {
         printer.print(std::string_view(answer.bytes).substr(start, piece));
     }
     printed.status = printer.finish(answer.end);
     if (printed.status) {
-        output->finish(*printed.status);
+        printed.count = tally.finish(printed.status->status);
+        output->finish({.line = *printed.status, .count = printed.count});
     } else {
         output->fail(FailureCode::no_status, "no status line");
     }
@@ -174,14 +180,16 @@ void check(const Answer& answer, std::size_t piece) {
     INVARIANT(plain.output + plain.status_text == answer.bytes);
     INVARIANT(!plain.status || plain.status->text == plain.status_text);
     const Printed whole = print_plain(answer, std::string::npos - answer.bytes.size());
-    INVARIANT(whole.output == plain.output);
+    INVARIANT(whole.output == plain.output && whole.count == plain.count);
+    INVARIANT(plain.count.failed <= plain.count.items && plain.count.failed_names.size() <= plain.count.failed);
     const Printed json = print_json(answer, piece);
     INVARIANT(output_of(json) == plain.output);
 }
 
 Request request_of(unsigned choice) {
-    const std::array<Request, 4> requests = {Request{"ENABLELOGGING", "RK:rkd=full"}, Request{"zmsu", "-all"},
-                                             Request{"ENABLELOGGING", "RK:a\nb"}, Request{""}};
+    const std::array<Request, 6> requests = {Request{"ENABLELOGGING", "RK:rkd=full"}, Request{"zmsu", "-all"},
+                                             Request{"ENABLELOGGING", "RK:a\nb"},     Request{""},
+                                             Request{"GETDISKSPACE", "/tmp", "/b/"},  Request{"CLEANUP", "/a"}};
     return requests[choice % requests.size()];
 }
 

@@ -67,7 +67,7 @@ check_json() {
         "$(grep -ohE '(AnswerLine\{|object_of_type\()"[a-z]+"' "${sources[@]}" | quoted_names | sort -u)" \
         "$(items_of zmlogadm.1 'JSON OUTPUT' Cm)"
     same "fields of JSON objects" \
-        "$(grep -ohE '(push_back\(\{|add_number\(|[{ ]\{|add_text\(object, |object\[)"[a-z_]+"' "${sources[@]}" | quoted_names | sort -u)" \
+        "$(grep -ohE '(push_back\(\{|add_number\(|[{ ]\{|add_texts?\(object, |object\[)"[a-z_]+"' "${sources[@]}" | quoted_names | sort -u)" \
         "$(awk '/^\.S[hs] / { on = $0 == ".Sh JSON OUTPUT" }
                 on && /^\.Va / { for (i = 2; i <= NF; ++i) if ($i ~ /^[a-z_]+$/) print $i }' $pages/zmlogadm.1 | sort -u)"
 }
@@ -92,7 +92,7 @@ check_examples() {
 # As "H host argument" or "- agent argument": the letter, the name, whether an argument follows.
 options_of_source() {
     table request_command/options.cpp 'long_options = ' |
-        sed -nE "s/.*option\{\"([a-z]+)\", (required|no)_argument, nullptr, ('(.)'|[a-z_]+)\}.*/\4 \1 \2/p" |
+        sed -nE "s/.*option\{\"([a-z-]+)\", (required|no)_argument, nullptr, ('(.)'|[a-z_]+)\}.*/\4 \1 \2/p" |
         sed -E 's/^ /- /; s/ required$/ argument/; s/ no$/ alone/'
 }
 
@@ -100,8 +100,8 @@ options_of_source() {
 options_of_page() {
     items zmlogadm.1 DESCRIPTION |
         sed -E -e 's/^Fl (.) Ar ([a-z]+) , Fl Fl ([a-z]+) Ar \2$/\1 \3 argument/' \
-               -e 's/^Fl (.) , Fl Fl ([a-z]+)$/\1 \2 alone/' \
-               -e 's/^Fl Fl ([a-z]+) Ar [a-z]+$/- \1 argument/' -e 's/^Fl Fl ([a-z]+)$/- \1 alone/'
+               -e 's/^Fl (.) , Fl Fl ([a-z-]+)$/\1 \2 alone/' \
+               -e 's/^Fl Fl ([a-z]+) Ar [a-z]+$/- \1 argument/' -e 's/^Fl Fl ([a-z-]+)$/- \1 alone/'
 }
 
 # What getopt_long is told about the letters says the same as the table of names.
@@ -131,7 +131,7 @@ check_statuses() {
     same "statuses of the process" "$(statuses_of_namespace agent/status.h exit_status | cut -d' ' -f2)" \
         "$(items zmlogadmagent.8 'Statuses of the process alone')"
     same "exit statuses of the command" \
-        "$(sed -nE 's/.*int (own_failure|other_status) = ([0-9]+);.*/\2/p' request_command/failure.h request_command/main.cpp)" \
+        "$(sed -nE 's/.*int (own_failure|other_status|strict_failure) = ([0-9]+);.*/\2/p' request_command/failure.h request_command/request.cpp)" \
         "$(items zmlogadm.1 'EXIT STATUS')"
 }
 

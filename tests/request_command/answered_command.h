@@ -20,7 +20,7 @@ class AnsweredCommand : public testing::Test {
 
     // Runs the command with a peer that receives the request and then sends the answer.
     [[nodiscard]] CommandRun run_with_answer(const std::string& answer, const Preparation& prepare = nullptr,
-                                             const Arguments& request = {"ENABLELOGGING"}) const {
+                                             const Arguments& request = {"ZMLA"}) const {
         Command command = start(request, prepare);
         PeerConnection peer = command.await_connection(listener_);
         static_cast<void>(peer.receive_request());

@@ -65,6 +65,8 @@ const std::vector<RefusedLine> refused_lines = {
     {"socket and port", {"-p", "5"}},
     {"socket and agent", {"--agent", "/bin/true"}},
     {"time-out of nothing", {"-t", "0"}},
+    {"misplaced host", {}, {"ENABLELOGGING", "ZMKTUL:111=4", "-H", "backup7"}},
+    {"misplaced option", {}, {"CLEANUP", "/a", "--json"}},
     {"long word", {}, {std::string(2048, 'x')}},
     {"long argument", {}, {"CLEANUP", std::string(2048, 'x')}},
 };

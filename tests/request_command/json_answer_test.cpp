@@ -1,7 +1,9 @@
 // zmlogadm --json, against a scripted peer.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <array>
 #include <thread>
 
 #include "tests/request_command/answered_command.h"
@@ -25,12 +27,19 @@ Json unended_object(const std::string& text) {
     return {{"type", "output"}, {"text", text}, {"newline", false}};
 }
 
-Json status_object(int status, const std::string& text) {
-    return {{"type", "status"}, {"status", status}, {"text", text}};
+Json status_object(int status, const std::string& text, int items = 0, int failed = 0) {
+    return {{"type", "status"}, {"status", status}, {"text", text},
+            {"items", items},   {"failed", failed}, {"not_answered", 0}};
 }
 
-Json error_object(const std::string& code, const std::string& message) {
-    return {{"type", "error"}, {"code", code}, {"message", message}};
+std::string this_host() {
+    std::array<char, 256> name{};
+    EXPECT_EQ(gethostname(name.data(), name.size()), 0);
+    return name.data();
+}
+
+Json error_object(const std::string& code, const std::string& message, const std::string& host = this_host()) {
+    return {{"type", "error"}, {"code", code}, {"message", message}, {"host", host}};
 }
 
 class JsonAnswer : public AnsweredCommand {
@@ -45,7 +54,7 @@ TEST_F(JsonAnswer, HasAnObjectForEveryLineAndTheStatusLast) {
         "a tool's line\n"
         "\n"
         "EXIT STATUS 5772 a unified logging configuration could not be loaded\n");
-    EXPECT_THAT(json_lines(run.output),
+    EXPECT_THAT(answer_lines(run.output),
                 ElementsAre(Json{{"type", "process"},
                                  {"category", "ZMKTUL"},
                                  {"process", "111"},
@@ -65,8 +74,8 @@ TEST_F(JsonAnswer, HasAnObjectForEveryLineAndTheStatusLast) {
                                  {"errno", 13},
                                  {"errno_text", "Permission denied"}},
                             output_object("a tool's line"), output_object(""),
-                            status_object(5772, "a unified logging configuration could not be loaded")));
-    EXPECT_EQ(run.errors, "");
+                            status_object(5772, "a unified logging configuration could not be loaded", 2, 1)));
+    EXPECT_EQ(run.errors, "zmlogadm: 1 of 2 items failed: MMLOGDIR:ALL; 0 things not answered\n");
     EXPECT_EQ(run.exit_status, 252);
 }
 
@@ -74,13 +83,13 @@ TEST_F(JsonAnswer, EndsTheCommandWithTheExitStatusOfThePlainOne) {
     for (const auto& [status, exit_status] :
          std::vector<std::pair<int, int>>{{0, 0}, {1, 1}, {135, 135}, {254, 254}, {255, 252}, {5764, 252}, {-1, 252}}) {
         const CommandRun run = run_with_answer("EXIT STATUS " + std::to_string(status) + " text\n");
-        EXPECT_THAT(json_lines(run.output), ElementsAre(status_object(status, "text")));
+        EXPECT_THAT(answer_lines(run.output), ElementsAre(status_object(status, "text")));
         EXPECT_EQ(run.exit_status, exit_status);
     }
 }
 
 TEST_F(JsonAnswer, IsPrintedLineByLineAsItComes) {
-    Command command = start({"CLEANUP"});
+    Command command = start({"CLEANUP", "/a"});
     PeerConnection peer = command.await_connection(listener_);
     static_cast<void>(peer.receive_request());
     peer.send("CLEANUP: Successfully cleaned up /a\nhalf");
@@ -89,28 +98,33 @@ TEST_F(JsonAnswer, IsPrintedLineByLineAsItComes) {
     command.await_output("{\"type\":\"output\",\"text\":\"half a line\"}\n");
     peer.send("EXIT STATUS 0 done\n");
     peer.close();
-    EXPECT_EQ(json_lines(command.finish().output).size(), 3U);
+    EXPECT_EQ(answer_lines(command.finish().output).size(), 3U);
 }
 
 TEST_F(JsonAnswer, TakesALineThatWasCutBeforeTheStatusLineForOutput) {
     const CommandRun run = run_with_answer("PROCESS=VMCONF:a STATUS=0 MSG=Set debug logEXIT STATUS 3 no\n");
-    EXPECT_THAT(json_lines(run.output),
-                ElementsAre(unended_object("PROCESS=VMCONF:a STATUS=0 MSG=Set debug log"), status_object(3, "no")));
+    EXPECT_THAT(answer_lines(run.output),
+                ElementsAre(unended_object("PROCESS=VMCONF:a STATUS=0 MSG=Set debug log"), status_object(3, "no", 1)));
 }
 
 TEST_F(JsonAnswer, HoldsAToolsStatusLineAsOutput) {
     const CommandRun run = run_with_answer("EXIT STATUS 7 a tool's\n\nEXIT STATUS 3 no\n");
-    EXPECT_THAT(json_lines(run.output),
+    EXPECT_THAT(answer_lines(run.output),
                 ElementsAre(output_object("EXIT STATUS 7 a tool's"), output_object(""), status_object(3, "no")));
     EXPECT_EQ(run.exit_status, 3);
 }
 
 TEST_F(JsonAnswer, HoldsZeroBytesAndBytesThatAreNoText) {
     const CommandRun run = run_with_answer("\0a\xff\r\0\nEXIT STATUS 3 n\0\xfe\n"s);
-    EXPECT_THAT(
-        json_lines(run.output),
-        ElementsAre(Json{{"type", "output"}, {"text", "\0a\xef\xbf\xbd\r\0"s}, {"text_base64", "AGH/DQA="}},
-                    Json{{"type", "status"}, {"status", 3}, {"text", "n\0\xef\xbf\xbd"s}, {"text_base64", "bgD+"}}));
+    EXPECT_THAT(answer_lines(run.output),
+                ElementsAre(Json{{"type", "output"}, {"text", "\0a\xef\xbf\xbd\r\0"s}, {"text_base64", "AGH/DQA="}},
+                            Json{{"type", "status"},
+                                 {"status", 3},
+                                 {"text", "n\0\xef\xbf\xbd"s},
+                                 {"text_base64", "bgD+"},
+                                 {"items", 0},
+                                 {"failed", 0},
+                                 {"not_answered", 0}}));
 }
 
 TEST_F(JsonAnswer, LosesNothingOfAVeryLongLine) {
@@ -123,7 +137,7 @@ TEST_F(JsonAnswer, LosesNothingOfAVeryLongLine) {
         peer.close();
     });
     const CommandRun run = command.finish();
-    const JsonLines lines = json_lines(run.output);
+    const JsonLines lines = answer_lines(run.output);
     std::string text;
     for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
         text += lines[i].at("text").get<std::string>();
@@ -135,15 +149,15 @@ TEST_F(JsonAnswer, LosesNothingOfAVeryLongLine) {
 
 TEST_F(JsonAnswer, EndsWithAnErrorWithoutAStatusLine) {
     const CommandRun run = run_with_answer("one\ntwo, not ended EXIT STAT");
-    EXPECT_THAT(json_lines(run.output), ElementsAre(output_object("one"), unended_object("two, not ended EXIT STAT"),
-                                                    error_object("no_status", "the answer has no status line")));
+    EXPECT_THAT(answer_lines(run.output), ElementsAre(output_object("one"), unended_object("two, not ended EXIT STAT"),
+                                                      error_object("no_status", "the answer has no status line")));
     EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
 TEST_F(JsonAnswer, EndsWithAnErrorWithoutAnAnswer) {
     const CommandRun run = run_with_answer("");
-    EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("no_status", "the answer has no status line")));
+    EXPECT_THAT(answer_lines(run.output), ElementsAre(error_object("no_status", "the answer has no status line")));
     EXPECT_EQ(run.exit_status, 255);
 }
 
@@ -156,9 +170,10 @@ TEST(JsonAnswerOverTcp, EndsWithAnErrorWhenAResetCutsTheStatusLine) {
     command.await_output("one");
     peer.reset();
     const CommandRun run = command.finish();
-    EXPECT_THAT(json_lines(run.output),
-                ElementsAre(output_object("one"), unended_object("EXIT STATUS 57"),
-                            error_object("no_status", "the answer has no status line: Connection reset by peer")));
+    EXPECT_THAT(
+        answer_lines(run.output),
+        ElementsAre(output_object("one"), unended_object("EXIT STATUS 57"),
+                    error_object("no_status", "the answer has no status line: Connection reset by peer", "127.0.0.1")));
     EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line: Connection reset by peer\n");
     EXPECT_EQ(run.exit_status, 255);
 }
@@ -183,7 +198,7 @@ TEST_F(JsonAnswer, TellsHowAnAgentWithoutStatusLineEnded) {
     write_tool(folder_.path("agent"), "request=$(head -c 14)\nexec >&0\necho one\nexit 11\n");
     const CommandRun run = run_command({"--json", "--agent", folder_.path("agent"), "CLEANUP"});
     EXPECT_THAT(
-        json_lines(run.output),
+        answer_lines(run.output),
         ElementsAre(output_object("one"),
                     error_object("no_status", "the answer has no status line; the agent ended with exit status 11")));
 }
@@ -205,16 +220,17 @@ TEST_F(JsonAnswer, IsAnErrorAloneForACommandLineThatIsRefused) {
 
 TEST_F(JsonAnswer, IsNotAskedForBehindTheWordOrInAnotherOptionsPlace) {
     for (const Arguments& arguments :
-         {Arguments{"-t", "0", "CLEANUP", "--json"}, Arguments{"-t", "0", "--", "--json"},
-          Arguments{"-t", "0", "--agent", "--json", "CLEANUP"}, Arguments{"-t", "0", "CLEANUP"}}) {
+         {Arguments{"-t", "0", "CLEANUP", "--json"}, Arguments{"CLEANUP", "--json"},
+          Arguments{"-t", "0", "--", "--json"}, Arguments{"-t", "0", "--agent", "--json", "CLEANUP"},
+          Arguments{"-t", "0", "CLEANUP"}}) {
         EXPECT_EQ(run_command(arguments).output, "") << arguments.back();
     }
 }
 
 TEST_F(JsonAnswer, SendsTheRequestThatIsSentWithoutIt) {
-    Command command = start({"CLEANUP", "--json", "/a"});
+    Command command = start({"ZMLA", "--json", "/a"});
     const PeerConnection peer = command.await_connection(listener_);
-    EXPECT_EQ(peer.receive_request(), "1:3,7:CLEANUP,6:--json,2:/a,");
+    EXPECT_EQ(peer.receive_request(), "1:3,4:ZMLA,6:--json,2:/a,");
     peer.send("EXIT STATUS 0 done\n");
     peer.stop_sending();
     EXPECT_EQ(peer.receive_to_end(), "");
@@ -240,7 +256,7 @@ TEST_F(JsonAnswer, FailsWhenTheStatusHasNoRoom) {
 
 TEST_F(JsonAnswer, LeavesRemarksOnSpellingToStandardError) {
     const CommandRun run = run_with_answer("EXIT STATUS 5764 the command word is not valid\n", nullptr, {"CLENUP"});
-    EXPECT_THAT(json_lines(run.output), ElementsAre(status_object(5764, "the command word is not valid")));
+    EXPECT_THAT(answer_lines(run.output), ElementsAre(status_object(5764, "the command word is not valid")));
     EXPECT_EQ(run.errors, "zmlogadm: CLENUP is no known request word; did you mean CLEANUP?\n");
 }
 

@@ -15,3 +15,18 @@ JsonLines json_lines(std::string_view text) {
     }
     return lines;
 }
+
+JsonLines answer_lines(std::string_view text) {
+    JsonLines lines = json_lines(text);
+    if (lines.empty() || lines.front().at("type") != "request") {
+        throw std::runtime_error("no request object in front: " + std::string(text));
+    }
+    lines.erase(lines.begin());
+    if (!lines.empty() && lines.back().at("type") == "status") {
+        if (!lines.back().at("elapsed_ms").is_number_unsigned()) {
+            throw std::runtime_error("no time that has passed: " + lines.back().dump());
+        }
+        lines.back().erase("elapsed_ms");
+    }
+    return lines;
+}

@@ -13,3 +13,7 @@ using JsonLines = std::vector<Json>;
 
 // Throws unless every line is an object of its own that begins with its type and ends with a newline.
 [[nodiscard]] JsonLines json_lines(std::string_view text);
+
+// The objects of an answer: without the first one, which is that of the request, and without the time that the status
+// shows. Throws when either is missing.
+[[nodiscard]] JsonLines answer_lines(std::string_view text);

@@ -16,7 +16,11 @@ using testing::IsEmpty;
 // Prints an answer into a text.
 class JsonOutput : public testing::Test {
   protected:
-    JsonOutput() { output_->start({"GETDISKSPACE", "/tmp"}); }
+    JsonOutput() { output_->prepare({.host = "here", .peer = "local", .words = {"GETDISKSPACE", "/tmp"}, .time = {}}); }
+
+    void answer(const std::vector<std::string>& words) {
+        output_->prepare({.host = "here", .peer = "local", .words = words, .time = {}});
+    }
 
     [[nodiscard]] JsonLines lines() const { return json_lines(text_); }
 
@@ -34,11 +38,44 @@ Json unended_object(const std::string& text) {
 
 TEST_F(JsonOutput, IsOneObjectALine) {
     output_->print("one\ntwo\n");
-    output_->finish({.text = "EXIT STATUS 5 it failed\n", .status = 5});
+    output_->finish({.line = {.text = "EXIT STATUS 5 it failed\n", .status = 5}, .count = {}});
     EXPECT_EQ(text_,
               "{\"type\":\"output\",\"text\":\"one\"}\n"
               "{\"type\":\"output\",\"text\":\"two\"}\n"
-              "{\"type\":\"status\",\"status\":5,\"text\":\"it failed\"}\n");
+              "{\"type\":\"status\",\"status\":5,\"text\":\"it "
+              "failed\",\"elapsed_ms\":0,\"items\":0,\"failed\":0,\"not_answered\":0}\n");
+}
+
+TEST_F(JsonOutput, BeginsWithTheRequest) {
+    output_->prepare({.host = "backup7",
+                      .peer = "tcp",
+                      .words = {"ENABLELOGGING", "RK:\xe4=\n"},
+                      .time = std::chrono::system_clock::time_point(std::chrono::milliseconds(1'795'303'805'042))});
+    output_->start();
+    EXPECT_EQ(text_, "");
+    output_->print("one\n");
+    EXPECT_EQ(text_,
+              "{\"type\":\"request\",\"format\":1,\"host\":\"backup7\",\"peer\":\"tcp\","
+              "\"request\":[\"ENABLELOGGING\",\"RK:\\ufffd=\\n\"],"
+              "\"request_base64\":[\"RU5BQkxFTE9HR0lORw==\",\"Uks65D0K\"],"
+              "\"time\":\"2026-11-21T23:30:05.042Z\"}\n"
+              "{\"type\":\"output\",\"text\":\"one\"}\n");
+}
+
+TEST_F(JsonOutput, EndsWithTheCountsAndTheTimeThatPassed) {
+    output_->finish(
+        {.line = {.text = "EXIT STATUS 0 done\n", .status = 0},
+         .count = {.items = 3, .failed = 2, .failed_names = {"A:1", "A:2"}, .not_answered = 1, .unanswered = {"FOO"}},
+         .elapsed = std::chrono::milliseconds(1234)});
+    EXPECT_EQ(text_,
+              "{\"type\":\"status\",\"status\":0,\"text\":\"done\",\"elapsed_ms\":1234,\"items\":3,\"failed\":2,"
+              "\"not_answered\":1,\"unanswered\":[\"FOO\"]}\n");
+}
+
+TEST_F(JsonOutput, FailsWithoutAHostBeforeThereIsOne) {
+    std::string text;
+    json_output([&](std::string_view bytes) { text += bytes; })->fail(FailureCode::invalid_arguments, "no");
+    EXPECT_EQ(text, "{\"type\":\"error\",\"code\":\"invalid_arguments\",\"message\":\"no\"}\n");
 }
 
 TEST_F(JsonOutput, PrintsALineOnceItHasEnded) {
@@ -52,13 +89,13 @@ TEST_F(JsonOutput, IsTheSameWhereverTheAnswerIsSplit) {
     const std::string answer =
         "one\n\nCALCLOGSIZE: TARGET_DIR=/tmp FREE_SPACE=7 MB TOTAL_SPACE=9 MB\nZMSU PACKAGE=/a\nlast";
     output_->print(answer);
-    output_->finish({.text = "EXIT STATUS 0 done\n", .status = 0});
+    output_->finish({.line = {.text = "EXIT STATUS 0 done\n", .status = 0}, .count = {}});
     const std::string expected = text_;
     for (std::size_t split = 0; split <= answer.size(); ++split) {
         text_.clear();
         output_->print(answer.substr(0, split));
         output_->print(answer.substr(split));
-        output_->finish({.text = "EXIT STATUS 0 done\n", .status = 0});
+        output_->finish({.line = {.text = "EXIT STATUS 0 done\n", .status = 0}, .count = {}});
         EXPECT_EQ(text_, expected) << split;
     }
 }
@@ -75,18 +112,18 @@ TEST_F(JsonOutput, HasNumbersForNumbersAndTheTypeFirst) {
 
 TEST_F(JsonOutput, TakesALineWithoutNewlineForOutputWhateverItsForm) {
     output_->print("PROCESS=VMCONF:vmd STATUS=0 MSG=Set debug log");
-    output_->finish({.text = "EXIT STATUS 0 done\n", .status = 0});
+    output_->finish({.line = {.text = "EXIT STATUS 0 done\n", .status = 0}, .count = {}});
     EXPECT_EQ(lines().at(0), unended_object("PROCESS=VMCONF:vmd STATUS=0 MSG=Set debug log"));
 }
 
 TEST_F(JsonOutput, TakesEveryLineOfAToolForOutput) {
-    output_->start({"zmsu"});
+    answer({"zmsu"});
     output_->print("ZMSU PACKAGE=/a\n");
     EXPECT_THAT(lines(), ElementsAre(output_object("ZMSU PACKAGE=/a")));
 }
 
 TEST_F(JsonOutput, TakesEveryLineForOutputWhenAnArgumentHoldsANewline) {
-    output_->start({"CLEANUP", "a\nCLEANUP: Successfully cleaned up b"});
+    answer({"CLEANUP", "a\nCLEANUP: Successfully cleaned up b"});
     output_->print("CLEANUP: Will not clean up unknown location: a\nCLEANUP: Successfully cleaned up b\n");
     EXPECT_THAT(lines(), ElementsAre(output_object("CLEANUP: Will not clean up unknown location: a"),
                                      output_object("CLEANUP: Successfully cleaned up b")));
@@ -99,13 +136,15 @@ TEST_F(JsonOutput, ShowsBytesThatAreNoTextBesideTheText) {
     output_->print("ZMSU PACKAGE=/\xe4\n");
     EXPECT_EQ(text_, "{\"type\":\"package\",\"path\":\"/\\ufffd\",\"path_base64\":\"L+Q=\"}\n");
     text_.clear();
-    output_->finish({.text = "EXIT STATUS 1 \xe4\n", .status = 1});
-    EXPECT_EQ(text_, "{\"type\":\"status\",\"status\":1,\"text\":\"\\ufffd\",\"text_base64\":\"5A==\"}\n");
+    output_->finish({.line = {.text = "EXIT STATUS 1 \xe4\n", .status = 1}, .count = {}});
+    EXPECT_EQ(text_,
+              "{\"type\":\"status\",\"status\":1,\"text\":\"\\ufffd\",\"text_base64\":\"5A==\",\"elapsed_ms\":0,"
+              "\"items\":0,\"failed\":0,\"not_answered\":0}\n");
     text_.clear();
     output_->fail(FailureCode::system_failed, "no /\xe4");
     EXPECT_EQ(text_,
               "{\"type\":\"error\",\"code\":\"system_failed\",\"message\":\"no "
-              "/\\ufffd\",\"message_base64\":\"bm8gL+Q=\"}\n");
+              "/\\ufffd\",\"message_base64\":\"bm8gL+Q=\",\"host\":\"here\"}\n");
 }
 
 TEST_F(JsonOutput, IsAsciiAndPrintable) {
@@ -164,21 +203,35 @@ TEST_F(JsonOutput, TakesTheLastPieceOfALineForOutputWhateverItsForm) {
 }
 
 TEST_F(JsonOutput, TellsAStatusLineThatWasCut) {
-    output_->finish({.text = "EXIT STATUS 5 it fai", .status = 5});
-    EXPECT_THAT(lines(),
-                ElementsAre(Json({{"type", "status"}, {"status", 5}, {"text", "it fai"}, {"newline", false}})));
+    output_->finish({.line = {.text = "EXIT STATUS 5 it fai", .status = 5}, .count = {}});
+    EXPECT_THAT(lines(), ElementsAre(Json({{"type", "status"},
+                                           {"status", 5},
+                                           {"text", "it fai"},
+                                           {"newline", false},
+                                           {"elapsed_ms", 0},
+                                           {"items", 0},
+                                           {"failed", 0},
+                                           {"not_answered", 0}})));
 }
 
 TEST_F(JsonOutput, TellsAStatusWithoutText) {
-    output_->finish({.text = "EXIT STATUS 12\n", .status = 12});
-    EXPECT_THAT(lines(), ElementsAre(Json({{"type", "status"}, {"status", 12}, {"text", ""}})));
+    output_->finish({.line = {.text = "EXIT STATUS 12\n", .status = 12}, .count = {}});
+    EXPECT_THAT(lines(), ElementsAre(Json({{"type", "status"},
+                                           {"status", 12},
+                                           {"text", ""},
+                                           {"elapsed_ms", 0},
+                                           {"items", 0},
+                                           {"failed", 0},
+                                           {"not_answered", 0}})));
 }
 
 TEST_F(JsonOutput, EndsWithAFailure) {
     output_->print("one\nhalf");
     output_->fail(FailureCode::no_status, "it broke");
-    EXPECT_THAT(lines(), ElementsAre(output_object("one"), unended_object("half"),
-                                     Json({{"type", "error"}, {"code", "no_status"}, {"message", "it broke"}})));
+    EXPECT_THAT(
+        lines(),
+        ElementsAre(output_object("one"), unended_object("half"),
+                    Json({{"type", "error"}, {"code", "no_status"}, {"message", "it broke"}, {"host", "here"}})));
 }
 
 TEST(JsonOutputThatCannotBeWritten, IsGoneOnWithBySilence) {
@@ -197,10 +250,10 @@ TEST(PlainOutput, IsTheAnswerByteForByte) {
     std::string status;
     const auto output =
         plain_output([&](std::string_view bytes) { text += bytes; }, [&](std::string_view bytes) { status += bytes; });
-    output->start({"zmsu"});
+    output->start();
     output->print("a\0\xff\x1b"s);
     output->print("b");
-    output->finish({.text = "EXIT STATUS 5 no", .status = 5});
+    output->finish({.line = {.text = "EXIT STATUS 5 no", .status = 5}, .count = {}});
     output->fail(FailureCode::no_status, "not told here");
     EXPECT_EQ(text, "a\0\xff\x1b"s + "b");
     EXPECT_EQ(status, "EXIT STATUS 5 no");

@@ -34,7 +34,7 @@ class LocalAgent : public testing::Test {
     // Runs the command with a stand-in that does these things.
     [[nodiscard]] CommandRun run_with_agent(const std::string& steps, const Preparation& prepare = nullptr) const {
         write_tool(agent_, steps);
-        return run_command({"--agent", agent_, "CLEANUP"}, prepare);
+        return run_command({"--agent", agent_, "RUNZMSU"}, prepare);
     }
 
     ScratchFolder folder_;
@@ -43,16 +43,16 @@ class LocalAgent : public testing::Test {
 
 TEST_F(LocalAgent, ReceivesTheRequestAndAnswers) {
     const CommandRun run = run_with_agent(receive_request + answer + "echo \"$request\"\necho EXIT STATUS 5 no\n");
-    EXPECT_EQ(run.output, "1:1,7:CLEANUP,\n");
+    EXPECT_EQ(run.output, "1:1,7:RUNZMSU,\n");
     EXPECT_EQ(run.errors, "EXIT STATUS 5 no\n");
     EXPECT_EQ(run.exit_status, 5);
 }
 
 TEST_F(LocalAgent, IsTheInstalledOneByDefault) {
     write_tool(installed_agent, receive_request + answer + "echo EXIT STATUS 5 no\n");
-    EXPECT_EQ(run_command({"CLEANUP"}).exit_status, 5);
-    EXPECT_EQ(run_command({"-l", "CLEANUP"}).exit_status, 5);
-    EXPECT_EQ(run_command({"--local", "CLEANUP"}).exit_status, 5);
+    EXPECT_EQ(run_command({"RUNZMSU"}).exit_status, 5);
+    EXPECT_EQ(run_command({"-l", "RUNZMSU"}).exit_status, 5);
+    EXPECT_EQ(run_command({"--local", "RUNZMSU"}).exit_status, 5);
 }
 
 TEST_F(LocalAgent, IsStartedWithItsPathAloneForArguments) {
@@ -120,18 +120,18 @@ TEST_F(LocalAgent, ThatEndsBeforeTheRequestIsToldToo) {
 }
 
 TEST_F(LocalAgent, MayBeMissing) {
-    const CommandRun run = run_command({"--agent", agent_, "CLEANUP"});
+    const CommandRun run = run_command({"--agent", agent_, "RUNZMSU"});
     EXPECT_EQ(run.errors, "zmlogadm: cannot start the agent " + agent_ + ": No such file or directory\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
 TEST_F(LocalAgent, MayBeNoProgram) {
     write_file(agent_, "no program\n");
-    const CommandRun not_executable = run_command({"--agent", agent_, "CLEANUP"});
+    const CommandRun not_executable = run_command({"--agent", agent_, "RUNZMSU"});
     EXPECT_EQ(not_executable.errors, "zmlogadm: cannot start the agent " + agent_ + ": Permission denied\n");
     EXPECT_EQ(not_executable.exit_status, 255);
     set_mode(agent_, 0755);
-    const CommandRun not_a_program = run_command({"--agent", agent_, "CLEANUP"});
+    const CommandRun not_a_program = run_command({"--agent", agent_, "RUNZMSU"});
     EXPECT_EQ(not_a_program.errors, "zmlogadm: cannot start the agent " + agent_ + ": Exec format error\n");
     EXPECT_EQ(not_a_program.exit_status, 255);
 }

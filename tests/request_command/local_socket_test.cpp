@@ -9,7 +9,7 @@
 namespace {
 
 std::string failure_to_connect(const Arguments& options) {
-    const CommandRun run = run_command(options + Arguments{"CLEANUP"});
+    const CommandRun run = run_command(options + Arguments{"RUNZMSU"});
     EXPECT_EQ(run.exit_status, 255);
     EXPECT_EQ(run.output, "");
     return run.errors;
@@ -24,9 +24,9 @@ TEST_F(LocalSocketPeer, IsReachedByTheLongestPath) {
     const std::string path = folder_.path(std::string(107 - folder_.path("").size() - 1, 'x'));
     ASSERT_EQ(path.size(), 107U);
     const PeerListener listener = PeerListener::at_path(path);
-    Command command({"--socket", path, "CLEANUP"});
+    Command command({"--socket", path, "RUNZMSU"});
     PeerConnection peer = command.await_connection(listener);
-    EXPECT_EQ(peer.receive_request(), "1:1,7:CLEANUP,");
+    EXPECT_EQ(peer.receive_request(), "1:1,7:RUNZMSU,");
     peer.send("EXIT STATUS 5 no\n");
     peer.close();
     EXPECT_EQ(command.finish().exit_status, 5);

@@ -38,6 +38,103 @@ std::string refusal_of(const Texts& arguments) {
     return "not refused";
 }
 
+const std::vector<std::string> words_without_tools = {"ENABLELOGGING", "DISABLELOGGING", "RESETLOGGING", "GETDISKSPACE",
+                                                      "CLEANUP"};
+
+const std::vector<std::string> own_options = {"-H",
+                                              "-Hbackup7",
+                                              "-p",
+                                              "-p1",
+                                              "-S",
+                                              "-S/a",
+                                              "-l",
+                                              "-t",
+                                              "-t5",
+                                              "-h",
+                                              "-V",
+                                              "-lh",
+                                              "-lHbackup7",
+                                              "--host",
+                                              "--host=X",
+                                              "--ho",
+                                              "--h",
+                                              "--port",
+                                              "--port=1",
+                                              "--socket",
+                                              "--socket=/a",
+                                              "--local",
+                                              "--local=x",
+                                              "--agent",
+                                              "--agent=/a",
+                                              "--timeout",
+                                              "--timeout=5",
+                                              "--json",
+                                              "--js",
+                                              "--strict",
+                                              "--no-progress",
+                                              "--no",
+                                              "--help",
+                                              "--version"};
+
+TEST(Options, AreRefusedBehindAWordWhoseArgumentsNoToolTakes) {
+    for (const std::string& word : words_without_tools) {
+        for (const std::string& option : own_options) {
+            EXPECT_THAT(refusal_of({word, "a:b", option, "c"}),
+                        HasSubstr("the option " + option + " has to be put in front of " + word))
+                << option;
+        }
+    }
+}
+
+TEST(Options, AreRefusedBehindTheWordAlsoAfterTwoDashes) {
+    EXPECT_THAT(refusal_of({"--", "CLEANUP", "-H"}), HasSubstr("-H"));
+    EXPECT_THAT(refusal_of({"CLEANUP", "--", "-H"}), HasSubstr("-H"));
+}
+
+TEST(Options, ThatAreMisplacedSayHowADirectoryIsWritten) {
+    EXPECT_THAT(refusal_of({"CLEANUP", "-H"}), HasSubstr("a directory of that name is written ./-H"));
+    EXPECT_THAT(refusal_of({"GETDISKSPACE", "--json"}), HasSubstr("a directory of that name is written ./--json"));
+    EXPECT_THAT(refusal_of({"ENABLELOGGING", "-H"}), testing::Not(HasSubstr("./")));
+}
+
+TEST(Options, ThatAreMisplacedShowNoControlCharacters) {
+    EXPECT_THAT(refusal_of({"CLEANUP", "-H\x1b[2J"}), HasSubstr("the option -H\\x1b[2J has to"));
+}
+
+TEST(Options, ThatAreMisplacedHaveACodeOfTheirOwn) {
+    try {
+        parse({"CLEANUP", "-H"});
+        ADD_FAILURE() << "not refused";
+    } catch (const Refusal& refusal) {
+        EXPECT_EQ(refusal.code(), FailureCode::misplaced_option);
+    }
+}
+
+TEST(Options, LeaveWhatIsNoneOfThemToTheRequest) {
+    for (const std::string& word : words_without_tools) {
+        for (const char* argument : {"-x", "-", "--", "-lx", "-+", "-:", "--=x", "--hosts", "--unknown", "---host",
+                                     "./-H", "H", "-Vx=", "a-H", ""}) {
+            EXPECT_THAT(parse({word, argument}).request, ElementsAre(word, argument));
+        }
+    }
+}
+
+TEST(Options, BehindAWordThatRunsAToolAreTheTools) {
+    for (const char* word : {"RUNZMSU", "RUNZMCPLOGS", "CALCLOGSIZE", "FETCHFILE", "ZMLA", "zmsu", "zmcplogs",
+                             "ktlogcfg", "versioninfo", "another", "cleanup"}) {
+        for (const std::string& option : own_options) {
+            EXPECT_THAT(parse({word, option}).request, ElementsAre(word, option));
+        }
+    }
+}
+
+TEST(Options, MakeTheVerdictStrictAndTheWaitingSilent) {
+    EXPECT_EQ(parse({"CLEANUP"}).verdict, Verdict::of_request);
+    EXPECT_EQ(parse({"--strict", "CLEANUP"}).verdict, Verdict::strict);
+    EXPECT_EQ(parse({"CLEANUP"}).waiting, Waiting::shown);
+    EXPECT_EQ(parse({"--no-progress", "CLEANUP"}).waiting, Waiting::silent);
+}
+
 TEST(Options, StartTheInstalledAgentByDefault) {
     EXPECT_EQ(peer_of<AgentFile>({"CLEANUP"}).path, "/usr/kumel/zembrath/bin/zmlogadmagent");
     EXPECT_EQ(peer_of<AgentFile>({"-l", "CLEANUP"}).path, "/usr/kumel/zembrath/bin/zmlogadmagent");

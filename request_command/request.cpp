@@ -1,0 +1,109 @@
+#include "request_command/request.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "request_command/answer_printer.h"
+#include "request_command/answer_tally.h"
+#include "request_command/connection.h"
+#include "request_command/exchange.h"
+#include "request_command/failure.h"
+#include "request_command/spelling.h"
+
+namespace {
+
+// Stands for a status that cannot be the exit status, or would look like a failure of the command's own.
+constexpr int other_status = 252;
+
+// The exit status for a request that says it has succeeded, and has not.
+constexpr int strict_failure = 1;
+
+std::string own_host() {
+    std::array<char, 256> name = {};
+    gethostname(name.data(), name.size() - 1);
+    return name.data();
+}
+
+SentRequest describe_request(const Options& options) {
+    const auto* host = std::get_if<RemoteHost>(&options.peer);
+    const bool is_socket = std::holds_alternative<LocalSocket>(options.peer);
+    return {.host = host != nullptr ? host->name : own_host(),
+            .peer = host != nullptr ? "tcp" : (is_socket ? "socket" : "local"),
+            .words = options.request,
+            .time = std::chrono::system_clock::now()};
+}
+
+// Says what of the request looks misspelt. It is sent all the same: an agent may know more words than the command.
+void remark_on_spelling(const std::vector<std::string>& request, const WriteText& write_error) {
+    for (const std::string& remark : spelling_remarks(request)) {
+        write_error("zmlogadm: " + remark + "\n");
+    }
+}
+
+// Says why an answer has no status line, as far as that is known. Waits for an agent that the command has started.
+std::string explain_missing_status(Connection& connection, int error) {
+    std::string reason = "the answer has no status line";
+    if (error != 0) {
+        reason += std::string(": ") + strerror(error);
+    }
+    if (connection.agent.valid()) {
+        connection.socket.reset();
+        reason += "; the agent " + describe_end(connection.agent.wait());
+    }
+    return reason;
+}
+
+// The status line comes first, and may have lost its newline.
+void name_what_failed(const Outcome& outcome, AnswerFormat format, const WriteText& write_error) {
+    const std::string text = describe(outcome.count);
+    if (!text.empty()) {
+        const bool begins_line = format == AnswerFormat::json || outcome.line.text.ends_with('\n');
+        write_error((begins_line ? "zmlogadm: " : "\nzmlogadm: ") + text + "\n");
+    }
+}
+
+int exit_status_of(const Outcome& outcome, Verdict verdict) {
+    const int status = outcome.line.status;
+    if (status == 0 && verdict == Verdict::strict && (outcome.count.failed != 0 || outcome.count.not_answered != 0)) {
+        return strict_failure;
+    }
+    return status >= 0 && status < own_failure ? status : other_status;
+}
+
+// Prints the answer as it comes. Returns its end.
+Outcome receive_answer(Connection& connection, const std::vector<std::string>& request, AnswerOutput& output) {
+    AnswerTally tally(request);
+    AnswerPrinter printer([&](std::string_view bytes) {
+        tally.print(bytes);
+        output.print(bytes);
+    });
+    const int error = exchange(connection.socket.get(), encode_request(request), printer);
+    std::optional<StatusLine> line = printer.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
+    if (!line) {
+        throw Failure(FailureCode::no_status, explain_missing_status(connection, error));
+    }
+    const int status = line->status;
+    return {.line = std::move(*line), .count = tally.finish(status)};
+}
+
+}  // namespace
+
+int carry_out(const Options& options, AnswerOutput& output, const WriteText& write_error) {
+    remark_on_spelling(options.request, write_error);
+    const auto start = std::chrono::steady_clock::now();
+    output.prepare(describe_request(options));
+    Connection connection = connect_to(options.peer, options.timeout);
+    output.start();
+    Outcome outcome = receive_answer(connection, options.request, output);
+    outcome.elapsed = std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    output.finish(outcome);
+    name_what_failed(outcome, options.format, write_error);
+    return exit_status_of(outcome, options.verdict);
+}

@@ -1,0 +1,248 @@
+// What of an answer failed, and what was not answered.
+#include "request_command/answer_tally.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "request_command/unanswered_directories.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Texts = std::vector<std::string>;
+
+AnswerCount count_of(const Texts& request, const std::string& answer, int status = 0) {
+    AnswerTally tally(request);
+    tally.print(answer);
+    return tally.finish(status);
+}
+
+std::string description_of(const Texts& request, const std::string& answer, int status = 0) {
+    return describe(count_of(request, answer, status));
+}
+
+TEST(AnswerTally, SaysNothingWhenNothingFailed) {
+    EXPECT_EQ(description_of({"ENABLELOGGING", "VMCONF:a", "RK:b"},
+                             "PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\nPROCESS=RK:b STATUS=0 MSG=x\n"),
+              "");
+    EXPECT_EQ(description_of({"FETCHFILE"}, ""), "");
+    EXPECT_EQ(description_of({"CLEANUP", "/a"}, "CLEANUP: Successfully cleaned up /a\n"), "");
+    EXPECT_EQ(description_of({"GETDISKSPACE", "/a"}, "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=2 MB\n"),
+              "");
+}
+
+TEST(AnswerTally, NamesTheItemsThatFailed) {
+    EXPECT_EQ(description_of({"ENABLELOGGING", "VMCONF:a,b,c"},
+                             "PROCESS=VMCONF:a STATUS=5803 MSG=no\nPROCESS=VMCONF:b STATUS=0 MSG=Set debug logging\n"
+                             "PROCESS=VMCONF:c STATUS=-1 MSG=no\n"),
+              "2 of 3 items failed: VMCONF:a, VMCONF:c; 0 things not answered");
+}
+
+TEST(AnswerTally, NamesItemsAlsoWhereTheStatusIsNotZero) {
+    EXPECT_EQ(description_of({"ENABLELOGGING", "FOO:1", "KOB:kob=5"},
+                             "PROCESS=KOB:kob STATUS=256 MSG=failed to change KOB cfg\n", 256),
+              "1 of 1 item failed: KOB:kob; 0 things not answered");
+}
+
+TEST(AnswerTally, NamesTenItemsAtMost) {
+    Texts request = {"ENABLELOGGING"};
+    std::string answer;
+    for (int i = 1; i <= 10; ++i) {
+        request.push_back("VMCONF:" + std::to_string(i));
+        answer += "PROCESS=VMCONF:" + std::to_string(i) + " STATUS=1 MSG=no\n";
+    }
+    const std::string ten =
+        "VMCONF:1, VMCONF:2, VMCONF:3, VMCONF:4, VMCONF:5, VMCONF:6, VMCONF:7, VMCONF:8, VMCONF:9, "
+        "VMCONF:10";
+    EXPECT_EQ(description_of(request, answer), "10 of 10 items failed: " + ten + "; 0 things not answered");
+    answer += "PROCESS=VMCONF:11 STATUS=1 MSG=no\nPROCESS=VMCONF:12 STATUS=0 MSG=Set\n";
+    EXPECT_EQ(description_of(request, answer), "11 of 12 items failed: " + ten + " and 1 more; 0 things not answered");
+}
+
+TEST(AnswerTally, NamesEachCategoryWithoutAnAnswerOnce) {
+    EXPECT_EQ(description_of({"ENABLELOGGING", "FOO:1", "VMCONF:a", "FOO:2", ":x", "BAR:", "KOB"},
+                             "PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\n"),
+              "0 of 1 item failed; 4 things not answered: FOO, \"\", BAR, KOB");
+}
+
+TEST(AnswerTally, CountsNoCategoryWhereTheStatusTellsTheFailure) {
+    EXPECT_EQ(count_of({"ENABLELOGGING", "FOO:1", "VMCONF"}, "", 5822), AnswerCount());
+}
+
+TEST(AnswerTally, TakesALabelWithoutNameForItsCategory) {
+    EXPECT_EQ(description_of({"ENABLELOGGING", "RKPLUGIN:x"},
+                             "PROCESS=RKPLUGIN STATUS=1 MSG=Only 'rkplugin' is valid 'RKPLUGIN' log ID\n"
+                             "PROCESS=RKPLUGIN:x STATUS=0 MSG=Set up x debug logging\n"),
+              "1 of 2 items failed: RKPLUGIN; 0 things not answered");
+    EXPECT_EQ(count_of({"ENABLELOGGING", "RKPLUGIN:x"}, "PROCESS=RKPLUGIN STATUS=1 MSG=no\n").not_answered, 0U);
+}
+
+TEST(AnswerTally, DoesNotTakeOneCategoryForAnother) {
+    EXPECT_EQ(count_of({"ENABLELOGGING", "RK:x"}, "PROCESS=RKPLUGIN:x STATUS=0 MSG=Set\n").unanswered, Texts({"RK"}));
+    EXPECT_EQ(count_of({"ENABLELOGGING", "RKPLUGIN:x"}, "PROCESS=RK:x STATUS=0 MSG=Set\n").unanswered,
+              Texts({"RKPLUGIN"}));
+}
+
+TEST(AnswerTally, CountsAnItemWithoutStatusAsFailed) {
+    EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a"}, "PROCESS=VMCONF:a\n").failed_names, Texts({"VMCONF:a"}));
+    EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a"}, "PROCESS=VMCONF:a STATUS=").failed_names, Texts({"VMCONF:a"}));
+    EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a"}, "PROCESS=VMCONF:a STATUS=00 MSG=").failed, 1U);
+    EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a"}, "PROCESS=VMCONF:a STATUS=0").failed, 0U);
+}
+
+TEST(AnswerTally, IsNotMisledByAStatusInAValue) {
+    EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a STATUS=0 MSG=x"},
+                       "PROCESS=VMCONF:a STATUS=0 MSG=x STATUS=5803 MSG=Could not open\n")
+                  .failed,
+              1U);
+}
+
+TEST(AnswerTally, TakesLinesApartWhereAnAgentsBufferCutThem) {
+    for (const std::size_t length : {1023U, 2047U}) {
+        const std::string cut = "PROCESS=MMLOGDIR:" + std::string(length - 17, 'n');
+        const AnswerCount count =
+            count_of({"ENABLELOGGING", "MMLOGDIR:n", "VMCONF:b"}, cut + cut + "PROCESS=VMCONF:b STATUS=0 MSG=Set\n");
+        EXPECT_EQ(count.items, 3U);
+        EXPECT_THAT(count.failed_names, ElementsAre(cut.substr(8), cut.substr(8)));
+        EXPECT_THAT(count.unanswered, IsEmpty());
+    }
+}
+
+TEST(AnswerTally, FindsAFailureBehindALineThatWasCut) {
+    std::string cut = "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/";
+    cut.resize(1023, 'd');
+    EXPECT_EQ(description_of({"ENABLELOGGING", "ZMLOGDIR:a,b"}, cut + "PROCESS=ZMLOGDIR:b STATUS=1 MSG=Failed\n"),
+              "1 of 2 items failed: ZMLOGDIR:b; 0 things not answered");
+    // Not where a buffer ends: in doubt it is one item, which failed.
+    EXPECT_EQ(count_of({"ENABLELOGGING", "ZMLOGDIR:a,b"}, cut + "xPROCESS=ZMLOGDIR:b STATUS=1 MSG=Failed\n").failed,
+              1U);
+}
+
+TEST(AnswerTally, TakesALineWithoutNewlineToo) {
+    EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a"}, "PROCESS=VMCONF:a STATUS=1 MSG=no").failed, 1U);
+}
+
+TEST(AnswerTally, IsTheSameWhereverTheAnswerIsSplit) {
+    std::string cut = "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/";
+    cut.resize(1023, 'd');
+    const Texts request = {"ENABLELOGGING", "ZMLOGDIR:a,b", "FOO:x"};
+    const std::string answer = "\nPROCESS=ZMLOGDIR:b STATUS=0 MSG=x\n" + cut + "PROCESS=ZMLOGDIR:b STATUS=1 MSG=\nPROC";
+    const AnswerCount whole = count_of(request, answer);
+    for (std::size_t split = 0; split <= answer.size(); ++split) {
+        AnswerTally tally(request);
+        tally.print(answer.substr(0, split));
+        tally.print(answer.substr(split));
+        EXPECT_EQ(tally.finish(0), whole) << split;
+    }
+}
+
+TEST(AnswerTally, CountsCleanUps) {
+    EXPECT_EQ(description_of({"CLEANUP", "/a", "/b", "/c: d", "/e"},
+                             "CLEANUP: Will not clean up unknown location: /a\n"
+                             "CLEANUP: Failed to clean up /b: Directory not empty\n"
+                             "CLEANUP: Failed to clean up /c: d: Directory not empty\n"
+                             "CLEANUP: Successfully cleaned up /e\nCLEANUP: of another form\n"),
+              "4 of 5 items failed: /a, /b, /c: d, of another form; 0 things not answered");
+}
+
+TEST(AnswerTally, CountsCleanUpsOnlyWhereTheyWereAskedFor) {
+    EXPECT_EQ(count_of({"RUNZMSU"}, "CLEANUP: Failed to clean up /b: no\n").items, 0U);
+}
+
+TEST(AnswerTally, CountsNothingThatAToolPrints) {
+    for (const char* word : {"zmsu", "zmcplogs", "ktlogcfg", "versioninfo"}) {
+        EXPECT_EQ(count_of({word}, "PROCESS=VMCONF:a STATUS=1 MSG=no\n"), AnswerCount()) << word;
+    }
+}
+
+TEST(AnswerTally, CountsWhatAnotherHostAnsweredThroughThisOne) {
+    EXPECT_EQ(count_of({"ZMLA", "-H", "inner", "ENABLELOGGING"}, "PROCESS=VMCONF:a STATUS=1 MSG=no\n").failed, 1U);
+}
+
+TEST(AnswerTally, CountsARequestWithoutArgumentsAsOneThing) {
+    for (const char* word : {"ENABLELOGGING", "DISABLELOGGING", "RESETLOGGING", "GETDISKSPACE", "CLEANUP"}) {
+        EXPECT_EQ(description_of({word}, ""),
+                  "0 of 0 items failed; 1 thing not answered: " + std::string(word) + " without an argument");
+    }
+}
+
+constexpr const char* space_of_a = "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=2 MB\n";
+
+TEST(AnswerTally, NamesDirectoriesWithoutSpaceWhateverTheStatus) {
+    for (const int status : {0, 5784}) {
+        EXPECT_EQ(description_of({"GETDISKSPACE", "/x/y/z", "/a", "/b/c/d"}, space_of_a, status),
+                  "0 of 0 items failed; 2 things not answered: /x/y/z, /b/c/d");
+    }
+}
+
+TEST(AnswerTally, SaysWhenItDoesNotKnowWhichDirectoryIsMissing) {
+    EXPECT_EQ(description_of({"GETDISKSPACE", "/a/x", "/a/y", "/b/c/d"}, space_of_a),
+              "0 of 0 items failed; 2 things not answered, the answer does not say which of: /a/x, /a/y, /b/c/d");
+}
+
+TEST(AnswerTally, TakesASpaceThatWasCutForNone) {
+    EXPECT_EQ(count_of({"GETDISKSPACE", "/a"}, "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=").not_answered, 1U);
+    EXPECT_EQ(count_of({"GETDISKSPACE", "/a"}, "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1").not_answered, 1U);
+    EXPECT_EQ(count_of({"GETDISKSPACE", "/a"}, "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOT").not_answered, 0U);
+}
+
+TEST(AnswerTally, FindsASpaceBehindOneThatWasCut) {
+    const std::string cut = "CALCLOGSIZE: TARGET_DIR=/" + std::string(1023 - 25, 'd');
+    EXPECT_EQ(count_of({"GETDISKSPACE", "/d", "/a"}, cut + space_of_a).unanswered, Texts({"/d"}));
+}
+
+TEST(AnswerTally, BelievesNoAnswerToAnArgumentWithANewline) {
+    EXPECT_EQ(count_of({"ENABLELOGGING", "RK:spoold=a\nPROCESS=FOO:x STATUS=0 MSG=b", "FOO:x"},
+                       "PROCESS=RK:spoold STATUS=0 MSG=Set debug logging 'a\nPROCESS=FOO:x STATUS=0 MSG=b'\n")
+                  .unanswered,
+              Texts({"RK", "FOO"}));
+    EXPECT_EQ(count_of({"GETDISKSPACE", "/missing/a\nCALCLOGSIZE: TARGET_DIR=/b FREE_SPACE=1 MB"},
+                       "CALCLOGSIZE: TARGET_DIR=/missing/a\nCALCLOGSIZE: TARGET_DIR=/b FREE_SPACE=1 MB FREE_SPACE=3 MB "
+                       "TOTAL_SPACE=4 MB\n")
+                  .not_answered,
+              1U);
+    EXPECT_EQ(count_of({"CLEANUP", "/a\nCLEANUP: Successfully cleaned up b"},
+                       "CLEANUP: Will not clean up unknown location: /a\nCLEANUP: Successfully cleaned up b\n")
+                  .failed,
+              1U);
+}
+
+TEST(AnswerTally, ShowsNoControlCharacters) {
+    EXPECT_EQ(description_of({"ENABLELOGGING", "a\x1b[2J\\:x", "VMCONF:\xc2\x9b\xff"},
+                             "PROCESS=VMCONF:\xc2\x9b\xff STATUS=1 MSG=no\n"),
+              "1 of 1 item failed: VMCONF:\\xc2\\x9b\\xff; 1 thing not answered: a\\x1b[2J\\\\");
+}
+
+TEST(AnswerTally, LooksOnlyAtTheBeginningOfAVeryLongLine) {
+    EXPECT_EQ(count_of({"ZMLA"}, "PROCESS=A:x STATUS=0 MSG=" + std::string(100'000, 'y') + " STATUS=1 \nPROCESS=B:y\n"),
+              (AnswerCount{.items = 2, .failed = 1, .failed_names = {"B:y"}, .not_answered = 0, .unanswered = {}}));
+}
+
+struct DirectoryCase {
+    Texts asked;
+    Texts measured;
+    Texts unanswered;
+};
+
+const std::vector<DirectoryCase> directory_cases = {
+    {{"/a"}, {}, {"/a"}},
+    {{"/a", "/b"}, {"/a", "/b"}, {}},
+    {{"/a/", "/b"}, {"/a"}, {"/b"}},
+    {{"/", "/b"}, {"/"}, {"/", "/b"}},  // "/" is the parent of "/b"
+    {{"/b/c", "/"}, {"/b"}, {"/"}},
+    {{"x", "/b"}, {"."}, {"/b"}},
+    {{"/a", "/a"}, {"/a"}, {"/a", "/a"}},
+    {{"/a", "/b", "/c"}, {"/b"}, {"/a", "/c"}},
+    {{"/a", "/b"}, {"/elsewhere"}, {"/a", "/b"}},
+    {{"/a", "/p/x", "/b", "/p/y"}, {"/p", "/b"}, {"/a", "/p/y"}},
+    {{"/p/x", "/p/y", "/b"}, {"/p", "/b"}, {"/p/x", "/p/y"}},
+};
+
+TEST(UnansweredDirectories, AreThoseThatTheOrderOfTheAnswersLeavesOut) {
+    for (const DirectoryCase& row : directory_cases) {
+        EXPECT_EQ(unanswered_directories(row.asked, row.measured), row.unanswered) << row.asked.front();
+    }
+}
+
+}  // namespace
