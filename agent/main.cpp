@@ -1,5 +1,6 @@
 // zmlogadmagent: one process, one connection on descriptor 0, one request.
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <cstdlib>
 
 #include "agent/globals.h"
+#include "agent/inherited_descriptors.h"
 #include "agent/process_setup.h"
 #include "agent/request_framing.h"
 #include "agent/request_vector.h"
@@ -33,13 +35,15 @@ Descriptor take_over_socket() {
     if (redirect_fd(STDERR_FILENO) != 0) {
         exit(exit_status::stderr_not_redirected);
     }
+    // Not fcntl's F_DUPFD_CLOEXEC: the exit status reports the failure of dup.
     Descriptor socket(dup(STDIN_FILENO));
     if (!socket.valid()) {
         exit(exit_status::socket_not_duplicated);
     }
     // What a program that the agent runs inherits is decided where it is run: neither the socket as such, nor what the
     // network service left open.
-    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
+    keep_descriptors_from_programs(STDERR_FILENO + 1);
     if (redirect_fd(STDIN_FILENO) != 0) {
         exit(exit_status::stdin_not_redirected);
     }

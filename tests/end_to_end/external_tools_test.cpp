@@ -144,14 +144,6 @@ TEST_F(ExternalTool, InheritsTheStandardStreamsAndTheSocketAlone) {
     EXPECT_EQ(run_agent({"zmsu"}).output(), "0 1 2 3 \n\n");
 }
 
-TEST_F(ExternalTool, DoesNotInheritWhatTheAgentWasStartedWith) {
-    install_tool(zmsu_tool, {stand_in::print_descriptors()});
-    AgentOptions options;
-    options.extra_descriptors = {3, 4, 7, 20, 100};
-    // The socket's duplicate is the first free number.
-    EXPECT_EQ(run_agent({"zmsu"}, options).output(), "0 1 2 5 \n\n");
-}
-
 TEST_F(ExternalTool, HasThePeersSocketForItsStreams) {
     install_tool(zmsu_tool,
                  {stand_in::run("for fd in 0 1 2; do [ /proc/$$/fd/$fd -ef /proc/$$/fd/3 ] && echo $fd; done")});

@@ -4,6 +4,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sched.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -105,6 +106,20 @@ void arrange_descriptors(int socket, const AgentOptions& options) {
     }
 }
 
+// In a mount namespace of this process's own.
+void empty_folder(const std::string& folder) {
+    check(unshare(CLONE_NEWNS), "mount namespace");
+    check(mount("none", folder.c_str(), "tmpfs", 0, nullptr), "empty a folder");
+}
+
+// For this process and its children.
+void limit(__rlimit_resource resource, std::optional<rlim_t> most) {
+    if (most.has_value()) {
+        const rlimit value = {.rlim_cur = *most, .rlim_max = *most};
+        check(setrlimit(resource, &value), "limit");
+    }
+}
+
 [[noreturn]] void become_agent(int socket, const AgentOptions& options) {
     std::vector<std::string> environment = environment_of(options);
     std::vector<std::string> arguments = {inside_path(ZMLA_AGENT_FILE)};
@@ -113,16 +128,17 @@ void arrange_descriptors(int socket, const AgentOptions& options) {
     if (options.user != 0) {
         become_user(options.user);
     }
+    if (!options.emptied_folder.empty()) {
+        empty_folder(options.emptied_folder);
+    }
     check(chdir(options.working_folder.c_str()), "change the working folder");
     umask(options.creation_mask);
     for (const int number : options.ignored_signals) {
         signal(number, SIG_IGN);
     }
     arrange_descriptors(socket, options);
-    if (options.descriptor_limit.has_value()) {
-        const rlimit limit = {.rlim_cur = *options.descriptor_limit, .rlim_max = *options.descriptor_limit};
-        check(setrlimit(RLIMIT_NOFILE, &limit), "descriptor limit");
-    }
+    limit(RLIMIT_NOFILE, options.descriptor_limit);
+    limit(RLIMIT_FSIZE, options.file_size_limit);
     std::for_each(options.refused_calls.begin(), options.refused_calls.end(), refuse);
     execve(argument_pointers[0], argument_pointers.data(), environment_pointers.data());
     throw std::system_error(errno, std::generic_category(), arguments[0]);

@@ -40,6 +40,9 @@ struct AgentOptions {
     // Numbers of further descriptors that are open.
     std::vector<int> extra_descriptors;
     std::optional<rlim_t> descriptor_limit;
+    std::optional<rlim_t> file_size_limit;
+    // A folder that is empty for the agent and its tools.
+    std::string emptied_folder;
     // The number that the user of agent and peer has: another one than 0 makes the peer an ordinary user.
     uid_t user = 0;
     std::vector<RefusedCall> refused_calls;

@@ -36,14 +36,10 @@ std::string print_arguments() {
     return "printf '[%s]\\n' \"$0\" \"$@\"";
 }
 
-// The descriptor from which the shell reads the script itself is not the tool's.
+// By trying each number, which works without /proc too. The shell's own descriptors do not reach what it starts.
 std::string print_descriptors() {
-    return R"(number=0
-while [ $number -lt 256 ]; do
-    if [ -e /proc/$$/fd/$number ] && ! [ /proc/$$/fd/$number -ef "$0" ]; then printf '%s ' $number; fi
-    number=$((number + 1))
-done
-echo)";
+    return "perl -MPOSIX -e 'for (0 .. 255) { my $copy = dup($_); defined($copy) && print(\"$_ \") && "
+           "POSIX::close($copy) }'\necho";
 }
 
 std::string print_variable(const std::string& name) {

@@ -81,6 +81,7 @@ TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
                             "open /dev/null",
                             "dup2 " + socket + " 2",
                             "dup 0",
+                            "fcntl " + socket + " " + number(F_SETFD) + " " + number(FD_CLOEXEC),
                             "open /dev/null",
                             "dup2 " + number(next + 1) + " 0",
                             "ZM_read_master_config",
