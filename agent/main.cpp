@@ -125,6 +125,7 @@ int main() {
     umask(022);
     mywinsock_start();
     const Descriptor socket = take_over_socket();
+    survive_file_size_limit();
     read_configuration_and_open_log();
     signal(SIGPIPE, SIG_IGN);  // a closed peer is an error of the write, not the end of the process
     signal(SIGCHLD, SIG_DFL);  // a service that ignores its children must not make the agent lose its own

@@ -7,6 +7,10 @@
 // Initialises the network library where that is needed; on Linux it is not.
 void mywinsock_start();
 
+// Makes a write beyond a limit of file sizes fail with EFBIG, where SIGXFSZ would end the process. Programs that this
+// process starts have the signal's default again.
+void survive_file_size_limit();
+
 // Points descriptor `fd` at "/dev/null". Returns 0, or -1 when "/dev/null" could not be opened or `fd` was
 // closed: the agent insists that its standard descriptors were open. A failing dup2 is logged only.
 int redirect_fd(int fd);
