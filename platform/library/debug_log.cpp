@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -6,9 +7,11 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/posix.h"
 #include "platform/runtime.h"
@@ -17,45 +20,107 @@ namespace {
 
 constexpr mode_t folder_mode = 0755;
 
-Descriptor debug_log;
+// What a line or a message longer than that is costs an allocation.
+constexpr std::size_t usual_length = 2048;
 
-tm local_time(const timespec& now) {
+struct DebugLog {
+    Descriptor file;
+    // Whether the last line is known to have no newline: a full disk has cut it, or the end of its process.
+    bool is_torn = false;
+    // The second that the last message was written in, and its "HH:MM:SS".
+    time_t second = -1;
+    std::array<char, 16> time_of_day{};
+    // This process, once it has written a message.
+    pid_t process = 0;
+};
+
+DebugLog debug_log;
+
+tm local_time(time_t second) {
     tm local{};
-    localtime_r(&now.tv_sec, &local);
+    localtime_r(&second, &local);
     return local;
+}
+
+timespec time_now() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now;
+}
+
+const char* time_of_day(time_t second) {
+    if (second != debug_log.second) {
+        const tm local = local_time(second);
+        strftime(debug_log.time_of_day.data(), debug_log.time_of_day.size(), "%H:%M:%S", &local);
+        debug_log.second = second;
+    }
+    return debug_log.time_of_day.data();
+}
+
+// Asks the system once in each process.
+pid_t this_process() {
+    static const bool child_asks_again = pthread_atfork(nullptr, nullptr, [] { debug_log.process = 0; }) == 0;
+    if (debug_log.process == 0 || !child_asks_again) {
+        debug_log.process = getpid();
+    }
+    return debug_log.process;
 }
 
 // A line of the log on the way there.
 class Line {
   public:
-    void append_head(int level) {
-        timespec now{};
-        clock_gettime(CLOCK_REALTIME, &now);
-        const tm local = local_time(now);
-        std::array<char, 64> head;
-        snprintf(head.data(), head.size(), "%02d:%02d:%02d.%03d [%d] <%d> ", local.tm_hour, local.tm_min, local.tm_sec,
-                 static_cast<int>(now.tv_nsec / 1'000'000), getpid(), level);
-        text_ += head.data();
+    [[nodiscard]] std::string_view text() const {
+        return longer_.empty() ? std::string_view(usual_.data(), length_) : std::string_view(longer_);
     }
 
-    void append(std::string_view text) { text_ += text; }
+    void append(std::string_view text) {
+        if (longer_.empty() && text.size() <= usual_.size() - length_) {
+            memcpy(usual_.data() + length_, text.data(), text.size());
+            length_ += text.size();
+            return;
+        }
+        if (longer_.empty()) {
+            longer_.assign(usual_.data(), length_);
+        }
+        longer_ += text;
+    }
+
+    void append_head(int level) {
+        const timespec now = time_now();
+        std::array<char, 64> head;
+        const int milliseconds = static_cast<int>(now.tv_nsec / 1'000'000);
+        snprintf(head.data(), head.size(), "%s.%03d [%d] <%d> ", time_of_day(now.tv_sec), milliseconds, this_process(),
+                 level);
+        append(head.data());
+    }
 
     // Whatever a peer sends, it does not become two lines or an escape sequence of somebody's terminal.
     void append_escaped(std::string_view text) {
-        const char* rest = text.data();
-        const char* const end = rest + text.size();
-        for (const char* byte = rest; byte != end; ++byte) {
-            if (must_be_escaped(*byte)) {
-                text_.append(rest, byte);
-                append_escape(*byte);
-                rest = byte + 1;
+        std::size_t rest = 0;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            if (must_be_escaped(text[i])) {
+                append(text.substr(rest, i - rest));
+                append_escape(text[i]);
+                rest = i + 1;
             }
         }
-        text_.append(rest, end);
+        append(text.substr(rest));
     }
 
-    // A single write, so lines of processes that share the log do not mix; if it fails there is nobody to tell.
-    void write_to(int fd) const { (void)!write(fd, text_.data(), text_.size()); }
+    void append_message(const char* format, va_list arguments) {
+        std::array<char, usual_length> usual;
+        va_list again;
+        va_copy(again, arguments);
+        const int length = vsnprintf(usual.data(), usual.size(), format, arguments);
+        if (length >= 0 && static_cast<std::size_t>(length) < usual.size()) {
+            append_escaped({usual.data(), static_cast<std::size_t>(length)});
+        } else if (length >= 0) {
+            std::string longer(static_cast<std::size_t>(length), '\0');
+            vsnprintf(longer.data(), longer.size() + 1, format, again);
+            append_escaped(longer);
+        }
+        va_end(again);
+    }
 
   private:
     static bool must_be_escaped(char byte) {
@@ -67,37 +132,38 @@ class Line {
         constexpr std::string_view digits = "0123456789abcdef";
         const auto value = static_cast<unsigned char>(byte);
         if (byte == '\\') {
-            text_ += "\\\\";
+            append("\\\\");
         } else if (byte == '\n') {
-            text_ += "\\n";
+            append("\\n");
         } else if (byte == '\r') {
-            text_ += "\\r";
+            append("\\r");
         } else if (byte == '\t') {
-            text_ += "\\t";
+            append("\\t");
         } else {
-            text_ += "\\x";
-            text_ += digits[value / 16];
-            text_ += digits[value % 16];
+            append("\\x");
+            append(digits.substr(value / 16, 1));
+            append(digits.substr(value % 16, 1));
         }
     }
 
-    std::string text_;
+    std::array<char, usual_length> usual_;
+    std::size_t length_ = 0;
+    std::string longer_;  // the whole line, when it is longer than usual
 };
 
-std::string format_message(const char* format, va_list arguments) {
-    std::array<char, 512> buffer;
-    va_list again;
-    va_copy(again, arguments);
-    const int length = vsnprintf(buffer.data(), buffer.size(), format, arguments);
-    std::string message;
-    if (length >= 0 && static_cast<std::size_t>(length) < buffer.size()) {
-        message.assign(buffer.data(), static_cast<std::size_t>(length));
-    } else if (length >= 0) {
-        message.resize(static_cast<std::size_t>(length));
-        vsnprintf(message.data(), message.size() + 1, format, again);
+// With a single write, so that lines of processes that share the log do not mix. If it fails there is nobody to tell.
+void write_to_log(std::string_view line) {
+    const ssize_t count = write(debug_log.file.get(), line.data(), line.size());
+    if (count > 0) {
+        debug_log.is_torn = line[static_cast<std::size_t>(count) - 1] != '\n';
     }
-    va_end(again);
-    return message;
+}
+
+std::string log_name() {
+    const tm local = local_time(time_now().tv_sec);
+    std::array<char, 64> name;
+    strftime(name.data(), name.size(), "log.%Y%m%d", &local);
+    return name.data();
 }
 
 // Returns the descriptor under a number that is none of the standard ones, also when one of these was free.
@@ -108,38 +174,56 @@ Descriptor away_from_standard_streams(Descriptor file) {
     return Descriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
+// A line that another process could not finish. Where two processes find it, an empty line follows it.
+bool ends_in_torn_line(const Descriptor& file, off_t size) {
+    char last = '\n';
+    return size > 0 && pread(file.get(), &last, 1, size - 1) == 1 && last != '\n';
+}
+
+Descriptor open_log(const std::string& path, mode_t mode) {
+    // Non-blocking: whatever has the name, the log must not wait for a reader of it.
+    constexpr int flags = O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    struct stat state {};
+    const bool is_file = stat(path.c_str(), &state) == 0 && S_ISREG(state.st_mode);
+    // To be read as well, for its end. Nothing but a file: a FIFO or a device can behave differently then.
+    Descriptor file(is_file ? open(path.c_str(), O_RDWR | flags) : -1);
+    debug_log.is_torn = file.valid() && ends_in_torn_line(file, state.st_size);
+    if (!file.valid()) {
+        file.reset(open(path.c_str(), O_WRONLY | O_CREAT | flags, mode));
+    }
+    return away_from_standard_streams(std::move(file));
+}
+
 }  // namespace
 
 int open_debug_log(const char* root, const char* program, const char*, int mode, int*) {
     const std::string folder = std::string(root) + "/" + program;
-    mkdir(folder.c_str(), folder_mode);  // it may be there; if it could not be made, opening the file tells
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    const tm local = local_time(now);
-    std::array<char, 64> name;
-    strftime(name.data(), name.size(), "/log.%Y%m%d", &local);
-    const std::string path = folder + name.data();
-    // Non-blocking: whatever has the name, the log must not wait for a reader of it.
-    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    debug_log = away_from_standard_streams(Descriptor(open(path.c_str(), flags, static_cast<mode_t>(mode))));
-    return debug_log.get();
+    const std::string path = folder + "/" + log_name();
+    debug_log.file = open_log(path, static_cast<mode_t>(mode));
+    if (!debug_log.file.valid() && errno == ENOENT) {
+        mkdir(folder.c_str(), folder_mode);  // if it could not be made, opening the file tells
+        debug_log.file = open_log(path, static_cast<mode_t>(mode));
+    }
+    return debug_log.file.get();
 }
 
 void logmsgf(int level, const char* tag, const char* format, ...) {
-    if (!debug_log.valid()) {
+    if (!debug_log.file.valid()) {
         return;
     }
     const int error = errno;
-    va_list arguments;
-    va_start(arguments, format);
-    const std::string message = format_message(format, arguments);
-    va_end(arguments);
     Line line;
+    if (debug_log.is_torn) {
+        line.append("\n");
+    }
     line.append_head(level);
     line.append_escaped(tag == nullptr ? "" : tag);
     line.append(": ");
-    line.append_escaped(message);
+    va_list arguments;
+    va_start(arguments, format);
+    line.append_message(format, arguments);
+    va_end(arguments);
     line.append("\n");
-    line.write_to(debug_log.get());
+    write_to_log(line.text());
     errno = error;
 }

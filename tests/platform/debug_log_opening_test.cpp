@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <ctime>
+#include <string>
 
 #include "platform/runtime.h"
 #include "tests/platform/child_process.h"
@@ -103,6 +104,59 @@ TEST_F(DebugLogOpening, KeepsWhatTheFileHolds) {
     const std::string log = read_file(log_);
     EXPECT_TRUE(log.starts_with("earlier\n12:00:00.000 [")) << log;
     EXPECT_TRUE(log.ends_with("] <16> t: m\n")) << log;
+}
+
+TEST_F(DebugLogOpening, BeginsANewLineAfterOneThatAnotherProcessCouldNotFinish) {
+    for (const std::string before : {"x", "whole\nto", "whole\n\n\\"}) {
+        write_file(log_, before);
+        EXPECT_TRUE(succeeds_in_child([&] {
+            set_time_zone("UTC0");
+            ASSERT_NE(open_log(), -1);
+            logmsgf(log_level::error, "t", "first");
+            logmsgf(log_level::error, "t", "second");
+        }));
+        const std::string log = read_file(log_);
+        EXPECT_TRUE(log.starts_with(before + "\n12:00:00.000 [")) << log;
+        EXPECT_NE(log.find("] <16> t: first\n12:00:00.000 ["), std::string::npos) << log;
+        EXPECT_TRUE(log.ends_with("] <16> t: second\n")) << log;
+    }
+}
+
+// Another process has begun a new line first, and nothing of it is lost.
+TEST_F(DebugLogOpening, KeepsWhatOthersWroteAfterATornLine) {
+    write_file(log_, "torn");
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        ASSERT_NE(open_log(), -1);
+        write_file(log_, "torn\nanother's\n");
+        logmsgf(log_level::error, "t", "m");
+    }));
+    const std::string log = read_file(log_);
+    EXPECT_TRUE(log.starts_with("torn\nanother's\n\n12:00:00.000 [")) << log;
+}
+
+TEST_F(DebugLogOpening, NeedsNoRightToRead) {
+    write_file(log_, "earlier\n");
+    set_mode(log_, 0200);
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        give_up_file_rights();
+        ASSERT_NE(open_log(), -1);
+        logmsgf(log_level::error, "t", "m");
+    }));
+    set_mode(log_, 0600);
+    EXPECT_TRUE(read_file(log_).starts_with("earlier\n12:00:00.000 ["));
+}
+
+// Older kernels make a terminal that is opened to write the controlling one of the process, unless the flag forbids it.
+TEST_F(DebugLogOpening, TakesNoTerminal) {
+    EXPECT_TRUE(succeeds_in_child([&] {
+        set_time_zone("UTC0");
+        for (const char* log : {"a new one", "one that is there"}) {
+            ASSERT_NE(open_log(), -1);
+            EXPECT_NE(system_calls::opening_flags.at(log_) & O_NOCTTY, 0) << log;
+        }
+    }));
 }
 
 TEST_F(DebugLogOpening, CreatesTheFileWithTheModeLessTheUmask) {

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <functional>
+#include <regex>
+#include <vector>
 
 #include "platform/runtime.h"
 #include "tests/platform/child_process.h"
@@ -82,6 +85,43 @@ TEST_F(DebugLog, WritesThePidOfTheProcess) {
     EXPECT_EQ(std::to_string(lines[0].pid), lines[0].text);
 }
 
+TEST_F(DebugLog, WritesThePidOfAChildToo) {
+    const std::string log = debug_log_of([] {
+        const auto log_process = [] { logmsgf(log_level::detail, "pid", "%d", getpid()); };
+        log_process();
+        ChildProcess child([&] {
+            log_process();
+            ChildProcess grandchild(log_process);
+            EXPECT_EQ(grandchild.wait(), 0);
+        });
+        EXPECT_EQ(child.wait(), 0);
+        log_process();
+    });
+    const std::vector<LogLine> lines = parse_debug_log(log);
+    ASSERT_EQ(lines.size(), 4U);
+    for (const LogLine& line : lines) {
+        EXPECT_EQ(std::to_string(line.pid), line.text);
+    }
+    EXPECT_NE(lines[1].pid, lines[2].pid);
+}
+
+TEST_F(DebugLog, WritesTheTimeOfEachMessage) {
+    std::string log = debug_log_of([] {
+        setenv("TZ", "UTC0", 1);
+        tzset();
+        for (const timespec& now : {timespec{59, 0}, timespec{59, 999'000'000}, timespec{60, 1'000'000},
+                                    timespec{86'399, 0}, timespec{59, 2'000'000}}) {
+            faults.time_of_day = now;
+            logmsgf(log_level::detail, "t", "m");
+        }
+    });
+    std::string times;
+    for (; !log.empty(); log.erase(0, log.find('\n') + 1)) {
+        times += log.substr(0, log.find('['));
+    }
+    EXPECT_EQ(times, "00:00:59.000 00:00:59.999 00:01:00.001 23:59:59.000 00:00:59.002 ");
+}
+
 TEST_F(DebugLog, FillsTheTimeUpWithZeros) {
     faults.time_of_day = timespec{3723, 4'000'000};
     const std::string log = debug_log_of([] {
@@ -157,6 +197,21 @@ TEST_F(DebugLog, CutsNoMessage) {
     }
 }
 
+// Around the length of which a line is short enough for the stack, too.
+TEST_F(DebugLog, CutsNoMessageOfAnyLengthNorAnEscape) {
+    constexpr std::size_t lengths = 2100;
+    const std::string log = debug_log_of([] {
+        for (std::size_t length = 0; length < lengths; ++length) {
+            logmsgf(log_level::information, "t", "%s\t", std::string(length, 'x').c_str());
+        }
+    });
+    const std::vector<LogLine> lines = parse_debug_log(log);
+    ASSERT_EQ(lines.size(), lengths);
+    for (std::size_t length = 0; length < lengths; ++length) {
+        EXPECT_EQ(lines[length].text, std::string(length, 'x') + "\\t");
+    }
+}
+
 TEST_F(DebugLog, CutsNoTag) {
     const std::string tag(100'000, 't');
     EXPECT_TRUE(line_with_tag(tag.c_str()) == "<4> " + tag + ": text");
@@ -206,4 +261,78 @@ TEST_F(DebugLog, KeepsLinesOfProcessesThatShareItApart) {
     const std::vector<LogLine> lines = parse_debug_log(log);
     EXPECT_EQ(lines.size(), 100U);
     EXPECT_TRUE(std::all_of(lines.begin(), lines.end(), [&](const LogLine& line) { return line.text == text; }));
+}
+
+namespace {
+
+// What a disk takes of a message: so many bytes, and then none when there is an error.
+void log_message(const char* text, std::size_t longest_write, int error = 0) {
+    faults.longest_write = longest_write;
+    faults.file_not_written = error;
+    logmsgf(log_level::error, "t", "%s", text);
+    faults.longest_write = 0;
+    faults.file_not_written = 0;
+}
+
+// The log of these messages, without what is before the level.
+std::string log_of(const std::function<void()>& messages) {
+    const std::string log = debug_log_of([&] {
+        faults.time_of_day = timespec{0, 0};
+        setenv("TZ", "UTC0", 1);
+        tzset();
+        messages();
+    });
+    return std::regex_replace(log, std::regex("00:00:00\\.000 \\[\\d+\\] "), "");
+}
+
+constexpr std::size_t all = 0;
+constexpr std::size_t up_to_the_time = 13;
+
+}  // namespace
+
+TEST_F(DebugLog, BeginsANewLineAfterOneThatWasCut) {
+    EXPECT_EQ(log_of([] {
+                  log_message("whole", all);
+                  log_message("cut", up_to_the_time);
+                  log_message("next", all);
+                  log_message("last", all);
+              }),
+              "<16> t: whole\n00:00:00.000 \n<16> t: next\n<16> t: last\n");
+}
+
+TEST_F(DebugLog, BeginsANewLineInTheSameWrite) {
+    debug_log_of([] {
+        log_message("cut", up_to_the_time);
+        int writes = 0;
+        faults.before_call = [&writes](const std::string& call) { writes += call == "write" ? 1 : 0; };
+        log_message("next", all);
+        EXPECT_EQ(writes, 1);
+    });
+}
+
+TEST_F(DebugLog, BeginsANewLineOnceThereIsRoom) {
+    EXPECT_EQ(log_of([] {
+                  log_message("cut", up_to_the_time);
+                  log_message("lost", all, ENOSPC);
+                  log_message("lost", all, ENOSPC);
+                  log_message("next", all);
+              }),
+              "00:00:00.000 \n<16> t: next\n");
+}
+
+TEST_F(DebugLog, BeginsNoNewLineTwice) {
+    EXPECT_EQ(log_of([] {
+                  log_message("cut", up_to_the_time);
+                  log_message("only its newline finds room", 1);
+                  log_message("next", all);
+              }),
+              "00:00:00.000 \n<16> t: next\n");
+}
+
+TEST_F(DebugLog, BeginsNoNewLineAfterAMessageThatWasLostWhole) {
+    EXPECT_EQ(log_of([] {
+                  log_message("lost", all, ENOSPC);
+                  log_message("next", all);
+              }),
+              "<16> t: next\n");
 }

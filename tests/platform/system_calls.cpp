@@ -1,5 +1,6 @@
 #include "tests/platform/system_calls.h"
 
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstring>
 #include <utility>
 
@@ -18,10 +20,12 @@ namespace system_calls {
 
 Faults faults;
 std::vector<std::string> journal;
+std::map<std::string, int> opening_flags;
 
 void reset() {
     faults = Faults();
     journal.clear();
+    opening_flags.clear();
 }
 
 namespace {
@@ -93,6 +97,7 @@ steady_clock::time_point wrapped_steady_now() {
 
 extern "C" {
 
+int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int fd, void* bytes, size_t count);
 ssize_t __real_write(int fd, const void* bytes, size_t count);
 ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
@@ -116,7 +121,16 @@ int __real_getifaddrs(ifaddrs** list);
 int __real_gethostname(char* name, size_t size);
 ssize_t __real_getrandom(void* bytes, size_t count, unsigned flags);
 
-// Reading and writing.
+// Opening, reading and writing.
+
+int __wrap_open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    system_calls::opening_flags[path] = flags;
+    return __real_open(path, flags, mode);
+}
 
 ssize_t __wrap_read(int fd, void* bytes, size_t count) {
     record("read");

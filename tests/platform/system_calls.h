@@ -9,6 +9,7 @@
 #include <ctime>
 #include <deque>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -91,6 +92,9 @@ extern Faults faults;
 // Calls that touch files, in their order: "read", "write", "flush file", "flush folder", "rename", "lock",
 // "give owner", "give mode", "give attribute NAME". Reads and writes in a row are one.
 extern std::vector<std::string> journal;
+
+// The flags with which a file was opened last, by its path.
+extern std::map<std::string, int> opening_flags;
 
 // Lets everything through again and empties the journal.
 void reset();
