@@ -62,7 +62,8 @@ class Replacement {
         : folder_path_(target.substr(0, target.rfind('/') + 1)), name_(target.substr(folder_path_.size())) {}
 
     int read_old(std::string& text) {
-        folder_.reset(open(folder_path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        // For names in it alone, which takes no right to read it: a text that stays as it is needs none.
+        folder_.reset(open(folder_path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
         if (!folder_.valid()) {
             return errno;
         }
@@ -78,7 +79,16 @@ class Replacement {
     }
 
     int replace(const std::string& text) {
-        int error = write_new(text);
+        // Before anything is written, for a change in a folder that cannot be flushed is not safe.
+        const Descriptor flushable(openat(folder_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!flushable.valid()) {
+            return errno;
+        }
+        Descriptor file;
+        if (const int error = create_new(file)) {
+            return error;
+        }
+        int error = fill_new(file.get(), text);
         if (error == 0 && renameat(folder_.get(), new_name_.c_str(), folder_.get(), name_.c_str()) != 0) {
             error = errno;
         }
@@ -86,24 +96,55 @@ class Replacement {
             unlinkat(folder_.get(), new_name_.c_str(), 0);
             return error;
         }
-        return fsync(folder_.get()) == 0 ? 0 : errno;
+        return fsync(flushable.get()) == 0 ? 0 : errno;
     }
 
   private:
-    // The lock makes a fixed name safe, and a fixed name lets the next rewrite clear away what a crash left.
-    int write_new(const std::string& text) {
-        if (unlinkat(folder_.get(), new_name_.c_str(), 0) != 0 && errno != ENOENT) {
+    // The lock makes a fixed name safe, and a fixed name lets the next rewrite clear away what a crash left. EEXIST
+    // means that something else has the name, and nothing but that: the status texts rely on it.
+    int create_new(Descriptor& file) const {
+        file = open_new();
+        if (!file.valid() && errno == EEXIST) {
+            if (const int error = remove_leftover()) {
+                return error;
+            }
+            file = open_new();
+        }
+        return file.valid() ? 0 : errno;
+    }
+
+    [[nodiscard]] Descriptor open_new() const {
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+        return Descriptor(openat(folder_.get(), new_name_.c_str(), flags, private_mode));
+    }
+
+    [[nodiscard]] int remove_leftover() const {
+        struct stat state {};
+        if (fstatat(folder_.get(), new_name_.c_str(), &state, AT_SYMLINK_NOFOLLOW) != 0) {
             return errno;
         }
-        const Descriptor file(
-            openat(folder_.get(), new_name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, private_mode));
-        if (!file.valid() || !write_all(file.get(), text)) {
+        if (!is_leftover(state)) {
+            return EEXIST;
+        }
+        return unlinkat(folder_.get(), new_name_.c_str(), 0) == 0 ? 0 : errno;
+    }
+
+    // Whether a rewrite can have made it: a private file, which may already have got the owner or the mode.
+    [[nodiscard]] bool is_leftover(const struct stat& state) const {
+        const mode_t permissions = state.st_mode & ACCESSPERMS;
+        const bool has_mode = permissions == private_mode || permissions == (old_state_.st_mode & ACCESSPERMS);
+        const bool has_owner = state.st_uid == geteuid() || state.st_uid == old_state_.st_uid;
+        return S_ISREG(state.st_mode) && state.st_nlink == 1 && has_mode && has_owner;
+    }
+
+    int fill_new(int file, const std::string& text) const {
+        if (!write_all(file, text)) {
             return errno;
         }
-        if (const int error = take_over_state(file.get())) {
+        if (const int error = take_over_state(file)) {
             return error;
         }
-        return fsync(file.get()) == 0 ? 0 : errno;
+        return fsync(file) == 0 ? 0 : errno;
     }
 
     // The owner first: changing it can clear bits of the mode and attributes.

@@ -16,7 +16,8 @@ using Edit = std::function<std::optional<std::string>(const std::string& old_tex
 // flushed to the disk, renamed over the old one, and the folder is flushed. So the name holds the whole old or the
 // whole new text at any moment, and no writer that keeps to the lock loses another's change.
 // Returns 0, or an error number; then nothing but the lock file is left behind, and the old text stands unless
-// flushing the folder was what failed.
+// flushing the folder was what failed. EEXIST says that something which no rewrite made has the name of the new file,
+// ".NAME.new"; it is left.
 [[nodiscard]] int rewrite_file(const std::string& path, const Edit& edit);
 
 }  // namespace platform_library

@@ -1,4 +1,5 @@
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -44,6 +45,11 @@ constexpr std::array catalogue = {
     StatusText{own::peer_not_examined, "the connection's peer could not be identified"},
     StatusText{own::logging_store_not_read, "the product's unified logging store could not be read"},
     StatusText{own::logging_level_not_valid, "the originator's entry in the unified logging store is not a number"},
+    // The system's own text of EEXIST would not say which file.
+    StatusText{
+        own::configuration_not_updated + EEXIST,
+        "the main configuration qr.conf could not be updated (6017): something else has the name of its new file, "
+        ".qr.conf.new in the same folder; look at it and move it away"},
 };
 
 }  // namespace

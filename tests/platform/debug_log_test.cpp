@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <functional>
-#include <regex>
 #include <vector>
 
 #include "platform/runtime.h"
@@ -261,78 +259,4 @@ TEST_F(DebugLog, KeepsLinesOfProcessesThatShareItApart) {
     const std::vector<LogLine> lines = parse_debug_log(log);
     EXPECT_EQ(lines.size(), 100U);
     EXPECT_TRUE(std::all_of(lines.begin(), lines.end(), [&](const LogLine& line) { return line.text == text; }));
-}
-
-namespace {
-
-// What a disk takes of a message: so many bytes, and then none when there is an error.
-void log_message(const char* text, std::size_t longest_write, int error = 0) {
-    faults.longest_write = longest_write;
-    faults.file_not_written = error;
-    logmsgf(log_level::error, "t", "%s", text);
-    faults.longest_write = 0;
-    faults.file_not_written = 0;
-}
-
-// The log of these messages, without what is before the level.
-std::string log_of(const std::function<void()>& messages) {
-    const std::string log = debug_log_of([&] {
-        faults.time_of_day = timespec{0, 0};
-        setenv("TZ", "UTC0", 1);
-        tzset();
-        messages();
-    });
-    return std::regex_replace(log, std::regex("00:00:00\\.000 \\[\\d+\\] "), "");
-}
-
-constexpr std::size_t all = 0;
-constexpr std::size_t up_to_the_time = 13;
-
-}  // namespace
-
-TEST_F(DebugLog, BeginsANewLineAfterOneThatWasCut) {
-    EXPECT_EQ(log_of([] {
-                  log_message("whole", all);
-                  log_message("cut", up_to_the_time);
-                  log_message("next", all);
-                  log_message("last", all);
-              }),
-              "<16> t: whole\n00:00:00.000 \n<16> t: next\n<16> t: last\n");
-}
-
-TEST_F(DebugLog, BeginsANewLineInTheSameWrite) {
-    debug_log_of([] {
-        log_message("cut", up_to_the_time);
-        int writes = 0;
-        faults.before_call = [&writes](const std::string& call) { writes += call == "write" ? 1 : 0; };
-        log_message("next", all);
-        EXPECT_EQ(writes, 1);
-    });
-}
-
-TEST_F(DebugLog, BeginsANewLineOnceThereIsRoom) {
-    EXPECT_EQ(log_of([] {
-                  log_message("cut", up_to_the_time);
-                  log_message("lost", all, ENOSPC);
-                  log_message("lost", all, ENOSPC);
-                  log_message("next", all);
-              }),
-              "00:00:00.000 \n<16> t: next\n");
-}
-
-TEST_F(DebugLog, BeginsNoNewLineTwice) {
-    EXPECT_EQ(log_of([] {
-                  log_message("cut", up_to_the_time);
-                  log_message("only its newline finds room", 1);
-                  log_message("next", all);
-              }),
-              "00:00:00.000 \n<16> t: next\n");
-}
-
-TEST_F(DebugLog, BeginsNoNewLineAfterAMessageThatWasLostWhole) {
-    EXPECT_EQ(log_of([] {
-                  log_message("lost", all, ENOSPC);
-                  log_message("next", all);
-              }),
-              "<16> t: next\n");
 }

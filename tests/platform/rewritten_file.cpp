@@ -9,6 +9,7 @@
 #include "tests/platform/stored_levels.h"
 #include "tests/platform/system_calls.h"
 #include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
 
 namespace {
 
@@ -74,6 +75,12 @@ const RewrittenFile& main_configuration_file() {
 const RewrittenFile& store_file_of_a_product() {
     static const RewrittenFile file = describe_store();
     return file;
+}
+
+// The map's line ends in the number of users.
+bool namespace_has_several_users() {
+    const std::string map = read_file("/proc/self/uid_map");
+    return std::stoul(map.substr(map.find_last_of(' '))) > 1;
 }
 
 RewriteTest::RewriteTest() {

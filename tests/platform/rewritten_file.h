@@ -22,6 +22,7 @@ struct RewrittenFile {
 
     [[nodiscard]] std::string folder() const { return path.substr(0, path.rfind('/')); }
     [[nodiscard]] std::string lock() const { return path + ".lock"; }
+    [[nodiscard]] std::string new_file() const { return folder() + "/." + path.substr(folder().size() + 1) + ".new"; }
     [[nodiscard]] int change() const { return prepare()(); }
 };
 
@@ -31,6 +32,9 @@ inline void PrintTo(const RewrittenFile& file, std::ostream* stream) {
 
 const RewrittenFile& main_configuration_file();
 const RewrittenFile& store_file_of_a_product();
+
+// Whether there are users to give files away to: a user namespace can have one only.
+bool namespace_has_several_users();
 
 // A test that begins with the file as it is before the change.
 class RewriteTest : public testing::TestWithParam<RewrittenFile> {

@@ -26,12 +26,6 @@ struct stat state_of(const std::string& path) {
     return state;
 }
 
-// The map's line ends in the number of users.
-bool namespace_has_several_users() {
-    const std::string map = read_file("/proc/self/uid_map");
-    return std::stoul(map.substr(map.find_last_of(' '))) > 1;
-}
-
 std::set<int> open_descriptors() {
     std::set<int> descriptors;
     const Directory folder(opendir("/proc/self/fd"));

@@ -73,6 +73,12 @@ TEST_F(StatusText, TellsWhyTheMainConfigurationCouldNotBeUpdated) {
     }
 }
 
+TEST_F(StatusText, SaysWhatToMoveAwayWhereTheNewMainConfigurationHasNoName) {
+    const std::string text = getECmsg(platform_library::status::configuration_not_updated + EEXIST);
+    EXPECT_NE(text.find("(6017)"), std::string::npos) << text;
+    EXPECT_NE(text.find(".qr.conf.new"), std::string::npos) << text;
+}
+
 TEST_F(StatusText, EndsThatOfAFailedUpdateBelowWhatAToolEndsWith) {
     EXPECT_NE(std::string(getECmsg(6143)).find("qr.conf"), std::string::npos) << getECmsg(6143);
     // The connection broker's wait status is 256 times the exit status of its tool: 24 to 27 here.

@@ -241,6 +241,19 @@ TEST_F(MainConfigurationFile, ThatCannotBeLockedIsAFailureOfEveryLineAndOfTheReq
     EXPECT_EQ(read_file(main_configuration), "SERVER = localhost\n");
 }
 
+TEST_F(MainConfigurationFile, WhoseNewFilesNameIsTakenIsAFailureThatSaysSo) {
+    make_folder("/usr/kumel/zembrath/.qr.conf.new");
+    const AgentRun run = run_agent({"ENABLELOGGING", "QRCONF:A"});
+    EXPECT_EQ(
+        run.output(),
+        "PROCESS=QRCONF:A STATUS=1 MSG=qr.conf update failed (RV=6017 the main configuration qr.conf could not be "
+        "updated (6017): something else has the name of its new file, .qr.conf.new in the same folder; look at it "
+        "and move it away)\n");
+    EXPECT_EQ(run.status(), 6017);
+    expect(folder("/usr/kumel/zembrath/.qr.conf.new"));
+    EXPECT_EQ(read_file(main_configuration), "SERVER = localhost\n");
+}
+
 TEST_F(MainConfigurationFile, BehindALinkIsReplacedWhereTheLinkLeads) {
     const std::string real = "/usr/kumel/elsewhere/real.conf";
     write_file(real, "SERVER = localhost\n");

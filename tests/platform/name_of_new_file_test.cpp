@@ -1,0 +1,128 @@
+// What a rewrite finds under the name of its new file.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+#include <string>
+
+#include "tests/platform/rewritten_file.h"
+#include "tests/platform/system_calls.h"
+#include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
+
+using system_calls::faults;
+using system_calls::Faults;
+
+namespace {
+
+struct stat state_of(const std::string& path) {
+    struct stat state {};
+    EXPECT_EQ(lstat(path.c_str(), &state), 0);
+    return state;
+}
+
+void make_file(const std::string& path, unsigned mode) {
+    write_file(path, "kept");
+    set_mode(path, mode);
+}
+
+struct Obstacle {
+    const char* name;
+    // Makes something at the path. Returns whether that worked.
+    std::function<bool(const std::string& path)> make;
+};
+
+// What no rewrite can have made.
+const Obstacle obstacles[] = {
+    {"empty folder", [](const std::string& path) { return mkdir(path.c_str(), 0700) == 0; }},
+    {"link to a file", [](const std::string& path) { return symlink("/opt/there", path.c_str()) == 0; }},
+    {"link to nothing", [](const std::string& path) { return symlink("/opt/missing", path.c_str()) == 0; }},
+    {"FIFO", [](const std::string& path) { return mkfifo(path.c_str(), 0600) == 0; }},
+    {"file of two names", [](const std::string& path) { return link("/opt/there", path.c_str()) == 0; }},
+    {"file of another mode",
+     [](const std::string& path) {
+         make_file(path, 0755);
+         return true;
+     }},
+};
+
+}  // namespace
+
+class NameOfNewFile : public RewriteTest {
+  protected:
+    // The change fails, changes nothing and leaves what has the name.
+    void expect_obstacle_to_stay() const {
+        const struct stat before = state_of(GetParam().new_file());
+        EXPECT_EQ(GetParam().change(), GetParam().failure(EEXIST));
+        const struct stat after = state_of(GetParam().new_file());
+        EXPECT_EQ(after.st_ino, before.st_ino);
+        EXPECT_EQ(after.st_nlink, before.st_nlink);
+        expect_text(GetParam().before);
+    }
+};
+FOR_EACH_REWRITTEN_FILE(NameOfNewFile);
+
+TEST_P(NameOfNewFile, IsLeftToWhatNoRewriteMade) {
+    make_file("/opt/there", 0600);
+    for (const Obstacle& obstacle : obstacles) {
+        SCOPED_TRACE(obstacle.name);
+        ASSERT_TRUE(obstacle.make(GetParam().new_file()));
+        expect_obstacle_to_stay();
+        remove_tree(GetParam().new_file());
+    }
+    EXPECT_EQ(read_file("/opt/there"), "kept");
+    expect_change();
+}
+
+TEST_P(NameOfNewFile, IsLeftToAnotherOwnersFile) {
+    if (!namespace_has_several_users()) {
+        GTEST_SKIP() << "no other user";
+    }
+    make_file(GetParam().new_file(), 0600);
+    ASSERT_EQ(chown(GetParam().new_file().c_str(), 1234, 0), 0);
+    expect_obstacle_to_stay();
+}
+
+// The new file has the old one's owner and mode just before it gets the name.
+TEST_P(NameOfNewFile, IsClearedOfWhatACrashLeft) {
+    const uid_t owner = namespace_has_several_users() ? 1234 : 0;
+    for (const unsigned mode : {0600U, 0640U}) {
+        for (const uid_t user : {uid_t{0}, owner}) {
+            write_file(GetParam().path, GetParam().before);
+            set_mode(GetParam().path, 0640);
+            ASSERT_EQ(chown(GetParam().path.c_str(), owner, 0), 0);
+            make_file(GetParam().new_file(), mode);
+            ASSERT_EQ(chown(GetParam().new_file().c_str(), user, 0), 0);
+            expect_change();
+        }
+    }
+}
+
+TEST_P(NameOfNewFile, MayBeThatOfAFileThatCannotBeRemoved) {
+    make_file(GetParam().new_file(), 0600);
+    const Change change = GetParam().prepare();
+    faults.file_not_removed = EROFS;
+    EXPECT_EQ(change(), GetParam().failure(EROFS));
+    faults = Faults();
+    expect_text(GetParam().before);
+    EXPECT_EQ(read_file(GetParam().new_file()), "kept");
+    expect_change();
+}
+
+// Whoever may put a link into the folder does not get the text written elsewhere, however quick they are.
+TEST_P(NameOfNewFile, IsNotWrittenThroughAsALink) {
+    make_file("/opt/there", 0600);
+    make_file(GetParam().new_file(), 0600);
+    const Change change = GetParam().prepare();
+    int links = 0;
+    faults.after_removal = [&](int folder, const char* name) {
+        links += symlinkat("/opt/there", folder, name) == 0 ? 1 : 0;
+    };
+    EXPECT_EQ(change(), GetParam().failure(EEXIST));
+    EXPECT_EQ(links, 1);
+    EXPECT_TRUE(S_ISLNK(state_of(GetParam().new_file()).st_mode));
+    EXPECT_EQ(read_file("/opt/there"), "kept");
+    expect_text(GetParam().before);
+}
