@@ -137,7 +137,7 @@ check_statuses() {
 
 check_files() {
     same "tools" "$(table commands/external_commands.cpp 'tool_paths = ' | quoted_names | grep / | sort -u)" \
-        "$(items_of zmlogadmagent.8 FILES Pa | grep '/bin/[a-z]*/')"
+        "$(items_of zmlogadmagent.8 FILES Pa | grep '/bin/[a-z]*/' | grep -v zmlogadmagent-prune-logs)"
     local file
     for file in $(grep -ohE '"(/usr/kumel|/opt|/etc)/[^"]*\.(conf|cfg|properties)"|"/opt/[^"]*"' logging_config/settings.h platform/product_files.h | tr -d '"' | sort -u); do
         if ! grep -qF "$file" $pages/zmlogadm.1; then

@@ -22,7 +22,7 @@ rows() {
     for name in host port socket agent timeout; do
         echo "--${name%?}~5 FETCHFILE|--$name 5 FETCHFILE"
     done
-    for name in local json help version; do
+    for name in local json strict no-progress help version; do
         echo "--${name%?}~ FETCHFILE|--$name FETCHFILE"
     done
     cat <<'ROWS'

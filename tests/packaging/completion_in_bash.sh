@@ -55,7 +55,8 @@ offers 'zmlogadm ' "CALCLOGSIZE CLEANUP DISABLELOGGING ENABLELOGGING FETCHFILE G
 RUNZMCPLOGS RUNZMSU ZMLA ktlogcfg versioninfo zmcplogs zmsu"
 offers 'zmlogadm RUN' 'RUNZMCPLOGS RUNZMSU'
 offers 'zmlogadm run' ''
-offers 'zmlogadm -' "--agent --help --host --json --local --port --socket --timeout --version -H -S -V -h -l -p -t"
+offers 'zmlogadm -' "--agent --help --host --json --local --no-progress --port --socket --strict --timeout \
+--version -H -S -V -h -l -p -t"
 offers 'zmlogadm --js' '--json'
 offers 'zmlogadm -p ' '24761'
 offers 'zmlogadm --port=' '24761'

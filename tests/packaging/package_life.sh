@@ -25,7 +25,8 @@ check_installation() {
         check "man finds ${page%.*} in section ${page##*.}" man --warnings "${page##*.}" "${page%.*}"
     done
     check "systemd-analyze verify says nothing of the units" is systemd-analyze verify zmlogadmagent.socket \
-        zmlogadmagent-tcp.socket zmlogadmagent@i.service zmlogadmagent-tcp@i.service -- ''
+        zmlogadmagent-tcp.socket zmlogadmagent@i.service zmlogadmagent-tcp@i.service zmlogadmagent-prune-logs.timer \
+        zmlogadmagent-prune-logs.service -- ''
     check "the service's exposure is at most 5.0" systemd-analyze security --offline=yes --threshold=50 --no-pager \
         /lib/systemd/system/zmlogadmagent@.service
     check "the local socket is enabled" is systemctl is-enabled zmlogadmagent.socket -- enabled
@@ -155,6 +156,7 @@ check_removal() {
     check "the programs are gone" test ! -e $product/bin -a ! -L /usr/bin/zmlogadm
     check "nothing listens" is systemctl is-active zmlogadmagent.socket zmlogadmagent-tcp.socket -- \
         $'inactive\ninactive'
+    check "no timer is left" is systemctl is-active zmlogadmagent-prune-logs.timer -- inactive
 }
 
 # The tests have changed qr.conf, so it is no longer the package's.
@@ -198,6 +200,7 @@ check_life_beside_product() {
 everything >/tmp/everything_before
 check_installation
 check_local_requests
+"$here/log_pruning.sh"
 check_tcp_requests
 check_floods
 check_completions
