@@ -29,27 +29,39 @@ bool send_whole(int socket, const std::string& line) {
     return socksend(socket, line.c_str(), line.size()) == static_cast<int>(line.size());
 }
 
-// Reports one entry of a listed directory; a directory is passed over. Returns as list_dir_and_send_output.
-int list_entry(const std::string& directory, const char* name, int socket) {
-    constexpr const char* tag = "list_dir_and_send_output";
-    const std::string path = bounded_print(entry_path_size, "%s%s%s", directory.c_str(), "/", name);
-    struct stat entry {};
-    // Follows links on purpose: a package may be a link to where it was really written.
-    if (stat(path.c_str(), &entry) != 0) {
-        const SystemError error;
-        logmsgf(log_level::error, tag, "Can't access %s rv=%d E=%d (%s)", path.c_str(), status::failure, error.number,
-                error.text());
-        return status::failure;
-    }
-    if (S_ISDIR(entry.st_mode)) {
-        return status::success;
-    }
+int send_package(const std::string& path, int socket) {
     const std::string line = bounded_print(listing_line_size, "ZMSU PACKAGE=%s\n", path.c_str());
     if (!send_whole(socket, line)) {
-        logmsgf(log_level::error, tag, "Failed to send ZMSU o/p FN (%s) rv=%d", line.c_str(), status::output_not_sent);
+        logmsgf(log_level::error, "list_dir_and_send_output", "Failed to send ZMSU o/p FN (%s) rv=%d", line.c_str(),
+                status::output_not_sent);
         return status::output_not_sent;
     }
     return status::success;
+}
+
+// Whether this user may examine entries of the directory: the kernel asks for the same permission to find ".".
+bool is_searchable(DIR* directory) {
+    struct stat state {};
+    return fstatat(dirfd(directory), ".", &state, 0) == 0;
+}
+
+// Reports one entry of a listed directory, and skips a directory. `knows_files` says that what the directory itself
+// calls a plain file needs no query. Returns as list_dir_and_send_output.
+int list_entry(const std::string& directory, const dirent& entry, bool knows_files, int socket) {
+    const std::string path = bounded_print(entry_path_size, "%s%s%s", directory.c_str(), "/", entry.d_name);
+    const bool is_whole = directory.size() + 1 + strlen(entry.d_name) < entry_path_size;
+    if (knows_files && is_whole && entry.d_type == DT_REG) {
+        return send_package(path, socket);
+    }
+    struct stat state {};
+    // Follows links on purpose: a package may be a link to where it was really written.
+    if (stat(path.c_str(), &state) != 0) {
+        const SystemError error;
+        logmsgf(log_level::error, "list_dir_and_send_output", "Can't access %s rv=%d E=%d (%s)", path.c_str(),
+                status::failure, error.number, error.text());
+        return status::failure;
+    }
+    return S_ISDIR(state.st_mode) ? status::success : send_package(path, socket);
 }
 
 bool exists(const std::string& path) {
@@ -88,6 +100,7 @@ int list_dir_and_send_output(std::string directory, int socket) {
                 error.text());
         return status::directory_failed;
     }
+    const bool knows_files = is_searchable(stream.get());
     int result = status::success;
     // A read error ends the listing as the end of the directory does.
     while (result == status::success) {
@@ -96,7 +109,7 @@ int list_dir_and_send_output(std::string directory, int socket) {
             break;
         }
         if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) {
-            result = list_entry(directory, entry->d_name, socket);
+            result = list_entry(directory, *entry, knows_files, socket);
         }
     }
     return result;

@@ -1,7 +1,11 @@
 #include <dirent.h>
+#include <linux/capability.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 
 #include "commands/directory_queries.h"
@@ -174,6 +178,49 @@ TEST_F(ListDirAndSendOutput, CutsThePathOfAnEntryTo1023Characters) {
     const std::string cut = (deep + "/" + std::string(100, 'f')).substr(0, 1023);
     EXPECT_EQ(messages_under(tag).back(),
               (LogLine{error, tag, "Can't access " + cut + " rv=1 E=2 (No such file or directory)"}));
+}
+
+TEST_F(ListDirAndSendOutput, SkipsADirectoryWhosePathIsCutToThatOfAnother) {
+    std::string deep = folder_.path();
+    while (deep.size() < 900) {
+        deep += "/" + std::string(50, 'd');
+    }
+    deep += "/" + std::string(1023 - 2 - deep.size() - 1, 'd');
+    make_folder(deep + "/f");
+    write_file(deep + "/ff", "");
+    EXPECT_EQ(list(deep), 0);
+    EXPECT_EQ(socket_.received(), "");
+}
+
+TEST_F(ListDirAndSendOutput, AsksOnceForAllPlainFiles) {
+    for (const char* name : {"a", "b", "c"}) {
+        write_file(folder_.path(name), "");
+    }
+    EXPECT_EQ(list(folder_.path()), 0);
+    EXPECT_EQ(recording_platform::calls_of("fstatat"), (Texts{"fstatat " + folder_.path() + "/."}));
+}
+
+// Takes from this process what lets root pass over permissions.
+void give_up_overriding_permissions() {
+    __user_cap_header_struct header = {.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
+    std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> sets{};
+    syscall(SYS_capget, &header, sets.data());
+    sets[0].effective &= ~((1U << CAP_DAC_OVERRIDE) | (1U << CAP_DAC_READ_SEARCH));
+    syscall(SYS_capset, &header, sets.data());
+}
+
+TEST_F(ListDirAndSendOutput, StopsWithStatus1WhereItMayReadTheDirectoryButNotItsEntries) {
+    write_file(folder_.path("below/file"), "");
+    set_mode(folder_.path("below"), 0444);
+    const int result = run_in_child([&] {
+        give_up_overriding_permissions();
+        return list(folder_.path("below"));
+    });
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(recording_platform::child_messages_under(tag).back(),
+              (LogLine{error, tag, "Can't access " + folder_.path("below/file") + " rv=1 E=13 (Permission denied)"}));
+    EXPECT_EQ(socket_.received(), "");
+    set_mode(folder_.path("below"), 0755);
 }
 
 TEST_F(ListDirAndSendOutput, LeavesNoDescriptorOpen) {
