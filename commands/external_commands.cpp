@@ -89,6 +89,15 @@ bool setup_execvp_argv(const RequestVector& request, const std::string& path, st
     return true;
 }
 
+// Tools expect streams that wait for a slow reader: on a socket that somebody left non-blocking they would lose output.
+// A failure changes nothing for tools that can do without.
+void clear_nonblocking(int socket) {
+    const int flags = fcntl(socket, F_GETFL);
+    if (flags != -1 && (flags & O_NONBLOCK) != 0) {
+        fcntl(socket, F_SETFL, flags & ~O_NONBLOCK);
+    }
+}
+
 [[noreturn]] void become_tool(const RequestVector& request, int socket) {
     setup_child_stdfds(socket);
     const std::string path = getcommandpath(request[0]);
@@ -176,6 +185,7 @@ std::string getcommandpath(std::string name) {
 
 int execute_cmd_send_output(const RequestVector& request, int socket) {
     const std::string path = getcommandpath(request[0]);
+    clear_nonblocking(socket);
     const pid_t child = fork();
     if (child == -1) {
         const SystemError error;

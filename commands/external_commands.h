@@ -13,7 +13,8 @@ int is_cmd_valid(std::string word, bool& is_external);
 std::string getcommandpath(std::string name);
 
 // Runs the tool that element 0 of the request maps to, with the elements behind it as arguments and the socket
-// as standard input, output and error, waits for it and probes the peer. The socket stays non-blocking.
+// as standard input, output and error, waits for it and probes the peer. The socket is blocking while the tool runs,
+// whatever it was before, and stays non-blocking then.
 // Returns the tool's exit code (29 when the tool could not be executed), status::tool_killed, or what kept the
 // agent from telling: status::fork_failed, status::wait_failed, status::socket_not_nonblocking,
 // status::peer_closed, status::output_not_sent.

@@ -150,6 +150,20 @@ TEST_F(ExternalTool, HasThePeersSocketForItsStreams) {
     EXPECT_EQ(run_agent({"zmsu"}).output(), "0\n1\n2\n\n");
 }
 
+// The buffer holds far less than the tool writes at once.
+TEST_F(ExternalTool, WaitsForASlowPeerThoughTheSocketIsNonBlockingAtTheStart) {
+    install_tool(zmsu_tool, {stand_in::run("head -c 3000000 /dev/zero")});
+    ConnectedSockets sockets = connect_locally();
+    const int smallest = 1;
+    ASSERT_EQ(setsockopt(sockets.agent_end.get(), SOL_SOCKET, SO_SNDBUF, &smallest, sizeof smallest), 0);
+    ASSERT_EQ(fcntl(sockets.agent_end.get(), F_SETFL, O_NONBLOCK), 0);
+    Agent agent(std::move(sockets), {});
+    agent.send(Request{"zmsu"});
+    const AgentRun run = agent.finish();
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(run.output().size(), 3'000'000U + 1);
+}
+
 TEST_F(ExternalTool, MayBeAScriptWithoutAnInterpreterLine) {
     write_file(zmsu_tool, "echo ran\n");
     set_mode(zmsu_tool, 0755);

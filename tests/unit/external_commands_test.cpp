@@ -237,6 +237,24 @@ TEST_F(ExecuteCmdSendOutput, SetsTheNonBlockingFlagAloneAndLeavesItSet) {
     EXPECT_NE(fcntl(socket_.agent(), F_GETFL) & O_NONBLOCK, 0);
 }
 
+TEST_F(ExecuteCmdSendOutput, ClearsTheNonBlockingFlagOnlyForTheTool) {
+    write_tool(utility, "");
+    const int flags = fcntl(socket_.agent(), F_GETFL);
+    ASSERT_EQ(fcntl(socket_.agent(), F_SETFL, flags | O_NONBLOCK), 0);
+    recording_platform::reset();
+    EXPECT_EQ(execute({"zmsu"}), 0);
+    const std::string set = "fcntl " + fd() + " " + std::to_string(F_SETFL) + " ";
+    EXPECT_EQ(calls_of(set), (Texts{set + std::to_string(flags), set + std::to_string(O_NONBLOCK)}));
+}
+
+TEST_F(ExecuteCmdSendOutput, RunsTheToolAlsoWhereTheFlagCannotBeCleared) {
+    write_tool(utility, "echo out\n");
+    ASSERT_EQ(fcntl(socket_.agent(), F_SETFL, O_NONBLOCK), 0);
+    faults.flags_not_set = EPERM;
+    EXPECT_EQ(execute({"zmsu"}), 602);
+    EXPECT_EQ(socket_.received(), "out\n");
+}
+
 TEST_F(ExecuteCmdSendOutput, ProbesThePeerWithOneByte) {
     write_tool(utility, "");
     execute({"zmsu"});
