@@ -91,6 +91,8 @@ int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, 
         if (contains(line, deduplication::registry_marker)) {
             std::string ignored_key;
             split_lhs_rhs(std::string(line), ignored_key, path);
+            // The system ends a name at a zero byte. Whatever is put together with the path has to end it there too.
+            path.resize(strlen(path.c_str()));
             return status::success;
         }
     }

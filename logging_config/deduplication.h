@@ -4,7 +4,7 @@
 #include "logging_config/categories.h"
 
 // Finds the path that the registry names: what follows the first "=" of its first line with "kpa.cfg" in it,
-// unchanged; a line without "=" leaves `path` as it was. Returns 0, status::registry_not_opened or
+// unchanged up to a zero byte; a line without "=" leaves `path` as it was. Returns 0, status::registry_not_opened or
 // status::registry_without_file; a failure is told in `error`, a buffer of `size` bytes.
 int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, unsigned long size);
 

@@ -18,109 +18,6 @@ const std::string registry = "/etc/rkregistry.cfg";
 const std::string fixed_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
 const std::string named_file = "/usr/kumel/named/kpa.cfg";
 
-class GetKpaConfFilepath : public AgentTest {
-  protected:
-    int find(const std::string& text) {
-        write_file(registry_, text);
-        return get_kpa_conf_filepath(registry_, path_, buffer_.data(), buffer_.size());
-    }
-
-    ScratchFolder folder_;
-    const std::string registry_ = folder_.path("registry");
-    std::string path_;
-    std::array<char, 1024> buffer_{"untouched"};
-};
-
-TEST_F(GetKpaConfFilepath, IsWhatFollowsTheEqualsSign) {
-    EXPECT_EQ(find("other=/x\nPath=/etc/kpa.cfg\n"), 0);
-    EXPECT_EQ(path_, "/etc/kpa.cfg");
-    EXPECT_STREQ(buffer_.data(), "untouched");
-    EXPECT_EQ(messages(), Lines{});
-}
-
-TEST_F(GetKpaConfFilepath, ComesFromTheFirstLineWithTheMarkerAnywhere) {
-    EXPECT_EQ(find("# kpa.cfg=/first\nPath=/second/kpa.cfg\n"), 0);
-    EXPECT_EQ(path_, "/first");
-}
-
-TEST_F(GetKpaConfFilepath, ComesFromALineWhereverItLies) {
-    const std::string marked_line = "kpa.cfg=/etc/kpa\n";
-    for (const std::size_t length : {0U, 4091U, 4095U, 4096U, 300'000U}) {
-        path_.clear();
-        EXPECT_EQ(find(std::string(length, 'x') + "\n" + marked_line), 0);
-        EXPECT_EQ(path_, "/etc/kpa") << length;
-        path_.clear();
-        EXPECT_EQ(find(std::string(length, 'x') + marked_line), 0);
-        EXPECT_EQ(path_, "/etc/kpa") << length;
-    }
-}
-
-TEST_F(GetKpaConfFilepath, MayBeOfAnyLength) {
-    const std::string path = "/" + std::string(10'000, 'p');
-    EXPECT_EQ(find("kpa.cfg=" + path + "\n"), 0);
-    EXPECT_EQ(path_, path);
-}
-
-TEST_F(GetKpaConfFilepath, IsNotTrimmedAndKeepsFurtherEqualsSigns) {
-    EXPECT_EQ(find("kpa.cfg = /a=b \r\n"), 0);
-    EXPECT_EQ(path_, " /a=b \r");
-}
-
-TEST_F(GetKpaConfFilepath, ComesFromALastLineWithoutANewline) {
-    EXPECT_EQ(find("a\nx=/kpa.cfg"), 0);
-    EXPECT_EQ(path_, "/kpa.cfg");
-}
-
-TEST_F(GetKpaConfFilepath, StaysAsItWasForALineWithoutAnEqualsSign) {
-    path_ = "before";
-    EXPECT_EQ(find("kpa.cfg\nx=/kpa.cfg\n"), 0);
-    EXPECT_EQ(path_, "before");
-}
-
-TEST_F(GetKpaConfFilepath, IsEmptyForALineThatEndsInTheEqualsSign) {
-    path_ = "before";
-    EXPECT_EQ(find("kpa.cfg=\n"), 0);
-    EXPECT_EQ(path_, "");
-}
-
-TEST_F(GetKpaConfFilepath, Returns5806WithoutALine) {
-    for (const std::string text : {"", "x=/y\n", "KPA.CFG=/x\n", "kpa=cfg\nkpa\n.cfg"}) {
-        recording_platform::reset();
-        EXPECT_EQ(find(text), 5806);
-        const std::string told = "Failed to find kpa.cfg entry in " + registry_;
-        EXPECT_EQ(buffer_.data(), told);
-        EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
-    }
-    EXPECT_EQ(path_, "");
-}
-
-TEST_F(GetKpaConfFilepath, Returns5803WhenTheRegistryCannotBeOpened) {
-    const std::string missing = folder_.path("%s%n");
-    EXPECT_EQ(get_kpa_conf_filepath(missing, path_, buffer_.data(), buffer_.size()), 5803);
-    const std::string told = "Failed to open file (" + missing + ") E=2 (No such file or directory)";
-    EXPECT_EQ(buffer_.data(), told);
-    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
-}
-
-TEST_F(GetKpaConfFilepath, NeverOverrunsTheBuffer) {
-    for (const unsigned long size : {1UL, 8UL}) {
-        std::string buffer(100, '~');
-        EXPECT_EQ(get_kpa_conf_filepath("/missing", path_, buffer.data(), size), 5803);
-        EXPECT_EQ(buffer, std::string("Failed to open").substr(0, size - 1) + '\0' + std::string(100 - size, '~'));
-        write_file(registry_, "");
-        buffer.assign(100, '~');
-        EXPECT_EQ(get_kpa_conf_filepath(registry_, path_, buffer.data(), size), 5806);
-        EXPECT_EQ(buffer, std::string("Failed to find").substr(0, size - 1) + '\0' + std::string(100 - size, '~'));
-    }
-}
-
-TEST_F(GetKpaConfFilepath, Returns5806ForAFolderWhichHasNoLines) {
-    EXPECT_EQ(get_kpa_conf_filepath(folder_.path(), path_, buffer_.data(), buffer_.size()), 5806);
-    const std::string told = "Failed to find kpa.cfg entry in " + folder_.path();
-    EXPECT_EQ(buffer_.data(), told);
-    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
-}
-
 class GetRkConfFilepath : public ProductPathTest {
   protected:
     int find(const std::string& component) {
@@ -216,6 +113,29 @@ TEST_F(ProcessRk, EditsASharedFileOnceAndRepeatsTheOutcome) {
                                           {information, tag, responses_.at(1)},
                                           {detail, tag, "Using cached: EC=0 M="},
                                           {information, tag, responses_.at(2)}}));
+}
+
+TEST_F(ProcessRk, TakesAPathThatEndsAtAZeroByteForTheOneBeforeIt) {
+    write_file(registry, "x=" + named_file + '\0' + "further\n");
+    write_file(named_file, "A=1\n");
+    EXPECT_EQ(process({"kpad", "kpafsd=none"}), 0);
+    EXPECT_EQ(read_file(named_file), "A=1\nLogging=full,thread\n");
+    EXPECT_EQ(calls_of("rename"), (Texts{"rename " + named_file + ".new " + named_file}));
+    EXPECT_EQ(messages_under(tag).at(1), (LogLine{detail, tag, "Using cached: EC=0 M="}));
+}
+
+// The registry names the same file in two ways, for it is read for each component.
+TEST_F(ProcessRk, KnowsAFileAgainWhateverFollowsAZeroByte) {
+    write_file(registry, "x=" + named_file + "\n");
+    write_file(named_file, "");
+    faults.before_call = [](const std::string& call) {
+        if (call.starts_with("rename ")) {
+            write_file(registry, "x=" + named_file + '\0' + "further\n");
+        }
+    };
+    EXPECT_EQ(process({"kpad=full", "kpafsd=none"}), 0);
+    EXPECT_EQ(read_file(named_file), "Logging=full,thread\n");
+    EXPECT_EQ(calls_of("rename").size(), 1U);
 }
 
 TEST_F(ProcessRk, EditsEachFileOfARequest) {

@@ -96,6 +96,10 @@ const std::vector<LoggingCase> registry_texts = {
     registry_text("PathWithBlanksAndCarriageReturn", "kpa.cfg=/usr/kumel/a \r\n", "/usr/kumel/a \r"),
     registry_text("PathWithPercentSigns", "kpa.cfg=/usr/kumel/%s%n\n", "/usr/kumel/%s%n"),
     registry_text("BytesThatAreNotText", std::string("\0\xff\nkpa.cfg=/usr/kumel/k\n", 24), "/usr/kumel/k"),
+    // The name of the new copy ends there too, or it would be the file itself.
+    row_of("PathWithAZeroByte", "a",
+           {file(registry, std::string("kpa.cfg=/usr/kumel/k\0further\n", 29)), file("/usr/kumel/k", "A=1\n")},
+           {set("a", "full", {found("/usr/kumel/k")})}, {file("/usr/kumel/k", "A=1\nLogging=full,thread\n")}),
 };
 
 INSTANTIATE_TEST_SUITE_P(Registry, Deduplication, testing::ValuesIn(registry_texts), name_of_logging_row);
