@@ -51,7 +51,8 @@ Descriptor open_for_reading(const std::string& path, const Report& report) {
 // The new copy of the file, line by line, until it takes the file's place.
 class NewCopy {
   public:
-    explicit NewCopy(const std::string& path) : path_(path), name_(path + ".new") {}
+    // The system ends the file's name at a zero byte; the copy's name goes on from there.
+    explicit NewCopy(const std::string& path) : path_(path), name_(path.substr(0, path.find('\0')) + ".new") {}
 
     // A stale copy is truncated and used again, with the mode it has; a link in its place is not followed, for the
     // folder may be another user's.
@@ -59,24 +60,26 @@ class NewCopy {
         constexpr mode_t mode = 0666;  // less the umask, as for any new file
         constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
         file_.reset(::open(name_.c_str(), flags, mode));
-        if (!file_.valid()) {
-            const SystemError error;
-            report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), error.number,
-                        error.text());
-        }
-        return file_.valid();
+        return file_.valid() || fail_to_open(report);
     }
 
     // Each line goes out at once, so what a reader of the copy sees is always whole lines. A write that fails is
-    // passed over on purpose: only opening and renaming may fail a change.
+    // ignored on purpose: only opening and renaming may fail a change. A limit on the size of files is no failure of
+    // the disk, though: this process was not given the room for a whole copy, as if it could not open one.
     void write(std::string_view line) {
         line_.assign(line);
         line_ += '\n';
-        (void)write_all(file_.get(), line_);
+        if (!write_all(file_.get(), line_) && errno == EFBIG) {
+            is_cut_ = true;
+        }
     }
 
     bool replace_file(const Report& report) {
         file_.reset();
+        if (is_cut_) {
+            errno = EFBIG;
+            return fail_to_open(report);
+        }
         if (rename(name_.c_str(), path_.c_str()) != 0) {
             const SystemError error;
             report.tell(log_level::error, "Failed to rename %s to %s E=%d (%s)", name_.c_str(), path_.c_str(),
@@ -87,10 +90,18 @@ class NewCopy {
     }
 
   private:
+    bool fail_to_open(const Report& report) const {
+        const SystemError error;
+        report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), error.number,
+                    error.text());
+        return false;
+    }
+
     const std::string& path_;
     std::string name_;
     std::string line_;
     Descriptor file_;
+    bool is_cut_ = false;
 };
 
 // A line that holds a setting and a trailing "#" remark counts as commented too: lines are never split.

@@ -4,8 +4,9 @@
 //
 // A change is a whole new copy under the path with ".new" behind it, renamed over the file. The copy is a new file,
 // with the mode of new files and this process as its owner; no lock is taken; write errors are ignored.
-// Only opening and renaming can fail, and a rename that fails leaves the copy behind. These rules are fixed, and they
-// are not those of the files that the platform library rewrites.
+// Only opening and renaming can fail, and a rename that fails leaves the copy behind. A copy that is larger than this
+// process may write (EFBIG) counts as one that could not be opened, and stays too. These rules are fixed, and they are
+// not those of the files that the platform library rewrites.
 //
 // What is to be told goes into the caller's error buffer of `size` bytes, bounded and terminated, and from there
 // into the debug log. The buffer stays as it is when there is nothing to tell, so callers clear it.

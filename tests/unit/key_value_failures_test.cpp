@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <map>
 #include <set>
 #include <string>
@@ -258,6 +260,35 @@ TEST_F(KeyValueFileReplacement, IgnoresThatALineCouldNotBeWritten) {
     EXPECT_EQ(read_file(path_), "A\n");
     EXPECT_EQ(messages(), Lines{});
     EXPECT_STREQ(buffer_.data(), "");
+}
+
+// A file that has no room for its copy: this process may not write files of its size.
+TEST_F(KeyValueFileReplacement, FailsWhenTheCopyWouldBeLargerThanThisProcessMayWrite) {
+    const std::string text = "X=1\n" + std::string(100'000, 'x') + "\nlast\n";
+    write_file(path_, text);
+    const auto with_limit = [](const auto& operation) {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {.rlim_cur = 65536, .rlim_max = 65536};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        return operation();
+    };
+    const std::string told = "Could not open file " + copy_ + " for writing E=27 (File too large)";
+    EXPECT_EQ(run_in_child([&] { return with_limit([&] { return set() == 5803 && told == buffer_.data() ? 0 : 1; }); }),
+              0);
+    EXPECT_EQ(
+        run_in_child([&] { return with_limit([&] { return unset() == 5804 && told == buffer_.data() ? 0 : 1; }); }), 0);
+    EXPECT_EQ(recording_platform::child_messages(),
+              (Lines{{error, "set_parameter_value", told}, {error, "unset_parameter", told}}));
+    EXPECT_EQ(read_file(path_), text);
+}
+
+TEST_F(KeyValueFileReplacement, EndsANameWhereTheSystemDoes) {
+    const std::string path = path_ + '\0' + "further";
+    EXPECT_EQ(set_parameter_value(path, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 0);
+    EXPECT_EQ(read_file(path_), "X=2\nA\n");
+    EXPECT_EQ(unset_parameter(path, "X", "=", buffer_.data(), buffer_.size(), "#"), 0);
+    EXPECT_EQ(read_file(path_), "#X=2\nA\n");
+    EXPECT_FALSE(exists(copy_));
 }
 
 TEST_F(KeyValueFileReplacement, WritesEachLineAtOnce) {
