@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstring>
 
 #include "tests/unit/agent_test.h"
 
@@ -116,6 +117,16 @@ TEST_F(CollectionDirectories, AreRefusedWith5811WhenTheDiskIsFull) {
     EXPECT_EQ(choose({"RUNZMSU"}), 5811);
     EXPECT_EQ(messages(),
               (Lines{{error, tag, "Failed to create DIR=" + default_ + " E=28 (No space left on device)"}}));
+}
+
+// Only EEXIST says that the directory is there, and nothing else is asked.
+TEST_F(CollectionDirectories, AreRefusedWith5811ForEveryErrorButThatTheyAreThere) {
+    make_folder(default_);
+    faults.uncreatable_directory = default_;
+    for (int number = 1; number <= EHWPOISON; ++number) {
+        faults.directory_not_created = number;
+        EXPECT_EQ(choose({"RUNZMSU"}), number == EEXIST ? 0 : 5811) << strerror(number);
+    }
 }
 
 }  // namespace
