@@ -34,6 +34,7 @@ inline const std::string result_name = "zmla-12345678901234567890123456789-abcde
 // Those whose system calls and page faults are recorded: none takes long, also when it is traced.
 [[nodiscard]] std::vector<MeasuredRequest> counted_requests();
 
+// Runs a copy of the file that lies in memory, whatever disk the file is on.
 [[nodiscard]] Program program_for(const std::string& file, const MeasuredRequest& request);
 
 // Throws unless the condition holds.
