@@ -1,11 +1,15 @@
 // Category KOB: the debug level of the connection broker, set by the broker's own tool.
+#include <sys/mount.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
+#include <system_error>
+#include <tuple>
 
 #include "tests/end_to_end/logging/logging_case.h"
 #include "tests/support/product_test.h"
 #include "tests/support/stand_in_tool.h"
+#include "tests/support/test_files.h"
 
 namespace {
 
@@ -99,7 +103,8 @@ const std::vector<LoggingCase> plain_levels = {
 
 INSTANTIATE_TEST_SUITE_P(PlainLevel, ConnectionBroker, testing::ValuesIn(plain_levels), name_of_logging_row);
 
-// None of these makes the shell do anything else: no file /tmp/x comes to be, and the tool sees the text as it is.
+// Each of these means something to one shell at least, without quotes. None makes the shell do anything else: no file
+// /tmp/x comes to be, and the tool sees the text as it is.
 const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
     quoted("Semicolon", "1;touch /tmp/x"),
     quoted("SemicolonAlone", ";touch /tmp/x"),
@@ -122,7 +127,6 @@ const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
     quoted("Newline", "1\ntouch /tmp/x"),
     quoted("NewlineAtTheEnd", "1\n"),
     quoted("NewlineAtTheStart", "\ntouch /tmp/x"),
-    quoted("CarriageReturn", "1\r"),
     quoted("Blanks", " 1  2 "),
     quoted("Tab", "\t1\t2"),
     quoted("FurtherOption", "1 -o 104"),
@@ -133,23 +137,62 @@ const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
     quoted("BackslashAndNewline", "1\\\n2"),
     quoted("Asterisk", "*"),
     quoted("AsteriskThatMatches", "1 /*"),
-    quoted("QuestionMark", "/us?"),
-    quoted("Brackets", "/[tu]*"),
-    quoted("Tilde", "~"),
-    quoted("TildeBehindAColon", "1:~"),
+    quoted("QuestionMark", "?"),
+    quoted("Brackets", "[0-9]"),
     quoted("Braces", "{1..3}"),
     quoted("Hash", "1 # 2"),
-    quoted("ExclamationMark", "1!2"),
-    quoted("Caret", "1^2"),
-    quoted("PercentSigns", "%s%n%d"),
-    quoted("ByteOne", "1\x01"),
-    quoted("Delete", "1\x7f"),
-    quoted("BytesBeyondAscii", "1\xc3\xa4\xff"),
     quoted("ManyQuotes", "1" + std::string(2000, '\'')),
 };
 
-INSTANTIATE_TEST_SUITE_P(LevelThatAShellWouldHeed, ConnectionBroker, testing::ValuesIn(levels_that_a_shell_would_heed),
-                         name_of_logging_row);
+// No shell makes anything else of these here.
+const std::vector<LoggingCase> odd_levels = {
+    quoted("CarriageReturn", "1\r"),  quoted("Tilde", "~"),      quoted("TildeBehindAColon", "1:~"),
+    quoted("ExclamationMark", "1!2"), quoted("Caret", "1^2"),    quoted("PercentSigns", "%s%n%d"),
+    quoted("ByteOne", "1\x01"),       quoted("Delete", "1\x7f"), quoted("BytesBeyondAscii", "1\xc3\xa4\xff"),
+};
+
+INSTANTIATE_TEST_SUITE_P(OddLevel, ConnectionBroker, testing::ValuesIn(odd_levels), name_of_logging_row);
+
+// Another shell in the place of /bin/sh, for the agent and its tools.
+class SystemShell {
+  public:
+    explicit SystemShell(const std::string& program) {
+        if (mount(program.c_str(), path, nullptr, MS_BIND, nullptr) != 0) {
+            throw std::system_error(errno, std::generic_category(), "mount " + program);
+        }
+    }
+    ~SystemShell() { umount2(path, MNT_DETACH); }
+    SystemShell(const SystemShell&) = delete;
+    SystemShell& operator=(const SystemShell&) = delete;
+
+  private:
+    static constexpr const char* path = "/bin/sh";
+};
+
+using ShellAndCase = std::tuple<std::string, LoggingCase>;
+
+// What one shell heeds another does not: braces, for instance.
+class LevelThatAShellWouldHeed : public testing::TestWithParam<ShellAndCase> {
+  protected:
+    LevelThatAShellWouldHeed() { write_file(matching_file_, ""); }
+    ~LevelThatAShellWouldHeed() override { remove_tree(matching_file_); }
+
+  private:
+    // In the agent's working folder. The tool's last argument is a pattern that matches it, or is none.
+    const std::string matching_file_ = "/DebugLevel=7";
+    const SystemShell shell_ = SystemShell("/bin/" + std::get<std::string>(GetParam()));
+};
+
+TEST_P(LevelThatAShellWouldHeed, ReachesTheToolAsItIs) {
+    check(std::get<LoggingCase>(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(, LevelThatAShellWouldHeed,
+                         testing::Combine(testing::Values("dash", "bash", "busybox"),
+                                          testing::ValuesIn(levels_that_a_shell_would_heed)),
+                         [](const testing::TestParamInfo<ShellAndCase>& row) {
+                             return std::get<std::string>(row.param) + "_" + std::get<LoggingCase>(row.param).name;
+                         });
 
 // The tool is not run, and there is no response line.
 LoggingCase refusal(const std::string& name, const std::string& values, const std::string& message) {
