@@ -4,8 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "platform/text_encoding.h"
 #include "request_command/known_words.h"
-#include "request_command/text_encoding.h"
 #include "request_command/unanswered_directories.h"
 
 namespace {

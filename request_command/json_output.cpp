@@ -9,9 +9,9 @@
 #include <utility>
 #include <variant>
 
+#include "platform/text_encoding.h"
 #include "request_command/answer_line.h"
 #include "request_command/answer_output.h"
-#include "request_command/text_encoding.h"
 
 namespace {
 

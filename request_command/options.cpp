@@ -9,8 +9,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/text_encoding.h"
 #include "request_command/known_words.h"
-#include "request_command/text_encoding.h"
 
 namespace {
 

@@ -51,50 +51,63 @@ int get_value(int file, const std::string& name, std::string& value) {
                      value);
 }
 
+// What vouches for the old file's content says nothing about the new one's; the system writes its own.
+bool vouches_for_content(const std::string& name) {
+    return name == "security.ima" || name == "security.evm";
+}
+
 // An attribute that the new file was born with, such as a label that the system gives every file of the folder, is not
 // written again: that would need rights that reading it does not.
-int copy_attribute(int from, int to, const std::string& name) {
-    // What vouches for the old file's content says nothing about the new one's; the system writes its own.
-    if (name == "security.ima" || name == "security.evm") {
-        return 0;
-    }
-    std::string value;
-    if (const int error = get_value(from, name, value)) {
-        return error;
-    }
+int give_attribute(const std::string& name, const std::string& value, int file) {
     std::string present;
-    const bool is_present = get_value(to, name, present) == 0;
+    const bool is_present = get_value(file, name, present) == 0;
     if (is_present && present == value) {
         return 0;
     }
-    return fsetxattr(to, name.c_str(), value.data(), value.size(), 0) == 0 ? 0 : errno;
+    return fsetxattr(file, name.c_str(), value.data(), value.size(), 0) == 0 ? 0 : errno;
 }
 
 }  // namespace
 
-int copy_extended_attributes(int from, int to) {
-    // A folder's default list is inherited by every new file, also where the old one had none.
-    constexpr const char* access_list = "system.posix_acl_access";
+int read_extended_attributes(int file, ExtendedAttributes& attributes) {
     std::vector<std::string> names;
-    if (const int error = list_names(from, names)) {
+    if (const int error = list_names(file, names)) {
         return error;
     }
     for (const std::string& name : names) {
-        if (const int error = copy_attribute(from, to, name)) {
+        if (vouches_for_content(name)) {
+            continue;
+        }
+        if (const int error = get_value(file, name, attributes[name])) {
+            return error;
+        }
+    }
+    return 0;
+}
+
+int give_extended_attributes(const ExtendedAttributes& attributes, int file) {
+    // A folder's default list is inherited by every new file, also where the old one had none.
+    constexpr const char* access_list = "system.posix_acl_access";
+    for (const auto& [name, value] : attributes) {
+        if (const int error = give_attribute(name, value, file)) {
             return error;
         }
     }
     std::vector<std::string> born_with;
-    if (const int error = list_names(to, born_with)) {
+    if (const int error = list_names(file, born_with)) {
         return error;
     }
-    const auto holds = [&](const std::vector<std::string>& list) {
-        return std::find(list.begin(), list.end(), access_list) != list.end();
-    };
-    if (holds(born_with) && !holds(names)) {
-        return fremovexattr(to, access_list) == 0 ? 0 : errno;
+    const bool has_list = std::find(born_with.begin(), born_with.end(), access_list) != born_with.end();
+    if (has_list && attributes.count(access_list) == 0) {
+        return fremovexattr(file, access_list) == 0 ? 0 : errno;
     }
     return 0;
+}
+
+int copy_extended_attributes(int from, int to) {
+    ExtendedAttributes attributes;
+    const int error = read_extended_attributes(from, attributes);
+    return error == 0 ? give_extended_attributes(attributes, to) : error;
 }
 
 }  // namespace platform_library

@@ -19,20 +19,6 @@ namespace {
 
 constexpr mode_t private_mode = 0600;
 
-int lock_name(const std::string& path, Descriptor& lock) {
-    const std::string name = path + ".lock";
-    lock.reset(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, private_mode));
-    if (!lock.valid()) {
-        return errno;
-    }
-    while (flock(lock.get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
-}
-
 int resolve(const std::string& path, std::string& target) {
     struct Release {
         void operator()(char* text) const { free(text); }
@@ -182,6 +168,20 @@ int rewrite_locked(const std::string& target, const Edit& edit) {
 }
 
 }  // namespace
+
+int lock_name(const std::string& path, Descriptor& lock) {
+    const std::string name = path + ".lock";
+    lock.reset(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, private_mode));
+    if (!lock.valid()) {
+        return errno;
+    }
+    while (flock(lock.get(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
 
 int rewrite_file(const std::string& path, const Edit& edit) {
     Descriptor lock;

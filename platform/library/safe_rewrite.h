@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/posix.h"
+
 namespace platform_library {
 
 // Returns the new text of a file whose text is `old_text`, or nothing when it is to stay as it is.
@@ -19,5 +21,8 @@ using Edit = std::function<std::optional<std::string>(const std::string& old_tex
 // flushing the folder was what failed. EEXIST says that something which no rewrite made has the name of the new file,
 // ".NAME.new"; it is left.
 [[nodiscard]] int rewrite_file(const std::string& path, const Edit& edit);
+
+// Takes the lock of rewrite_file on the name, and waits for it. The lock goes with `lock`. Returns 0 or an error number.
+[[nodiscard]] int lock_name(const std::string& path, Descriptor& lock);
 
 }  // namespace platform_library

@@ -8,7 +8,7 @@
 #include "request_command/answer_line.h"
 #include "request_command/answer_output.h"
 #include "request_command/answer_printer.h"
-#include "request_command/text_encoding.h"
+#include "platform/text_encoding.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/scratch_file.h"

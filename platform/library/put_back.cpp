@@ -1,0 +1,114 @@
+#include "platform/library/put_back.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+
+#include "platform/library/safe_rewrite.h"
+#include "platform/posix.h"
+
+// Every step returns 0 or an error number.
+namespace platform_library {
+
+namespace {
+
+int error_of(int result) {
+    return result == 0 ? 0 : errno;
+}
+
+// A name in its folder, which is held open and whose lock is held.
+class LockedName {
+  public:
+    int acquire(const std::string& path) {
+        const std::size_t slash = path.rfind('/');
+        name_ = path.substr(slash + 1);
+        new_name_ = "." + name_ + ".new";
+        folder_.reset(open(path.substr(0, slash + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        return folder_.valid() ? lock_name(path, lock_) : errno;
+    }
+
+    // Lets `make` make something under a new name, which then takes the place of whatever has the name. The lock makes
+    // a fixed name safe, and a fixed name lets the next one clear away what a crash left.
+    int replace(const std::function<int(int folder, const char* new_name)>& make) {
+        if (unlinkat(folder_.get(), new_name_.c_str(), 0) != 0 && errno != ENOENT) {
+            return errno;
+        }
+        int error = make(folder_.get(), new_name_.c_str());
+        if (error == 0) {
+            error = error_of(renameat(folder_.get(), new_name_.c_str(), folder_.get(), name_.c_str()));
+        }
+        if (error != 0) {
+            unlinkat(folder_.get(), new_name_.c_str(), 0);
+            return error;
+        }
+        return error_of(fsync(folder_.get()));
+    }
+
+    int remove() {
+        if (unlinkat(folder_.get(), name_.c_str(), 0) != 0) {
+            return errno == ENOENT ? 0 : errno;
+        }
+        return error_of(fsync(folder_.get()));
+    }
+
+  private:
+    std::string name_;
+    std::string new_name_;
+    Descriptor folder_;
+    Descriptor lock_;
+};
+
+// The owner first: changing it can clear bits of the mode and attributes.
+int give_state(int file, const WholeFile& wanted) {
+    struct stat state {};
+    if (fstat(file, &state) != 0) {
+        return errno;
+    }
+    const bool same_owner = state.st_uid == wanted.owner && state.st_gid == wanted.group;
+    if (!same_owner && fchown(file, wanted.owner, wanted.group) != 0) {
+        return errno;
+    }
+    if (const int error = give_extended_attributes(wanted.attributes, file)) {
+        return error;
+    }
+    return error_of(fchmod(file, wanted.mode & ALLPERMS));
+}
+
+int make_file(int folder, const char* name, const WholeFile& wanted) {
+    constexpr mode_t private_mode = 0600;
+    const Descriptor file(openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, private_mode));
+    if (!file.valid() || !write_all(file.get(), wanted.text)) {
+        return errno;
+    }
+    const int error = give_state(file.get(), wanted);
+    return error == 0 ? error_of(fsync(file.get())) : error;
+}
+
+}  // namespace
+
+int put_file(const std::string& path, const WholeFile& file) {
+    LockedName place;
+    const int error = place.acquire(path);
+    return error == 0 ? place.replace([&](int folder, const char* name) { return make_file(folder, name, file); })
+                      : error;
+}
+
+int put_link(const std::string& path, const std::string& target) {
+    LockedName place;
+    const int error = place.acquire(path);
+    return error == 0 ? place.replace([&](int folder, const char* name) {
+        return error_of(symlinkat(target.c_str(), folder, name));
+    })
+                      : error;
+}
+
+int remove_file(const std::string& path) {
+    LockedName place;
+    const int error = place.acquire(path);
+    return error == 0 ? place.remove() : error;
+}
+
+}  // namespace platform_library
