@@ -15,8 +15,8 @@ packages_of() {
     case $1 in
         build)
             # The shells are those that /bin/sh can be, which the tests put there one after the other.
-            echo cmake g++ make python3 nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd util-linux diffutils \
-                attr acl dash bash busybox
+            echo cmake g++ make python3 python3-jsonschema nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd \
+                util-linux diffutils patch attr acl dash bash busybox
             ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
         benchmark) echo augeas-tools gnuplot-nox ;;

@@ -9,7 +9,7 @@ git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format-14 --dry-run --Werro
 echo "format: clean"
 scripts/check_includes.py
 
-folders=(agent commands logging_config platform request_command)
+folders=(agent commands logging_config platform request_command state_command)
 if [[ ${1:-} == tests ]]; then
     folders=(tests benchmarks)
 fi

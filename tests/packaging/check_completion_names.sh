@@ -82,5 +82,18 @@ same "keys of qr.conf for bash" "$(known_keys_of_sources)" "$(known_keys $bash_s
 same "keys of qr.conf for zsh" "$(known_keys_of_sources)" "$(known_keys $zsh_source)"
 same "products for bash" "$(category_products)" "$(products $bash_source)"
 same "products for zsh" "$(category_products)" "$(products $zsh_source)"
+# What the state command's completions say, read from their text.
+state_options=state_command/options.cpp
+state_bash=packaging/completion/zmlogstate.bash
+state_zsh=packaging/completion/_zmlogstate
+for file in $state_bash $state_zsh; do
+    same "categories in $file" "$(category_names)" "$(grep -oE '\b[A-Z]{2,}\b' $file | grep -vxE 'COMPREPLY|COMMAND|JSON')"
+    same "options in $file" "$(table $state_options ' long_options = ' | quoted_names)" \
+        "$(grep -oE -e '--[a-z][a-z-]+' $file | sed 's/^--//')"
+done
+same "commands in $state_bash" "$(table $state_options ' commands = ' | quoted_names)" \
+    "$(sed -nE 's/.*compgen -W "(show[a-z ]*)".*/\1/p' $state_bash | tr ' ' '\n')"
+same "commands in $state_zsh" "$(table $state_options ' commands = ' | quoted_names)" \
+    "$(sed -nE "s/^    '([a-z]+):.*/\1/p" $state_zsh)"
 ((failed)) || echo "completions: the names are those of the sources"
 exit "$failed"

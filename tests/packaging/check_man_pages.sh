@@ -160,8 +160,30 @@ check_configuration() {
         "$(items ktul.conf.5 DESCRIPTION | sed -nE 's/.* Li \.([A-Za-z]+)= .*/\1/p')"
 }
 
+# The state command's page and help.
+check_state_command() {
+    local options=state_command/options.cpp help
+    help=$(sed -n '/^const std::string_view help_text/,/^)";/p' $options)
+    same "commands of zmlogstate" "$(table $options ' commands = ' | quoted_names)" \
+        "$(items zmlogstate.8 DESCRIPTION | awk '$1 == "Cm" { print $2 }')"
+    same "options of zmlogstate" "$(table $options ' long_options = ' | quoted_names)" \
+        "$(items zmlogstate.8 DESCRIPTION | sed -nE 's/.*Fl Fl ([a-z-]+)$/\1/p')"
+    same "options in the help of zmlogstate" "$(table $options ' long_options = ' | quoted_names)" \
+        "$(grep -oE '^ *(-[hV], )? *--[a-z-]+' <<<"$help" | grep -oE '[a-z-]+$' | sed 's/^--//')"
+    same "categories of zmlogstate" "$(category_names)" "$(items_of zmlogstate.8 SETTINGS Cm | tr -d ,;
+        items zmlogstate.8 SETTINGS | sed -nE 's/^Cm ZMKTUL , (.*)/\1/p' | tr -d ' ' | tr , '\n')"
+    same "categories in the help of zmlogstate" "$(category_names)" \
+        "$(awk '/^Categories: / { on = 1 } /^$/ { on = 0 } on' <<<"$help" | grep -oE '\b[A-Z]{2,}\b')"
+    same "categories in the schema of zmlogstate" "$(category_names)" \
+        "$(grep -oE '"[A-Z]{2,}"' docs/zmlogstate.schema.json | tr -d '"')"
+    same "exit statuses of zmlogstate" \
+        "$(awk '/^namespace exit_status/ { on = 1 } on' state_command/failure.h | sed -nE 's/.*int [a-z_]+ = ([0-9]+);.*/\1/p')" \
+        "$(items zmlogstate.8 'EXIT STATUS')"
+}
+
 check_lint
 check_words
+check_state_command
 check_known_words
 check_json
 check_examples

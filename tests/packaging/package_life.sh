@@ -18,10 +18,11 @@ check_installation() {
     check "qr.conf is root's" is stat --format='%U:%G %a' $product/qr.conf -- 'root:root 644'
     check "the folders are there" test -d $product/logs -a -d /usr/kumel/ktul
     check "the request command is on PATH" is command -v zmlogadm -- /usr/bin/zmlogadm
+    check "the state command is on PATH" is command -v zmlogstate -- /usr/bin/zmlogstate
     check "the documentation is there" test -e /usr/share/doc/zmlogadmagent/README.Debian \
         -a -e /usr/share/doc/zmlogadmagent/copyright
     local page
-    for page in zmlogadm.1 zmlogadmagent.8 qr.conf.5 ktul.conf.5; do
+    for page in zmlogadm.1 zmlogadmagent.8 zmlogstate.8 qr.conf.5 ktul.conf.5; do
         check "man finds ${page%.*} in section ${page##*.}" man --warnings "${page##*.}" "${page%.*}"
     done
     check "systemd-analyze verify says nothing of the units" is systemd-analyze verify zmlogadmagent.socket \
@@ -153,7 +154,8 @@ check_removal() {
     check "the package is removed" dpkg --remove zmlogadmagent
     check "qr.conf is kept" cmp /tmp/qr.conf $product/qr.conf
     check "the agent's log is kept" grep -q GETDISKSPACE $product/logs/zmlogadmagent/log.????????
-    check "the programs are gone" test ! -e $product/bin -a ! -L /usr/bin/zmlogadm
+    check "the programs are gone" test ! -e $product/bin -a ! -L /usr/bin/zmlogadm \
+        -a ! -L /usr/bin/zmlogstate
     check "nothing listens" is systemctl is-active zmlogadmagent.socket zmlogadmagent-tcp.socket -- \
         $'inactive\ninactive'
     check "no timer is left" is systemctl is-active zmlogadmagent-prune-logs.timer -- inactive

@@ -144,7 +144,7 @@ bool has_fault(const Fault& fault, long call, const std::uint64_t* arguments) {
 }
 
 struct Program {
-    std::string file;
+    std::vector<std::string> command_line;
     std::string variable;  // of its environment, "NAME=value"
 };
 
@@ -156,8 +156,14 @@ struct Program {
         alarm(patience_seconds);
         std::string path = "PATH=/usr/bin:/bin";
         std::string variable = program.variable;
+        std::vector<std::string> command_line = program.command_line;
+        std::vector<char*> arguments;
+        for (std::string& argument : command_line) {
+            arguments.push_back(argument.data());
+        }
+        arguments.push_back(nullptr);
         const std::array<char*, 3> environment = {path.data(), variable.data(), nullptr};
-        execle(program.file.c_str(), program.file.c_str(), nullptr, environment.data());
+        execve(arguments[0], arguments.data(), environment.data());
     }
     _exit(1);
 }
@@ -336,15 +342,19 @@ FaultyRun run_program(const Program& program, ConnectedSockets connection, const
 }  // namespace
 
 FaultyRun run_with_fault(ConnectedSockets connection, const Fault& fault) {
-    return run_program({inside_path(ZMLA_AGENT_FILE), "LC_ALL=C"}, std::move(connection), fault);
+    return run_program({{inside_path(ZMLA_AGENT_FILE)}, "LC_ALL=C"}, std::move(connection), fault);
 }
 
 FaultyRun run_with_failing_allocation(ConnectedSockets connection, int number, bool ever_after) {
     const std::string variable = "ZMLA_ALLOCATION=" + std::to_string(number) + (ever_after ? "+" : "");
-    FaultyRun run = run_program({inside_path(ZMLA_FORGETFUL_AGENT_FILE), variable}, std::move(connection), {});
+    FaultyRun run = run_program({{inside_path(ZMLA_FORGETFUL_AGENT_FILE)}, variable}, std::move(connection), {});
     run.faults = access("/tmp/allocation_failed", F_OK) == 0 ? 1 : 0;
     run.began = true;
     return run;
+}
+
+FaultyRun run_program_with_fault(const std::vector<std::string>& command_line, const Fault& fault) {
+    return run_program({command_line, "LC_ALL=C"}, connect_locally(), fault);
 }
 
 std::string name_of_call(long number) {

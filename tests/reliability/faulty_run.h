@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/support/connected_sockets.h"
 
@@ -44,6 +45,10 @@ struct FaultyRun {
 // The same for an agent whose allocation of that number, counted from 1, fails, and with `ever_after` every later one
 // too. That a fault took place is told by `faults` alone, as 1.
 [[nodiscard]] FaultyRun run_with_failing_allocation(ConnectedSockets connection, int number, bool ever_after);
+
+// The same for another program that calls umask first of all: its file and its arguments. It has no peer, and what it
+// prints is lost.
+[[nodiscard]] FaultyRun run_program_with_fault(const std::vector<std::string>& command_line, const Fault& fault);
 
 // The name of a system call, or its number where that has none here.
 [[nodiscard]] std::string name_of_call(long number);

@@ -1,0 +1,27 @@
+// The command line.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "state_command/failure.h"
+
+enum class Action { show, save, diff, restore, show_help, show_version };
+
+struct Options {
+    Action action = Action::show_help;
+    std::vector<std::string> categories;  // of show
+    std::string folder;                   // of the others
+    bool all = false;
+    bool json = false;
+    bool force = false;
+    bool remove_logs = false;
+};
+
+// Reads the command line. Throws a Failure for one that cannot be followed. What getopt_long itself finds wrong it has
+// told on standard error.
+Options parse_options(int argc, char** argv);
+
+// What --help prints.
+extern const std::string_view help_text;

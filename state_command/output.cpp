@@ -1,0 +1,112 @@
+#include "state_command/output.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "state_command/failure.h"
+
+namespace {
+
+// The error number of the first line that could not be printed.
+int output_error = 0;
+
+std::string escape_byte(unsigned char byte) {
+    switch (byte) {
+        case '\n':
+            return "\\n";
+        case '\r':
+            return "\\r";
+        case '\t':
+            return "\\t";
+        default:
+            std::array<char, 8> text;
+            snprintf(text.data(), text.size(), "\\x%02x", byte);
+            return text.data();
+    }
+}
+
+// Waits where another user of the stream has made it non-blocking and it is full. Returns 0 or an error number.
+int write_to_stream(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(fd, text.data(), text.size());
+        if (count >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno == EAGAIN) {
+            pollfd entry = {.fd = fd, .events = POLLOUT, .revents = 0};
+            poll(&entry, 1, -1);
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+void occupy_standard_descriptors() {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(fd, F_GETFD) == -1 && open("/dev/null", O_RDONLY) != fd) {
+            throw system_failure(errno, "cannot open /dev/null");
+        }
+    }
+}
+
+std::string escape(std::string_view text) {
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (const char byte : text) {
+        const auto value = static_cast<unsigned char>(byte);
+        if (value < 32 || value == 127) {
+            escaped += escape_byte(value);
+        } else {
+            escaped += byte;
+        }
+    }
+    return escaped;
+}
+
+void print_text(std::string_view text) {
+    if (output_error == 0) {
+        output_error = write_to_stream(STDOUT_FILENO, text);
+    }
+}
+
+void print_line(std::string_view line) {
+    print_text(escape(line) + "\n");
+}
+
+void complain(std::string_view line) {
+    write_to_stream(STDERR_FILENO, "zmlogstate: " + escape(line) + "\n");
+}
+
+void finish_output() {
+    if (output_error != 0) {
+        throw system_failure(output_error, "cannot write to standard output");
+    }
+}
+
+void add_problem(Problems& problems, const Problem& problem) {
+    const auto is_known = [&](const Problem& known) { return known.path == problem.path; };
+    if (std::none_of(problems.begin(), problems.end(), is_known)) {
+        problems.push_back(problem);
+    }
+}
+
+std::string describe(const Problem& problem) {
+    const std::string reason = std::string(": ") + strerror(problem.error);
+    return problem.when == Problem::When::now ? "cannot read " + problem.path + reason
+                                              : problem.path + " was not saved" + reason;
+}
+
+void complain_of(const Problems& problems) {
+    for (const Problem& problem : problems) {
+        complain(describe(problem));
+    }
+}

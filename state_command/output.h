@@ -1,0 +1,43 @@
+// The command's standard streams.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Gives every standard descriptor that is closed a place holder, lest a file that the command writes become its output.
+void occupy_standard_descriptors();
+
+// Returns the text with every control character written as \n, \r, \t or \xHH.
+[[nodiscard]] std::string escape(std::string_view text);
+
+// Prints one line to standard output, control characters escaped. A failure is reported by finish_output, so that
+// nothing stops half-way because nobody reads.
+void print_line(std::string_view line);
+
+// Prints a text as it stands.
+void print_text(std::string_view text);
+
+// Prints one line to standard error behind the command's name, control characters escaped.
+void complain(std::string_view line);
+
+// Throws a Failure when not all lines could be printed.
+void finish_output();
+
+// A file or folder that could not be read, now or when it was to be saved, and the error number.
+struct Problem {
+    enum class When { now, at_save };
+    std::string path;
+    int error = 0;
+    When when = When::now;
+};
+using Problems = std::vector<Problem>;
+
+// Notes the problem, once for each path.
+void add_problem(Problems& problems, const Problem& problem);
+
+// Returns what is to be said of it.
+[[nodiscard]] std::string describe(const Problem& problem);
+
+// Complains of each.
+void complain_of(const Problems& problems);

@@ -1,0 +1,147 @@
+// What zmlogstate refuses before it changes anything.
+#include <gmock/gmock.h>
+#include <sched.h>
+#include <unistd.h>
+
+#include <functional>
+#include <string>
+
+#include "tests/state_command/state_test.h"
+#include "tests/support/test_files.h"
+
+using testing::HasSubstr;
+
+class Refusal : public StateTest {
+  protected:
+    Refusal() {
+        save();
+        raise_all_logging();
+    }
+
+    // Expects that neither diff nor restore takes the folder as it is, and that nothing is changed.
+    void expect_refusal(const std::string& reason, const std::string& folder) const {
+        const Snapshot before = take_whole_snapshot();
+        for (const Arguments& arguments : {Arguments{"diff", folder}, Arguments{"restore", folder},
+                                           Arguments{"restore", "--force", "--remove-logs", folder}}) {
+            const CommandRun run = run_command(arguments);
+            EXPECT_EQ(run.exit_status, 255);
+            EXPECT_EQ(run.output, "");
+            EXPECT_THAT(run.errors, HasSubstr(reason));
+        }
+        EXPECT_EQ(take_whole_snapshot(), before);
+    }
+    void expect_refusal(const std::string& reason) const { expect_refusal(reason, folder_); }
+
+    const std::string manifest_ = folder_ + "/manifest";
+};
+
+TEST_F(Refusal, OfAFolderThatIsNotThereOrIsNone) {
+    expect_refusal("No such file or directory", "/tmp/other");
+    write_file("/tmp/file", "");
+    expect_refusal("Not a directory", "/tmp/file");
+}
+
+TEST_F(Refusal, OfAFolderWithoutManifest) {
+    remove_tree(manifest_);
+    expect_refusal("is not a whole saved state");
+}
+
+TEST_F(Refusal, OfAManifestThatIsCutAnywhere) {
+    const std::string text = read_file(manifest_);
+    const Snapshot before = take_whole_snapshot();
+    for (std::size_t size = 0; size < text.size(); size += 17) {
+        write_file(manifest_, text.substr(0, size));
+        EXPECT_EQ(run_command({"restore", folder_}).exit_status, 255) << size;
+    }
+    EXPECT_EQ(take_whole_snapshot(), before);
+}
+
+TEST_F(Refusal, OfAManifestThatSaysAnythingElse) {
+    const std::string text = read_file(manifest_);
+    for (const std::string& other : {text + "\n", text + text, " " + text, text.substr(1),
+                                     std::string(text).replace(text.find("0640"), 4, "0666")}) {
+        write_file(manifest_, other);
+        expect_refusal("its manifest is damaged");
+    }
+}
+
+TEST_F(Refusal, OfCopiesThatAreMissingOrChanged) {
+    const std::string copy = folder_ + "/files" + store;
+    const std::string text = read_file(copy);
+    for (const std::string& other : {text + "x", text.substr(1), std::string(text).replace(3, 1, "x"), std::string()}) {
+        write_file(copy, other);
+        expect_refusal("the copy of " + store + " is damaged");
+    }
+    remove_tree(copy);
+    expect_refusal("is not a whole saved state");
+    make_link(store, copy);
+    expect_refusal("is not a whole saved state");
+    remove_tree(copy);
+    make_folder(copy);
+    expect_refusal("is not a whole saved state");
+}
+
+TEST_F(Refusal, OfAStrangersFolder) {
+    ASSERT_EQ(chown(folder_.c_str(), 1234, 0), 0);
+    expect_refusal("belongs to another user");
+}
+
+TEST_F(Refusal, OfAFolderThatOthersCanWrite) {
+    for (const unsigned mode : {0720U, 0702U}) {
+        set_mode(folder_, mode);
+        expect_refusal("can be written by others");
+    }
+    set_mode(folder_, 0755);
+    EXPECT_EQ(run_command({"diff", folder_}).exit_status, 1);
+}
+
+TEST_F(Refusal, OfAnotherHostsFolderUnlessForced) {
+    const Snapshot before = take_whole_snapshot();
+    const auto on_another_host = [] {
+        ASSERT_EQ(unshare(CLONE_NEWUTS), 0);
+        ASSERT_EQ(sethostname("elsewhere", 9), 0);
+    };
+    const CommandRun run = run_command({"restore", folder_}, on_another_host);
+    EXPECT_EQ(run.exit_status, 255);
+    EXPECT_THAT(run.errors, HasSubstr("was saved on the host agenthost.example.test, and this is elsewhere"));
+    EXPECT_EQ(take_whole_snapshot(), before);
+    EXPECT_EQ(run_command({"diff", folder_}, on_another_host).exit_status, 1);
+    EXPECT_EQ(run_command({"restore", "--force", folder_}, on_another_host).exit_status, 0);
+}
+
+struct WrongArguments {
+    Arguments arguments;
+    const char* reason;
+};
+
+TEST_F(Refusal, OfWrongArguments) {
+    const Snapshot before = take_whole_snapshot();
+    for (const auto& [arguments, reason] :
+         {WrongArguments{{}, "a command is missing"},
+          WrongArguments{{"keep", "/tmp/x"}, "there is no command \"keep\""},
+          WrongArguments{{"save"}, "save takes one folder"}, WrongArguments{{"save", ""}, "save takes one folder"},
+          WrongArguments{{"diff", folder_, folder_}, "diff takes one folder"},
+          WrongArguments{{"restore", "--all", folder_}, "options of show"},
+          WrongArguments{{"save", "--json", "/tmp/x"}, "options of show"},
+          WrongArguments{{"show", "--force"}, "options of restore"},
+          WrongArguments{{"diff", "--remove-logs", folder_}, "options of restore"},
+          WrongArguments{{"restore", "--unknown", folder_}, "the options are not valid"},
+          WrongArguments{{"restore", "--force=yes", folder_}, "the options are not valid"}}) {
+        const CommandRun run = run_command(arguments);
+        EXPECT_EQ(run.exit_status, 255);
+        EXPECT_THAT(run.errors, HasSubstr(reason));
+    }
+    EXPECT_EQ(take_whole_snapshot(), before);
+    EXPECT_THAT(names_in("/tmp"), testing::ElementsAre("case"));
+}
+
+TEST_F(Refusal, IsNotTheAnswerToQuestionsAboutTheCommand) {
+    for (const char* option : {"-h", "--help"}) {
+        const CommandRun run = run_command({"restore", option});
+        expect_status(run, 0);
+        EXPECT_THAT(run.output, testing::StartsWith("Usage: zmlogstate show"));
+    }
+    for (const char* option : {"-V", "--version"}) {
+        EXPECT_EQ(run_command({option}).output, "zmlogstate " ZMLA_COMMAND_VERSION "\n");
+    }
+}

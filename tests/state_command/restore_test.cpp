@@ -1,0 +1,220 @@
+// What zmlogstate restore puts back.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "tests/state_command/state_test.h"
+#include "tests/support/agent_runner.h"
+#include "tests/support/test_files.h"
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class Restore : public StateTest {
+  protected:
+    CommandRun restore(const Arguments& options = {}) const {
+        return run_command(Arguments{"restore"} + options + Arguments{folder_});
+    }
+
+    // Restores, and expects that all is then as the snapshot says.
+    void expect_restored(const Snapshot& before) const {
+        expect_status(restore(), 0);
+        EXPECT_EQ(take_snapshot(), before);
+        const CommandRun diff = run_command({"diff", folder_});
+        expect_status(diff, 0);
+        EXPECT_EQ(diff.output, "");
+    }
+};
+
+TEST_F(Restore, PutsEverythingBackAfterAllCategoriesWereRaised) {
+    const Snapshot before = take_snapshot();
+    save();
+    raise_all_logging();
+    EXPECT_NE(take_snapshot(), before);
+    expect_restored(before);
+}
+
+TEST_F(Restore, PutsEverythingBackOnAHostWithLoggingAlreadyOn) {
+    raise_all_logging();
+    set_mode(plugin_file, 0640);
+    ASSERT_EQ(chown(console_file.c_str(), 1234, 5678), 0);
+    const Snapshot before = take_snapshot();
+    save();
+    raise_all_logging();
+    EXPECT_EQ(run_agent({"DISABLELOGGING", "VMCONF:x", "JAVAGUI:x", "ZMKTUL:111=0", "QRCONF:VERBOSE=1"}).status(), 0);
+    expect_restored(before);
+}
+
+TEST_F(Restore, SaysWhatItDidAndDoesNothingTheNextTime) {
+    save();
+    write_file(store, "changed\n");
+    set_mode(store, 0600);
+    make_folder(logs_folder + "/jobd");
+    const CommandRun run = restore();
+    expect_status(run, 0);
+    EXPECT_THAT(lines_of(run.output), Contains(store + ": put back (content; mode 0644, now 0600)"));
+    EXPECT_THAT(lines_of(run.output), Contains(logs_folder + "/jobd: log directory removed"));
+    EXPECT_THAT(lines_of(run.output), Contains(HasSubstr("KOB:kob: not put back")));
+    struct stat after_first {};
+    ASSERT_EQ(stat(store.c_str(), &after_first), 0);
+    const CommandRun second = restore();
+    expect_status(second, 0);
+    EXPECT_EQ(lines_of(second.output).size(), 1U) << second.output;
+    struct stat after_second {};
+    ASSERT_EQ(stat(store.c_str(), &after_second), 0);
+    EXPECT_EQ(after_second.st_ino, after_first.st_ino);
+}
+
+TEST_F(Restore, PutsBackModeOwnerAndAttributesAlone) {
+    const Snapshot before = take_snapshot();
+    save();
+    set_mode(store, 0600);
+    ASSERT_EQ(chown(console_file.c_str(), 5, 6), 0);
+    ASSERT_EQ(setxattr(storage_file.c_str(), "user.note", "x", 1, 0), 0);
+    ASSERT_EQ(setxattr(storage_file.c_str(), "user.other", "x", 1, 0), 0);
+    ASSERT_EQ(removexattr(main_configuration.c_str(), "user.empty"), 0);
+    expect_restored(before);
+}
+
+TEST_F(Restore, MakesFilesThatAreMissingAndRemovesThoseThatWereNotThere) {
+    remove_tree(container_file);
+    const Snapshot before = take_snapshot();
+    save();
+    remove_tree(store);
+    write_file(container_file, "new\n");
+    EXPECT_THAT(lines_of(run_command({"diff", folder_}).output), Contains(container_file + ": missing, now a file"));
+    expect_restored(before);
+}
+
+TEST_F(Restore, PutsLinksBackAndWhatTheyLeadTo) {
+    for (const std::string& path : {main_configuration, console_file}) {
+        const std::string target = "/usr/kumel/real" + path.substr(path.rfind('/'));
+        write_file(target, read_file(path));
+        remove_tree(path);
+        make_link(target, path);
+    }
+    const Snapshot before = take_snapshot();
+    save();
+    raise_all_logging();
+    EXPECT_NE(take_snapshot().at(console_file).kind, "link");  // that is how key-value files are edited
+    expect_restored(before);
+}
+
+TEST_F(Restore, LeavesALogDirectoryThatIsNotEmptyUnlessItsLogsMayGo) {
+    const Snapshot before = take_snapshot();
+    save();
+    write_file(logs_folder + "/jobd/below/log", "kept");
+    make_folder(logs_folder + "/jobd/empty");
+    write_file("/tmp/elsewhere/file", "not the log's");
+    make_link("/tmp/elsewhere", logs_folder + "/jobd/link");
+    const CommandRun run = restore();
+    expect_status(run, 1);
+    EXPECT_THAT(lines_of(run.output), Contains(logs_folder + "/jobd: log directory left, it is not empty"));
+    EXPECT_EQ(read_file(logs_folder + "/jobd/below/log"), "kept");
+    EXPECT_TRUE(exists(logs_folder + "/jobd/empty"));
+    expect_status(restore({"--remove-logs"}), 0);
+    EXPECT_EQ(take_snapshot(), before);
+    EXPECT_EQ(read_file("/tmp/elsewhere/file"), "not the log's");
+}
+
+TEST_F(Restore, NeverRemovesTheAgentsOwnFoldersNorOldLogDirectories) {
+    write_file(logs_folder + "/old/log", "kept");
+    save();
+    write_file(logs_folder + "/old/later", "kept");
+    write_file(logs_folder + "/zmlaevidence/zmla-1/file", "kept");
+    raise_all_logging();
+    expect_status(restore({"--remove-logs"}), 0);
+    EXPECT_EQ(read_file(logs_folder + "/old/later"), "kept");
+    EXPECT_EQ(read_file(logs_folder + "/zmlaevidence/zmla-1/file"), "kept");
+    EXPECT_TRUE(exists(logs_folder + "/zmlogadmagent"));
+}
+
+TEST_F(Restore, NeverRemovesARootWithWhatItHolds) {
+    save();
+    write_file("/usr/kumel/volmgr/debug/file", "kept");
+    make_folder("/usr/kumel/volmgr/debug/robots");
+    expect_status(restore({"--remove-logs"}), 1);
+    EXPECT_EQ(read_file("/usr/kumel/volmgr/debug/file"), "kept");
+    EXPECT_FALSE(exists("/usr/kumel/volmgr/debug/robots"));
+}
+
+TEST_F(Restore, MakesLogDirectoriesAgainThatAreGone) {
+    make_folder(logs_folder + "/jobd/below");
+    set_mode(logs_folder + "/jobd", 01770);
+    ASSERT_EQ(chown((logs_folder + "/jobd").c_str(), 1234, 5678), 0);
+    const Snapshot before = take_snapshot();
+    save();
+    remove_tree(logs_folder + "/jobd");
+    expect_restored(before);
+}
+
+TEST_F(Restore, TellsOfAStaleCopyAndLeavesIt) {
+    save();
+    write_file(volume_manager_file + ".new", "half of i");
+    const CommandRun run = restore();
+    expect_status(run, 0);
+    EXPECT_THAT(lines_of(run.output), Contains(testing::StartsWith(volume_manager_file + ".new: ")));
+    EXPECT_EQ(read_file(volume_manager_file + ".new"), "half of i");
+}
+
+TEST_F(Restore, PutsTheOthersBackWhereOneCannotBe) {
+    save();
+    write_file(store, "changed\n");
+    remove_tree("/usr/kumel/java");
+    const CommandRun run = restore();
+    EXPECT_EQ(run.exit_status, 1);
+    EXPECT_EQ(run.errors, "zmlogstate: cannot put " + console_file + " back: No such file or directory\n");
+    EXPECT_EQ(read_file(store), "112.DebugLevel=1\n111.DebugLevel=3\nother\n");
+}
+
+TEST_F(Restore, ReplacesNoFolder) {
+    save();
+    remove_tree(store);
+    make_folder(store + "/x");
+    EXPECT_EQ(restore().exit_status, 2);
+    EXPECT_TRUE(exists(store + "/x"));
+}
+
+TEST_F(Restore, GoesOnWhereNobodyReadsWhatItSays) {
+    const Snapshot before = take_snapshot();
+    save();
+    raise_all_logging();
+    EXPECT_EQ(run_command({"restore", folder_}, with_output_to("/dev/full")).exit_status, 255);
+    EXPECT_EQ(take_snapshot(), before);
+}
+
+TEST_F(Restore, OfTwoAtOnceBothEndWithEverythingBack) {
+    const Snapshot before = take_snapshot();
+    save();
+    for (int round = 0; round != 5; ++round) {
+        raise_all_logging();
+        Command one({"restore", folder_});
+        Command other({"restore", folder_});
+        EXPECT_EQ(one.finish().exit_status, 0);
+        EXPECT_EQ(other.finish().exit_status, 0);
+        expect_restored(before);
+    }
+}
+
+// Whoever is last, every file is whole: what nobody changes is in it.
+TEST_F(Restore, AgainstARunningRequestLosesNothingHalfWay) {
+    const Snapshot before = take_snapshot();
+    save();
+    for (int round = 0; round != 10; ++round) {
+        Agent agent;
+        agent.send(raise_everything());
+        const CommandRun run = restore();
+        EXPECT_THAT(run.exit_status, testing::AnyOf(0, 1)) << run.errors;
+        EXPECT_EQ(agent.finish().status(), 0);
+        EXPECT_THAT(lines_of(read_file(main_configuration)),
+                    testing::IsSupersetOf({"SERVER = localhost", "OTHER = 1"}));
+        EXPECT_THAT(lines_of(read_file(store)), testing::IsSupersetOf({"112.DebugLevel=1", "other"}));
+        EXPECT_THAT(lines_of(read_file(registered_file)), Contains("other=1"));
+        EXPECT_THAT(lines_of(read_file(container_file)), Contains("other"));
+        expect_restored(before);
+    }
+}
