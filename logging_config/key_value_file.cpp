@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "agent/status.h"
@@ -48,6 +49,15 @@ Descriptor open_for_reading(const std::string& path, const Report& report) {
     return file;
 }
 
+// Reads the file into `text` and returns its lines, each of which a newline follows there.
+std::vector<std::string_view> read_lines(Descriptor file, std::string& text) {
+    (void)read_all(file.get(), text);
+    if (!text.empty() && text.back() != '\n') {
+        text += '\n';
+    }
+    return split_lines(text);
+}
+
 // The new copy of the file, line by line, until it takes the file's place.
 class NewCopy {
   public:
@@ -63,16 +73,10 @@ class NewCopy {
         return file_.valid() || fail_to_open(report);
     }
 
-    // Each line goes out at once, so what a reader of the copy sees is always whole lines. A write that fails is
-    // ignored on purpose: only opening and renaming may fail a change. A limit on the size of files is no failure of
-    // the disk, though: this process was not given the room for a whole copy, as if it could not open one.
-    void write(std::string_view line) {
-        line_.assign(line);
-        line_ += '\n';
-        if (!write_all(file_.get(), line_) && errno == EFBIG) {
-            is_cut_ = true;
-        }
-    }
+    void write(std::string_view line) { write_now(std::string(line) + '\n'); }
+
+    // Writes a line of read_lines as it is, with the newline that follows it.
+    void write_unchanged(std::string_view line) { write_now({line.data(), line.size() + 1}); }
 
     bool replace_file(const Report& report) {
         file_.reset();
@@ -90,6 +94,15 @@ class NewCopy {
     }
 
   private:
+    // Each line goes out at once, so what a reader of the copy sees is always whole lines. A write that fails is
+    // ignored on purpose: only opening and renaming may fail a change. A limit on the size of files is no failure of
+    // the disk, though: this process was not given the room for a whole copy, as if it could not open one.
+    void write_now(std::string_view line) {
+        if (!write_all(file_.get(), line) && errno == EFBIG) {
+            is_cut_ = true;
+        }
+    }
+
     bool fail_to_open(const Report& report) const {
         const SystemError error;
         report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), error.number,
@@ -99,7 +112,6 @@ class NewCopy {
 
     const std::string& path_;
     std::string name_;
-    std::string line_;
     Descriptor file_;
     bool is_cut_ = false;
 };
@@ -186,13 +198,16 @@ int set_parameter_value(std::string path, std::string key, std::string separator
         return status::parameter_not_set;
     }
     std::string text;
-    (void)read_all(file.get(), text);
-    file.reset();
-    const std::vector<std::string_view> lines = split_lines(text);
+    const std::vector<std::string_view> lines = read_lines(std::move(file), text);
     SettingEditor editor(key + separator, value, set != 0 ? Goal::make_active : Goal::restore_default);
     editor.look_for_active(lines);
     for (const std::string_view line : lines) {
-        copy.write(editor.edit(line));
+        const std::string_view edited = editor.edit(line);
+        if (edited.data() == line.data()) {
+            copy.write_unchanged(line);
+        } else {
+            copy.write(edited);
+        }
     }
     if (editor.must_append()) {
         copy.write(editor.setting());
@@ -211,9 +226,7 @@ int unset_parameter(std::string path, std::string key, std::string separator, ch
         return status::parameter_not_unset;
     }
     std::string text;
-    (void)read_all(file.get(), text);
-    file.reset();
-    const std::vector<std::string_view> lines = split_lines(text);
+    const std::vector<std::string_view> lines = read_lines(std::move(file), text);
     // Unlike in set_parameter_value the setting must begin the line: leading blanks or a "#" make it another.
     const std::string match = key + separator;
     const auto is_set = [&](std::string_view line) { return line.starts_with(match); };
@@ -227,7 +240,7 @@ int unset_parameter(std::string path, std::string key, std::string separator, ch
     }
     for (const std::string_view line : lines) {
         if (!is_set(line) || (!comment.empty() && line.starts_with(comment))) {
-            copy.write(line);
+            copy.write_unchanged(line);
         } else if (!comment.empty()) {
             copy.write(comment + std::string(line));
         }

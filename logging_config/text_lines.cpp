@@ -1,10 +1,20 @@
 #include "logging_config/text_lines.h"
 
-#include <algorithm>
+namespace {
+
+std::size_t count_newlines(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+}  // namespace
 
 std::vector<std::string_view> split_lines(std::string_view text) {
     std::vector<std::string_view> lines;
-    lines.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
+    lines.reserve(count_newlines(text) + 1);
     while (!text.empty()) {
         const std::size_t newline = text.find('\n');
         lines.push_back(text.substr(0, newline));
