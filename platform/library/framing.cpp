@@ -1,10 +1,13 @@
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <string_view>
 
 #include "platform/library/configuration.h"
 #include "platform/library/numbers.h"
@@ -16,6 +19,42 @@ using std::chrono::steady_clock;
 
 constexpr std::size_t longest_number = 2047;
 constexpr int most_length_digits = 10;
+constexpr std::size_t longest_prefix = most_length_digits + 1;
+
+// A netstring's length and the colon after it.
+class Prefix {
+  public:
+    enum class State { incomplete, complete, malformed };
+
+    // Takes bytes up to the colon, or up to the first byte that a prefix cannot have there. Returns their number.
+    std::size_t take(std::string_view bytes) {
+        std::size_t taken = 0;
+        while (taken < bytes.size() && state_ == State::incomplete) {
+            take(bytes[taken++]);
+        }
+        return taken;
+    }
+
+    [[nodiscard]] State state() const { return state_; }
+    [[nodiscard]] std::size_t length() const { return length_; }
+
+  private:
+    void take(char byte) {
+        const bool leading_zero = digits_ == 1 && length_ == 0;
+        if (byte == ':' && digits_ > 0) {
+            state_ = State::complete;
+        } else if (byte < '0' || byte > '9' || leading_zero || digits_ == most_length_digits) {
+            state_ = State::malformed;
+        } else {
+            length_ = length_ * 10 + static_cast<std::size_t>(byte - '0');
+            ++digits_;
+        }
+    }
+
+    State state_ = State::incomplete;
+    std::size_t length_ = 0;
+    int digits_ = 0;
+};
 
 // Reads one value within its time, byte for byte what belongs to it. The steps return 0 or an error number.
 class ValueReader {
@@ -25,46 +64,78 @@ class ValueReader {
 
     // Reads a netstring of at most `longest` bytes into `text`, which has room for one more: the comma.
     int read_netstring(char* text, std::size_t longest, std::size_t& length) {
-        if (const int error = read_length(longest, length)) {
+        Prefix prefix;
+        std::size_t seen = 0;
+        if (const int error = look_at_prefix(prefix, seen)) {
             return error;
         }
-        if (const int error = read_exactly(text, length + 1)) {
+        length = prefix.length();
+        const bool is_malformed = prefix.state() == Prefix::State::malformed;
+        if (is_malformed || length > longest) {
+            const int error = take(seen, nullptr, 0);
+            return error != 0 ? error : is_malformed ? EPROTO : EMSGSIZE;
+        }
+        if (const int error = take(seen, text, length + 1)) {
             return error;
         }
         return text[length] == ',' ? 0 : EPROTO;
     }
 
   private:
-    // Takes the digits one by one: to read more at once could take bytes that are somebody else's.
-    int read_length(std::size_t longest, std::size_t& length) {
-        unsigned long long announced = 0;  // holds ten digits, which a size may not
-        for (int digits = 0;; ++digits) {
-            char byte = 0;
-            if (const int error = read_exactly(&byte, 1)) {
+    // Looks at what is there, for what comes after the prefix could be somebody else's. Leaves as many bytes as it has
+    // `seen` of the prefix's end to be taken, together with the text. Digits that come without the colon are taken
+    // here: left, they would keep the socket readable and the wait for more from being one.
+    int look_at_prefix(Prefix& prefix, std::size_t& seen) const {
+        for (;;) {
+            std::array<char, longest_prefix> bytes;
+            iovec part = {.iov_base = bytes.data(), .iov_len = bytes.size()};
+            std::size_t count = 0;
+            if (const int error = receive(&part, 1, MSG_PEEK, count)) {
                 return error;
             }
-            if (byte == ':' && digits > 0) {
-                break;
+            seen = prefix.take({bytes.data(), count});
+            if (prefix.state() != Prefix::State::incomplete) {
+                return 0;
             }
-            const bool leading_zero = digits == 1 && announced == 0;
-            if (byte < '0' || byte > '9' || leading_zero || digits == most_length_digits) {
-                return EPROTO;
+            if (const int error = take(seen, nullptr, 0)) {
+                return error;
             }
-            announced = announced * 10 + static_cast<unsigned long long>(byte - '0');
         }
-        length = static_cast<std::size_t>(announced);
-        return announced > longest ? EMSGSIZE : 0;
     }
 
-    int read_exactly(char* buffer, std::size_t size) {
-        while (size > 0) {
-            const ssize_t count = recv(socket_, buffer, size, MSG_DONTWAIT);
-            if (count > 0) {
-                buffer += count;
-                size -= static_cast<std::size_t>(count);
-            } else if (count == 0) {
+    // Takes bytes that have been seen, and `size` bytes of text after them.
+    int take(std::size_t seen, char* text, std::size_t size) const {
+        std::array<char, longest_prefix> passed_over;
+        while (seen + size > 0) {
+            std::array<iovec, 2> parts = {iovec{.iov_base = passed_over.data(), .iov_len = seen},
+                                          iovec{.iov_base = text, .iov_len = size}};
+            std::size_t count = 0;
+            if (const int error = receive(parts.data(), parts.size(), 0, count)) {
+                return error;
+            }
+            const std::size_t of_seen = std::min(count, seen);
+            seen -= of_seen;
+            text += count - of_seen;
+            size -= count - of_seen;
+        }
+        return 0;
+    }
+
+    // Receives what is there, one byte at least.
+    int receive(iovec* parts, std::size_t number, int flags, std::size_t& count) const {
+        msghdr message{};
+        message.msg_iov = parts;
+        message.msg_iovlen = number;
+        for (;;) {
+            const ssize_t received = recvmsg(socket_, &message, flags | MSG_DONTWAIT);
+            if (received > 0) {
+                count = static_cast<std::size_t>(received);
+                return 0;
+            }
+            if (received == 0) {
                 return ECONNRESET;
-            } else if (errno == EAGAIN) {
+            }
+            if (errno == EAGAIN) {
                 if (const int error = wait_readable()) {
                     return error;
                 }
@@ -72,7 +143,6 @@ class ValueReader {
                 return errno;
             }
         }
-        return 0;
     }
 
     int wait_readable() const {

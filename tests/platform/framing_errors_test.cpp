@@ -155,6 +155,31 @@ TEST_F(RefusedString, IsEmsgsizeOneByteBeyondWhatTheCallerSays) {
     }
 }
 
+TEST_F(RefusedString, TakesWhatShowsTheErrorAndNoMore) {
+    struct Row {
+        std::string sent;
+        int error;
+        std::string unread;
+    };
+    const Row rows[] = {
+        {":5,", EPROTO, "5,"},
+        {"x1:5,", EPROTO, "1:5,"},
+        {"12x4:/tmp,", EPROTO, "4:/tmp,"},
+        {"00:,", EPROTO, ":,"},
+        {"012:5", EPROTO, "2:5"},
+        {"12345678901:", EPROTO, ":"},
+        {"1234567890x:", EPROTO, ":"},
+        {"2048:4:/tmp,", EMSGSIZE, "4:/tmp,"},
+        {"9999999999:" + repeated('x', 3000), EMSGSIZE, repeated('x', 3000)},
+        {"4:/tmp;4:/opt,", EPROTO, "4:/opt,"},
+    };
+    for (const Row& row : rows) {
+        connect_and_send(row.sent);
+        EXPECT_EQ(read_string(socket()), string_refused(row.error)) << row.sent;
+        EXPECT_EQ(unread(), row.unread) << row.sent;
+    }
+}
+
 TEST_F(RefusedString, IsEilseqWithAZeroByte) {
     for (const std::string& text : {"\0"s, "\0abc"s, "a\0c"s, "abc\0"s, repeated('\0', 2047)}) {
         connect_and_send(framed(text) + "rest");

@@ -1,4 +1,5 @@
 // Framed reads that succeed, and how much they take.
+#include <chrono>
 #include <climits>
 #include <string>
 
@@ -88,6 +89,41 @@ TEST_F(FramedString, TakesItsOwnBytesAloneWhenItIsEmptyOrLong) {
     EXPECT_EQ(read_string(socket()), string_read(repeated('x', 2047)));
     EXPECT_EQ(read_string(socket()), string_read(""));
     EXPECT_EQ(unread(), "end");
+}
+
+TEST_F(FramedString, TakesItsOwnBytesAloneWhereverItsArrivalPauses) {
+    const std::string value = "12:GETDISKSPACE,";
+    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
+    for (std::size_t first = 0; first < value.size(); ++first) {
+        connect_and_send(value.substr(0, first));
+        system_calls::faults.instead_of_waiting = [&] { send(value.substr(first) + "4:/tmp,"); };
+        EXPECT_EQ(read_string(socket()), string_read("GETDISKSPACE")) << first << " bytes";
+        EXPECT_EQ(unread(), "4:/tmp,") << first << " bytes";
+    }
+}
+
+// Bytes left there would end each wait at once.
+TEST_F(FramedString, IsWaitedForWithNothingLeftUnread) {
+    std::string coming = "12:GETDISKSPACE,";
+    int waits = 0;
+    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
+    system_calls::faults.instead_of_waiting = [&] {
+        EXPECT_EQ(unread(), "") << "before " << coming;
+        send(coming.substr(0, 1));
+        coming.erase(0, 1);
+        ++waits;
+    };
+    EXPECT_EQ(read_string(socket()), string_read("GETDISKSPACE"));
+    EXPECT_EQ(waits, 16);
+}
+
+TEST_F(FramedString, TakesTwoReceptions) {
+    for (const std::string& text : {std::string(), std::string("/tmp"), repeated('x', 2047)}) {
+        connect_and_send(framed(text) + "rest");
+        system_calls::receptions = 0;
+        EXPECT_EQ(read_string(socket()), string_read(text));
+        EXPECT_EQ(system_calls::receptions, 2);
+    }
 }
 
 TEST_F(FramedString, IsReadBeforeTheEndOfTheConnection) {

@@ -21,11 +21,13 @@ namespace system_calls {
 Faults faults;
 std::vector<std::string> journal;
 std::map<std::string, int> opening_flags;
+int receptions = 0;
 
 void reset() {
     faults = Faults();
     journal.clear();
     opening_flags.clear();
+    receptions = 0;
 }
 
 namespace {
@@ -100,7 +102,7 @@ extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int fd, void* bytes, size_t count);
 ssize_t __real_write(int fd, const void* bytes, size_t count);
-ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
+ssize_t __real_recvmsg(int fd, msghdr* message, int flags);
 int __real_getsockopt(int fd, int level, int name, void* value, socklen_t* size);
 int __real_poll(pollfd* watched, nfds_t count, int timeout);
 int __real_fsync(int fd);
@@ -156,14 +158,15 @@ ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
     return __real_write(fd, bytes, length);
 }
 
-ssize_t __wrap_recv(int fd, void* bytes, size_t count, int flags) {
+ssize_t __wrap_recvmsg(int fd, msghdr* message, int flags) {
+    ++system_calls::receptions;
     if (happens(faults.receptions_interrupted)) {
         return fail(EINTR);
     }
     if (faults.reception_refused != 0) {
         return fail(std::exchange(faults.reception_refused, 0));
     }
-    return __real_recv(fd, bytes, count, flags);
+    return __real_recvmsg(fd, message, flags);
 }
 
 int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {

@@ -96,6 +96,9 @@ extern std::vector<std::string> journal;
 // The flags with which a file was opened last, by its path.
 extern std::map<std::string, int> opening_flags;
 
+// How many times something was to be received from a socket, or looked at.
+extern int receptions;
+
 // Lets everything through again and empties the journal.
 void reset();
 

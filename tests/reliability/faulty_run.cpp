@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/user.h>
 #include <sys/wait.h>
@@ -57,6 +58,7 @@ constexpr std::array call_names = {
     CallName{SYS_fchown, "fchown"},
     CallName{SYS_flock, "flock"},
     CallName{SYS_recvfrom, "recvfrom"},
+    CallName{SYS_recvmsg, "recvmsg"},
     CallName{SYS_sendto, "sendto"},
     CallName{SYS_fstat, "fstat"},
     CallName{SYS_newfstatat, "newfstatat"},
@@ -91,7 +93,7 @@ bool is_one_of(long call, std::initializer_list<long> calls) {
 }
 
 bool transfers(long call) {
-    return is_one_of(call, {SYS_read, SYS_write, SYS_pread64, SYS_pwrite64, SYS_recvfrom, SYS_sendto});
+    return is_one_of(call, {SYS_read, SYS_write, SYS_pread64, SYS_pwrite64, SYS_recvfrom, SYS_recvmsg, SYS_sendto});
 }
 
 bool makes_descriptor(long call) {
@@ -108,9 +110,9 @@ bool can_fail(long call, int error) {
             return makes_descriptor(call) || call == SYS_fcntl;
         case ENOMEM:
             return makes_descriptor(call) ||
-                   is_one_of(call,
-                             {SYS_brk, SYS_mmap, SYS_munmap, SYS_clone, SYS_vfork, SYS_fork, SYS_execve, SYS_mkdir,
-                              SYS_rename, SYS_unlink, SYS_stat, SYS_newfstatat, SYS_recvfrom, SYS_sendto, SYS_poll});
+                   is_one_of(call, {SYS_brk, SYS_mmap, SYS_munmap, SYS_clone, SYS_vfork, SYS_fork, SYS_execve,
+                                    SYS_mkdir, SYS_rename, SYS_unlink, SYS_stat, SYS_newfstatat, SYS_recvfrom,
+                                    SYS_recvmsg, SYS_sendto, SYS_poll});
         case EINTR:
             return transfers(call) || is_one_of(call, {SYS_open, SYS_openat, SYS_close, SYS_fsync, SYS_flock, SYS_wait4,
                                                        SYS_nanosleep, SYS_clock_nanosleep, SYS_poll, SYS_connect});
@@ -119,14 +121,21 @@ bool can_fail(long call, int error) {
     }
 }
 
+unsigned long word_at(pid_t process, std::uint64_t address) {
+    return static_cast<unsigned long>(ptrace(PTRACE_PEEKDATA, process, address, nullptr));
+}
+
 // Messages, unlike streams, are moved whole or not at all.
-bool moves_stream(long call, const std::uint64_t* arguments) {
+bool moves_stream(pid_t process, long call, const std::uint64_t* arguments) {
+    if (call == SYS_recvmsg) {
+        return word_at(process, arguments[1] + offsetof(msghdr, msg_name)) == 0;
+    }
     const bool names_address = (call == SYS_sendto || call == SYS_recvfrom) && arguments[4] != 0;
     return transfers(call) && arguments[2] > 1 && !names_address;
 }
 
 // The end of a process cannot fail.
-bool has_fault(const Fault& fault, long call, const std::uint64_t* arguments) {
+bool has_fault(const Fault& fault, pid_t process, long call, const std::uint64_t* arguments) {
     if (is_one_of(call, {SYS_exit, SYS_exit_group, SYS_rt_sigreturn})) {
         return false;
     }
@@ -136,7 +145,7 @@ bool has_fault(const Fault& fault, long call, const std::uint64_t* arguments) {
         case Fault::Kind::error:
             return can_fail(call, fault.error);
         case Fault::Kind::short_transfer:
-            return moves_stream(call, arguments);
+            return moves_stream(process, call, arguments);
         case Fault::Kind::kill:
             return true;
     }
@@ -255,7 +264,7 @@ class Tracer {
 
     void enter_call(pid_t process, long call, const std::uint64_t* arguments) {
         run_.began = run_.began || call == SYS_umask;
-        if (!has_fault(fault_, call, arguments) || !is_due()) {
+        if (!has_fault(fault_, process, call, arguments) || !is_due()) {
             go_on(process, 0);
             return;
         }
@@ -265,6 +274,11 @@ class Tracer {
         if (fault_.kind == Fault::Kind::kill) {
             ::kill(agent_, SIGKILL);
             go_on(process, 0);  // it may be the agent's child, which lives on
+            return;
+        }
+        if (fault_.kind == Fault::Kind::short_transfer && call == SYS_recvmsg) {
+            halve_message(process, arguments[1]);
+            go_on(process, 0);
             return;
         }
         // Back to what it was when the call returns: programs rely on the registers of arguments to stay.
@@ -289,6 +303,14 @@ class Tracer {
             repair = {};
         }
         go_on(process, 0);
+    }
+
+    // Halves the room of the message's last part.
+    static void halve_message(pid_t process, std::uint64_t message) {
+        const unsigned long parts = word_at(process, message + offsetof(msghdr, msg_iov));
+        const unsigned long number = word_at(process, message + offsetof(msghdr, msg_iovlen));
+        const unsigned long room = parts + (number - 1) * sizeof(iovec) + offsetof(iovec, iov_len);
+        ptrace(PTRACE_POKEDATA, process, room, (word_at(process, room) + 1) / 2);
     }
 
     bool is_due() {
