@@ -20,24 +20,29 @@ timespec time_now() {
     return now;
 }
 
-// Where there is no source of random bytes the clock has to do: a name must only be new, not secret.
-unsigned char random_byte() {
-    unsigned char byte = 0;
-    if (getrandom(&byte, sizeof byte, 0) != sizeof byte) {
-        byte = static_cast<unsigned char>(time_now().tv_nsec);
+// Returns how many bytes there are. Where there is no source of random ones the clock has to do: a name must only be
+// new, not secret.
+std::size_t get_random_bytes(std::array<unsigned char, random_length>& bytes) {
+    const ssize_t count = getrandom(bytes.data(), bytes.size(), 0);
+    if (count > 0) {
+        return static_cast<std::size_t>(count);
     }
-    return byte;
+    bytes[0] = static_cast<unsigned char>(time_now().tv_nsec);
+    return 1;
 }
 
 // Returns characters of a to z and 0 to 9, each as likely as any other.
 std::string random_characters() {
     constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
     constexpr std::size_t fair_bytes = 256 / alphabet.size() * alphabet.size();
+    std::array<unsigned char, random_length> bytes{};
     std::string characters;
     while (characters.size() < random_length) {
-        const unsigned char byte = random_byte();
-        if (byte < fair_bytes) {
-            characters += alphabet[byte % alphabet.size()];
+        const std::size_t count = get_random_bytes(bytes);
+        for (std::size_t i = 0; i < count && characters.size() < random_length; ++i) {
+            if (bytes[i] < fair_bytes) {
+                characters += alphabet[bytes[i] % alphabet.size()];
+            }
         }
     }
     return characters;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <map>
 #include <set>
 #include <string>
 
@@ -79,6 +80,22 @@ TEST_F(TemporaryName, EndsInLettersAndDigitsOfAllKinds) {
         seen.insert(name.end() - 6, name.end());
     }
     EXPECT_EQ(std::string(seen.begin(), seen.end()), "0123456789abcdefghijklmnopqrstuvwxyz");
+}
+
+// Of 256 values of a byte the last four would make the first four characters likelier than the others.
+TEST_F(TemporaryName, EndsInCharactersThatAreAllAsLikely) {
+    std::map<char, int> times;
+    for (int byte = 0; byte < 252; ++byte) {
+        const auto value = static_cast<unsigned char>(byte);
+        faults.random_bytes = {255, 254, 253, 252, value, value, value, value, value, value};
+        const std::string name = choose();
+        EXPECT_EQ(name.substr(name.size() - 6), std::string(6, name.back())) << byte;
+        ++times[name.back()];
+    }
+    EXPECT_EQ(times.size(), 36U);
+    for (const auto& [character, count] : times) {
+        EXPECT_EQ(count, 7) << character;
+    }
 }
 
 TEST_F(TemporaryName, EndsInWhatTheClockTellsWithoutASourceOfRandomBytes) {
