@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every command of the pages of many hosts against ten hosts in a private root, and compares the answers with those
-# on the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
+# Runs every command of docs/many-hosts.md and docs/investigation.md against ten hosts in a private root, and compares
+# the answers with those on the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
 # none, its program is unpacked in the build folder. Nothing is left running or mounted, and no port of this host
 # is opened.
 set -euo pipefail
@@ -27,7 +27,7 @@ if [[ ! -x $sshd ]]; then
 fi
 
 cmake --preset release >/dev/null
-cmake --build --preset release --parallel "$(nproc)" --target zmlogadmagent zmlogadm in_private_root >/dev/null
+cmake --build --preset release --parallel "$(nproc)" --target zmlogadmagent zmlogadm zmlogstate in_private_root >/dev/null
 programs=$PWD/build/release
 
 check_page() { # PAGE
@@ -41,3 +41,4 @@ check_page() { # PAGE
 trap 'kill -KILL "$hosts" 2>/dev/null || true' EXIT
 trap 'exit 130' INT TERM
 check_page docs/many-hosts.md
+check_page docs/investigation.md

@@ -24,7 +24,7 @@ packages_of() {
         coverage) echo gcovr ;;
         memory) echo valgrind ;;
         # The last one is for an SSH server that is unpacked and not installed.
-        many-hosts) echo clustershell openssh-client iproute2 libwrap0 ;;
+        many-hosts) echo clustershell jq openssh-client iproute2 libwrap0 ;;
         package)
             echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount \
                 systemd util-linux zsh bash-completion

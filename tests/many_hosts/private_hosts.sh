@@ -65,13 +65,14 @@ prepare_ssh() {
     cp /root/.ssh/id_ed25519.pub /root/.ssh/authorized_keys
     echo "backup* $(<"/etc/ssh/host_key.pub")" >/root/.ssh/known_hosts
     printf '%s\n' 'HostKey /etc/ssh/host_key' 'PermitRootLogin prohibit-password' 'PasswordAuthentication no' \
-        'KbdInteractiveAuthentication no' 'PidFile none' >/etc/ssh/sshd_config
+        'KbdInteractiveAuthentication no' 'PidFile none' 'Subsystem sftp internal-sftp' >/etc/ssh/sshd_config
 }
 
-# Starts the host $1 with a file system of $2 megabytes. The other arguments are functions that are called on it.
+# Starts the host $1 with a file system of $2 megabytes. The other arguments are functions that are called on it, of this
+# file or of the page's hosts.
 start_host() {
     # shellcheck disable=SC2016
-    unshare --mount --uts bash -euo pipefail -c 'source "$0"; run_host "$@"' "${BASH_SOURCE[0]}" "$@" \
+    unshare --mount --uts bash -euo pipefail -c 'source "$0"; source "$hosts_of_page"; run_host "$@"' "${BASH_SOURCE[0]}" "$@" \
         </dev/null >"/tmp/backup$1.output" 2>&1 &
 }
 

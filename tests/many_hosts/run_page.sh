@@ -18,8 +18,9 @@ fi
 # shellcheck source=tests/many_hosts/private_hosts.sh
 source tests/many_hosts/private_hosts.sh
 page=$(basename "$1" .md)
+export hosts_of_page=tests/many_hosts/hosts_of_${page//-/_}.sh
 # shellcheck source=/dev/null
-source "tests/many_hosts/hosts_of_${page//-/_}.sh"
+source "$hosts_of_page"
 
 failures=0
 commands=0
