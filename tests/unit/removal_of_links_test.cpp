@@ -1,4 +1,5 @@
 // Links in the way of a removal: where they are followed, and where they are a stranger's.
+#include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <algorithm>
