@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every command of docs/many-hosts.md and docs/investigation.md against ten hosts in a private root, and compares
-# the answers with those on the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
+# Runs every command of docs/many-hosts.md, docs/investigation.md and the session in README.md against hosts in a private
+# root, and compares the answers with those on the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
 # none, its program is unpacked in the build folder. Nothing is left running or mounted, and no port of this host
 # is opened.
 set -euo pipefail
@@ -42,3 +42,5 @@ trap 'kill -KILL "$hosts" 2>/dev/null || true' EXIT
 trap 'exit 130' INT TERM
 check_page docs/many-hosts.md
 check_page docs/investigation.md
+sed -n '/^<!-- session -->$/,/^<!-- end of the session -->$/p' README.md >build/session.md
+check_page build/session.md

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# run_page.sh PAGE PROGRAMS SSHD: runs every command of a page, docs/many-hosts.md or docs/investigation.md, against the
-# page's hosts, and compares each answer with the one that the page shows. PROGRAMS is the folder of the programs. The
-# hosts of the page NAME.md are in hosts_of_NAME.sh. For a private root and a process namespace of its own; start it with
+# run_page.sh PAGE PROGRAMS SSHD: runs every command of a page, such as docs/many-hosts.md, against the page's hosts, and
+# compares each answer with the one that the page shows. PROGRAMS is the folder of the programs. The hosts of the page
+# NAME.md are in hosts_of_NAME.sh. For a private root and a process namespace of its own; start it with
 # scripts/check_many_hosts.sh.
 #
 # In the page's indented blocks, a line that begins with "# " is a command, which goes on in the next line after a
