@@ -17,9 +17,9 @@ inline constexpr std::uint32_t operating_system_user = 2;
 // Identifies host and user at the other end of a connected socket, without reading from it, and leaves one
 // message about them in the debug log. The host is held against the SERVER list that ZM_read_master_config
 // read. Returns 0 with `*flags` and `*user_type` filled, or a status of the library when the connection could
-// not be examined. After `timeout` seconds no further host of the list is looked up. `reserved` is null; `service_tag`
-// and `flag` name the service that asks and its way of asking; none of these three changes what this implementation
-// does.
+// not be examined, as one that is no stream. Names of the list that could not be looked up within `timeout` seconds,
+// all together, do not count. The caller does not ignore SIGCHLD. `reserved` is null; `service_tag` and `flag` name the
+// service that asks and its way of asking; none of these three changes what this implementation does.
 int xnet_verify_peer_creds(int socket, std::uint32_t service_tag, int flag, std::uint32_t* flags,
                            std::uint32_t* user_type, void* reserved, int timeout);
 

@@ -2,18 +2,7 @@
 
 #include <sys/wait.h>
 
-#include <cerrno>
 #include <cstring>
-
-int Child::wait() {
-    int wait_status = 0;
-    if (valid()) {
-        while (waitpid(pid_, &wait_status, 0) == -1 && errno == EINTR) {
-        }
-        pid_ = -1;
-    }
-    return wait_status;
-}
 
 std::string describe_end(int wait_status) {
     if (WIFSIGNALED(wait_status)) {

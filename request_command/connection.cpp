@@ -10,7 +10,7 @@
 #include <utility>
 #include <variant>
 
-#include "request_command/deadline.h"
+#include "platform/deadline.h"
 #include "request_command/failure.h"
 #include "request_command/local_agent.h"
 #include "request_command/remote_host.h"

@@ -3,8 +3,8 @@
 
 #include <chrono>
 
+#include "platform/child.h"
 #include "platform/posix.h"
-#include "request_command/child.h"
 #include "request_command/options.h"
 
 // A connection to an agent, and the agent's process where the command has started it.

@@ -15,7 +15,7 @@
 #include <string>
 #include <string_view>
 
-#include "request_command/deadline.h"
+#include "platform/deadline.h"
 #include "request_command/failure.h"
 
 namespace {

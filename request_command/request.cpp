@@ -12,6 +12,7 @@
 
 #include "request_command/answer_printer.h"
 #include "request_command/answer_tally.h"
+#include "request_command/child.h"
 #include "request_command/connection.h"
 #include "request_command/exchange.h"
 #include "request_command/failure.h"

@@ -16,7 +16,7 @@ packages_of() {
         build)
             # The shells are those that /bin/sh can be, which the tests put there one after the other.
             echo cmake g++ make python3 python3-jsonschema nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd \
-                util-linux diffutils patch attr acl dash bash busybox
+                util-linux diffutils patch attr acl dash bash busybox libnss-myhostname
             ;;
         lint) echo git clang-format-14 clang-tidy-14 ;;
         benchmark) echo augeas-tools gnuplot-nox ;;

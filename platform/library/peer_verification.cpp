@@ -14,7 +14,6 @@
 namespace {
 
 using platform_library::Address;
-using platform_library::Deadline;
 using platform_library::names_address;
 using platform_library::names_this_host;
 
@@ -59,8 +58,8 @@ void examine_network_peer(const Address& address, int port, Deadline deadline, P
     const auto& servers = platform_library::host_configuration().servers;
     peer.host = to_text(address);
     peer.port = port;
-    const bool is_listed = platform_library::is_own_address(address) ? names_this_host(servers, deadline)
-                                                                     : names_address(servers, address, deadline);
+    const bool is_listed = platform_library::OwnAddresses().hold(address) ? names_this_host(servers, deadline)
+                                                                          : names_address(servers, address, deadline);
     if (is_listed) {
         peer.flags |= peer_flag::host_is_server;
     }
@@ -101,7 +100,7 @@ bool examine_peer(int socket, Deadline deadline, Peer& peer) {
 
 int xnet_verify_peer_creds(int socket, std::uint32_t, int, std::uint32_t* flags, std::uint32_t* user_type, void*,
                            int timeout) {
-    const Deadline deadline = Deadline::clock::now() + std::chrono::seconds(timeout);
+    const Deadline deadline = Clock::now() + std::chrono::seconds(timeout);
     Peer peer;
     if (!examine_peer(socket, deadline, peer)) {
         return platform_library::status::peer_not_examined;

@@ -5,6 +5,7 @@
 #include "tests/support/foreign_host.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
+#include "tests/support/replaced_file.h"
 #include "tests/support/test_files.h"
 
 namespace {
@@ -275,6 +276,20 @@ TEST_F(PeerVerification, SaysThatThePeersUserIsNotRoot) {
     EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x2 UT=2"}));
     EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer is not root user"}));
     expect_refused(run, 135);
+}
+
+TEST_F(PeerVerification, LooksNamesUpInTheHostsOwnSources) {
+    write_file("/etc/nsswitch.conf", "hosts: files myhostname\n");
+    trust({"anything.localhost"});
+    check({"", {}, listed_root}, run_agent({"FETCHFILE"}));
+    write_file("/etc/nsswitch.conf", "hosts: files dns\n");
+}
+
+TEST_F(PeerVerification, GivesTheLookUpNoConnection) {
+    const StandInGetent stand_in("ls -l /proc/$$/fd >/tmp/descriptors &\nwait\n");
+    trust({"elsewhere.example.test"});
+    expect_refused(run_agent({"FETCHFILE"}), 5762);
+    EXPECT_THAT(read_file("/tmp/descriptors"), Not(testing::HasSubstr("socket:")));
 }
 
 TEST_F(PeerVerification, LooksAtTheHostBeforeTheUser) {

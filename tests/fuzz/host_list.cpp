@@ -21,7 +21,7 @@ namespace {
 
 using platform_library::Address;
 using platform_library::address_of;
-using platform_library::Deadline;
+
 using platform_library::names_address;
 using platform_library::names_this_host;
 
@@ -55,7 +55,7 @@ Address mapped(const Bytes& bytes) {
 // What a host is worth when it is written as an address: nothing that another reader of addresses would not see in it.
 bool is_written_as(const std::string& host, const Address& address) {
     in_addr four{};
-    if (inet_aton(host.c_str(), &four) != 0) {
+    if (inet_pton(AF_INET, host.c_str(), &four) == 1) {
         return ipv4(reinterpret_cast<const unsigned char*>(&four)) == address;
     }
     Bytes six{};
@@ -74,7 +74,7 @@ bool is_name_of_this_host(const std::string& host) {
 // This host has no address but its loopback ones here.
 bool is_written_as_loopback(const std::string& host) {
     in_addr four{};
-    if (inet_aton(host.c_str(), &four) != 0) {
+    if (inet_pton(AF_INET, host.c_str(), &four) == 1) {
         return reinterpret_cast<const unsigned char*>(&four)[0] == IN_LOOPBACKNET;
     }
     Bytes loopback{};

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "tests/support/test_files.h"
+
 namespace {
 
 constexpr int name_service = 53;
@@ -27,12 +29,20 @@ void check(long result, const char* what) {
     }
 }
 
-sockaddr_in server_address() {
+// The address of a name server, 127.0.0.1 being the first.
+sockaddr_in server_address(unsigned number = 0) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(name_service);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + number);
     return address;
+}
+
+Descriptor server_socket(unsigned number = 0) {
+    const sockaddr_in address = server_address(number);
+    Descriptor server(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    check(bind(server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind the name service");
+    return server;
 }
 
 struct Question {
@@ -99,10 +109,7 @@ void serve(int socket, int told, const std::string& name) {
 
 }  // namespace
 
-NameServer::NameServer(const std::string& name_of_every_address)
-    : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    const sockaddr_in address = server_address();
-    check(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind the name service");
+NameServer::NameServer(const std::string& name_of_every_address) : socket_(server_socket()) {
     int pipe_ends[2] = {-1, -1};
     check(pipe2(pipe_ends, O_CLOEXEC), "pipe");
     told_.reset(pipe_ends[0]);
@@ -127,4 +134,25 @@ std::vector<std::string> NameServer::questions() {
         start = end + 1;
     }
     return {asked.begin(), asked.end()};
+}
+
+SilentNameServers::SilentNameServers() {
+    constexpr unsigned servers = 3;
+    std::string configuration = "options timeout:30 attempts:3\n";
+    for (unsigned number = 0; number != servers; ++number) {
+        sockets_.push_back(server_socket(number));
+        configuration += "nameserver 127.0.0." + std::to_string(number + 1) + "\n";
+    }
+    write_file("/etc/resolv.conf", configuration);
+}
+
+SilentNameServers::~SilentNameServers() {
+    write_file("/etc/resolv.conf", "# no name server\n");
+}
+
+bool SilentNameServers::were_asked() const {
+    return std::any_of(sockets_.begin(), sockets_.end(), [](const Descriptor& server) {
+        char byte = 0;
+        return recv(server.get(), &byte, 1, MSG_DONTWAIT) == 1;
+    });
 }

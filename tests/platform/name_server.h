@@ -22,3 +22,19 @@ class NameServer {
     Descriptor told_;  // the questions, a line each
     std::unique_ptr<ChildProcess> process_;
 };
+
+// Makes three name servers, of 127.0.0.1, 127.0.0.2 and 127.0.0.3, the private root's only ones. None of them answers,
+// and everybody who asks is to wait for minutes.
+class SilentNameServers {
+  public:
+    SilentNameServers();
+    SilentNameServers(const SilentNameServers&) = delete;
+    SilentNameServers& operator=(const SilentNameServers&) = delete;
+    ~SilentNameServers();
+
+    // Tells whether somebody has asked.
+    [[nodiscard]] bool were_asked() const;
+
+  private:
+    std::vector<Descriptor> sockets_;
+};

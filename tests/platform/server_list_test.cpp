@@ -75,6 +75,14 @@ const Row this_host_rows[] = {
     {{"::2"}, false},
     {{"126.255.255.255"}, false},
     {{"128.0.0.1"}, false},
+    // Numbers that older readers of addresses take for one of these.
+    {{"127.1"}, false},
+    {{"127.0.0.01"}, false},
+    {{"0x7f000001"}, false},
+    {{"0x7f.0.0.1"}, false},
+    {{"2130706433"}, false},
+    {{"127.0.0.1."}, false},
+    {{"::1%lo"}, false},
     // Its own addresses.
     {{"10.77.0.1"}, true},
     {{"::ffff:10.77.0.1"}, true},
@@ -125,6 +133,13 @@ const Row foreign_host_rows[] = {
     {{"own.example.test"}, false},
     {{"10.77.0.20"}, false},
     {{"10.77.0"}, false},
+    {{"10.77.2"}, false},
+    {{"10.077.0.2"}, false},
+    {{"10.77.0.002"}, false},
+    {{"012.77.0.2"}, false},
+    {{"0x0a4d0002"}, false},
+    {{"172818434"}, false},
+    {{"10.77.0.2."}, false},
     {{"10.77.0.0/24"}, false},
     {{"10.77.0.*"}, false},
     {{"fd77::2"}, false},
@@ -218,10 +233,10 @@ TEST_F(ServerList, TrustsALinkLocalAddressOnTheInterfaceThatItTells) {
     sockaddr_in6 peer{};
     peer.sin6_family = AF_INET6;
     ASSERT_EQ(inet_pton(AF_INET6, "fe80::2", &peer.sin6_addr), 1);
-    const auto is_named = [&](const char* host, unsigned scope) {
+    const auto is_named = [&](const std::string& host, unsigned scope) {
         peer.sin6_scope_id = scope;
         const auto address = platform_library::address_of(reinterpret_cast<const sockaddr*>(&peer));
-        return platform_library::names_address({host}, address, platform_library::Deadline::max());
+        return platform_library::names_address({host}, address, Deadline::max());
     };
     EXPECT_TRUE(is_named("fe80::2%home", cable));
     EXPECT_FALSE(is_named("fe80::2%lo", cable));
@@ -233,6 +248,10 @@ TEST_F(ServerList, TrustsALinkLocalAddressOnTheInterfaceThatItTells) {
         EXPECT_FALSE(is_named("fe80::3%home", scope));
     }
     EXPECT_TRUE(is_named("fe80::2%home", 0));
+    EXPECT_TRUE(is_named("fe80::2%" + std::to_string(cable), cable));
+    EXPECT_FALSE(is_named("fe80::2%" + std::to_string(cable), loopback));
+    EXPECT_FALSE(is_named("fe80::2%nowhere", cable));
+    EXPECT_FALSE(is_named("fe80::2%", cable));
 }
 
 // This host's name is of use to this host alone; where it resolves to another, that one is named.
@@ -315,7 +334,7 @@ TEST_F(ServerList, PassesOverInterfacesWithoutAddress) {
 }
 
 TEST_F(ServerList, TakesNoAddressAtAllForThisHosts) {
-    EXPECT_FALSE(platform_library::is_own_address(platform_library::Address()));
+    EXPECT_FALSE(platform_library::OwnAddresses().hold(platform_library::Address()));
 }
 
 TEST_F(ServerList, TrustsNobodyWhenItHasNotBeenRead) {

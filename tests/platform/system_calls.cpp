@@ -105,6 +105,8 @@ ssize_t __real_write(int fd, const void* bytes, size_t count);
 ssize_t __real_recvmsg(int fd, msghdr* message, int flags);
 int __real_getsockopt(int fd, int level, int name, void* value, socklen_t* size);
 int __real_poll(pollfd* watched, nfds_t count, int timeout);
+pid_t __real_fork();
+int __real_pipe2(int* ends, int flags);
 int __real_fsync(int fd);
 int __real_flock(int fd, int operation);
 int __real_fstat(int fd, struct stat* state);
@@ -185,8 +187,22 @@ int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
 }
 
 int __wrap_getsockopt(int fd, int level, int name, void* value, socklen_t* size) {
+    if (name == SO_PROTOCOL && faults.pretended_protocol) {
+        memcpy(value, &*faults.pretended_protocol, sizeof(int));
+        return 0;
+    }
     return name == SO_PEERCRED && faults.credentials_not_told != 0 ? fail(faults.credentials_not_told)
                                                                    : __real_getsockopt(fd, level, name, value, size);
+}
+
+// Processes.
+
+pid_t __wrap_fork() {
+    return faults.process_not_forked != 0 ? fail(faults.process_not_forked) : __real_fork();
+}
+
+int __wrap_pipe2(int* ends, int flags) {
+    return faults.pipe_not_made != 0 ? fail(faults.pipe_not_made) : __real_pipe2(ends, flags);
 }
 
 // This host.

@@ -57,9 +57,12 @@ struct Faults {
     int locks_interrupted = 0;
     int receptions_interrupted = 0;
     int waits_interrupted = 0;
-    int reception_refused = 0;     // once
-    int socket_not_awaited = 0;    // poll
-    int credentials_not_told = 0;  // getsockopt SO_PEERCRED
+    int reception_refused = 0;              // once
+    int socket_not_awaited = 0;             // poll
+    int credentials_not_told = 0;           // getsockopt SO_PEERCRED
+    std::optional<int> pretended_protocol;  // what getsockopt SO_PROTOCOL tells
+    int process_not_forked = 0;
+    int pipe_not_made = 0;
     int interfaces_not_listed = 0;
     bool interface_without_address = false;  // the first one of the list, whatever it was
     int host_name_not_told = 0;

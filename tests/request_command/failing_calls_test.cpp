@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 
+#include "request_command/child.h"
 #include "request_command/connection.h"
 #include "request_command/exchange.h"
 #include "request_command/failure.h"

@@ -1,0 +1,225 @@
+#include "platform/library/name_lookup.h"
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <memory>
+
+#include "platform/child.h"
+#include "platform/posix.h"
+
+namespace platform_library {
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+// What becomes of the child is nobody's business but this host's: it gets nothing of the caller's, the caller's
+// connection least of all, and ends with the caller.
+void leave_caller() {
+    setpgid(0, 0);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    for (int number = 1; number < NSIG; ++number) {
+        signal(number, SIG_DFL);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    static char path[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
+    static char locale[] = "LC_ALL=C";
+    static std::array<char*, 3> environment = {path, locale, nullptr};
+    environ = environment.data();
+}
+
+// Makes the descriptor standard output, a null device the other two standard streams, and closes all others. Returns
+// whether that worked.
+bool set_streams(int output) {
+    // One of the first three may be the output itself, or the null device, where the caller has closed them.
+    const int copy = fcntl(output, F_DUPFD, STDERR_FILENO + 1);
+    const int null = open("/dev/null", O_RDWR | O_NOCTTY);
+    const bool done = copy != -1 && null != -1 && dup2(null, STDIN_FILENO) != -1 && dup2(null, STDERR_FILENO) != -1 &&
+                      dup2(copy, STDOUT_FILENO) != -1;
+    closefrom(STDERR_FILENO + 1);
+    return done;
+}
+
+// Returns only when there is no such program.
+void become_getent(Names names) {
+    names.insert(names.begin(), {"getent", "ahosts", "--"});
+    std::vector<char*> arguments;
+    for (std::string& name : names) {
+        arguments.push_back(name.data());
+    }
+    arguments.push_back(nullptr);
+    for (const char* file : {"/usr/bin/getent", "/bin/getent"}) {
+        execv(file, arguments.data());
+    }
+}
+
+// Prints the addresses that this program's own C library finds, a line each.
+void print_addresses(const std::string& name) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* list = nullptr;
+    if (getaddrinfo(name.c_str(), nullptr, &hints, &list) != 0) {
+        return;
+    }
+    const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(list, freeaddrinfo);
+    for (const addrinfo* item = list; item != nullptr; item = item->ai_next) {
+        const Address address = address_of(item->ai_addr);
+        std::string line = to_text(address);
+        if (address.scope != 0) {
+            line += '%';
+            line += std::to_string(address.scope);
+        }
+        write_all(STDOUT_FILENO, line += '\n');
+    }
+}
+
+[[noreturn]] void print_answer(const Names& names, int output) {
+    leave_caller();
+    if (set_streams(output)) {
+        become_getent(names);
+        std::for_each(names.begin(), names.end(), print_addresses);
+    }
+    _exit(0);
+}
+
+// A child that prints addresses, and what it prints. Neither the child nor what it has started outlives this object.
+class Resolver {
+  public:
+    explicit Resolver(const Names& names) : child_(start(names)) {}
+    Resolver(const Resolver&) = delete;
+    Resolver& operator=(const Resolver&) = delete;
+    ~Resolver() {
+        if (child_.valid()) {
+            kill(-child_.id(), SIGKILL);
+            kill(child_.id(), SIGKILL);  // it may not have made its process group yet
+        }
+    }
+
+    [[nodiscard]] bool runs() const { return child_.valid(); }
+
+    // Waits until there is something to read or the end of it. Returns whether that came before the deadline.
+    [[nodiscard]] bool await(Deadline deadline) const {
+        pollfd entry = {.fd = answer_.get(), .events = POLLIN, .revents = 0};
+        while (Clock::now() < deadline) {
+            const auto left = std::min<std::chrono::milliseconds::rep>(time_left(deadline).count(), INT_MAX);
+            const int ready = poll(&entry, 1, static_cast<int>(left));
+            if (ready == 1 || (ready == -1 && errno != EINTR)) {
+                return ready == 1;
+            }
+        }
+        return false;
+    }
+
+    // Reads what there is, nothing at the end.
+    [[nodiscard]] std::string_view read_some() {
+        ssize_t count = 0;
+        do {
+            count = read(answer_.get(), buffer_.data(), buffer_.size());
+        } while (count == -1 && errno == EINTR);
+        return {buffer_.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+    }
+
+  private:
+    pid_t start(const Names& names) {
+        std::array<int, 2> ends{};
+        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+            return -1;
+        }
+        answer_.reset(ends[0]);
+        const Descriptor output(ends[1]);
+        const pid_t pid = fork();
+        if (pid == 0) {
+            print_answer(names, output.get());
+        }
+        return pid;
+    }
+
+    Descriptor answer_;
+    std::array<char, 4096> buffer_;
+    Child child_;
+};
+
+// The addresses that lines begin with. Other lines count for nothing, and so does one without its end: it may have been
+// cut within the address.
+class AddressLines {
+  public:
+    explicit AddressLines(const AddressTest& test) : test_(test) {}
+
+    // Takes the next piece of the text. Returns whether an address has passed the test.
+    bool take(std::string_view piece) {
+        for (const char byte : piece) {
+            if (byte == '\n') {
+                const auto address = parse_address(line_.substr(0, line_.find(' ')));
+                if (address && test_(*address)) {
+                    return true;
+                }
+                line_.clear();
+            } else if (line_.size() < longest_start) {
+                line_ += byte;
+            }
+        }
+        return false;
+    }
+
+  private:
+    // An address is shorter, its interface included. What follows is not needed.
+    static constexpr std::size_t longest_start = 128;
+
+    const AddressTest& test_;
+    std::string line_;
+};
+
+bool is_number(std::string_view label) {
+    const bool is_hexadecimal = label.starts_with("0x") || label.starts_with("0X");
+    const std::string_view digits = is_hexadecimal ? "0123456789abcdefABCDEF" : "0123456789";
+    label.remove_prefix(is_hexadecimal ? 2 : 0);
+    return label.find_first_not_of(digits) == std::string_view::npos;
+}
+
+}  // namespace
+
+bool is_host_name(std::string_view text) {
+    constexpr std::size_t longest_name = 1024;
+    const bool is_bounded = !text.empty() && text.size() <= longest_name;
+    if (!is_bounded || std::any_of(text.begin(), text.end(), [](char byte) {
+            return (byte >= '\0' && byte <= ' ') || byte == '\x7F' || byte == ':' || byte == '%';
+        })) {
+        return false;
+    }
+    text.remove_suffix(text.ends_with('.') ? 1 : 0);
+    return !is_number(text.substr(text.rfind('.') + 1));
+}
+
+LookUpEnd look_up(const Names& names, Deadline deadline, const AddressTest& test) {
+    if (names.empty()) {
+        return LookUpEnd::complete;
+    }
+    Resolver resolver(names);
+    if (!resolver.runs()) {
+        return LookUpEnd::not_started;
+    }
+    AddressLines lines(test);
+    while (resolver.await(deadline)) {
+        const std::string_view piece = resolver.read_some();
+        if (piece.empty()) {
+            return LookUpEnd::complete;
+        }
+        if (lines.take(piece)) {
+            return LookUpEnd::stopped;
+        }
+    }
+    return LookUpEnd::timed_out;
+}
+
+}  // namespace platform_library

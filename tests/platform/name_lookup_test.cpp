@@ -1,0 +1,318 @@
+// The look-up of names in a child process: what it starts, what it believes, and when it ends.
+#include "platform/library/name_lookup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/platform/child_process.h"
+#include "tests/platform/name_server.h"
+#include "tests/platform/system_calls.h"
+#include "tests/support/connected_sockets.h"
+#include "tests/support/product_test.h"
+#include "tests/support/replaced_file.h"
+#include "tests/support/test_files.h"
+
+using platform_library::Address;
+using platform_library::look_up;
+using platform_library::LookUpEnd;
+using system_calls::faults;
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+struct Found {
+    LookUpEnd end = LookUpEnd::not_started;
+    Texts addresses;  // each once
+};
+
+constexpr std::chrono::seconds long_time{100};
+constexpr std::chrono::seconds short_time{1};
+
+// Looks the names up until an address comes that is `wanted`.
+Found find(const Texts& names, std::chrono::seconds time = long_time, const std::string& wanted = "") {
+    Found found;
+    found.end = look_up(names, Clock::now() + time, [&](const Address& address) {
+        const std::string text = to_text(address);
+        if (std::find(found.addresses.begin(), found.addresses.end(), text) == found.addresses.end()) {
+            found.addresses.push_back(text);
+        }
+        return text == wanted;
+    });
+    return found;
+}
+
+// What is found when getent prints the text.
+Texts found_in(const std::string& text) {
+    write_file("/tmp/answer", text);
+    const StandInGetent getent("cat /tmp/answer\n");
+    const Found found = find({"name"});
+    EXPECT_EQ(found.end, LookUpEnd::complete);
+    return found.addresses;
+}
+
+// Commands that go on for ever, whatever they are asked to do.
+const std::string hang = "trap '' HUP INT TERM PIPE\nexec tail -f /dev/null\n";
+
+// The look-up is over when its time is.
+void expect_timed_out(const std::string& commands) {
+    const StandInGetent getent(commands);
+    const auto start = Clock::now();
+    EXPECT_EQ(find({"name"}, short_time).end, LookUpEnd::timed_out);
+    const auto taken = Clock::now() - start;
+    EXPECT_GE(taken, short_time);
+    EXPECT_LT(taken, short_time + std::chrono::seconds(1));
+}
+
+// Waits for the end of a process that has lost its parent to this one.
+void expect_killed(pid_t process) {
+    int status = 0;
+    ASSERT_EQ(waitpid(process, &status, 0), process);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
+}
+
+}  // namespace
+
+class NameLookUp : public ProductTest {
+  protected:
+    ~NameLookUp() override {
+        system_calls::reset();
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was not waited for";
+    }
+};
+
+TEST_F(NameLookUp, AsksGetentForAllNamesAtOnce) {
+    const StandInGetent getent("printf '[%s]' \"$0\" \"$@\" >>/tmp/runs\n");
+    EXPECT_EQ(find({"one", "two.example.test", "-s", "--help"}).end, LookUpEnd::complete);
+    EXPECT_EQ(read_file("/tmp/runs"), "[/usr/bin/getent][ahosts][--][one][two.example.test][-s][--help]");
+}
+
+TEST_F(NameLookUp, StartsNothingWithoutNames) {
+    const StandInGetent getent("echo run >/tmp/runs\n");
+    EXPECT_EQ(find({}).end, LookUpEnd::complete);
+    EXPECT_FALSE(exists("/tmp/runs"));
+}
+
+TEST_F(NameLookUp, ShowsEveryAddressInItsOrder) {
+    EXPECT_THAT(
+        found_in("10.77.0.9       STREAM one\n10.77.0.9       DGRAM  \nfd77::1         STREAM two\n10.77.0.3\n"),
+        ElementsAre("10.77.0.9", "fd77::1", "10.77.0.3"));
+}
+
+TEST_F(NameLookUp, FindsTheNamesThatAreKnownAmongOthers) {
+    write_file("/etc/hosts", "10.77.0.9 one\nfd77::1 two\n");
+    EXPECT_THAT(find({"nobody.example.test", "one", "-s", "--help", "two"}).addresses,
+                ElementsAre("10.77.0.9", "fd77::1"));
+}
+
+TEST_F(NameLookUp, KnowsTheInterfaceOfALinkLocalAddress) {
+    const StandInGetent getent("echo 'fe80::2%1 STREAM name'\n");
+    std::uint32_t scope = 0;
+    look_up({"name"}, Clock::now() + long_time, [&](const Address& address) {
+        scope = address.scope;
+        return true;
+    });
+    EXPECT_EQ(scope, 1U);
+}
+
+TEST_F(NameLookUp, BelievesNoLineThatBeginsWithNoAddress) {
+    for (const char* text : {"", "\n", "garbage\n", "name 10.77.0.2\n", " 10.77.0.2\n", "\t10.77.0.2\n", "10.77.0.2x\n",
+                             "10.77.0.02 STREAM name\n", "10.77.2 STREAM name\n", "0x0a4d0002 STREAM\n",
+                             "10.77.0.2\r\n", "10.77.0.2,10.77.0.3\n", "\x01\xFF\x7F\n"}) {
+        EXPECT_THAT(found_in(text), IsEmpty()) << text;
+    }
+    EXPECT_THAT(found_in(std::string("10.77.0.2\0 STREAM\n", 18)), IsEmpty());
+    EXPECT_THAT(found_in(std::string(100000, 'x') + "10.77.0.2\n"), IsEmpty());
+    EXPECT_THAT(found_in("10.77.0.2" + std::string(100000, '2') + "\n"), IsEmpty());
+}
+
+TEST_F(NameLookUp, BelievesNoLineWithoutItsEnd) {
+    EXPECT_THAT(found_in("10.77.0.2"), IsEmpty());
+    EXPECT_THAT(found_in("10.77.0.2 STREAM name"), IsEmpty());
+    EXPECT_THAT(found_in("10.77.0.9 STREAM name\n10.77.0.2"), ElementsAre("10.77.0.9"));
+}
+
+TEST_F(NameLookUp, BelievesWholeLinesWhateverComesAfterThem) {
+    EXPECT_THAT(found_in("10.77.0.2 STREAM " + std::string(100000, 'x') + "\n"), ElementsAre("10.77.0.2"));
+    EXPECT_THAT(found_in("garbage\n10.77.0.2 STREAM\n"), ElementsAre("10.77.0.2"));
+    for (const char* end : {"exit 2", "exit 127", "kill -KILL $$", "kill -SEGV $$"}) {
+        const StandInGetent getent(std::string("echo 10.77.0.2 STREAM\n") + end + "\n");
+        const Found found = find({"name"});
+        EXPECT_EQ(found.end, LookUpEnd::complete) << end;
+        EXPECT_THAT(found.addresses, ElementsAre("10.77.0.2")) << end;
+    }
+}
+
+TEST_F(NameLookUp, TakesALineThatComesInPieces) {
+    const StandInGetent getent("printf 10.77.\nread -r line </tmp/fifo\nprintf '0.2 STREAM\\n'\n");
+    ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0);
+    ChildProcess rest([] { write_file("/tmp/fifo", "go on\n"); });
+    EXPECT_THAT(find({"name"}).addresses, ElementsAre("10.77.0.2"));
+    EXPECT_EQ(rest.wait(), 0);
+}
+
+TEST_F(NameLookUp, EndsWithTheAddressThatIsWanted) {
+    const StandInGetent getent("echo 10.77.0.9 STREAM\necho 10.77.0.2 STREAM\necho 10.77.0.3 STREAM\n" + hang);
+    const Found found = find({"name"}, long_time, "10.77.0.2");
+    EXPECT_EQ(found.end, LookUpEnd::stopped);
+    EXPECT_THAT(found.addresses, ElementsAre("10.77.0.9", "10.77.0.2"));
+}
+
+TEST_F(NameLookUp, EndsWithItsTimeWhenGetentHangs) {
+    expect_timed_out(hang);
+}
+
+TEST_F(NameLookUp, EndsWithItsTimeWhenGetentLeavesAnotherProcessWithItsOutput) {
+    expect_timed_out("tail -f /dev/null &\nexit 0\n");
+}
+
+TEST_F(NameLookUp, EndsWithItsTimeWhenGetentStops) {
+    expect_timed_out("kill -STOP $$\n");
+}
+
+TEST_F(NameLookUp, KeepsNothingOfAnAnswerWithoutEnd) {
+    for (const char* endless : {"exec cat /dev/zero\n", "exec yes 10.77.0.2x\n", "exec yes ''\n"}) {
+        rusage before{};
+        rusage after{};
+        getrusage(RUSAGE_SELF, &before);
+        expect_timed_out(endless);
+        getrusage(RUSAGE_SELF, &after);
+        EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 32 * 1024) << endless;
+    }
+}
+
+TEST_F(NameLookUp, KillsWhatGetentHasStarted) {
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+    const StandInGetent getent("tail -f /dev/null &\necho $! >/tmp/started\necho 10.77.0.2 STREAM\nwait\n");
+    EXPECT_EQ(find({"name"}, long_time, "10.77.0.2").end, LookUpEnd::stopped);
+    expect_killed(std::stoi(read_file("/tmp/started")));
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 0), 0);
+}
+
+TEST_F(NameLookUp, EndsWithItsCaller) {
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+    ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0);
+    const StandInGetent getent("echo $$ >/tmp/fifo\n" + hang);
+    {
+        ChildProcess caller([] { find({"name"}); });
+        const pid_t resolver = std::stoi(read_file("/tmp/fifo"));
+        kill(caller.id(), SIGKILL);
+        caller.wait();
+        expect_killed(resolver);
+    }
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 0), 0);
+}
+
+TEST_F(NameLookUp, GivesGetentNothingOfTheCallersButItsNames) {
+    // In the background, so that the shell changes nothing of its own for it.
+    const StandInGetent getent(
+        "cat /proc/$$/environ >/tmp/environment &\ncat /proc/self/status >/tmp/status\n"
+        "ls -l /proc/$$/fd >/tmp/descriptors &\nwait\n");
+    EXPECT_TRUE(succeeds_in_child([] {
+        setenv("LD_PRELOAD", "", 1);
+        setenv("RES_OPTIONS", "debug", 1);
+        for (const int number : {SIGPIPE, SIGINT, SIGCHLD - 1, SIGRTMIN}) {
+            signal(number, SIG_IGN);
+        }
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_SETMASK, &all, nullptr);
+        const ConnectedSockets connection = connect_locally();
+        ASSERT_NE(dup(connection.agent_end.get()), -1);
+        ASSERT_NE(dup2(connection.agent_end.get(), STDIN_FILENO), -1);
+        EXPECT_EQ(find({"name"}).end, LookUpEnd::complete);
+    }));
+    const char environment[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin\0LC_ALL=C";
+    EXPECT_EQ(read_file("/tmp/environment"), std::string(environment, sizeof environment));
+    const std::string status = read_file("/tmp/status");
+    EXPECT_THAT(status, ContainsRegex("\nSigBlk:\t0*\n"));
+    EXPECT_THAT(status, ContainsRegex("\nSigIgn:\t0*\n"));
+    // The shell has opened the script for itself.
+    EXPECT_THAT(read_file("/tmp/descriptors"), testing::MatchesRegex("total 0\n"
+                                                                     "[^\n]* 0 -> [^\n]*/dev/null\n"
+                                                                     "[^\n]* 1 -> pipe:[^\n]*\n"
+                                                                     "[^\n]* 10 -> [^\n]*/getent\n"
+                                                                     "[^\n]* 2 -> [^\n]*/dev/null\n"));
+}
+
+TEST_F(NameLookUp, NeedsNoStandardStreamsOfTheCaller) {
+    write_file("/etc/hosts", "10.77.0.9 one\n");
+    EXPECT_TRUE(succeeds_in_child([] {
+        for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            close(fd);
+        }
+        EXPECT_THAT(find({"one"}).addresses, ElementsAre("10.77.0.9"));
+    }));
+}
+
+TEST_F(NameLookUp, SaysWhyItCannotStart) {
+    faults.pipe_not_made = EMFILE;
+    EXPECT_EQ(find({"localhost"}).end, LookUpEnd::not_started);
+    EXPECT_EQ(errno, EMFILE);
+    faults.pipe_not_made = 0;
+    faults.process_not_forked = EAGAIN;
+    EXPECT_EQ(find({"localhost"}).end, LookUpEnd::not_started);
+    EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST_F(NameLookUp, GoesOnAfterInterruptions) {
+    write_file("/etc/hosts", "10.77.0.9 one\n");
+    faults.waits_interrupted = 2;
+    faults.reads_interrupted = 2;
+    EXPECT_THAT(find({"one"}).addresses, ElementsAre("10.77.0.9"));
+}
+
+TEST_F(NameLookUp, EndsWhenItCannotWait) {
+    faults.socket_not_awaited = ENOMEM;
+    EXPECT_THAT(find({"localhost"}).addresses, IsEmpty());
+}
+
+// Files that are there and are no programs: without the right to execute, and with an interpreter that is missing.
+class WithoutGetent : public NameLookUp, public testing::WithParamInterface<unsigned> {
+  protected:
+    WithoutGetent() {
+        write_file("/tmp/getent", "#!/tmp/interpreter\n");
+        set_mode("/tmp/getent", GetParam());
+        replaced_ = std::make_unique<ReplacedFile>(getent_file, "/tmp/getent");
+    }
+
+  private:
+    std::unique_ptr<ReplacedFile> replaced_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Table, WithoutGetent, testing::Values(0644, 0755),
+                         [](const auto& row) { return row.param == 0644 ? "NotExecutable" : "NotInterpretable"; });
+
+TEST_P(WithoutGetent, FindsNamesOfFiles) {
+    write_file("/etc/hosts", "10.77.0.9 one\nfd77::1 two\n");
+    EXPECT_THAT(find({"nobody.example.test", "one", "two"}).addresses, ElementsAre("10.77.0.9", "fd77::1"));
+}
+
+TEST_P(WithoutGetent, AsksNameServers) {
+    NameServer name_server("unused.example.test");
+    EXPECT_EQ(find({"nobody.example.test"}).end, LookUpEnd::complete);
+    EXPECT_THAT(name_server.questions(), testing::Contains("address nobody.example.test."));
+}
+
+TEST_P(WithoutGetent, EndsWithItsTime) {
+    const SilentNameServers silent;
+    EXPECT_EQ(find({"nobody.example.test"}, short_time).end, LookUpEnd::timed_out);
+}
