@@ -20,8 +20,8 @@ using platform_library::names_this_host;
 constexpr int first_unreserved_port = 1024;
 
 struct Peer {
-    std::string host;  // as the log shows it
-    std::string user;
+    std::string host = "unknown";  // as the log shows it
+    std::string user = "unknown";
     int port = 0;
     std::uint32_t flags = 0;
     std::uint32_t user_type = 0;
@@ -33,14 +33,32 @@ void set_user(Peer& peer, const std::string& user, std::uint32_t flags) {
     peer.user_type = operating_system_user;
 }
 
+// Returns a numeric option of the socket, or -1.
+int option_of(int socket, int option) {
+    int value = -1;
+    socklen_t size = sizeof value;
+    return getsockopt(socket, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
+}
+
+bool is_stream(int socket) {
+    return option_of(socket, SO_TYPE) == SOCK_STREAM;
+}
+
+// TCP proves that the peer receives at its address. So does multipath TCP, whose first connection is the one that is
+// examined; the peer of an SCTP stream names addresses of its own choice.
+bool is_tcp(int socket) {
+    const int protocol = option_of(socket, SO_PROTOCOL);
+    return is_stream(socket) && (protocol == IPPROTO_TCP || protocol == IPPROTO_MPTCP);
+}
+
 // On this host the kernel's word counts.
 bool examine_local_peer(int socket, Deadline deadline, Peer& peer) {
+    peer.host = "local";
     ucred credentials{};
     socklen_t size = sizeof credentials;
-    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+    if (!is_stream(socket) || getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
         return false;
     }
-    peer.host = "local";
     if (names_this_host(platform_library::host_configuration().servers, deadline)) {
         peer.flags |= peer_flag::host_is_server;
     }
@@ -54,10 +72,13 @@ bool examine_local_peer(int socket, Deadline deadline, Peer& peer) {
 
 // Over the network a port below 1024 is the peer host's word that the user is root, for its kernel grants such a
 // port to root alone. Any other port tells nothing about the user.
-void examine_network_peer(const Address& address, int port, Deadline deadline, Peer& peer) {
-    const auto& servers = platform_library::host_configuration().servers;
+bool examine_network_peer(int socket, const Address& address, int port, Deadline deadline, Peer& peer) {
     peer.host = to_text(address);
     peer.port = port;
+    if (!is_tcp(socket)) {
+        return false;
+    }
+    const auto& servers = platform_library::host_configuration().servers;
     const bool is_listed = platform_library::OwnAddresses().hold(address) ? names_this_host(servers, deadline)
                                                                           : names_address(servers, address, deadline);
     if (is_listed) {
@@ -66,9 +87,9 @@ void examine_network_peer(const Address& address, int port, Deadline deadline, P
     if (port < first_unreserved_port) {
         set_user(peer, "root", peer_flag::user_is_root);
     } else {
-        peer.user = "unknown";
         peer.flags |= peer_flag::user_is_unknown;
     }
+    return true;
 }
 
 int port_of(const sockaddr_storage& name) {
@@ -89,24 +110,20 @@ bool examine_peer(int socket, Deadline deadline, Peer& peer) {
         return examine_local_peer(socket, deadline, peer);
     }
     const Address address = platform_library::address_of(name);
-    if (address.family == AF_UNSPEC) {
-        return false;
-    }
-    examine_network_peer(address, port_of(storage), deadline, peer);
-    return true;
+    return address.family != AF_UNSPEC && examine_network_peer(socket, address, port_of(storage), deadline, peer);
 }
 
 }  // namespace
 
 int xnet_verify_peer_creds(int socket, std::uint32_t, int, std::uint32_t* flags, std::uint32_t* user_type, void*,
                            int timeout) {
-    const Deadline deadline = Clock::now() + std::chrono::seconds(timeout);
     Peer peer;
-    if (!examine_peer(socket, deadline, peer)) {
-        return platform_library::status::peer_not_examined;
-    }
+    const bool is_examined = examine_peer(socket, Clock::now() + std::chrono::seconds(timeout), peer);
     logmsgf(log_level::information, "xnet_verify_peer_creds", "H=%s P=%d U=%s F=0x%x UT=%u", peer.host.c_str(),
             peer.port, peer.user.c_str(), peer.flags, peer.user_type);
+    if (!is_examined) {
+        return platform_library::status::peer_not_examined;
+    }
     *flags = peer.flags;
     *user_type = peer.user_type;
     return 0;

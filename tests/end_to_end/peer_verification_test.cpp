@@ -1,4 +1,7 @@
 // Who is let in: hosts of the SERVER list, and their root alone.
+#include <sys/socket.h>
+
+#include <array>
 #include <functional>
 
 #include "tests/support/agent_runner.h"
@@ -276,6 +279,16 @@ TEST_F(PeerVerification, SaysThatThePeersUserIsNotRoot) {
     EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x2 UT=2"}));
     EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer is not root user"}));
     expect_refused(run, 135);
+}
+
+TEST_F(PeerVerification, SaysThatAConnectionThatIsNoStreamCannotBeExamined) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
+    Agent agent({Descriptor(ends[0]), Descriptor(ends[1])}, {});
+    const AgentRun run = agent.finish();
+    EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=unknown F=0x0 UT=0"}));
+    EXPECT_EQ(run.status(), 5903);
+    EXPECT_EQ(run.exit_status(), 252);
 }
 
 TEST_F(PeerVerification, LooksNamesUpInTheHostsOwnSources) {

@@ -1,5 +1,6 @@
 // Peer verification: what it tells of a connection and leaves in the debug log.
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -30,10 +31,30 @@ std::string expected_message(const std::string& host, int port, const std::strin
     return "<4> xnet_verify_peer_creds: H=" + host + " P=" + std::to_string(port) + " " + rest;
 }
 
-void expect_not_examined(int socket) {
-    const VerifiedPeer peer = verify_peer(socket);
-    EXPECT_NE(peer.status, 0);
-    EXPECT_EQ(peer.flags & (peer_flag::host_is_server | peer_flag::user_is_root), 0U);
+// Nothing is believed of a connection that could not be examined; the log has what is known of it all the same.
+void expect_not_examined(int socket, const std::string& host = "unknown", int port = 0) {
+    EXPECT_EQ(logged_message([&] {
+                  const VerifiedPeer peer = verify_peer(socket);
+                  EXPECT_EQ(peer.status, platform_library::status::peer_not_examined);
+                  EXPECT_EQ(peer.flags, 0U);
+                  EXPECT_EQ(peer.user_type, 0U);
+              }),
+              expected_message(host, port, "U=unknown F=0x0 UT=0"));
+}
+
+// Makes the port of this host's loopback address the one that the socket sends to.
+void connect_to_port(int socket, int family, int port) {
+    sockaddr_in ipv4{};
+    ipv4.sin_family = AF_INET;
+    ipv4.sin_port = htons(static_cast<in_port_t>(port));
+    ipv4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in6 ipv6{};
+    ipv6.sin6_family = AF_INET6;
+    ipv6.sin6_port = ipv4.sin_port;
+    ipv6.sin6_addr = in6addr_loopback;
+    const int result = family == AF_INET ? connect(socket, reinterpret_cast<const sockaddr*>(&ipv4), sizeof ipv4)
+                                         : connect(socket, reinterpret_cast<const sockaddr*>(&ipv6), sizeof ipv6);
+    ASSERT_EQ(result, 0);
 }
 
 }  // namespace
@@ -168,14 +189,51 @@ TEST_F(PeerVerification, FailsForWhatIsNoConnection) {
 TEST_F(PeerVerification, FailsForALocalPeerWhoseUserTheKernelDoesNotTell) {
     trust({"localhost"});
     const ConnectedSockets connection = connect_locally();
-    const std::string log = debug_log_of([&] {
-        system_calls::faults.credentials_not_told = ENOBUFS;
-        const VerifiedPeer peer = verify_peer(connection.agent_end.get());
-        EXPECT_EQ(peer.status, platform_library::status::peer_not_examined);
-        EXPECT_EQ(peer.flags, 0U);
-        EXPECT_EQ(peer.user_type, 0U);
-    });
-    EXPECT_EQ(log, "");
+    system_calls::faults.credentials_not_told = ENOBUFS;
+    expect_not_examined(connection.agent_end.get(), "local");
+    system_calls::reset();
+}
+
+TEST_F(PeerVerification, FailsForALocalConnectionThatIsNoStream) {
+    trust({"localhost"});
+    for (const int type : {SOCK_DGRAM, SOCK_SEQPACKET}) {
+        int ends[2] = {-1, -1};
+        ASSERT_EQ(socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends), 0);
+        const Descriptor agent_end(ends[0]);
+        const Descriptor peer_end(ends[1]);
+        expect_not_examined(agent_end.get(), "local");
+    }
+}
+
+// Whoever sends a datagram writes any address into it, be it one of TCP.
+TEST_F(PeerVerification, FailsForAConnectionOfDatagrams) {
+    trust({"localhost", "127.0.0.1"});
+    struct Row {
+        int family;
+        int type;
+        int protocol;
+    };
+    for (const Row& row :
+         {Row{AF_INET, SOCK_DGRAM, 0}, Row{AF_INET6, SOCK_DGRAM, 0}, Row{AF_INET, SOCK_RAW, IPPROTO_TCP}}) {
+        const Descriptor agent_end(socket(row.family, row.type | SOCK_CLOEXEC, row.protocol));
+        connect_to_port(agent_end.get(), row.family, last_reserved_port);
+        expect_not_examined(agent_end.get(), row.family == AF_INET ? "127.0.0.1" : "::1", last_reserved_port);
+    }
+}
+
+TEST_F(PeerVerification, BelievesTcpAlone) {
+    trust({"localhost"});
+    const ConnectedSockets connection = connect_over_tcp({.peer_port = last_reserved_port});
+    for (const int protocol : {IPPROTO_TCP, IPPROTO_MPTCP}) {
+        system_calls::faults.pretended_protocol = protocol;
+        EXPECT_TRUE(is_trusted(connection.agent_end.get())) << protocol;
+    }
+    const int others[] = {IPPROTO_SCTP, IPPROTO_UDP, 0, -1};
+    for (const int protocol : others) {
+        system_calls::faults.pretended_protocol = protocol;
+        expect_not_examined(connection.agent_end.get(), "127.0.0.1", last_reserved_port);
+    }
+    system_calls::reset();
 }
 
 // All that the library does is done here once.
@@ -184,7 +242,6 @@ TEST_F(PeerVerification, IsTheOnlyOneToLog) {
     const ConnectedSockets connection = connect_locally();
     const std::string log = debug_log_of([&] {
         static_cast<void>(ZM_read_master_config());
-        static_cast<void>(verify_peer(-1));
         EXPECT_EQ(verify_peer(connection.agent_end.get()).status, 0);
         int error = 0;
         get_long(-1, 0, &error);
