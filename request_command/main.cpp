@@ -64,6 +64,7 @@ int main(int argc, char** argv) {
     static char name[] = "zmlogadm";
     argv[0] = name;            // also in what getopt_long says, however the command was called
     signal(SIGPIPE, SIG_IGN);  // output that nobody reads is told as the failure of a write
+    signal(SIGCHLD, SIG_DFL);  // a caller that ignores its children must not make the command lose its own
     const std::unique_ptr<AnswerOutput> output = choose_output(answer_format(argc, argv));
     try {
         occupy_standard_descriptors();

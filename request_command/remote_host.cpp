@@ -6,16 +6,17 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <memory>
 #include <random>
+#include <set>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "platform/deadline.h"
+#include "platform/library/name_lookup.h"
 #include "request_command/failure.h"
 
 namespace {
@@ -24,39 +25,67 @@ namespace {
 constexpr unsigned first_root_port = 512;
 constexpr unsigned root_ports = 512;
 
-struct AddressesFreer {
-    void operator()(addrinfo* addresses) const { freeaddrinfo(addresses); }
+using platform_library::Address;
+using platform_library::LookUpEnd;
+
+// A socket address of either family.
+struct SocketAddress {
+    sockaddr_storage storage{};
+    socklen_t size = 0;
+
+    [[nodiscard]] const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
 };
-using Addresses = std::unique_ptr<addrinfo, AddressesFreer>;
 
-void end_look_up(int /*signal*/) {
-    constexpr std::string_view message = "zmlogadm: the host could not be looked up within the time-out\n";
-    write_all(STDERR_FILENO, message);
-    _exit(own_failure);
-}
-
-Addresses look_up(const RemoteHost& host, std::chrono::seconds timeout) {
-    addrinfo hints = {};
-    hints.ai_flags = AI_NUMERICSERV;
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    // The resolver knows no time-out of its caller.
-    signal(SIGALRM, end_look_up);
-    alarm(static_cast<unsigned>(timeout.count()));
-    const int result = getaddrinfo(host.name.c_str(), std::to_string(host.port).c_str(), &hints, &found);
-    const int error = errno;
-    alarm(0);
-    if (result != 0) {
-        throw Failure("cannot look up " + host.name + ": " +
-                      (result == EAI_SYSTEM ? strerror(error) : gai_strerror(result)));
+SocketAddress socket_address(const Address& address, std::uint16_t port) {
+    SocketAddress result;
+    if (address.family == AF_INET6) {
+        sockaddr_in6 name{};
+        name.sin6_family = AF_INET6;
+        name.sin6_port = htons(port);
+        name.sin6_scope_id = address.scope;
+        memcpy(&name.sin6_addr, address.bytes.data(), sizeof name.sin6_addr);
+        memcpy(&result.storage, &name, result.size = sizeof name);
+        return result;
     }
-    return Addresses(found);
+    sockaddr_in name{};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(port);
+    memcpy(&name.sin_addr, address.bytes.data(), sizeof name.sin_addr);
+    memcpy(&result.storage, &name, result.size = sizeof name);
+    return result;
 }
 
-Descriptor open_socket(const addrinfo& address) {
-    Descriptor socket(::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, address.ai_protocol));
+// Returns the addresses in the order in which they are to be tried.
+std::vector<Address> look_up(const std::string& name, Deadline deadline) {
+    if (const auto address = platform_library::parse_address(name)) {
+        return {*address};
+    }
+    std::vector<Address> found;
+    LookUpEnd end = LookUpEnd::complete;
+    if (platform_library::is_host_name(name)) {
+        end = platform_library::look_up({name}, deadline, [&](const Address& address) {
+            if (std::find(found.begin(), found.end(), address) == found.end()) {
+                found.push_back(address);
+            }
+            return false;
+        });
+    }
+    if (end == LookUpEnd::not_started) {
+        throw system_failure(errno, "cannot look up " + name, FailureCode::lookup_failed);
+    }
+    if (end == LookUpEnd::timed_out) {
+        throw Failure(FailureCode::lookup_timed_out, "the host could not be looked up within the time-out");
+    }
+    if (found.empty()) {
+        throw Failure(FailureCode::lookup_failed, "cannot look up " + name + ": Name or service not known");
+    }
+    return found;
+}
+
+Descriptor open_socket(const SocketAddress& address) {
+    Descriptor socket(::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (!socket.valid()) {
-        throw system_failure(errno, "cannot make a socket");
+        throw system_failure(errno, "cannot make a socket", FailureCode::connection_failed);
     }
     // An agent's host that goes down while a tool runs there is noticed in the end.
     const int on = 1;
@@ -115,8 +144,8 @@ bool is_connected_to_itself(int fd) {
 }
 
 // Returns 0 when the socket was connected by the deadline, else an error number.
-int connect_socket(int fd, const addrinfo& address, Deadline deadline) {
-    int error = connect(fd, address.ai_addr, address.ai_addrlen) == 0 ? 0 : errno;
+int connect_socket(int fd, const SocketAddress& address, Deadline deadline) {
+    int error = connect(fd, address.get(), address.size) == 0 ? 0 : errno;
     // An interrupted connect goes on in the background, too.
     if (error == EINPROGRESS || error == EINTR) {
         error = finish_connecting(fd, deadline);
@@ -124,26 +153,26 @@ int connect_socket(int fd, const addrinfo& address, Deadline deadline) {
     return error == 0 && is_connected_to_itself(fd) ? ECONNREFUSED : error;
 }
 
-Descriptor connect_from_any_port(const addrinfo& address, Deadline deadline) {
+Descriptor connect_from_any_port(const SocketAddress& address, Deadline deadline) {
     Descriptor socket = open_socket(address);
     const int error = connect_socket(socket.get(), address, deadline);
     if (error != 0) {
-        throw Failure(strerror(error));
+        throw Failure(connection_failure_code(error), strerror(error));
     }
     return socket;
 }
 
-Descriptor connect_from_root_port(const addrinfo& address, Deadline deadline) {
+Descriptor connect_from_root_port(const SocketAddress& address, Deadline deadline) {
     const unsigned start = std::random_device()();
     int error = 0;
     for (unsigned i = 0; i != root_ports; ++i) {
         Descriptor socket = open_socket(address);
-        if (!bind_to_port(socket.get(), address.ai_family, first_root_port + (start + i) % root_ports)) {
+        if (!bind_to_port(socket.get(), address.storage.ss_family, first_root_port + (start + i) % root_ports)) {
             error = errno;
             if (error == EADDRINUSE) {
                 continue;
             }
-            throw system_failure(error, "cannot use a source port below 1024");
+            throw system_failure(error, "cannot use a source port below 1024", FailureCode::connection_failed);
         }
         error = connect_socket(socket.get(), address, deadline);
         if (error == 0) {
@@ -151,39 +180,36 @@ Descriptor connect_from_root_port(const addrinfo& address, Deadline deadline) {
         }
         // A port may be free and yet not serve for this peer, while an earlier connection lingers.
         if (error != EADDRINUSE && error != EADDRNOTAVAIL) {
-            throw Failure(strerror(error));
+            throw Failure(connection_failure_code(error), strerror(error));
         }
     }
-    throw system_failure(error, "no source port from 512 to 1023 can be used");
+    throw system_failure(error, "no source port from 512 to 1023 can be used", FailureCode::connection_failed);
 }
 
-std::string text_of(const addrinfo& address) {
+// Unlike the log's text of an address, this one has the interface of a link-local one.
+std::string text_of(const SocketAddress& address) {
     std::array<char, NI_MAXHOST> text = {"?"};
-    getnameinfo(address.ai_addr, address.ai_addrlen, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST);
+    getnameinfo(address.get(), address.size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST);
     return text.data();
-}
-
-int count_of(const addrinfo* addresses) {
-    int count = 0;
-    for (; addresses != nullptr; addresses = addresses->ai_next) {
-        ++count;
-    }
-    return count;
 }
 
 }  // namespace
 
 Descriptor connect_to_host(const RemoteHost& host, std::chrono::seconds timeout) {
     const Deadline deadline = Clock::now() + timeout;
-    const Addresses addresses = look_up(host, timeout);
+    const std::vector<Address> addresses = look_up(host.name, deadline);
     std::string failures;
-    for (const addrinfo* address = addresses.get(); address != nullptr; address = address->ai_next) {
-        const Deadline share = Clock::now() + time_left(deadline) / count_of(address);
+    std::set<FailureCode> codes;
+    for (std::size_t i = 0; i != addresses.size(); ++i) {
+        const SocketAddress address = socket_address(addresses[i], host.port);
+        const Deadline share = Clock::now() + time_left(deadline) / (addresses.size() - i);
         try {
-            return geteuid() == 0 ? connect_from_root_port(*address, share) : connect_from_any_port(*address, share);
+            return geteuid() == 0 ? connect_from_root_port(address, share) : connect_from_any_port(address, share);
         } catch (const Failure& failure) {
-            failures += (failures.empty() ? "" : "; ") + text_of(*address) + ": " + failure.what();
+            failures += (failures.empty() ? "" : "; ") + text_of(address) + ": " + failure.what();
+            codes.insert(failure.code());
         }
     }
-    throw Failure("cannot connect to " + host.name + " port " + std::to_string(host.port) + ": " + failures);
+    throw Failure(codes.size() == 1 ? *codes.begin() : FailureCode::connection_failed,
+                  "cannot connect to " + host.name + " port " + std::to_string(host.port) + ": " + failures);
 }

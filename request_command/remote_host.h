@@ -8,5 +8,5 @@
 
 // Looks up the host and connects to it. Each of its addresses is tried in turn, in an equal share of the time that is
 // left. Root connects from a port below 1024, by which the peer knows root. Throws a Failure that says what became of
-// each address; a look-up that takes longer than the time-out ends the process as an own failure.
+// each address, or that the look-up took longer than the time-out.
 Descriptor connect_to_host(const RemoteHost& host, std::chrono::seconds timeout);

@@ -1,11 +1,14 @@
 // The command's parts when their system calls fail or are interrupted.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <vector>
 
 #include "request_command/child.h"
 #include "request_command/connection.h"
@@ -58,8 +61,39 @@ class ConnectingToHost : public FailingCallTest {
 };
 
 TEST_F(ConnectingToHost, TellsTheSystemsErrorOfALookUp) {
-    failures["getaddrinfo"] = {EMFILE};
-    EXPECT_EQ(failure(), "cannot look up 127.0.0.1: Too many open files");
+    failures["pipe2"] = {EMFILE};
+    host_.name = "localhost";
+    EXPECT_EQ(failure(), "cannot look up localhost: Too many open files");
+}
+
+// The addresses that the time is not needed for leave theirs to the others.
+TEST_F(ConnectingToHost, GivesEachAddressAnEqualShareOfTheTimeThatIsLeft) {
+    write_file("/etc/hosts", "127.0.0.7 elsewhere\n127.0.0.8 elsewhere\n127.0.0.9 elsewhere\n");
+    host_.name = "elsewhere";
+    system_calls::stopped_clock = std::chrono::hours(1);
+    system_calls::connects_hang = true;
+    EXPECT_THAT(failure(), testing::EndsWith(": Connection timed out"));
+    EXPECT_THAT(system_calls::waits, testing::ElementsAre(10000, 15000, 30000));
+}
+
+TEST_F(ConnectingToHost, NoticesAHostThatGoesDown) {
+    const Connection connection = connect(host_);
+    int on = 0;
+    socklen_t size = sizeof on;
+    ASSERT_EQ(getsockopt(connection.socket.get(), SOL_SOCKET, SO_KEEPALIVE, &on, &size), 0);
+    EXPECT_EQ(on, 1);
+}
+
+// A stranger is not to know the port, nor are several commands to try the same ones in turn. The odds that all these
+// ports lie within a sixteenth of the range are one in 10^17.
+TEST_F(ConnectingToHost, BeginsWithARandomPort) {
+    std::vector<int> ports;
+    for (int i = 0; i != 16; ++i) {
+        const Connection connection = connect(host_);
+        ports.push_back(listener_.accept().source_port());
+    }
+    const auto [lowest, highest] = std::minmax_element(ports.begin(), ports.end());
+    EXPECT_GT(*highest - *lowest, 32);
 }
 
 TEST_F(ConnectingToHost, FailsWithoutASocket) {

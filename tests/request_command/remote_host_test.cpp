@@ -4,10 +4,14 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <csignal>
+#include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "tests/request_command/command_run.h"
+#include "tests/support/replaced_file.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/support/test_files.h"
 
@@ -156,7 +160,31 @@ TEST(RemoteHost, MayRefuseTheConnectionOfAnotherUserThanRoot) {
 
 TEST(RemoteHost, MayBeUnknown) {
     set_known_hosts("");
-    EXPECT_EQ(failure_to_connect({"-H", "nowhere"}), "zmlogadm: cannot look up nowhere: Name or service not known\n");
+    for (const std::string name : {"nowhere", "10.5", "0x7f000001", "127.0.0.01", "no where", "::1%lo"}) {
+        EXPECT_EQ(failure_to_connect({"-H", name}),
+                  "zmlogadm: cannot look up " + name + ": Name or service not known\n");
+    }
+}
+
+TEST(RemoteHost, IsFoundByTheHostsOwnSourcesOfNames) {
+    write_file("/etc/nsswitch.conf", "hosts: myhostname\n");
+    const PeerListener listener("127.0.0.1");
+    expect_to_be_reached(listener, {"-H", "anything.localhost", "-p", std::to_string(listener.port())});
+}
+
+TEST(RemoteHost, IsFoundWithoutGetent) {
+    set_known_hosts("127.0.0.9 elsewhere\n");
+    write_file("/tmp/getent", "");
+    const ReplacedFile without_getent(getent_file, "/tmp/getent");
+    const PeerListener listener("127.0.0.9");
+    expect_to_be_reached(listener, {"-H", "elsewhere", "-p", std::to_string(listener.port())});
+}
+
+TEST(RemoteHost, IsLookedUpBySomebodyWhoIgnoresItsChildren) {
+    set_known_hosts("127.0.0.9 elsewhere\n");
+    const std::string port = std::to_string(free_port());
+    EXPECT_EQ(failure_to_connect({"-H", "elsewhere", "-p", port}, [] { signal(SIGCHLD, SIG_IGN); }),
+              "zmlogadm: cannot connect to elsewhere port " + port + ": 127.0.0.9: Connection refused\n");
 }
 
 TEST(RemoteHost, IsGivenUpWhenItsLookUpTakesLongerThanTheTimeOut) {
@@ -169,8 +197,30 @@ TEST(RemoteHost, IsGivenUpWhenItsLookUpTakesLongerThanTheTimeOut) {
     ASSERT_EQ(bind(silent_name_server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     EXPECT_EQ(failure_to_connect({"-t", "1", "-H", "elsewhere.example.test"}),
               "zmlogadm: the host could not be looked up within the time-out\n");
+    const CommandRun run = run_command({"--json", "-t", "1", "-H", "elsewhere.example.test", "CLEANUP"});
+    const nlohmann::json error = nlohmann::json::parse(run.output);
+    EXPECT_EQ(error.at("type"), "error");
+    EXPECT_EQ(error.at("code"), "lookup_timed_out");
+    EXPECT_EQ(error.at("message"), "the host could not be looked up within the time-out");
     char byte = 0;
     EXPECT_EQ(recv(silent_name_server.get(), &byte, 1, MSG_DONTWAIT), 1) << "the name server was not asked";
+}
+
+// The kind of failure, for programs.
+TEST(RemoteHost, FailsWithACode) {
+    set_known_hosts("::1 elsewhere\n127.0.0.1 elsewhere\n127.0.0.9 other\n127.0.0.8 other\n");
+    PeerListener hanging("::1");
+    hanging.hang();
+    const std::string port = std::to_string(hanging.port());
+    const std::map<std::string, std::string> codes = {{"nowhere", "lookup_failed"},
+                                                      {"10.5", "lookup_failed"},
+                                                      {"other", "connection_refused"},
+                                                      {"::1", "connection_timed_out"},
+                                                      {"elsewhere", "connection_failed"}};
+    for (const auto& [host, code] : codes) {
+        const CommandRun run = run_command({"--json", "-t", "1", "-H", host, "-p", port, "CLEANUP"});
+        EXPECT_EQ(nlohmann::json::parse(run.output).at("code"), code) << host;
+    }
 }
 
 TEST(RemoteHost, SeesRootOnAReservedPort) {

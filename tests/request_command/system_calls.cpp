@@ -1,7 +1,6 @@
 #include "tests/request_command/system_calls.h"
 
 #include <fcntl.h>
-#include <netdb.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -15,6 +14,9 @@ namespace system_calls {
 
 std::map<std::string, std::deque<int>> failures;
 bool connects_wait = false;
+bool connects_hang = false;
+std::vector<int> waits;
+std::optional<std::chrono::nanoseconds> stopped_clock;
 
 std::string reset() {
     std::string names;
@@ -23,6 +25,9 @@ std::string reset() {
     }
     failures.clear();
     connects_wait = false;
+    connects_hang = false;
+    waits.clear();
+    stopped_clock.reset();
     return names;
 }
 
@@ -44,9 +49,18 @@ bool fails(const char* name) {
 
 using system_calls::fails;
 
+using steady_clock = std::chrono::steady_clock;
+
 // The linker makes these names when it is told to wrap a function: what calls NAME calls __wrap_NAME, and
 // __real_NAME is NAME itself.
 // NOLINTBEGIN(bugprone-reserved-identifier)
+steady_clock::time_point real_steady_now() __asm__("__real__ZNSt6chrono3_V212steady_clock3nowEv");
+steady_clock::time_point wrapped_steady_now() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
+
+steady_clock::time_point wrapped_steady_now() {
+    return system_calls::stopped_clock ? steady_clock::time_point(*system_calls::stopped_clock) : real_steady_now();
+}
+
 extern "C" {
 
 int __real_socket(int family, int type, int protocol);
@@ -56,7 +70,7 @@ int __real_getsockopt(int fd, int level, int name, void* value, socklen_t* size)
 int __real_getsockname(int fd, sockaddr* name, socklen_t* size);
 int __real_getpeername(int fd, sockaddr* name, socklen_t* size);
 int __real_connect(int fd, const sockaddr* name, socklen_t size);
-int __real_getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** list);
+int __real_pipe2(int* ends, int flags);
 int __real_poll(pollfd* watched, nfds_t count, int timeout);
 ssize_t __real_send(int fd, const void* bytes, size_t count, int flags);
 ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
@@ -92,6 +106,10 @@ int __wrap_getpeername(int fd, sockaddr* name, socklen_t* size) {
 
 // An interrupted connect over TCP goes on in the background; one to a Unix-domain socket has not begun.
 int __wrap_connect(int fd, const sockaddr* name, socklen_t size) {
+    if (system_calls::connects_hang) {
+        errno = EINPROGRESS;
+        return -1;
+    }
     if (fails("connect")) {
         if (errno == EINTR && name->sa_family != AF_UNIX) {
             __real_connect(fd, name, size);
@@ -107,11 +125,15 @@ int __wrap_connect(int fd, const sockaddr* name, socklen_t size) {
     return result;
 }
 
-int __wrap_getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** list) {
-    return fails("getaddrinfo") ? EAI_SYSTEM : __real_getaddrinfo(host, service, hints, list);
+int __wrap_pipe2(int* ends, int flags) {
+    return fails("pipe2") ? -1 : __real_pipe2(ends, flags);
 }
 
 int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
+    if (system_calls::connects_hang && watched->events == POLLOUT) {
+        system_calls::waits.push_back(timeout);
+        return 0;
+    }
     return fails("poll") ? -1 : __real_poll(watched, count, timeout);
 }
 
