@@ -66,12 +66,12 @@ if(ZMLA_SANITIZE OR ZMLA_FUZZ)
   target_link_options(build_flags INTERFACE ${sanitizers})
   # -Wnull-dereference is left out: the sanitizers' own checks make paths that it takes for dereferences.
   target_compile_options(hardening INTERFACE -Wno-null-dereference)
-elseif(ZMLA_SHARED_LIBC)
-  target_link_options(program_flags INTERFACE -pie -static-libstdc++ -static-libgcc)
+elseif(ZMLA_VALGRIND)
+  target_link_options(program_flags INTERFACE -pie)
 else()
   # The agent is started for every request: what the dynamic loader would do is most of what a request costs.
-  # The linker warns that name look-ups of a static program load parts of the C library at run time. That
-  # holds for sources of names other than files and DNS, and ZMLA_SHARED_LIBC is there for hosts that have them.
+  # The linker warns that name look-ups of a static program load parts of the C library at run time. Only a host
+  # without getent, which looks names up otherwise, comes to that.
   can_link(CAN_SILENCE_LINKER -Wl,--no-warnings)
   if(CAN_SILENCE_LINKER)
     target_link_options(program_flags INTERFACE -Wl,--no-warnings)

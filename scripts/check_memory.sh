@@ -9,10 +9,9 @@ reports=$folder/reports
 excluded='*WithoutDescriptors*:*DescriptorsAreMissing*:*WhenTheCommandHasNone:*.IsToldWhenThereIsNone/*:*/LastNewline'
 memcheck="valgrind --quiet --vgdb=no --leak-check=full --errors-for-leak-kinds=definite"
 
-# With a shared C library: valgrind has to stand in for its allocations.
 build() {
     scripts/install_dependencies.sh build memory
-    cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=Debug -DZMLA_SHARED_LIBC=ON >/dev/null
+    cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=Debug -DZMLA_VALGRIND=ON >/dev/null
     cmake --build "$folder" --parallel "$(nproc)" >/dev/null
 }
 
