@@ -72,7 +72,7 @@ inline constexpr const char* value_suffix = ",thread";
 
 }  // namespace deduplication
 
-// The connection broker keeps its level itself; only its tool can change it, and nothing tells it.
+// The connection broker keeps its level itself: its tool changes it, and nothing reports it.
 namespace connection_broker {
 
 inline constexpr const char* tool = "/opt/HOLKkob/bin/ktlogcfg";

@@ -33,7 +33,7 @@ constexpr std::array commands = {
 };
 
 [[noreturn]] void refuse(const std::string& reason) {
-    throw Failure(reason + " (zmlogstate --help tells more)");
+    throw Failure(reason + " (see zmlogstate --help)");
 }
 
 void check_options(const Options& options) {

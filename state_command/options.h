@@ -19,8 +19,8 @@ struct Options {
     bool remove_logs = false;
 };
 
-// Reads the command line. Throws a Failure for one that cannot be followed. What getopt_long itself finds wrong it has
-// told on standard error.
+// Reads the command line. Throws a Failure for one that cannot be followed. getopt_long reports what it finds
+// wrong itself on standard error.
 Options parse_options(int argc, char** argv);
 
 // What --help prints.

@@ -100,7 +100,8 @@ void add_problem(Problems& problems, const Problem& problem) {
 }
 
 std::string describe(const Problem& problem) {
-    const std::string reason = std::string(": ") + strerror(problem.error);
+    // A device, a FIFO or a socket.
+    const std::string reason = problem.error == EINVAL ? ": not a file" : std::string(": ") + strerror(problem.error);
     return problem.when == Problem::When::now ? "cannot read " + problem.path + reason
                                               : problem.path + " was not saved" + reason;
 }

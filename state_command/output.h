@@ -18,7 +18,7 @@ void print_line(std::string_view line);
 // Prints a text as it stands.
 void print_text(std::string_view text);
 
-// Prints one line to standard error behind the command's name, control characters escaped.
+// Prints one line to standard error after the command's name, control characters escaped.
 void complain(std::string_view line);
 
 // Throws a Failure when not all lines could be printed.

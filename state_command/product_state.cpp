@@ -53,7 +53,14 @@ ProductState read_product_state(Problems& problems) {
     ProductState state;
     state.host = host_name();
     state.time = time_now();
-    for (const std::string& path : changed_files(problems)) {
+    const std::vector<std::string> paths = changed_files(problems);
+    // A registry that was not read names a file that is not saved.
+    for (const Problem& problem : problems) {
+        FileState& registry = state.files[problem.path];
+        registry.kind = FileState::Kind::unread;
+        registry.error = problem.error;
+    }
+    for (const std::string& path : paths) {
         add_file(state.files, path, problems);
     }
     read_log_directories(state, problems);

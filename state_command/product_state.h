@@ -21,7 +21,7 @@ struct ProductState {
 // or directory that cannot be read is among them as such, and a problem.
 [[nodiscard]] ProductState read_product_state(Problems& problems);
 
-// Reads the log directories alone.
+// Reads only the log directories.
 void read_log_directories(ProductState& state, Problems& problems);
 
 // Tells whether nothing is known of the directory, because it or one above it could not be read.

@@ -124,7 +124,7 @@ void remove_all_made(const std::vector<LogDirectory>& made, const RestoreOptions
 }
 
 // What the key-value editor leaves when its rename fails, or when the agent is killed before.
-void tell_stale_copies(const ProductState& saved) {
+void report_stale_copies(const ProductState& saved) {
     for (const auto& [path, state] : saved.files) {
         const std::string copy = path + ".new";
         struct stat found {};
@@ -145,7 +145,7 @@ int restore(const ProductState& saved, const RestoreOptions& options) {
     for (const LogDirectory& directory : differences.gone) {
         restore_gone(directory);
     }
-    tell_stale_copies(saved);
+    report_stale_copies(saved);
     print_line(std::string(category::kob) + ":" + connection_broker::name +
                ": not put back, the level is not known: only the tool " + connection_broker::tool + " knows it");
     // What has been changed by others meanwhile, or could not be put back, differs still.

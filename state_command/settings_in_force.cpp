@@ -108,7 +108,7 @@ std::optional<StoreEntry> parse_store_line(std::string_view line) {
 Setting setting_of(const char* category, const StoreEntry& entry, const std::string& file) {
     const std::string originator(entry.originator);
     if (entry.kind != debug_level) {
-        // No request sets the diagnostic level alone, nor to anything but 6.
+        // No request sets only the diagnostic level, nor sets it to anything but 6.
         return {category, originator + "." + std::string(entry.kind), std::string(entry.value), file};
     }
     Setting setting = settable(category, originator, std::string(entry.value), file);
@@ -217,7 +217,7 @@ void add_plugin(Settings& settings, Problems& problems) {
                   problems);
 }
 
-// The level is kept by the broker's tool, which does not tell it.
+// The broker's tool keeps the level and does not report it.
 void add_connection_broker(Settings& settings, Problems&) {
     Setting setting = not_set(category::kob, connection_broker::name, connection_broker::tool);
     setting.is_known = false;

@@ -23,4 +23,4 @@ struct Setting {
 
 // Reads the settings of the categories, or of all when none are named, in the order of the categories' table. Those
 // that are known and not set are among them.
-[[nodiscard]] std::vector<Setting> read_settings(const std::vector<std::string>& categories, Problems& problems);
+[[nodiscard]] std::vector<Setting> read_settings(const std::vector<std::string>& wanted, Problems& problems);

@@ -25,7 +25,7 @@ std::string line_of(const Setting& setting) {
 int show(const ShowOptions& options) {
     for (const std::string& name : options.categories) {
         if (!is_category(name)) {
-            throw Failure("there is no category \"" + name + "\" (zmlogstate --help lists them)");
+            throw Failure("there is no category \"" + name + "\" (see zmlogstate --help)");
         }
     }
     Problems problems;

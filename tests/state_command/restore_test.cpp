@@ -1,5 +1,7 @@
 // What zmlogstate restore puts back.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -13,6 +15,19 @@
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+
+namespace {
+
+// Waits until the kernel lists a process among those that wait for the lock.
+void await_waiter(const Descriptor& lock) {
+    struct stat state {};
+    ASSERT_EQ(fstat(lock.get(), &state), 0);
+    const std::string pattern = "-> FLOCK .*:" + std::to_string(state.st_ino) + " ";
+    while (!testing::Matches(Contains(testing::ContainsRegex(pattern)))(lines_of(read_file("/proc/locks")))) {
+    }
+}
+
+}  // namespace
 
 class Restore : public StateTest {
   protected:
@@ -198,6 +213,21 @@ TEST_F(Restore, OfTwoAtOnceBothEndWithEverythingBack) {
         EXPECT_EQ(other.finish().exit_status, 0);
         expect_restored(before);
     }
+}
+
+TEST_F(Restore, WaitsForARewriteThatHoldsTheLock) {
+    const Snapshot before = take_snapshot();
+    save();
+    const Descriptor lock(open((store + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(flock(lock.get(), LOCK_EX), 0);
+    write_file(store, "half of the rewrite\n");
+    Command waiting({"restore", folder_});
+    await_waiter(lock);
+    EXPECT_EQ(read_file(store), "half of the rewrite\n");
+    write_file(store, "all of the rewrite\n");
+    ASSERT_EQ(flock(lock.get(), LOCK_UN), 0);
+    expect_status(waiting.finish(), 0);
+    EXPECT_EQ(take_snapshot(), before);
 }
 
 // Whoever is last, every file is whole: what nobody changes is in it.

@@ -122,12 +122,27 @@ TEST_F(Save, NamesAFileThatItCannotReadAndSavesTheOthers) {
     EXPECT_EQ(run.exit_status, 2);
     EXPECT_EQ(run.errors, "zmlogstate: cannot read " + console_file + ": Is a directory\n");
     EXPECT_TRUE(exists(copy_of(store)));
-    // Then nobody is told that nothing differs.
+    // So neither says that nothing differs.
     const CommandRun diff = run_command({"diff", folder_});
     EXPECT_EQ(diff.exit_status, 2);
     EXPECT_EQ(diff.errors, "zmlogstate: " + console_file + " was not saved: Is a directory\n");
     EXPECT_EQ(diff.output, "");
     EXPECT_EQ(run_command({"restore", folder_}).exit_status, 2);
+}
+
+TEST_F(Save, SaysThatItDoesNotKnowTheFileOfARegistryThatItCannotRead) {
+    remove_tree("/etc/rkregistry.cfg");
+    make_folder("/etc/rkregistry.cfg");
+    EXPECT_EQ(run_command({"save", folder_}).exit_status, 2);
+    const CommandRun diff = run_command({"diff", folder_});
+    EXPECT_EQ(diff.exit_status, 2);
+    EXPECT_EQ(diff.errors, "zmlogstate: /etc/rkregistry.cfg was not saved: Is a directory\n");
+}
+
+TEST_F(Save, NamesWhatIsNoFile) {
+    remove_tree(console_file);
+    ASSERT_EQ(mkfifo(console_file.c_str(), 0600), 0);
+    EXPECT_EQ(run_command({"save", folder_}).errors, "zmlogstate: cannot read " + console_file + ": not a file\n");
 }
 
 TEST_F(Save, OnAFullDiskLeavesNothing) {
