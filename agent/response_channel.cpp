@@ -1,5 +1,6 @@
 #include "agent/response_channel.h"
 
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +14,7 @@
 namespace {
 
 constexpr std::size_t status_line_size = 512;
+constexpr int wide_buffer = 4 << 20;  // some ten thousand lines; the kernel gives what it allows
 constexpr timespec retry_pause = {.tv_sec = 0, .tv_nsec = 10'000'000};
 
 }  // namespace
@@ -42,6 +44,14 @@ int socksend(int socket, const char* text, unsigned long length) {
     }
     logmsgf(log_level::information, tag, "sent M=%s L=%d, %d", text, total, total);
     return total;
+}
+
+void widen_sending_buffer(int socket) {
+    int family = AF_UNSPEC;
+    socklen_t size = sizeof family;
+    if (getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &family, &size) == 0 && family == AF_UNIX) {
+        setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &wide_buffer, sizeof wide_buffer);
+    }
 }
 
 void qas_report_exit_status(int status, int socket) {

@@ -114,6 +114,12 @@ class Builder {
         return comparison;
     }
 
+    // The best pauses as the agent does, but has the buffer that the kernel gives.
+    [[nodiscard]] Comparison listing_to_slow_reader() const {
+        const MeasuredRequest request = to_slow_reader(listing_request(10'000));
+        return compare(request, Weight::heavy);
+    }
+
     [[nodiscard]] Comparison large_output() const {
         const auto check = [](const ProgramRun& run) { require(run.received >= one_gibibyte, "1 GiB is passed on"); };
         const MeasuredRequest request = {.name = "output of 1 GiB", .words = {"versioninfo"}, .check = check};
@@ -135,6 +141,7 @@ class Builder {
                                                volume_manager(20'000, Weight::heavy),
                                                volume_manager(200'000, Weight::heaviest),
                                                volume_manager(1'000'000, Weight::heaviest),
+                                               listing_to_slow_reader(),
                                                beside_augtool(2'000),
                                                large_output()};
         if (!surroundings_.disk_folder.empty()) {

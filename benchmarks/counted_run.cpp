@@ -139,7 +139,7 @@ RunCounts count_run(const Program& program) {
     connection.agent_end.reset();
     RunCounts counts;
     ProgramRun received;
-    std::thread reader([&] { receive_answer(connection.peer_end.get(), received); });
+    std::thread reader([&] { receive_answer(connection.peer_end.get(), program.reader, received); });
     Tracer(child).follow(counts);
     reader.join();
     received.exit_status = counts.run.exit_status;

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <ctime>
 #include <stdexcept>
 #include <system_error>
 
@@ -81,10 +82,12 @@ std::vector<char*> argument_vector(const Program& program) {
     return arguments;
 }
 
-void receive_answer(int peer, ProgramRun& run) {
+void receive_answer(int peer, Reader reader, ProgramRun& run) {
+    constexpr timespec pause = {.tv_sec = 0, .tv_nsec = 2'000'000};
     static std::array<char, 262144> buffer;
+    const std::size_t room = reader == Reader::slow ? 16384 : buffer.size();
     for (;;) {
-        const ssize_t count = recv(peer, buffer.data(), buffer.size(), 0);
+        const ssize_t count = recv(peer, buffer.data(), room, 0);
         if (count == -1 && errno == EINTR) {
             continue;
         }
@@ -95,6 +98,9 @@ void receive_answer(int peer, ProgramRun& run) {
         check(count > 0, "recv");
         const auto size = static_cast<std::size_t>(count);
         run.received += size;
+        if (reader == Reader::slow) {
+            nanosleep(&pause, nullptr);
+        }
         run.answer.append(buffer.data(), std::min(size, answer_kept - std::min(answer_kept, run.answer.size())));
     }
 }
@@ -114,7 +120,7 @@ ProgramRun run_program(const Program& program) {
     connection.agent_end.reset();
     // A program that takes no request may have gone already.
     check(program.request.empty() || write_all(connection.peer_end.get(), program.request), "send a request");
-    receive_answer(connection.peer_end.get(), run);
+    receive_answer(connection.peer_end.get(), program.reader, run);
     run.exit_status = wait_for_end(child);
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return run;

@@ -9,11 +9,15 @@
 // How the peer is connected. Over TCP from a reserved port of this host, so that it counts as root.
 enum class Transport { local, tcp };
 
+// How the peer receives. A slow one takes 16 KiB every two milliseconds.
+enum class Reader { eager, slow };
+
 struct Program {
     std::vector<std::string> command;
     // The bytes that the peer sends; none for a program that needs no request.
     std::string request;
     Transport transport = Transport::local;
+    Reader reader = Reader::eager;
 };
 
 struct ProgramRun {
@@ -32,7 +36,7 @@ struct ProgramRun {
 // What a run is made of, for other ways to run a program.
 [[nodiscard]] ConnectedSockets connect_peer(const Program& program);
 [[nodiscard]] std::vector<char*> argument_vector(const Program& program);
-void receive_answer(int peer, ProgramRun& run);
+void receive_answer(int peer, Reader reader, ProgramRun& run);
 // Throws std::system_error with errno unless it was done.
 void check(bool done, const char* what);
 

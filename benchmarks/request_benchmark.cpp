@@ -158,9 +158,8 @@ void print_comparison(const ordered_json& measured) {
     fflush(stdout);
 }
 
-// Replaced only when all has been measured.
 void write_json(const std::string& file, const ordered_json& results) {
-    write_sample_file(file, results.dump(2) + "\n");
+    write_sample_file(inside_path(file), results.dump(2) + "\n");
 }
 
 Surroundings find_surroundings(const Options& options) {

@@ -110,6 +110,12 @@ MeasuredRequest over_tcp(MeasuredRequest request) {
     return request;
 }
 
+MeasuredRequest to_slow_reader(MeasuredRequest request) {
+    request.name += ", to a slow reader";
+    request.reader = Reader::slow;
+    return request;
+}
+
 std::vector<MeasuredRequest> counted_requests() {
     return {disk_space_request(),  over_tcp(disk_space_request()), volume_manager_request(200),  thirteen_categories(),
             fourteen_categories(), listing_request(100),           clean_up_request("/tmp", 100)};

@@ -15,6 +15,7 @@ struct MeasuredRequest {
     // Throws when the run did not do what was asked: what failed is not to look fast.
     std::function<void(const ProgramRun&)> check;
     Transport transport = Transport::local;
+    Reader reader = Reader::eager;
 };
 
 // A folder of a name that a clean-up accepts.
@@ -30,6 +31,7 @@ inline const std::string result_name = "zmla-12345678901234567890123456789-abcde
 // Of the folder result_name below `parent`.
 [[nodiscard]] MeasuredRequest clean_up_request(const std::string& parent, int files);
 [[nodiscard]] MeasuredRequest over_tcp(MeasuredRequest request);
+[[nodiscard]] MeasuredRequest to_slow_reader(MeasuredRequest request);
 
 // Those whose system calls and page faults are recorded: none takes long, also when it is traced.
 [[nodiscard]] std::vector<MeasuredRequest> counted_requests();

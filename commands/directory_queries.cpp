@@ -100,6 +100,7 @@ int list_dir_and_send_output(std::string directory, int socket) {
                 error.text());
         return status::directory_failed;
     }
+    widen_sending_buffer(socket);
     const bool knows_files = is_searchable(stream.get());
     int result = status::success;
     // A read error ends the listing as the end of the directory does.

@@ -37,13 +37,29 @@ TEST_F(ResponseChannel, WaitsForAPeerThatDoesNotRead) {
     EXPECT_THAT(run.log, LogHas({4, "socksend", "sent M=\\n L=1, 1"}));
 }
 
-TEST_F(ResponseChannel, GoesOnWhereABusyPeerStoppedIt) {
+// A tool that leaves files of long names, numbered from 10000.
+void install_tool_that_leaves(int files) {
     install_tool(zmsu_tool,
-                 {stand_in::run("mkdir -p \"$last\"; cd \"$last\"; number=1000\n"
+                 {stand_in::run("mkdir -p \"$last\"; cd \"$last\"; number=10000\n"
                                 "name=" +
-                                std::string(200, 'x') +
-                                "\n"
-                                "while [ $number -lt 4000 ]; do : > $name$number; number=$((number + 1)); done")});
+                                std::string(200, 'x') + "\nwhile [ $number -lt " + std::to_string(10000 + files) +
+                                " ]; do : > $name$number; number=$((number + 1)); done")});
+}
+
+// A local socket's buffer holds half as many lines before it is widened.
+TEST_F(ResponseChannel, ListsManyFilesToAPeerThatDoesNotReadMeanwhile) {
+    install_tool_that_leaves(400);
+    Agent agent;
+    agent.send(Request{"RUNZMSU", "--collectdir", "/tmp/c"});
+    agent.await_log("closing peer");
+    const AgentRun run = agent.finish();
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_THAT(run.log, Not(LogHas({8, "socksend", "sleep, retry <text>"})));
+}
+
+TEST_F(ResponseChannel, GoesOnWhereABusyPeerStoppedIt) {
+    constexpr int files = 15'000;
+    install_tool_that_leaves(files);
     Agent agent;
     agent.send(Request{"RUNZMSU", "--collectdir", "/tmp/c"});
     agent.await_log("sleep, retry");
@@ -56,12 +72,12 @@ TEST_F(ResponseChannel, GoesOnWhereABusyPeerStoppedIt) {
     std::vector<int> numbers;
     while (std::getline(output, line)) {
         ASSERT_THAT(line, IsPattern("ZMSU PACKAGE=/tmp/c/<temporary>/" + std::string(200, 'x') + "<digits>"));
-        numbers.push_back(std::stoi(line.substr(line.size() - 4)));
+        numbers.push_back(std::stoi(line.substr(line.size() - 5)));
     }
     std::sort(numbers.begin(), numbers.end());
-    ASSERT_EQ(numbers.size(), 3000U);
-    EXPECT_EQ(numbers.front(), 1000);
-    EXPECT_EQ(numbers.back(), 3999);
+    ASSERT_EQ(numbers.size(), static_cast<std::size_t>(files));
+    EXPECT_EQ(numbers.front(), 10000);
+    EXPECT_EQ(numbers.back(), 10000 + files - 1);
     EXPECT_EQ(std::adjacent_find(numbers.begin(), numbers.end()), numbers.end());
 }
 
