@@ -157,8 +157,9 @@ static void answer_disk_space(int peer, const char* directory) {
     log_message("calc_free_space_send_output: Checking available space at %s\n", directory);
     require(statvfs(directory, &space) == 0, 8);
     const int length =
-        snprintf(line, sizeof line, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%lu MB TOTAL_SPACE=%lu MB\n", directory,
-                 (space.f_bsize * space.f_bavail) >> 20, (space.f_bsize * space.f_blocks) >> 20);
+        snprintf(line, sizeof line, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%llu MB TOTAL_SPACE=%llu MB\n", directory,
+                 ((unsigned long long)space.f_bsize * space.f_bavail) >> 20,
+                 ((unsigned long long)space.f_bsize * space.f_blocks) >> 20);
     require(length < (int)sizeof line, 8);
     send_line(peer, line, length);
 }

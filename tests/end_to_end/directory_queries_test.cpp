@@ -1,7 +1,6 @@
 // GETDISKSPACE, and the listing that ends RUNZMSU.
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +9,7 @@
 
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
+#include "tests/support/refused_calls.h"
 #include "tests/support/request_case.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
@@ -164,7 +164,7 @@ class DiskSpace : public ProductTest {};
 
 TEST_F(DiskSpace, FailsWhenTheFileSystemCannotBeExamined) {
     AgentOptions options;
-    options.refused_calls = {{.number = SYS_statfs, .error = EIO}};
+    options.refused_calls = refused_calls::statfs({.error = EIO});
     const AgentRun run = run_agent({"GETDISKSPACE", "/tmp/"}, options);
     EXPECT_EQ(run.output(), "");
     EXPECT_EQ(run.status(), 5784);

@@ -10,6 +10,7 @@
 #include "tests/support/agent_runner.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
+#include "tests/support/refused_calls.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
 
@@ -333,7 +334,7 @@ std::string with_text(const std::string& text, int error) {
 INSTANTIATE_TEST_SUITE_P(
     Table, RefusedToTheAgent,
     testing::Values(RefusedStep{"Fork",
-                                {{.number = SYS_clone, .error = EAGAIN}, {.number = SYS_clone3, .error = EAGAIN}},
+                                refused_calls::fork({.error = EAGAIN}),
                                 5766,
                                 {16, tag, with_text("fork() failed C=" + zmsu_tool + " ERRNO=", EAGAIN)}},
                     RefusedStep{"Wait",
@@ -341,7 +342,7 @@ INSTANTIATE_TEST_SUITE_P(
                                 5769,
                                 {16, tag, with_text("waitpid() failed C=" + zmsu_tool + " ERRNO=", ECHILD)}},
                     RefusedStep{"NonBlockingSocket",
-                                {{.number = SYS_fcntl, .error = EPERM, .argument = 1, .value = F_SETFL}},
+                                refused_calls::fcntl({.error = EPERM, .argument = 1, .value = F_SETFL}),
                                 602,
                                 {16, tag, with_text("set socket nonblocking failed RV=-1 E=", EPERM)}},
                     RefusedStep{"LastNewline",

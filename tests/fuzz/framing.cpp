@@ -74,7 +74,8 @@ Value number_in(std::string_view bytes, long& number) {
         return failure(EPROTO, value.consumed);
     }
     errno = 0;
-    number = strtol(value.text.c_str(), nullptr, 10);
+    // 64 bits are read, and the low ones are kept where a long has fewer.
+    number = static_cast<long>(strtoll(value.text.c_str(), nullptr, 10));
     return errno == ERANGE ? failure(ERANGE, value.consumed) : value;
 }
 

@@ -19,8 +19,8 @@ std::ostream& operator<<(std::ostream& out, const ReadString& read) {
                << "\", error " << read.error;
 }
 
-ReadNumber number_read(long number) {
-    return {number, untouched};
+ReadNumber number_read(long long number) {
+    return {static_cast<long>(number), untouched};
 }
 
 ReadNumber number_refused(int error) {

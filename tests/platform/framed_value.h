@@ -35,7 +35,8 @@ struct ReadString {
 std::ostream& operator<<(std::ostream& out, const ReadNumber& read);
 std::ostream& operator<<(std::ostream& out, const ReadString& read);
 
-ReadNumber number_read(long number);
+// Where a long has 32 bits, the low ones are what is read.
+ReadNumber number_read(long long number);
 ReadNumber number_refused(int error);
 ReadString string_read(const std::string& text);
 ReadString string_refused(int error);

@@ -17,7 +17,7 @@ class FramedString : public FramingTest {};
 TEST_F(FramedNumber, IsReadOverItsWholeRange) {
     struct Row {
         const char* framed;
-        long number;
+        long long number;
     };
     const Row rows[] = {
         {"1:0,", 0},
@@ -27,11 +27,11 @@ TEST_F(FramedNumber, IsReadOverItsWholeRange) {
         {"3:007,", 7},
         {"4:-007,", -7},
         {"4:0000,", 0},
-        {"10:2147483648,", 2147483648L},
-        {"19:9223372036854775807,", LONG_MAX},
-        {"20:-9223372036854775808,", LONG_MIN},
-        {"21:009223372036854775807,", LONG_MAX},
-        {"22:-009223372036854775808,", LONG_MIN},
+        {"10:2147483648,", 2147483648LL},
+        {"19:9223372036854775807,", LLONG_MAX},
+        {"20:-9223372036854775808,", LLONG_MIN},
+        {"21:009223372036854775807,", LLONG_MAX},
+        {"22:-009223372036854775808,", LLONG_MIN},
     };
     for (const Row& row : rows) {
         connect_and_send(row.framed);

@@ -77,8 +77,8 @@ TEST_F(LocalAgent, HasItsDescriptorsAlsoWhenTheCommandHasNone) {
 
 TEST_F(LocalAgent, DoesNotIgnoreBrokenPipes) {
     const CommandRun run = run_with_agent(receive_request + answer + "grep SigIgn: /proc/$$/status\n" + succeed);
-    const unsigned long ignored = std::stoul(run.output.substr(run.output.find('\t')), nullptr, 16);
-    EXPECT_EQ(ignored & (1UL << (SIGPIPE - 1)), 0U);
+    const unsigned long long ignored = std::stoull(run.output.substr(run.output.find('\t')), nullptr, 16);
+    EXPECT_EQ(ignored & (1ULL << (SIGPIPE - 1)), 0U);
 }
 
 TEST_F(LocalAgent, IsWaitedForAfterItsAnswer) {

@@ -70,7 +70,9 @@ void become_user(uid_t user) {
 }
 
 constexpr unsigned offset_of_argument(unsigned argument) {
-    return static_cast<unsigned>(offsetof(seccomp_data, args) + argument * sizeof(__u64));
+    constexpr unsigned first = offsetof(seccomp_data, args);
+    constexpr unsigned size = sizeof(__u64);
+    return first + argument * size;
 }
 
 void refuse(const RefusedCall& call) {

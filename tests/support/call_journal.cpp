@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,7 +35,7 @@ int descriptor() {
     return file;
 }
 
-void put_number(std::string& record, std::uint32_t number) {
+void put_number(std::string& record, std::size_t number) {
     char bytes[sizeof number];
     memcpy(bytes, &number, sizeof number);
     record.append(bytes, sizeof bytes);
@@ -48,8 +47,8 @@ class Reader {
     explicit Reader(const std::string& text) : text_(text) {}
     [[nodiscard]] bool at_end() const { return position_ == text_.size(); }
     Kind kind() { return static_cast<Kind>(take(1).at(0)); }
-    std::uint32_t number() {
-        std::uint32_t number = 0;
+    std::size_t number() {
+        std::size_t number = 0;
         memcpy(&number, take(sizeof number).data(), sizeof number);
         return number;
     }
@@ -91,10 +90,10 @@ void append(Kind kind, const std::vector<std::string>& fields) {
     const int error = errno;
     std::string record;
     record += static_cast<char>(kind);
-    put_number(record, static_cast<std::uint32_t>(getpid()));
-    put_number(record, static_cast<std::uint32_t>(fields.size()));
+    put_number(record, static_cast<std::size_t>(getpid()));
+    put_number(record, fields.size());
     for (const std::string& field : fields) {
-        put_number(record, static_cast<std::uint32_t>(field.size()));
+        put_number(record, field.size());
         record += field;
     }
     const iovec piece = {record.data(), record.size()};
@@ -111,7 +110,7 @@ std::vector<Entry> entries() {
     std::vector<Entry> found;
     while (!reader.at_end()) {
         Entry entry{.kind = reader.kind(), .process = static_cast<pid_t>(reader.number()), .fields = {}};
-        for (std::uint32_t count = reader.number(); count > 0; --count) {
+        for (std::size_t count = reader.number(); count > 0; --count) {
             entry.fields.push_back(reader.bytes());
         }
         found.push_back(std::move(entry));

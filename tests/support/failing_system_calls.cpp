@@ -39,7 +39,7 @@ void record(const std::string& call) {
     }
 }
 
-std::string number(long value) {
+std::string number(long long value) {
     std::string text(1, ' ');
     return text += std::to_string(value);
 }

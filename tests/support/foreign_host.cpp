@@ -71,7 +71,8 @@ class RouteMessage {
     // Sends it to the kernel of this network namespace. Returns 0 or the kernel's error number.
     int send() {
         const Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
-        header_.nlmsg_len = static_cast<unsigned>(sizeof header_ + body_.size());
+        const unsigned long long length = sizeof header_ + body_.size();
+        header_.nlmsg_len = static_cast<unsigned>(length);
         std::string message(reinterpret_cast<const char*>(&header_), sizeof header_);
         message += body_;
         struct {

@@ -112,7 +112,7 @@ void PrintTo(const LogLine& line, std::ostream* out) {
     *out << "<" << line.level << "> " << line.tag << ": " << line.text;
 }
 
-FramedRead framed_number(long number) {
+FramedRead framed_number(long long number) {
     return {.number = number, .text = "", .result = 1, .error_number = 0};
 }
 
@@ -278,7 +278,7 @@ long get_long(int socket, int timeout, int* error) {
     recording_platform::record_call(words("get_long", socket, timeout, *error));
     const recording_platform::FramedRead read = recording_platform::next_read();
     recording_platform::store_error(read, error);
-    return read.number;
+    return static_cast<long>(read.number);
 }
 
 int get_string(int socket, char* buffer, int max_length, int timeout, int* error) {

@@ -37,13 +37,13 @@ struct LoggedMessage {
 
 // One framed value that is there to be read, or the failure to read one.
 struct FramedRead {
-    long number = 0;       // what get_long returns
+    long long number = 0;  // what get_long returns
     std::string text;      // what get_string puts into the buffer
     int result = 1;        // what get_string returns
     int error_number = 0;  // stored when it is not 0
 };
 
-FramedRead framed_number(long number);
+FramedRead framed_number(long long number);
 FramedRead framed_text(const std::string& text);
 FramedRead framed_failure(int result, int error_number);
 

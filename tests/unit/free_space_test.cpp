@@ -18,7 +18,7 @@ class CalcFreeSpaceSendOutput : public AgentTest {
   protected:
     CalcFreeSpaceSendOutput() { tell_space(4096, 1'000'000, 5'000'000); }
 
-    static void tell_space(unsigned long block, unsigned long available, unsigned long total) {
+    static void tell_space(unsigned long block, fsblkcnt_t available, fsblkcnt_t total) {
         struct statvfs space {};
         space.f_bsize = block;
         space.f_frsize = 512;
@@ -52,7 +52,7 @@ TEST_F(CalcFreeSpaceSendOutput, CutsMebibytesOff) {
 }
 
 TEST_F(CalcFreeSpaceSendOutput, CountsIn64Bits) {
-    tell_space(1UL << 20, (1UL << 44) - 1, (1UL << 44) - 1);
+    tell_space(1UL << 20, (1ULL << 44) - 1, (1ULL << 44) - 1);
     EXPECT_EQ(query("/"), 0);
     EXPECT_EQ(socket_.received(),
               "CALCLOGSIZE: TARGET_DIR=/ FREE_SPACE=17592186044415 MB TOTAL_SPACE=17592186044415 MB\n");

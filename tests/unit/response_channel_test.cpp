@@ -132,7 +132,7 @@ TEST_F(Socksend, LeavesTheErrorNumberToItsCaller) {
 }
 
 TEST_F(Socksend, TakesTheLengthAsA32BitInteger) {
-    EXPECT_EQ(socksend(socket_.agent(), "ab", 0x100000000UL), 0);
+    EXPECT_EQ(socksend(socket_.agent(), "ab", static_cast<unsigned long>(0x100000000ULL)), 0);
     EXPECT_EQ(calls(), Texts{});
     EXPECT_EQ(messages(), (Lines{{information, tag, "sent M=ab L=0, 0"}}));
 }

@@ -1,6 +1,5 @@
 // Category KOB: the debug level of the connection broker, set by the broker's own tool.
 #include <sys/mount.h>
-#include <sys/syscall.h>
 
 #include <cerrno>
 #include <system_error>
@@ -8,6 +7,7 @@
 
 #include "tests/end_to_end/logging/logging_case.h"
 #include "tests/support/product_test.h"
+#include "tests/support/refused_calls.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
 
@@ -262,9 +262,7 @@ class ConnectionBrokerTool : public ProductTest {};
 TEST_F(ConnectionBrokerTool, IsNotRunWhenNoShellCanBeStarted) {
     install_stand_in();
     AgentOptions options;
-    for (const long call : {SYS_clone, SYS_clone3, SYS_fork, SYS_vfork}) {
-        options.refused_calls.push_back({.number = call, .error = EAGAIN});
-    }
+    options.refused_calls = refused_calls::fork({.error = EAGAIN});
     check_in_place(failure("", 32512, [] {}, {}), options);
 }
 

@@ -1,0 +1,21 @@
+# wrap_calls(TARGET SCOPE NAME ...) has the linker send the calls of each NAME to __wrap_NAME, which TARGET's own sources
+# define; there __real_NAME is NAME itself. With SCOPE "INTERFACE" it does so in what links TARGET.
+
+# What glibc calls them where large files and times have to be asked for.
+set(large_names
+  clock_gettime=__clock_gettime64 fcntl=__fcntl_time64 fstat=__fstat64_time64 fstatat=__fstatat64_time64
+  ftruncate=ftruncate64 futimens=__futimens64 getsockopt=__getsockopt64 ioctl=__ioctl_time64 lseek=lseek64
+  lstat=__lstat64_time64 nanosleep=__nanosleep64 open=open64 openat=openat64 ppoll=__ppoll64 prctl=__prctl_time64
+  pread=pread64 pwrite=pwrite64 readdir=readdir64 recvmsg=__recvmsg64 sendmsg=__sendmsg64 setsockopt=__setsockopt64
+  stat=__stat64_time64 statvfs=statvfs64 utimensat=__utimensat64)
+
+function(wrap_calls target scope)
+  foreach(name ${ARGN})
+    set(symbol ${name})
+    if(NOT HAS_LARGE_FILES_AND_TIMES AND "${large_names}" MATCHES "(^|;)${name}=([^;]+)")
+      set(symbol ${CMAKE_MATCH_2})
+      target_compile_definitions(${target} PRIVATE __wrap_${name}=__wrap_${symbol} __real_${name}=__real_${symbol})
+    endif()
+    target_link_options(${target} ${scope} -Wl,--wrap=${symbol})
+  endforeach()
+endfunction()
