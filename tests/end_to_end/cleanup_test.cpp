@@ -1,6 +1,8 @@
 // CLEANUP: the removal of earlier collection results.
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
 
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
@@ -275,6 +277,15 @@ TEST_F(CleanupRequest, TakesABareNameInTheWorkingFolder) {
     options.working_folder = "/tmp";
     const AgentRun run = run_agent({"CLEANUP", good_name}, options);
     EXPECT_EQ(run.output(), cleaned + good_name + "\n");
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_FALSE(exists(good));
+}
+
+TEST_F(CleanupRequest, RemovesAFileOver2Gigabytes) {
+    write_file(good + "/large", "");
+    std::filesystem::resize_file(good + "/large", std::uintmax_t{3} << 30);
+    const AgentRun run = run_agent({"CLEANUP", good});
+    EXPECT_EQ(run.output(), cleaned + good + "\n");
     EXPECT_EQ(run.status(), 0);
     EXPECT_FALSE(exists(good));
 }

@@ -127,18 +127,23 @@ const std::vector<RequestCase> space_requests = {
 
 INSTANTIATE_TEST_SUITE_P(Table, GetDiskSpace, testing::ValuesIn(space_requests), name_of_row);
 
-// A file system of 8 MiB at "/disk".
-class SmallDisk : public ProductTest {
+// A file system at "/disk".
+class Disk : public ProductTest {
   protected:
-    SmallDisk() {
+    explicit Disk(const char* size) {
         make_folder("/disk");
-        if (mount("small", "/disk", "tmpfs", 0, "size=8m") != 0) {
+        if (mount("disk", "/disk", "tmpfs", 0, size) != 0) {
             throw std::system_error(errno, std::generic_category(), "mount");
         }
     }
-    ~SmallDisk() override { umount2("/disk", MNT_DETACH); }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
+    ~Disk() override { umount2("/disk", MNT_DETACH); }
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+};
+
+class SmallDisk : public Disk {
+  protected:
+    SmallDisk() : Disk("size=8m") {}
 };
 
 constexpr std::size_t mebibyte = 1 << 20;
@@ -158,6 +163,17 @@ TEST_F(SmallDisk, HasNoFreeSpaceWhenItIsFull) {
     write_file("/disk/file", std::string(7 * mebibyte + 4096, 'x'));
     EXPECT_EQ(run_agent({"GETDISKSPACE", "/disk/file"}).output(),
               "CALCLOGSIZE: TARGET_DIR=/disk/file FREE_SPACE=0 MB TOTAL_SPACE=8 MB\n");
+}
+
+// Of more blocks than 32 bits count.
+class LargeDisk : public Disk {
+  protected:
+    LargeDisk() : Disk("size=17t") {}
+};
+
+TEST_F(LargeDisk, IsMeasuredWhole) {
+    EXPECT_EQ(run_agent({"GETDISKSPACE", "/disk"}).output(),
+              "CALCLOGSIZE: TARGET_DIR=/disk FREE_SPACE=17825792 MB TOTAL_SPACE=17825792 MB\n");
 }
 
 class DiskSpace : public ProductTest {};
@@ -241,6 +257,13 @@ TEST_F(Listing, FollowsLinks) {
     const AgentRun run = list({stand_in::fill_last_argument({}),
                                stand_in::run("ln -s /etc/hosts \"$last/to_file\"; ln -s /etc \"$last/to_folder\"")});
     EXPECT_THAT(listed(run), testing::ElementsAre("", "to_file"));
+    EXPECT_EQ(run.status(), 0);
+}
+
+TEST_F(Listing, NamesFilesOver2Gigabytes) {
+    const AgentRun run = list({stand_in::fill_last_argument({}),
+                               stand_in::run("truncate -s 3G \"$last/large\"; ln -s large \"$last/to_large\"")});
+    EXPECT_THAT(listed(run), testing::ElementsAre("", "large", "to_large"));
     EXPECT_EQ(run.status(), 0);
 }
 
