@@ -84,7 +84,8 @@ void print_addresses(const std::string& name) {
     }
 }
 
-[[noreturn]] void print_answer(const Names& names, int output) {
+// What is thrown in the child ends it, lest it go on as a second caller.
+[[noreturn]] void print_answer(const Names& names, int output) noexcept {
     leave_caller();
     if (set_streams(output)) {
         become_getent(names);
