@@ -1,7 +1,9 @@
 // Who is let in: hosts of the SERVER list, and their root alone.
 #include <sys/socket.h>
+#include <sys/syscall.h>
 
 #include <array>
+#include <cerrno>
 #include <functional>
 
 #include "tests/support/agent_runner.h"
@@ -301,8 +303,14 @@ TEST_F(PeerVerification, LooksNamesUpInTheHostsOwnSources) {
 TEST_F(PeerVerification, GivesTheLookUpNoConnection) {
     const StandInGetent stand_in("ls -l /proc/$$/fd >/tmp/descriptors &\nwait\n");
     trust({"elsewhere.example.test"});
-    expect_refused(run_agent({"FETCHFILE"}), 5762);
-    EXPECT_THAT(read_file("/tmp/descriptors"), Not(testing::HasSubstr("socket:")));
+    AgentOptions old_kernel;
+    old_kernel.refused_calls = {{SYS_close_range, ENOSYS}};
+    for (const AgentOptions& options : {AgentOptions(), old_kernel}) {
+        remove_tree("/tmp/descriptors");
+        expect_refused(run_agent({"FETCHFILE"}, options), 5762);
+        EXPECT_THAT(read_file("/tmp/descriptors"), testing::HasSubstr(" 1 -> pipe:"));
+        EXPECT_THAT(read_file("/tmp/descriptors"), Not(testing::HasSubstr("socket:")));
+    }
 }
 
 TEST_F(PeerVerification, LooksAtTheHostBeforeTheUser) {
