@@ -25,6 +25,7 @@ check_installation() {
     for page in zmlogadm.1 zmlogadmagent.8 zmlogstate.8 qr.conf.5 ktul.conf.5; do
         check "man finds ${page%.*} in section ${page##*.}" man --warnings "${page##*.}" "${page%.*}"
     done
+    check "the paths that the pages name are there" "$here/paths_of_pages.sh"
     check "systemd-analyze verify says nothing of the units" is systemd-analyze verify zmlogadmagent.socket \
         zmlogadmagent-tcp.socket zmlogadmagent@i.service zmlogadmagent-tcp@i.service zmlogadmagent-prune-logs.timer \
         zmlogadmagent-prune-logs.service -- ''
