@@ -9,6 +9,7 @@
 #   memory     scripts/check_memory.sh, beyond what building needs
 #   many-hosts scripts/check_many_hosts.sh, beyond what building needs
 #   package    scripts/build_package.sh and scripts/check_package.sh
+#   rpm        scripts/build_rpm.sh and scripts/check_rpm.sh, beyond what building needs
 set -euo pipefail
 
 packages_of() {
@@ -29,9 +30,10 @@ packages_of() {
             echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount \
                 systemd util-linux zsh bash-completion
             ;;
+        rpm) echo rpm rpmlint cpio binutils mount systemd util-linux man-db ;;
         *)
             echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, fuzz, coverage," \
-                "memory, many-hosts and package" >&2
+                "memory, many-hosts, package and rpm" >&2
             exit 2
             ;;
     esac
@@ -41,7 +43,7 @@ is_installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-(($# > 0)) || set -- build lint benchmark fuzz coverage memory many-hosts package
+(($# > 0)) || set -- build lint benchmark fuzz coverage memory many-hosts package rpm
 missing=()
 for group in "$@"; do
     packages=$(packages_of "$group")

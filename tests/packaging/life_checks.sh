@@ -50,10 +50,10 @@ in_the_end() { # COMMAND ...
     return 1
 }
 
-# Everything where packages put anything, but what belongs to dpkg, to systemd itself and to caches. Other folders are
+# Everything where packages put anything, but what belongs to dpkg, to rpm, to systemd itself and to caches. Other folders are
 # left out: they show the machine's own files, which may be changing.
 everything() {
-    find /etc /usr /opt /run /srv /var /boot /lib/ /bin/ /sbin/ \( -path /var/lib/dpkg -o -path /var/log \
+    find /etc /usr /opt /run /srv /var /boot /lib/ /bin/ /sbin/ \( -path /var/lib/dpkg -o -path /var/lib/rpm -o -path /var/log \
         -o -path /var/cache -o -path /var/tmp -o -path /run/systemd -o -path /run/log \
         -o -path '*/shared/output' \) -prune \
         -o -type d -printf '%p %M %U %G\n' -o -printf '%p %M %U %G %s %l\n' | sort
@@ -71,4 +71,27 @@ install_package() {
 
 changes_nothing() { # BEFORE NOW
     diff "$1" "$2"
+}
+
+has_verified_its_peer() {
+    grep -q xnet_verify_peer_creds $product/logs/zmlogadmagent/log.*
+}
+
+# Begins a request and leaves an agent waiting for the rest of it. Of the agents that have written to the log it is the
+# first.
+begin_request() {
+    local begun
+    coproc peer {
+        perl -MIO::Socket::UNIX -e '$| = 1; $s = IO::Socket::UNIX->new($ARGV[0]) or die;
+            syswrite $s, "1:2,"; print "begun\n"; <STDIN>;
+            syswrite $s, "12:GETDISKSPACE,4:/var,"; print while <$s>' $socket
+    }
+    read -r begun <&"${peer[0]}"
+    in_the_end has_verified_its_peer
+}
+
+# Sends the rest, and prints the answer.
+finish_request() {
+    echo >&"${peer[1]}"
+    cat <&"${peer[0]}"
 }

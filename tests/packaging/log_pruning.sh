@@ -103,28 +103,16 @@ check_folder() {
     rm -r "$logs" $product/logs/elsewhere
 }
 
-has_asked_who_is_there() {
-    grep -q xnet_verify_peer_creds "$logs"/log.*
-}
-
 # The agent that holds the log waits for its request.
 check_log_in_use() {
     begin
-    coproc peer {
-        perl -MIO::Socket::UNIX -e '$| = 1; $s = IO::Socket::UNIX->new($ARGV[0]) or die;
-            syswrite $s, "1:2,"; print "up\n"; <STDIN>;
-            syswrite $s, "12:GETDISKSPACE,4:/var,"; print while <$s>' $socket
-    }
-    local up answer log
-    read -r up <&"${peer[0]}"
-    check "an agent has its log open" in_the_end has_asked_who_is_there
+    begin_request
+    local log
     log=$(echo "$logs"/log.*)
     truncate --size 2G "$log"
-    check "the log is removed under it" systemctl start zmlogadmagent-prune-logs.service
+    check "the log of a running request is removed" systemctl start zmlogadmagent-prune-logs.service
     check "it is gone" test ! -e "$log"
-    echo >&"${peer[1]}"
-    answer=$(cat <&"${peer[0]}")
-    check "the request is carried out" grep '^EXIT STATUS 0 ' <<<"$answer"
+    check "the request is carried out" grep '^EXIT STATUS 0 ' <<<"$(finish_request)"
     check "the next request begins a new log" ask GETDISKSPACE /var/log
     check "which has its lines" grep -q GETDISKSPACE "$log"
 }

@@ -12,7 +12,10 @@ is_of_others() {
         /usr/kumel/zembrath/bin/support/old_zmsu | /usr/kumel/zembrath/bin/support/zmcplogs) ;;
         /usr/kumel/zembrath/logs/zmlogadmagent* | /usr/kumel/zembrath/logs/zmlaevidence* | *.lock | *.new) ;;
         # The system's, and names in examples.
-        /etc/crontab | /etc/hostname | /etc/rkregistry.cfg | /etc/services | /dev/null | /tmp* | /var* | /srv* | /tcp) ;;
+        /etc/crontab | /etc/hostname | /etc/rkregistry.cfg | /etc/services | /dev/null) ;;
+        /tmp* | /var* | /srv* | /root/* | /tcp) ;;
+        # Files below a folder that the user names.
+        /files | /manifest) ;;
         *) return 1 ;;
     esac
 }

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# check_rpm.sh [FOLDER]: builds the RPM and the tarball of the static build twice, in folders of different names, and checks
+# that they are the same bytes, that nothing of this machine is in them, that rpmlint reports nothing, and what they do on
+# a private copy of this machine. Builds in the folder, build/check_rpm unless given. Needs root.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+folder=$(realpath --canonicalize-missing "${1:-build/check_rpm}")
+if ((EUID != 0)); then
+    echo "scripts/check_rpm.sh has to be run as root: it installs the RPM on a private copy of this machine" >&2
+    exit 1
+fi
+scripts/install_dependencies.sh rpm
+
+build() { # SOURCES NAME
+    (cd "$1" && scripts/stage_static_build.sh "$folder/$2/static" &&
+        scripts/build_rpm.sh "$folder/$2/static" '' "$folder/$2/rpm" &&
+        scripts/build_tarball.sh "$folder/$2/static" '' "$folder/$2/tarball") >/dev/null
+}
+
+# From another folder, with the same date.
+build_again() {
+    SOURCE_DATE_EPOCH=$(scripts/source_date.sh)
+    export SOURCE_DATE_EPOCH
+    mkdir -p "$folder/other_sources"
+    tar --create --exclude-vcs --exclude-vcs-ignores --exclude='./build' --exclude='./build-*' . |
+        tar --extract --directory "$folder/other_sources"
+    build "$folder/other_sources" other_build
+}
+
+# The same RPM with a higher number and other settings.
+make_newer() {
+    cp --archive "$folder/build/static" "$folder/newer"
+    sed -i 's/^LOG_MEGABYTES=.*/LOG_MEGABYTES=2048/' "$folder/newer/root/etc/default/zmlogadmagent"
+    RPM_RELEASE=2 scripts/build_rpm.sh "$folder/newer" '' "$folder/newer_rpm" >/dev/null
+}
+
+rm -rf "$folder"
+build . build
+build_again
+for kind in rpm/*.rpm tarball/*.tar.gz; do
+    cmp "$folder"/build/$kind "$folder"/other_build/$kind
+done
+echo "RPM and tarball: the same bytes from two folders"
+scripts/check_no_traces.sh "$folder"/build/rpm/*.rpm "$folder"/build/tarball/*.tar.gz
+rpmlint --strict --config packaging/rpm/rpmlint.toml "$folder"/build/rpm/*.rpm >"$folder/rpmlint" || {
+    cat "$folder/rpmlint"
+    exit 1
+}
+echo "rpmlint: no error, no warning"
+make_newer
+mkdir "$folder/shared"
+cp "$folder"/build/rpm/*.rpm "$folder/shared/package.rpm"
+cp "$folder"/newer_rpm/*.rpm "$folder/shared/newer.rpm"
+cp "$folder"/build/tarball/*.tar.gz "$folder/shared/package.tar.gz"
+cp --recursive tests/packaging "$folder/shared/tests"
+tests/packaging/in_private_debian.sh "$folder/shared" /shared/tests/rpm_life.sh /shared/package.rpm /shared/newer.rpm
+tests/packaging/in_private_debian.sh "$folder/shared" /shared/tests/tarball_life.sh /shared/package.tar.gz

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# stage_static_build.sh FOLDER [ARCHITECTURE]: builds the static programs in FOLDER and puts all that is installed below
+# FOLDER/root, as the RPM and the tarball hold it. The architecture is a name in cmake/architectures; without one it is
+# this machine's. The same sources give the same bytes, whatever the folders' names.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+sources=$PWD
+folder=$(realpath --canonicalize-missing "$1")
+architecture=${2:-}
+SOURCE_DATE_EPOCH=$(scripts/source_date.sh)
+export SOURCE_DATE_EPOCH
+
+build() {
+    local options=(-DCMAKE_BUILD_TYPE=Release -DZMLA_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
+        -DZMLA_UNIT_DIR=/usr/lib/systemd/system)
+    # No folder of this machine gets into the programs.
+    options+=("-DCMAKE_CXX_FLAGS=-ffile-prefix-map=$sources=. -ffile-prefix-map=$folder=.")
+    if [[ -n $architecture ]]; then
+        options+=("-DCMAKE_TOOLCHAIN_FILE=$sources/cmake/architectures/$architecture.cmake")
+    fi
+    cmake -S . -B "$folder/build" "${options[@]}"
+    cmake --build "$folder/build" --parallel "$(nproc)"
+    DESTDIR=$folder/root cmake --install "$folder/build" --strip
+}
+
+# As packages have it: pages compressed, the commands on PATH, everything as old as the sources.
+finish() {
+    local program link
+    cd "$folder/root"
+    find usr/share/man -type f -exec gzip -9 --no-name {} +
+    mkdir -p usr/bin
+    while read -r program link; do
+        ln -s "../${program#usr/}" "$link"
+    done <"$sources/debian/zmlogadmagent.links"
+    install -D --mode=644 "$sources/packaging/qr.conf" usr/share/zmlogadmagent/qr.conf
+    find . -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
+}
+
+umask 022
+rm -rf "$folder"
+mkdir -p "$folder"
+if ! build >"$folder/build.log" 2>&1; then
+    tail -n 40 "$folder/build.log"
+    exit 1
+fi
+finish
