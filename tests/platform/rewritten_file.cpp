@@ -78,11 +78,6 @@ const RewrittenFile& store_file_of_a_product() {
 }
 
 // The map's line ends in the number of users.
-bool namespace_has_several_users() {
-    const std::string map = read_file("/proc/self/uid_map");
-    return std::stoul(map.substr(map.find_last_of(' '))) > 1;
-}
-
 RewriteTest::RewriteTest() {
     make_product_tree();
     write_file(GetParam().path, GetParam().before);

@@ -33,9 +33,6 @@ inline void PrintTo(const RewrittenFile& file, std::ostream* stream) {
 const RewrittenFile& main_configuration_file();
 const RewrittenFile& store_file_of_a_product();
 
-// Whether there are users to give files away to: a user namespace can have one only.
-bool namespace_has_several_users();
-
 // A test that begins with the file as it is before the change.
 class RewriteTest : public testing::TestWithParam<RewrittenFile> {
   protected:

@@ -56,7 +56,7 @@ TEST_F(Restore, PutsEverythingBackAfterAllCategoriesWereRaised) {
 TEST_F(Restore, PutsEverythingBackOnAHostWithLoggingAlreadyOn) {
     raise_all_logging();
     set_mode(plugin_file, 0640);
-    ASSERT_EQ(chown(console_file.c_str(), 1234, 5678), 0);
+    give_away(console_file);
     const Snapshot before = take_snapshot();
     save();
     raise_all_logging();
@@ -88,7 +88,7 @@ TEST_F(Restore, PutsBackModeOwnerAndAttributesAlone) {
     const Snapshot before = take_snapshot();
     save();
     set_mode(store, 0600);
-    ASSERT_EQ(chown(console_file.c_str(), 5, 6), 0);
+    give_away(console_file);
     ASSERT_EQ(setxattr(storage_file.c_str(), "user.note", "x", 1, 0), 0);
     ASSERT_EQ(setxattr(storage_file.c_str(), "user.other", "x", 1, 0), 0);
     ASSERT_EQ(removexattr(main_configuration.c_str(), "user.empty"), 0);
@@ -160,7 +160,7 @@ TEST_F(Restore, NeverRemovesARootWithWhatItHolds) {
 TEST_F(Restore, MakesLogDirectoriesAgainThatAreGone) {
     make_folder(logs_folder + "/jobd/below");
     set_mode(logs_folder + "/jobd", 01770);
-    ASSERT_EQ(chown((logs_folder + "/jobd").c_str(), 1234, 5678), 0);
+    give_away(logs_folder + "/jobd");
     const Snapshot before = take_snapshot();
     save();
     remove_tree(logs_folder + "/jobd");

@@ -135,6 +135,16 @@ void StateTest::save() const {
     expect_status(run_command({"save", folder_}), 0);
 }
 
+void give_away(const std::string& path) {
+    const bool can_be_given = namespace_has_several_users();
+    ASSERT_EQ(chown(path.c_str(), can_be_given ? 1234 : 0, can_be_given ? 5678 : 0), 0);
+}
+
+void become_another_user() {
+    ASSERT_EQ(setgid(1234), 0);
+    ASSERT_EQ(setuid(1234), 0);
+}
+
 void expect_status(const CommandRun& run, int status) {
     EXPECT_EQ(run.exit_status, status) << run.output << run.errors;
     if (status == 0 || status == 1) {

@@ -62,6 +62,13 @@ class StateTest : public testing::Test {
     const std::string folder_ = "/tmp/case";
 };
 
+// Makes the file another user's and another group's, as far as there are others: a user namespace of a single user
+// knows no other, and then it is that user's before and after.
+void give_away(const std::string& path);
+
+// Makes a process one of another user, who has no rights.
+void become_another_user();
+
 // Expects that the run ends with the status, and complains of nothing unless that is its own failure.
 void expect_status(const CommandRun& run, int status);
 

@@ -65,6 +65,11 @@ void remove_tree(const std::string& path) {
     fs::remove_all(path);
 }
 
+bool namespace_has_several_users() {
+    const std::string map = read_file("/proc/self/uid_map");
+    return std::stoul(map.substr(map.find_last_of(' '))) > 1;
+}
+
 ScratchFolder::ScratchFolder() : path_("/tmp/scratch-XXXXXX") {
     check(mkdtemp(path_.data()) != nullptr, path_);
 }

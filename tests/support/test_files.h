@@ -28,6 +28,9 @@ void set_mode(const std::string& path, unsigned mode);
 // Removes whatever has that name, with all that is below it.
 void remove_tree(const std::string& path);
 
+// Whether there are users to give files away to: a user namespace can have one only.
+bool namespace_has_several_users();
+
 // A folder below /tmp that goes with its owner.
 class ScratchFolder {
   public:
