@@ -27,7 +27,7 @@ packages_of() {
         # The last one is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell jq openssh-client iproute2 libwrap0 ;;
         package)
-            echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot lintian mandoc man-db mount \
+            echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot jq lintian mandoc man-db mount \
                 systemd util-linux zsh bash-completion
             ;;
         rpm) echo rpm rpmlint cpio binutils mount systemd util-linux man-db ;;

@@ -72,6 +72,23 @@ check_json() {
                 on && /^\.Va / { for (i = 2; i <= NF; ++i) if ($i ~ /^[a-z_]+$/) print $i }' $pages/zmlogadm.1 | sort -u)"
 }
 
+# The schema names the types, fields and codes that the page does.
+check_schema() {
+    local schema=docs/zmlogadm.schema.json
+    same "types of the schema" "$(jq -r '.oneOf[]."$ref" | ltrimstr("#/$defs/")' $schema)" \
+        "$(items_of zmlogadm.1 'JSON OUTPUT' Cm)"
+    same "fields of the schema" \
+        "$(jq -r '."$defs"[].properties? // {} | keys[]' $schema | grep -vx 'type\|.*_base64' | sort -u)" \
+        "$(awk '/^\.S[hs] / { on = $0 == ".Sh JSON OUTPUT" }
+                on && /^\.Va / { for (i = 2; i <= NF; ++i) if ($i ~ /^[a-z_]+$/) print $i }' $pages/zmlogadm.1 |
+            grep -vx type | sort -u)"
+    same "codes of errors" "$(sed -nE 's/^ *return "([a-z_]+)";$/\1/p' request_command/failure.cpp)" \
+        "$(jq -r '."$defs".error.properties.code.enum[]' $schema)"
+    same "codes of errors on the page" "$(jq -r '."$defs".error.properties.code.enum[]' $schema)" \
+        "$(awk '/^The codes are$/ { on = 1 } on && /^\.Li / { gsub(/^\.Li | \.$| ,/, ""); gsub(/ /, "\n"); print } on && /^\.El/ { exit }' \
+            $pages/zmlogadm.1)"
+}
+
 # Every word and category has an example, a command line that would send it.
 check_examples() {
     local name
@@ -186,6 +203,7 @@ check_words
 check_state_command
 check_known_words
 check_json
+check_schema
 check_examples
 same "options" "$(options_of_source)" "$(options_of_page)"
 check_option_letters

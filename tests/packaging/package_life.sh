@@ -20,7 +20,7 @@ check_installation() {
     check "the request command is on PATH" is command -v zmlogadm -- /usr/bin/zmlogadm
     check "the state command is on PATH" is command -v zmlogstate -- /usr/bin/zmlogstate
     check "the documentation is there" test -e /usr/share/doc/zmlogadmagent/README.Debian \
-        -a -e /usr/share/doc/zmlogadmagent/copyright
+        -a -e /usr/share/doc/zmlogadmagent/copyright -a -e /usr/share/doc/zmlogadmagent/zmlogadm.schema.json
     local page
     for page in zmlogadm.1 zmlogadmagent.8 zmlogstate.8 qr.conf.5 ktul.conf.5; do
         check "man finds ${page%.*} in section ${page##*.}" man --warnings "${page##*.}" "${page%.*}"
