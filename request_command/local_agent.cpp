@@ -3,18 +3,27 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "request_command/failure.h"
+#include "request_command/service_limits.h"
 
 namespace {
 
-// How the agent is started: the connection and two null devices are its standard descriptors, it inherits no
-// other, and the signal that the command ignores has its usual effect again.
+// What a service's environment has for certain. Nothing of the user's own can change how the agent and its tools work:
+// which libraries they load, their language, their time zone.
+constexpr const char* service_path = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
+
+// How the agent is started: as a service is. The connection and two null devices are its standard descriptors, and it
+// inherits no other. The session of its own keeps from it what a terminal or `timeout` sends to the command, so that it
+// lives on to clean up, as it does for any peer that hangs up.
 class SpawnPlan {
   public:
     explicit SpawnPlan(int socket) {
@@ -24,11 +33,14 @@ class SpawnPlan {
         require(posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_RDWR, 0));
         require(posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, "/dev/null", O_RDWR, 0));
         require(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
+        require(posix_spawn_file_actions_addchdir_np(&actions_, "/"));
         sigset_t signals;
         sigemptyset(&signals);
-        sigaddset(&signals, SIGPIPE);
+        require(posix_spawnattr_setsigmask(&attributes_, &signals));
+        sigfillset(&signals);
         require(posix_spawnattr_setsigdefault(&attributes_, &signals));
-        require(posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF));
+        require(posix_spawnattr_setflags(&attributes_,
+                                         POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
     }
     SpawnPlan(const SpawnPlan&) = delete;
     SpawnPlan& operator=(const SpawnPlan&) = delete;
@@ -37,12 +49,16 @@ class SpawnPlan {
         posix_spawnattr_destroy(&attributes_);
     }
 
-    Child start(std::string path) const {
+    // The argument is the path as it was named.
+    Child start(const std::string& file, std::string name) const {
         pid_t pid = -1;
-        const std::array<char*, 2> argv = {path.data(), nullptr};
-        const int error = posix_spawn(&pid, path.c_str(), &actions_, &attributes_, argv.data(), environ);
+        std::string path = service_path;
+        const std::array<char*, 2> argv = {name.data(), nullptr};
+        const std::array<char*, 2> environment = {path.data(), nullptr};
+        const ServiceLimits limits;
+        const int error = posix_spawn(&pid, file.c_str(), &actions_, &attributes_, argv.data(), environment.data());
         if (error != 0) {
-            throw system_failure(error, "cannot start the agent " + path, FailureCode::agent_not_started);
+            throw system_failure(error, "cannot start the agent " + name, FailureCode::agent_not_started);
         }
         return Child(pid);
     }
@@ -58,6 +74,22 @@ class SpawnPlan {
     posix_spawnattr_t attributes_;
 };
 
+struct Freer {
+    void operator()(char* text) const { free(text); }  // NOLINT(cppcoreguidelines-no-malloc): the C library's
+};
+
+// The agent does not start in this folder.
+std::string absolute(const std::string& path) {
+    if (path.starts_with('/')) {
+        return path;
+    }
+    const std::unique_ptr<char, Freer> folder(get_current_dir_name());
+    if (folder == nullptr) {
+        throw system_failure(errno, "cannot find the agent " + path, FailureCode::agent_not_started);
+    }
+    return std::string(folder.get()) + "/" + path;
+}
+
 }  // namespace
 
 Connection start_agent(const AgentFile& file) {
@@ -67,5 +99,5 @@ Connection start_agent(const AgentFile& file) {
     }
     Descriptor ours(ends[0]);
     const Descriptor theirs(ends[1]);
-    return {.agent = SpawnPlan(theirs.get()).start(file.path), .socket = std::move(ours)};
+    return {.agent = SpawnPlan(theirs.get()).start(absolute(file.path), file.path), .socket = std::move(ours)};
 }

@@ -1,5 +1,6 @@
 #include "request_command/request.h"
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -78,6 +79,21 @@ int exit_status_of(const Outcome& outcome, Verdict verdict) {
     return status >= 0 && status < own_failure ? status : other_status;
 }
 
+// An agent that a signal has ended did not say what its status line says: a tool can print one. Any other end leaves
+// the status line as it is: the agent's exit status has only its lowest eight bits, and a script may stand around the
+// agent.
+void refuse_end_by_signal(Connection& connection, const StatusLine& line) {
+    if (!connection.agent.valid()) {
+        return;
+    }
+    connection.socket.reset();
+    const int wait_status = connection.agent.wait();
+    if (WIFSIGNALED(wait_status)) {
+        throw Failure(FailureCode::agent_killed, "the status " + std::to_string(line.status) +
+                                                     " cannot be believed: the agent " + describe_end(wait_status));
+    }
+}
+
 // Prints the answer as it comes. Returns its end.
 Outcome receive_answer(Connection& connection, const std::vector<std::string>& request, AnswerOutput& output) {
     AnswerTally tally(request);
@@ -90,6 +106,7 @@ Outcome receive_answer(Connection& connection, const std::vector<std::string>& r
     if (!line) {
         throw Failure(FailureCode::no_status, explain_missing_status(connection, error));
     }
+    refuse_end_by_signal(connection, *line);
     const int status = line->status;
     return {.line = std::move(*line), .count = tally.finish(status)};
 }

@@ -47,6 +47,10 @@ class Command {
     // Receives until the command's output holds the text.
     void await_output(std::string_view text);
 
+    // What has come of its output, and its process.
+    [[nodiscard]] const std::string& output() const { return run_.output; }
+    [[nodiscard]] pid_t process() const { return process_; }
+
     // Hangs up on the command's output.
     void close_output() { output_.reset(); }
 

@@ -1,11 +1,22 @@
 // The agent of this host, started by the command: a script stands in for it.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
 
+#include "platform/posix.h"
 #include "tests/request_command/command_run.h"
+#include "tests/support/private_root.h"
+#include "tests/support/product_tree.h"
+#include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
 
 namespace {
@@ -81,6 +92,96 @@ TEST_F(LocalAgent, DoesNotIgnoreBrokenPipes) {
     EXPECT_EQ(ignored & (1ULL << (SIGPIPE - 1)), 0U);
 }
 
+TEST_F(LocalAgent, LeadsASessionOfItsOwn) {
+    const CommandRun run =
+        run_with_agent(receive_request + answer + "cut -d ' ' -f 6 /proc/$$/stat; echo $$\n" + succeed);
+    const std::string session = run.output.substr(0, run.output.find('\n') + 1);
+    EXPECT_EQ(run.output, session + session);
+}
+
+TEST_F(LocalAgent, HasNoSignalBlockedOrIgnored) {
+    const CommandRun run =
+        run_with_agent(receive_request + answer + "grep -E 'Sig(Blk|Ign):' /proc/$$/status\n" + succeed, [] {
+            sigset_t signals;
+            sigfillset(&signals);
+            sigprocmask(SIG_BLOCK, &signals, nullptr);
+            for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGCHLD, SIGRTMAX}) {
+                signal(number, SIG_IGN);
+            }
+        });
+    // The C library keeps 32 and 33 to itself.
+    EXPECT_EQ(run.output, "SigBlk:\t0000000000000000\nSigIgn:\t0000000180000000\n");
+}
+
+TEST_F(LocalAgent, HasNothingButAPathInItsEnvironment) {
+    const CommandRun run =
+        run_with_agent(receive_request + answer + "tr '\\0' '\\n' </proc/$$/environ\n" + succeed, [] {
+            setenv("TZ", "Asia/Tokyo", 1);
+            setenv("LD_PRELOAD", "", 1);
+            setenv("LANG", "C.UTF-8", 1);
+            setenv("PATH", "/elsewhere", 1);
+        });
+    EXPECT_EQ(run.output, "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin\n");
+}
+
+TEST_F(LocalAgent, StartsInTheRootFolderWithTheUmaskOfTheCommand) {
+    const CommandRun run = run_with_agent(receive_request + answer + "pwd -P; umask\n" + succeed, [] { umask(0027); });
+    EXPECT_EQ(run.output, "/\n0027\n");
+}
+
+TEST_F(LocalAgent, IsFoundFromTheFolderThatTheCommandIsIn) {
+    write_tool(agent_, receive_request + answer + "echo \"$0\"\n" + succeed);
+    const CommandRun run =
+        run_command({"--agent", "./agent", "RUNZMSU"}, [this] { EXPECT_EQ(chdir(folder_.path("").c_str()), 0); });
+    EXPECT_EQ(run.errors, "EXIT STATUS 0 done\n");
+}
+
+TEST_F(LocalAgent, HasTheLimitsOfAService) {
+    const std::string limits =
+        "grep -E '^Max (cpu|file size|data|address|stack|open)' /proc/$$/limits | "
+        "sed -E 's/ +(seconds|bytes|files) *$//; s/  +[^ ]+$//; s/  +/ /g'\n";
+    const CommandRun run = run_with_agent(receive_request + answer + limits + succeed, [] {
+        for (const auto resource : {RLIMIT_CPU, RLIMIT_FSIZE, RLIMIT_DATA, RLIMIT_AS}) {
+            rlimit limit{};
+            getrlimit(resource, &limit);
+            limit.rlim_cur = 1UL << 30U;
+            setrlimit(resource, &limit);
+        }
+        for (const auto resource : {RLIMIT_STACK, RLIMIT_NOFILE}) {
+            rlimit limit{};
+            getrlimit(resource, &limit);
+            limit.rlim_cur = resource == RLIMIT_NOFILE ? 64 : 1UL << 20U;
+            setrlimit(resource, &limit);
+        }
+    });
+    EXPECT_EQ(run.output,
+              "Max cpu time unlimited\nMax file size unlimited\nMax data size unlimited\nMax stack size 8388608\n"
+              "Max open files 1024\nMax address space unlimited\n");
+}
+
+TEST_F(LocalAgent, LeavesTheLimitsOfTheCommandAsTheyAre) {
+    const CommandRun run = run_with_agent(
+        receive_request + answer + "sed -n 's/^Max file size *\\([0-9]*\\) .*/\\1/p' /proc/$PPID/limits\n" + succeed,
+        [] {
+            rlimit limit{};
+            getrlimit(RLIMIT_FSIZE, &limit);
+            limit.rlim_cur = 1UL << 30U;
+            setrlimit(RLIMIT_FSIZE, &limit);
+        });
+    EXPECT_EQ(run.output, "1073741824\n");
+}
+
+TEST_F(LocalAgent, ThatIsKilledAfterAStatusLineIsNotBelieved) {
+    const CommandRun run = run_with_agent(receive_request + answer + "echo one\n" + succeed + "kill -KILL $$\n");
+    EXPECT_EQ(run.output, "one\n");
+    EXPECT_EQ(run.errors, "zmlogadm: the status 0 cannot be believed: the agent was ended by signal 9 (Killed)\n");
+    EXPECT_EQ(run.exit_status, 255);
+}
+
+TEST_F(LocalAgent, IsBelievedWhateverItsExitStatus) {
+    EXPECT_EQ(run_with_agent(receive_request + answer + succeed + "exit 7\n").exit_status, 0);
+}
+
 TEST_F(LocalAgent, IsWaitedForAfterItsAnswer) {
     const std::string trace = folder_.path("trace");
     EXPECT_EQ(
@@ -135,5 +236,41 @@ TEST_F(LocalAgent, MayBeNoProgram) {
     EXPECT_EQ(not_a_program.errors, "zmlogadm: cannot start the agent " + agent_ + ": Exec format error\n");
     EXPECT_EQ(not_a_program.exit_status, 255);
 }
+
+// A collection that goes on while signals come to the command's process group, as from a terminal.
+class InterruptedCollection : public testing::TestWithParam<int> {
+  protected:
+    static constexpr const char* collections = "/tmp/collections";
+
+    InterruptedCollection() {
+        make_product_tree();
+        remove_tree("/tmp/end");
+        EXPECT_EQ(mkfifo("/tmp/end", 0600), 0);
+        // For reading too, so that nobody waits for a tool that is gone.
+        end_of_tool_ = Descriptor(open("/tmp/end", O_RDWR | O_CLOEXEC));
+        install_tool(zmcplogs_tool, {stand_in::fill_last_argument({"messages"}), stand_in::run("echo agent $PPID"),
+                                     stand_in::run("read line < /tmp/end")});
+    }
+
+    Descriptor end_of_tool_;
+};
+
+TEST_P(InterruptedCollection, LeavesNothingBehind) {
+    Command command({"--agent", inside_path(ZMLA_AGENT_FILE), "RUNZMCPLOGS", "--collectdir", collections},
+                    [] { setpgid(0, 0); });
+    command.await_output("\n");
+    const std::string output = command.output();
+    const auto agent = static_cast<pid_t>(std::stol(output.substr(output.find(' '))));
+    const Descriptor agents_end(static_cast<int>(syscall(SYS_pidfd_open, agent, 0)));
+    ASSERT_TRUE(agents_end.valid());
+    ASSERT_EQ(kill(-command.process(), GetParam()), 0);
+    EXPECT_EQ(command.finish().exit_status, -1);
+    EXPECT_TRUE(write_all(end_of_tool_.get(), "\n"));
+    pollfd entry = {.fd = agents_end.get(), .events = POLLIN, .revents = 0};
+    ASSERT_EQ(poll(&entry, 1, -1), 1);
+    EXPECT_TRUE(std::filesystem::is_empty(collections));
+}
+
+INSTANTIATE_TEST_SUITE_P(By, InterruptedCollection, testing::Values(SIGINT, SIGHUP, SIGTERM, SIGQUIT));
 
 }  // namespace
