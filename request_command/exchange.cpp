@@ -17,17 +17,25 @@ bool is_temporary(int error) {
 }
 
 // Waits until the peer can be heard, or can be sent to while there is something to send.
-short wait_for(int socket, bool sending) {
+short wait_for(int socket, bool sending, WaitingLine* waiting) {
     pollfd entry = {.fd = socket, .events = POLLIN, .revents = 0};
     if (sending) {
         entry.events |= POLLOUT;
     }
-    while (poll(&entry, 1, -1) == -1) {
-        if (errno != EINTR) {
+    for (;;) {
+        const auto time =
+            waiting == nullptr ? std::chrono::milliseconds(-1) : waiting->time_left(WaitingLine::Clock::now());
+        const int ready = poll(&entry, 1, static_cast<int>(time.count()));
+        if (ready > 0) {
+            return entry.revents;
+        }
+        if (ready == -1 && errno != EINTR) {
             throw system_failure(errno, "cannot wait for the answer");
         }
+        if (waiting != nullptr) {
+            waiting->show(WaitingLine::Clock::now());
+        }
     }
-    return entry.revents;
 }
 
 // Sends what goes out at once and takes it from the request. Returns 0, or the error number of a failure.
@@ -50,11 +58,11 @@ std::string encode_request(const std::vector<std::string>& request) {
     return encoded;
 }
 
-int exchange(int socket, std::string_view request, AnswerPrinter& printer) {
+int exchange(int socket, std::string_view request, AnswerPrinter& printer, WaitingLine* waiting) {
     std::array<char, 65536> buffer;
     int send_error = 0;
     for (;;) {
-        const short ready = wait_for(socket, !request.empty());
+        const short ready = wait_for(socket, !request.empty(), waiting);
         if ((ready & POLLOUT) != 0) {
             send_error = send_some(socket, request);
             if (send_error != 0) {
@@ -66,7 +74,11 @@ int exchange(int socket, std::string_view request, AnswerPrinter& printer) {
         }
         const ssize_t count = recv(socket, buffer.data(), buffer.size(), MSG_DONTWAIT);
         if (count > 0) {
-            printer.print({buffer.data(), static_cast<std::size_t>(count)});
+            const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
+            if (waiting != nullptr) {
+                waiting->count(bytes, WaitingLine::Clock::now());
+            }
+            printer.print(bytes);
         } else if (count == 0) {
             return send_error;
         } else if (!is_temporary(errno)) {

@@ -17,6 +17,7 @@
 #include "request_command/connection.h"
 #include "request_command/exchange.h"
 #include "request_command/failure.h"
+#include "request_command/hints.h"
 #include "request_command/spelling.h"
 
 namespace {
@@ -43,9 +44,9 @@ SentRequest describe_request(const Options& options) {
 }
 
 // Says what of the request looks misspelt. It is sent all the same: an agent may know more words than the command.
-void remark_on_spelling(const std::vector<std::string>& request, const WriteText& write_error) {
+void remark_on_spelling(const std::vector<std::string>& request, Console& console) {
     for (const std::string& remark : spelling_remarks(request)) {
-        write_error("zmlogadm: " + remark + "\n");
+        console.write_error("zmlogadm: " + remark + "\n");
     }
 }
 
@@ -62,12 +63,12 @@ std::string explain_missing_status(Connection& connection, int error) {
     return reason;
 }
 
-// The status line comes first, and may have lost its newline.
-void name_what_failed(const Outcome& outcome, AnswerFormat format, const WriteText& write_error) {
-    const std::string text = describe(outcome.count);
-    if (!text.empty()) {
-        const bool begins_line = format == AnswerFormat::json || outcome.line.text.ends_with('\n');
-        write_error((begins_line ? "zmlogadm: " : "\nzmlogadm: ") + text + "\n");
+// What failed comes last, for it is what counts.
+void add_remarks(const Outcome& outcome, const Options& options, const Asker& asker, Console& console) {
+    console.write_hint(hint_about_status(outcome.line.status, options, asker));
+    const std::string what_failed = describe(outcome.count);
+    if (!what_failed.empty()) {
+        console.write_error("zmlogadm: " + what_failed + "\n");
     }
 }
 
@@ -94,14 +95,24 @@ void refuse_end_by_signal(Connection& connection, const StatusLine& line) {
     }
 }
 
+// Whom people know the peer as.
+std::string_view name_of_peer(const Peer& peer) {
+    if (const auto* host = std::get_if<RemoteHost>(&peer)) {
+        return host->name;
+    }
+    const auto* socket = std::get_if<LocalSocket>(&peer);
+    return socket != nullptr ? std::string_view(socket->path) : "the agent of this host";
+}
+
 // Prints the answer as it comes. Returns its end.
-Outcome receive_answer(Connection& connection, const std::vector<std::string>& request, AnswerOutput& output) {
+Outcome receive_answer(Connection& connection, const std::vector<std::string>& request, AnswerOutput& output,
+                       WaitingLine* waiting) {
     AnswerTally tally(request);
     AnswerPrinter printer([&](std::string_view bytes) {
         tally.print(bytes);
         output.print(bytes);
     });
-    const int error = exchange(connection.socket.get(), encode_request(request), printer);
+    const int error = exchange(connection.socket.get(), encode_request(request), printer, waiting);
     std::optional<StatusLine> line = printer.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
     if (!line) {
         throw Failure(FailureCode::no_status, explain_missing_status(connection, error));
@@ -113,15 +124,17 @@ Outcome receive_answer(Connection& connection, const std::vector<std::string>& r
 
 }  // namespace
 
-int carry_out(const Options& options, AnswerOutput& output, const WriteText& write_error) {
-    remark_on_spelling(options.request, write_error);
+int carry_out(const Options& options, AnswerOutput& output, Console& console) {
+    remark_on_spelling(options.request, console);
     const auto start = std::chrono::steady_clock::now();
     output.prepare(describe_request(options));
     Connection connection = connect_to(options.peer, options.timeout);
+    const Asker asker = asker_of(connection.socket.get());
     output.start();
-    Outcome outcome = receive_answer(connection, options.request, output);
+    WaitingLine* const waiting = console.wait_for(name_of_peer(options.peer), options.waiting, start);
+    Outcome outcome = receive_answer(connection, options.request, output, waiting);
     outcome.elapsed = std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
     output.finish(outcome);
-    name_what_failed(outcome, options.format, write_error);
+    add_remarks(outcome, options, asker, console);
     return exit_status_of(outcome, options.verdict);
 }

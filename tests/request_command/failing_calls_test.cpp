@@ -204,7 +204,7 @@ class FailingExchange : public FailingCallTest {
         shutdown(ends_.peer_end.get(), SHUT_WR);
     }
 
-    int run() { return exchange(ends_.agent_end.get(), "1:1,7:CLEANUP,", printer_); }
+    int run() { return exchange(ends_.agent_end.get(), "1:1,7:CLEANUP,", printer_, nullptr); }
 
     std::string output_;
     AnswerPrinter printer_ = AnswerPrinter([this](std::string_view bytes) { output_ += bytes; });
