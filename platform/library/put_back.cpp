@@ -25,16 +25,18 @@ class LockedName {
     int acquire(const std::string& path) {
         const std::size_t slash = path.rfind('/');
         name_ = path.substr(slash + 1);
-        new_name_ = "." + name_ + ".new";
+        // Not a rewrite's own name, which a crash here would leave taken, with a mode and owner that no rewrite knows.
+        new_name_ = "." + name_ + ".put";
         folder_.reset(open(path.substr(0, slash + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         return folder_.valid() ? lock_name(path, lock_) : errno;
     }
 
     // Lets `make` make something under a new name, which then takes the place of whatever has the name. The lock makes
-    // a fixed name safe, and a fixed name lets the next one clear away what a crash left.
-    int replace(const std::function<int(int folder, const char* new_name)>& make) {
-        if (unlinkat(folder_.get(), new_name_.c_str(), 0) != 0 && errno != ENOENT) {
-            return errno;
+    // a fixed name safe, and a fixed name lets the next one clear away what a crash left. `owner` is the user that a
+    // crash can have left it with.
+    int replace(uid_t owner, const std::function<int(int folder, const char* new_name)>& make) {
+        if (const int error = remove_leftover(owner)) {
+            return error;
         }
         int error = make(folder_.get(), new_name_.c_str());
         if (error == 0) {
@@ -55,6 +57,19 @@ class LockedName {
     }
 
   private:
+    // EEXIST says that something which was not made here has the new name; it is left.
+    [[nodiscard]] int remove_leftover(uid_t owner) const {
+        struct stat state {};
+        if (fstatat(folder_.get(), new_name_.c_str(), &state, AT_SYMLINK_NOFOLLOW) != 0) {
+            return errno == ENOENT ? 0 : errno;
+        }
+        const bool is_file = S_ISREG(state.st_mode) && state.st_nlink == 1;
+        if ((!is_file && !S_ISLNK(state.st_mode)) || (state.st_uid != geteuid() && state.st_uid != owner)) {
+            return EEXIST;
+        }
+        return error_of(unlinkat(folder_.get(), new_name_.c_str(), 0));
+    }
+
     std::string name_;
     std::string new_name_;
     Descriptor folder_;
@@ -92,16 +107,18 @@ int make_file(int folder, const char* name, const WholeFile& wanted) {
 int put_file(const std::string& path, const WholeFile& file) {
     LockedName place;
     const int error = place.acquire(path);
-    return error == 0 ? place.replace([&](int folder, const char* name) { return make_file(folder, name, file); })
-                      : error;
+    return error == 0
+               ? place.replace(file.owner, [&](int folder, const char* name) { return make_file(folder, name, file); })
+               : error;
 }
 
 int put_link(const std::string& path, const std::string& target) {
     LockedName place;
     const int error = place.acquire(path);
-    return error == 0 ? place.replace([&](int folder, const char* name) {
-        return error_of(symlinkat(target.c_str(), folder, name));
-    })
+    return error == 0 ? place.replace(geteuid(),
+                                      [&](int folder, const char* name) {
+                                          return error_of(symlinkat(target.c_str(), folder, name));
+                                      })
                       : error;
 }
 

@@ -3,7 +3,8 @@
 // Each function holds the lock of the name (as rewrite_file) while it works, acts on the name itself and not on what a
 // link of that name leads to, and flushes the folder. At any moment the name has what it had before or all that was
 // wanted. They return 0 or an error number; then what had the name still has it, unless flushing the folder was what
-// failed, and only the lock file is left. A folder is never made nor replaced.
+// failed, and only the lock file is left. A folder is never made nor replaced. EEXIST says that something else has the
+// name of the new file, ".NAME.put"; it is left.
 #pragma once
 
 #include <sys/types.h>
