@@ -28,6 +28,13 @@ Contender reporting_tool(const std::vector<std::string>& command, const std::str
     return result;
 }
 
+// Linked as the agent is: what starting and ending any such program costs.
+Contender empty_program(const MeasuredRequest& request) {
+    Program program = program_for(IDLE_TOOL_FILE, request);
+    program.request.clear();
+    return {.name = "empty program", .program = program};
+}
+
 class Builder {
   public:
     explicit Builder(const Surroundings& surroundings) : surroundings_(surroundings) {}
@@ -56,6 +63,7 @@ class Builder {
         const MeasuredRequest space = disk_space_request();
         const MeasuredRequest space_over_tcp = over_tcp(space);
         std::vector<Comparison> comparisons = {compare(space, space), compare(space_over_tcp, space_over_tcp)};
+        comparisons[0].contenders.push_back(empty_program(space));
         comparisons[0].contenders.push_back(reporting_tool({"df", "/tmp"}, "df", space));
         comparisons[1].contenders.push_back(reporting_tool({"sh", "-c", "df /tmp"}, "sh -c df", space_over_tcp));
         comparisons.push_back(volume_manager(200, Weight::light));

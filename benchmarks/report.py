@@ -34,8 +34,11 @@ def time_text(seconds):
 
 
 def ratio_text(contender):
-    ratio = contender['agent_ratio']
-    return f'{ratio["median"]:.2f}'
+    """The median, and where it is not sure to a tenth, what holds the true one with a confidence of 95 %."""
+    median, low, high = (contender['agent_ratio'][key] for key in ('median', 'low', 'high'))
+    if high == low:
+        return f'{median:.2f} (one round)'
+    return f'{median:.2f}' if high - low <= 0.1 * median else f'{median:.2f} ({low:.2f} to {high:.2f})'
 
 
 def row(cells):
@@ -60,8 +63,8 @@ class Figures:
             contenders = self.contenders(comparison)
             cells = [ratio_text(contenders[name]) if name in contenders else ''
                      for name in ('floor', 'floor + file', 'best', 'package')]
-            tools = ', '.join(f'{ratio_text(contenders[name])} of `{name}`' if name != 'the tool itself'
-                              else f'{ratio_text(contenders[name])} of {name}' for name in TOOLS if name in contenders)
+            tools = ', '.join(f'{ratio_text(contenders[name])} of {name}'
+                              for name in ['empty program', *TOOLS] if name in contenders)
             rows.append([comparison['request'], time_text(contenders['agent']['seconds']), *cells, tools])
         return table(['request', 'agent takes', '/ floor', '/ floor + file', '/ best', "/ package's agent",
                       'beside others'], rows)
@@ -83,7 +86,7 @@ class Figures:
             points = [(comparison['size'], self.contenders(comparison)[name]['seconds'] / comparison['size'])
                       for comparison in self.comparisons
                       if comparison.get('unit') == unit and name in self.contenders(comparison)]
-            yield name, sorted(dict(points).items())
+            yield name, sorted(dict(reversed(points)).items())
 
     def growth_table(self, unit, names):
         series = dict(self.growth(unit, names))

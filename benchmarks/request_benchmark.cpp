@@ -158,7 +158,11 @@ void print_comparison(const ordered_json& measured) {
     fflush(stdout);
 }
 
+// After each comparison, so that a run that is broken off leaves what it has measured.
 void write_json(const std::string& file, const ordered_json& results) {
+    if (file.empty()) {
+        return;
+    }
     write_sample_file(inside_path(file), results.dump(2) + "\n");
 }
 
@@ -173,10 +177,8 @@ void run(const Options& options) {
         if (comparison.what.find(options.only) != std::string::npos) {
             results.push_back(measure(comparison, rounds_of(comparison.weight, options)));
             print_comparison(results.back());
+            write_json(options.json_file, results);
         }
-    }
-    if (!options.json_file.empty()) {
-        write_json(options.json_file, results);
     }
 }
 

@@ -4,6 +4,8 @@
 // library that counts otherwise: put in the place of the rows what is printed by
 //
 //     build/release/benchmarks/request_benchmark --counts
+//
+// and have clang-format lay them out.
 #include <gtest/gtest.h>
 
 #include "benchmarks/counted_run.h"
@@ -20,12 +22,9 @@ struct Costs {
 
 // Of Linux 6.18 on x86-64 and the C library of Debian 12.
 const Costs recorded[] = {
-    {"GETDISKSPACE", 73, 32},
-    {"GETDISKSPACE, over TCP", 73, 33},
-    {"VMCONF, 200 lines", 281, 35},
-    {"thirteen categories, without KOB", 548, 33},
-    {"fourteen categories", 692, 34},
-    {"RUNZMSU, listing 100 files", 410, 48},
+    {"GETDISKSPACE", 73, 32},         {"GETDISKSPACE, over TCP", 73, 33},
+    {"VMCONF, 200 lines", 281, 35},   {"thirteen categories, without KOB", 548, 33},
+    {"fourteen categories", 692, 34}, {"RUNZMSU, listing 100 files", 410, 48},
     {"CLEANUP, 100 files", 187, 34},
 };
 
