@@ -109,9 +109,9 @@ int UpdateHostConfigExA(int selector, ConfigRecord* record, ConfigRecord*, int, 
     if (record->settings == nullptr) {
         return 0;
     }
-    const int error = platform_library::rewrite_file(
-        product_files::main_configuration,
-        [&](const std::string& text) { return platform_library::apply_settings(text, *record->settings); });
+    const int error = platform_library::rewrite_file(product_files::main_configuration, [&](const std::string& text) {
+        return platform_library::apply_settings(text, *record->settings);
+    });
     return error == 0 ? 0 : platform_library::status::configuration_not_updated + error;
 }
 

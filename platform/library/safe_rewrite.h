@@ -22,7 +22,8 @@ using Edit = std::function<std::optional<std::string>(const std::string& old_tex
 // ".NAME.new"; it is left.
 [[nodiscard]] int rewrite_file(const std::string& path, const Edit& edit);
 
-// Takes the lock of rewrite_file on the name, and waits for it. The lock goes with `lock`. Returns 0 or an error number.
+// Takes the lock of rewrite_file on the name, and waits for it. The lock goes with `lock`. Returns 0 or an error
+// number.
 [[nodiscard]] int lock_name(const std::string& path, Descriptor& lock);
 
 }  // namespace platform_library

@@ -5,10 +5,10 @@
 #define JSON_NO_IO
 #include <nlohmann/json.hpp>
 
+#include "platform/text_encoding.h"
 #include "request_command/answer_line.h"
 #include "request_command/answer_output.h"
 #include "request_command/answer_printer.h"
-#include "platform/text_encoding.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/scratch_file.h"
