@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # check_no_traces.sh FILE ...: checks that nothing of this machine is in packages, tarballs and programs: no folder that
-# something was built in, no name of the machine or of a user. Debug information is looked at decompressed.
+# something was built in, no name of the machine or of a user. Debug information is looked at decompressed. ZMLA_TRACES is
+# one more text that is to be nowhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 failed=0
@@ -16,13 +17,13 @@ unpack() { # FILE FOLDER
     esac
 }
 
-# Folders of this machine that are no Debian machine's.
+# Names that every machine has are none of this one's.
 traces() {
     pwd
-    pwd | cut -d/ -f1-3
-    [[ $HOME == / ]] || echo "$HOME/"
+    [[ $HOME == / || $HOME == /root ]] || echo "$HOME/"
     echo "${TMPDIR:-/tmp}/tmp."
     (($(hostname | wc -c) < 6)) || hostname
+    [[ -z ${ZMLA_TRACES:-} ]] || echo "$ZMLA_TRACES"
 }
 
 show() { # FILE: its bytes, and its debug information as it is before it is compressed

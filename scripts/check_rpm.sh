@@ -41,7 +41,7 @@ for kind in rpm/*.rpm tarball/*.tar.gz; do
     cmp "$folder"/build/$kind "$folder"/other_build/$kind
 done
 echo "RPM and tarball: the same bytes from two folders"
-scripts/check_no_traces.sh "$folder"/build/rpm/*.rpm "$folder"/build/tarball/*.tar.gz
+ZMLA_TRACES=$folder scripts/check_no_traces.sh "$folder"/build/rpm/*.rpm "$folder"/build/tarball/*.tar.gz
 rpmlint --strict --config packaging/rpm/rpmlint.toml "$folder"/build/rpm/*.rpm >"$folder/rpmlint" || {
     cat "$folder/rpmlint"
     exit 1

@@ -18,9 +18,9 @@ build() {
     if [[ -n $architecture ]]; then
         options+=("-DCMAKE_TOOLCHAIN_FILE=$sources/cmake/architectures/$architecture.cmake")
     fi
-    cmake -S . -B "$folder/build" "${options[@]}"
-    cmake --build "$folder/build" --parallel "$(nproc)"
-    DESTDIR=$folder/root cmake --install "$folder/build" --strip
+    cmake -S . -B "$folder/build" "${options[@]}" &&
+        cmake --build "$folder/build" --parallel "$(nproc)" &&
+        DESTDIR=$folder/root cmake --install "$folder/build" --strip
 }
 
 # As packages have it: pages compressed, the commands on PATH, everything as old as the sources.

@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# release.sh [FOLDER [ARCHITECTURE ...]]: makes what a release consists of, from a clone without changes: source tarball,
+# Debian package, RPMs and tarballs of the static build, SHA-256 sums. Everything is built from the source tarball. The
+# folder is build/release_files unless given. This machine's architecture is always there; others are names in
+# cmake/architectures, whose cross compilers have to be installed. The same commit gives the same bytes.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install_dependencies.sh package rpm
+folder=$(realpath --canonicalize-missing "${1:-build/release_files}")
+shift || true
+if [[ -n $(git status --porcelain) ]]; then
+    echo "This clone has changes; a release is made of a commit" >&2
+    exit 1
+fi
+version=$(sed -nE 's/^project\(.* VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+name=zmlogadmagent-$version
+work=$(mktemp --directory)
+trap 'rm -rf "$work"' EXIT
+umask 022
+rm -rf "$folder"
+mkdir -p "$folder"
+
+# The time of each file is that of the commit, by which what is built is dated.
+make_source_tarball() {
+    git archive --format=tar --prefix="$name/" HEAD | gzip -9 --no-name >"$folder/$name.tar.gz"
+    tar --extract --file "$folder/$name.tar.gz" --directory "$work"
+}
+
+build_static() { # [ARCHITECTURE]
+    scripts/stage_static_build.sh "$work/static" $1
+    scripts/build_rpm.sh "$work/static" "$1" "$work/rpm"
+    scripts/build_tarball.sh "$work/static" "$1" "$work/tarball"
+    mv "$work"/rpm/*.rpm "$work"/tarball/*.tar.gz "$folder"
+}
+
+make_source_tarball
+traces=$PWD/scripts/check_no_traces.sh
+cd "$work/$name"
+scripts/build_package.sh "$work/package"
+mv "$work"/package/*.deb "$folder"
+for architecture in '' "$@"; do
+    build_static "$architecture"
+done
+ZMLA_TRACES=$work "$traces" "$folder"/*.{deb,rpm,tar.gz}
+cd "$folder"
+sha256sum -- *.deb *.rpm *.tar.gz >SHA256SUMS
+cat SHA256SUMS
