@@ -42,8 +42,8 @@ class AnswerTally {
   private:
     void take(std::string_view line);
     void take_process(std::string_view line);
-    void take_cleanup(std::string_view line);
-    void take_space(std::string_view line);
+    void take_cleanup(std::string_view result);
+    void take_space(std::string_view rest);
     void add_item(bool succeeded, std::string_view name);
     void add_unanswered_categories();
     void add_unanswered_directories();
