@@ -12,6 +12,8 @@
 #include <climits>
 #include <csignal>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "platform/child.h"
 #include "platform/posix.h"
@@ -52,13 +54,11 @@ bool set_streams(int output) {
 }
 
 // Returns only when there is no such program.
-void become_getent(Names names) {
-    names.insert(names.begin(), {"getent", "ahosts", "--"});
-    std::vector<char*> arguments;
-    for (std::string& name : names) {
-        arguments.push_back(name.data());
-    }
-    arguments.push_back(nullptr);
+void become_getent(std::string name) {
+    static char program[] = "getent";
+    static char database[] = "ahosts";
+    static char end_of_options[] = "--";
+    const std::array<char*, 5> arguments = {program, database, end_of_options, name.data(), nullptr};
     for (const char* file : {"/usr/bin/getent", "/bin/getent"}) {
         execv(file, arguments.data());
     }
@@ -85,71 +85,14 @@ void print_addresses(const std::string& name) {
 }
 
 // What is thrown in the child ends it, lest it go on as a second caller.
-[[noreturn]] void print_answer(const Names& names, int output) noexcept {
+[[noreturn]] void print_answer(const std::string& name, int output) noexcept {
     leave_caller();
     if (set_streams(output)) {
-        become_getent(names);
-        std::for_each(names.begin(), names.end(), print_addresses);
+        become_getent(name);
+        print_addresses(name);
     }
     _exit(0);
 }
-
-// A child that prints addresses, and what it prints. Neither the child nor what it has started outlives this object.
-class Resolver {
-  public:
-    explicit Resolver(const Names& names) : child_(start(names)) {}
-    Resolver(const Resolver&) = delete;
-    Resolver& operator=(const Resolver&) = delete;
-    ~Resolver() {
-        if (child_.valid()) {
-            kill(-child_.id(), SIGKILL);
-            kill(child_.id(), SIGKILL);  // it may not have made its process group yet
-        }
-    }
-
-    [[nodiscard]] bool runs() const { return child_.valid(); }
-
-    // Waits until there is something to read or the end of it. Returns whether that came before the deadline.
-    [[nodiscard]] bool await(Deadline deadline) const {
-        pollfd entry = {.fd = answer_.get(), .events = POLLIN, .revents = 0};
-        while (Clock::now() < deadline) {
-            const auto left = std::min<std::chrono::milliseconds::rep>(time_left(deadline).count(), INT_MAX);
-            const int ready = poll(&entry, 1, static_cast<int>(left));
-            if (ready == 1 || (ready == -1 && errno != EINTR)) {
-                return ready == 1;
-            }
-        }
-        return false;
-    }
-
-    // Reads what there is, nothing at the end.
-    [[nodiscard]] std::string_view read_some() {
-        ssize_t count = 0;
-        do {
-            count = read(answer_.get(), buffer_.data(), buffer_.size());
-        } while (count == -1 && errno == EINTR);
-        return {buffer_.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
-    }
-
-  private:
-    pid_t start(const Names& names) {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-            return -1;
-        }
-        answer_.reset(ends[0]);
-        const Descriptor output(ends[1]);
-        const pid_t pid = fork();
-        if (pid == 0) {
-            print_answer(names, output.get());
-        }
-        return pid;
-    }
-
-    Descriptor answer_;
-    std::array<char, 4096> buffer_;
-    Child child_;
-};
 
 // The addresses that lines begin with. Other lines count for nothing, and so does one without its end: it may have been
 // cut within the address.
@@ -181,6 +124,115 @@ class AddressLines {
     std::string line_;
 };
 
+// A child that prints the addresses of one name, and what it prints. Neither the child nor what it has started outlives
+// this object.
+class Resolver {
+  public:
+    Resolver(const std::string& name, const AddressTest& test) : child_(start(name)), lines_(test) {}
+    Resolver(const Resolver&) = delete;
+    Resolver& operator=(const Resolver&) = delete;
+    ~Resolver() {
+        if (child_.valid()) {
+            kill(-child_.id(), SIGKILL);
+            kill(child_.id(), SIGKILL);  // it may not have made its process group yet
+        }
+    }
+
+    [[nodiscard]] bool runs() const { return child_.valid(); }
+
+    [[nodiscard]] pollfd entry() const { return {.fd = answer_.get(), .events = POLLIN, .revents = 0}; }
+
+    // Takes what there is to read. Returns nothing at the end of it, else whether an address has passed the test.
+    [[nodiscard]] std::optional<bool> take_some() {
+        ssize_t count = 0;
+        do {
+            count = read(answer_.get(), buffer_.data(), buffer_.size());
+        } while (count == -1 && errno == EINTR);
+        if (count <= 0) {
+            return std::nullopt;
+        }
+        return lines_.take({buffer_.data(), static_cast<std::size_t>(count)});
+    }
+
+  private:
+    pid_t start(const std::string& name) {
+        std::array<int, 2> ends{};
+        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+            return -1;
+        }
+        answer_.reset(ends[0]);
+        const Descriptor output(ends[1]);
+        const pid_t pid = fork();
+        if (pid == 0) {
+            print_answer(name, output.get());
+        }
+        return pid;
+    }
+
+    Descriptor answer_;
+    std::array<char, 4096> buffer_;
+    Child child_;
+    AddressLines lines_;
+};
+
+// The children that run. Each has a name of its own: a name that no server answers for holds up no other, and what
+// getent has found for one is not kept back until it has given up on another.
+class Resolvers {
+  public:
+    [[nodiscard]] bool empty() const { return running_.empty(); }
+    [[nodiscard]] bool full() const { return running_.size() == most_at_once; }
+
+    // Returns false, with errno, when there can be no further child now.
+    [[nodiscard]] bool start(const std::string& name, const AddressTest& test) {
+        auto resolver = std::make_unique<Resolver>(name, test);
+        if (!resolver->runs()) {
+            return false;
+        }
+        running_.push_back(std::move(resolver));
+        return true;
+    }
+
+    // Waits until there is something to read of a child, or the end of it. Returns whether that came before the
+    // deadline.
+    [[nodiscard]] bool await(Deadline deadline) {
+        entries_.clear();
+        for (const auto& resolver : running_) {
+            entries_.push_back(resolver->entry());
+        }
+        while (Clock::now() < deadline) {
+            const auto left = std::min<std::chrono::milliseconds::rep>(time_left(deadline).count(), INT_MAX);
+            const int ready = poll(entries_.data(), entries_.size(), static_cast<int>(left));
+            if (ready > 0 || (ready == -1 && errno != EINTR)) {
+                return ready > 0;
+            }
+        }
+        return false;
+    }
+
+    // Takes what await has found. Returns whether an address has passed the test.
+    [[nodiscard]] bool take_some() {
+        for (std::size_t i = 0; i != entries_.size(); ++i) {
+            if (entries_[i].revents == 0) {
+                continue;
+            }
+            const std::optional<bool> passed = running_[i]->take_some();
+            if (!passed) {
+                running_[i].reset();
+            } else if (*passed) {
+                return true;
+            }
+        }
+        std::erase(running_, nullptr);
+        return false;
+    }
+
+  private:
+    static constexpr std::size_t most_at_once = 16;
+
+    std::vector<std::unique_ptr<Resolver>> running_;
+    std::vector<pollfd> entries_;
+};
+
 bool is_number(std::string_view label) {
     const bool is_hexadecimal = label.starts_with("0x") || label.starts_with("0X");
     const std::string_view digits = is_hexadecimal ? "0123456789abcdefABCDEF" : "0123456789";
@@ -194,7 +246,7 @@ bool is_host_name(std::string_view text) {
     constexpr std::size_t longest_name = 1024;
     const bool is_bounded = !text.empty() && text.size() <= longest_name;
     if (!is_bounded || std::any_of(text.begin(), text.end(), [](char byte) {
-            return (byte >= '\0' && byte <= ' ') || byte == '\x7F' || byte == ':' || byte == '%';
+            return static_cast<unsigned char>(byte) <= ' ' || byte == '\x7F' || byte == ':' || byte == '%';
         })) {
         return false;
     }
@@ -203,24 +255,22 @@ bool is_host_name(std::string_view text) {
 }
 
 LookUpEnd look_up(const Names& names, Deadline deadline, const AddressTest& test) {
-    if (names.empty()) {
-        return LookUpEnd::complete;
-    }
-    Resolver resolver(names);
-    if (!resolver.runs()) {
-        return LookUpEnd::not_started;
-    }
-    AddressLines lines(test);
-    while (resolver.await(deadline)) {
-        const std::string_view piece = resolver.read_some();
-        if (piece.empty()) {
-            return LookUpEnd::complete;
+    Resolvers resolvers;
+    auto next = names.begin();
+    for (;;) {
+        while (next != names.end() && !resolvers.full() && resolvers.start(*next, test)) {
+            ++next;
         }
-        if (lines.take(piece)) {
+        if (resolvers.empty()) {
+            return next == names.end() ? LookUpEnd::complete : LookUpEnd::not_started;
+        }
+        if (!resolvers.await(deadline)) {
+            return LookUpEnd::timed_out;
+        }
+        if (resolvers.take_some()) {
             return LookUpEnd::stopped;
         }
     }
-    return LookUpEnd::timed_out;
 }
 
 }  // namespace platform_library

@@ -99,10 +99,30 @@ class NameLookUp : public ProductTest {
     }
 };
 
-TEST_F(NameLookUp, AsksGetentForAllNamesAtOnce) {
-    const StandInGetent getent("printf '[%s]' \"$0\" \"$@\" >>/tmp/runs\n");
-    EXPECT_EQ(find({"one", "two.example.test", "-s", "--help"}).end, LookUpEnd::complete);
-    EXPECT_EQ(read_file("/tmp/runs"), "[/usr/bin/getent][ahosts][--][one][two.example.test][-s][--help]");
+TEST_F(NameLookUp, AsksGetentForEachName) {
+    const StandInGetent getent("printf '[%s]' \"$0\" \"$@\" >\"/tmp/run.$3\"\n");
+    EXPECT_EQ(find({"two.example.test", "--help"}).end, LookUpEnd::complete);
+    EXPECT_EQ(read_file("/tmp/run.two.example.test"), "[/usr/bin/getent][ahosts][--][two.example.test]");
+    EXPECT_EQ(read_file("/tmp/run.--help"), "[/usr/bin/getent][ahosts][--][--help]");
+}
+
+TEST_F(NameLookUp, LetsNoSilentNameHideAnother) {
+    const StandInGetent getent("[ \"$3\" = silent ] && exec tail -f /dev/null\necho '10.77.0.9 STREAM'\n");
+    EXPECT_EQ(find({"silent", "one"}, long_time, "10.77.0.9").end, LookUpEnd::stopped);
+    EXPECT_EQ(find({"one", "silent"}, long_time, "10.77.0.9").end, LookUpEnd::stopped);
+}
+
+TEST_F(NameLookUp, AsksForMoreNamesThanItAsksForAtOnce) {
+    const StandInGetent getent("echo \"10.77.0.$3 STREAM\"\n");
+    Texts names;
+    Texts addresses;
+    for (int i = 1; i <= 40; ++i) {
+        names.push_back(std::to_string(i));
+        addresses.push_back("10.77.0." + std::to_string(i));
+    }
+    const Found found = find(names);
+    EXPECT_EQ(found.end, LookUpEnd::complete);
+    EXPECT_THAT(found.addresses, testing::UnorderedElementsAreArray(addresses));
 }
 
 TEST_F(NameLookUp, StartsNothingWithoutNames) {
@@ -120,7 +140,7 @@ TEST_F(NameLookUp, ShowsEveryAddressInItsOrder) {
 TEST_F(NameLookUp, FindsTheNamesThatAreKnownAmongOthers) {
     write_file("/etc/hosts", "10.77.0.9 one\nfd77::1 two\n");
     EXPECT_THAT(find({"nobody.example.test", "one", "-s", "--help", "two"}).addresses,
-                ElementsAre("10.77.0.9", "fd77::1"));
+                testing::UnorderedElementsAre("10.77.0.9", "fd77::1"));
 }
 
 TEST_F(NameLookUp, KnowsTheInterfaceOfALinkLocalAddress) {
