@@ -51,8 +51,55 @@ void restore_file(const FileDifference& difference) {
     print_line(difference.path + (is_removed ? ": removed" : ": put back") + " (" + joined(describe(difference)) + ")");
 }
 
+bool is_root(const std::string& path) {
+    return std::any_of(std::begin(log_roots), std::end(log_roots),
+                       [&](const LogRoot& root) { return path == root.path; });
+}
+
+// Returns the log root that the path is below, or nothing.
+std::string root_above(const std::string& path) {
+    const auto* const root = std::find_if(std::begin(log_roots), std::end(log_roots), [&](const LogRoot& candidate) {
+        return path.starts_with(std::string(candidate.path) + "/");
+    });
+    return root == std::end(log_roots) ? "" : root->path;
+}
+
+constexpr int folder_flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+
+// Opens a folder in an open one. Sets errno to ELOOP where a link has the name.
+Descriptor open_below(const Descriptor& folder, const std::string& name) {
+    Descriptor below(openat(folder.get(), name.c_str(), folder_flags | O_NOFOLLOW));
+    // Linux reports a link, too, as something that is not a directory.
+    if (!below.valid() && errno == ENOTDIR) {
+        struct stat state {};
+        const bool is_link =
+            fstatat(folder.get(), name.c_str(), &state, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(state.st_mode);
+        errno = is_link ? ELOOP : ENOTDIR;
+    }
+    return below;
+}
+
+// Opens the folder that holds the log directory. The path to a log root may have links. Below the root a component's
+// user can own a folder and put a link to anywhere there, so none is followed.
 Descriptor open_parent(const std::string& path) {
-    return Descriptor(open(path.substr(0, path.rfind('/') + 1).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const std::size_t last = path.rfind('/');
+    const std::string start = is_root(path) ? path.substr(0, last + 1) : root_above(path);
+    if (start.empty()) {
+        errno = EINVAL;
+        return {};
+    }
+    Descriptor folder(open(start.c_str(), folder_flags));
+    std::size_t begin = start.size() + 1;
+    while (folder.valid() && begin < last) {
+        const std::size_t end = path.find('/', begin);
+        folder = open_below(folder, path.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return folder;
+}
+
+std::string reason(int error) {
+    return error == ELOOP ? "its path goes through a link" : strerror(error);
 }
 
 // Returns 0 or an error number.
@@ -76,18 +123,29 @@ int make_again(const LogDirectory& directory) {
     return fchmod(made.get(), directory.mode) == 0 ? 0 : errno;
 }
 
-void restore_gone(const LogDirectory& directory) {
+bool restore_gone(const LogDirectory& directory) {
     const int error = make_again(directory);
     if (error == 0) {
         print_line(directory.path + ": log directory made again, empty");
     } else {
-        complain("cannot make " + directory.path + " again: " + strerror(error));
+        complain("cannot make " + directory.path + " again: " + reason(error));
     }
+    return error == 0;
 }
 
-bool is_root(const std::string& path) {
-    return std::any_of(std::begin(log_roots), std::end(log_roots),
-                       [&](const LogRoot& root) { return path == root.path; });
+// Directories come before those in them, which are not tried where the directory itself could not be made.
+void restore_all_gone(const std::vector<LogDirectory>& gone) {
+    std::vector<std::string> failed;
+    for (const LogDirectory& directory : gone) {
+        const auto above = std::find_if(failed.begin(), failed.end(), [&](const std::string& path) {
+            return directory.path.starts_with(path + "/");
+        });
+        if (above != failed.end()) {
+            complain("cannot make " + directory.path + " again: " + *above + " was not made");
+        } else if (!restore_gone(directory)) {
+            failed.push_back(directory.path);
+        }
+    }
 }
 
 void remove_made(const LogDirectory& directory, const RestoreOptions& options) {
@@ -103,7 +161,7 @@ void remove_made(const LogDirectory& directory, const RestoreOptions& options) {
     } else if (error == ENOTEMPTY) {
         print_line(directory.path + ": log directory left, it is not empty");
     } else {
-        complain("cannot remove the log directory " + directory.path + ": " + strerror(error));
+        complain("cannot remove the log directory " + directory.path + ": " + reason(error));
     }
 }
 
@@ -142,9 +200,7 @@ int restore(const ProductState& saved, const RestoreOptions& options) {
         restore_file(difference);
     }
     remove_all_made(differences.made, options);
-    for (const LogDirectory& directory : differences.gone) {
-        restore_gone(directory);
-    }
+    restore_all_gone(differences.gone);
     report_stale_copies(saved);
     print_line(std::string(category::kob) + ":" + connection_broker::name +
                ": not put back, the level is not known: only the tool " + connection_broker::tool + " knows it");

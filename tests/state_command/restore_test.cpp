@@ -35,6 +35,20 @@ class Restore : public StateTest {
         return run_command(Arguments{"restore"} + options + Arguments{folder_});
     }
 
+    // Starts to restore, swaps a folder for a link once restore has looked for differences, and lets it go on.
+    CommandRun restore_while_swapping(const std::string& folder, const std::string& target,
+                                      const Arguments& options = {}) const {
+        const Descriptor lock(open((store + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        EXPECT_EQ(flock(lock.get(), LOCK_EX), 0);
+        write_file(store, "changed\n");
+        Command waiting(Arguments{"restore"} + options + Arguments{folder_});
+        await_waiter(lock);
+        remove_tree(folder);
+        make_link(target, folder);
+        EXPECT_EQ(flock(lock.get(), LOCK_UN), 0);
+        return waiting.finish();
+    }
+
     // Restores, and expects that all is then as the snapshot says.
     void expect_restored(const Snapshot& before) const {
         expect_status(restore(), 0);
@@ -165,6 +179,57 @@ TEST_F(Restore, MakesLogDirectoriesAgainThatAreGone) {
     save();
     remove_tree(logs_folder + "/jobd");
     expect_restored(before);
+}
+
+TEST_F(Restore, MakesNoLogDirectoryWhereALinkLeads) {
+    const std::string path = logs_folder + "/app/x";
+    make_folder(path + "/below/deeper");
+    save();
+    remove_tree(path);
+    make_folder("/tmp/elsewhere");
+    make_link("/tmp/elsewhere", path);
+    const CommandRun run = restore();
+    EXPECT_EQ(run.exit_status, 1);
+    EXPECT_THAT(lines_of(run.errors),
+                ElementsAre("zmlogstate: cannot make " + path + " again: File exists",
+                            "zmlogstate: cannot make " + path + "/below again: " + path + " was not made",
+                            "zmlogstate: cannot make " + path + "/below/deeper again: " + path + " was not made"));
+    EXPECT_THAT(names_in("/tmp/elsewhere"), ElementsAre());
+}
+
+TEST_F(Restore, MakesNoLogDirectoryThroughALinkThatComesMeanwhile) {
+    make_folder(logs_folder + "/app/x/below");
+    save();
+    remove_tree(logs_folder + "/app/x/below");
+    make_folder("/tmp/elsewhere");
+    const CommandRun run = restore_while_swapping(logs_folder + "/app/x", "/tmp/elsewhere");
+    EXPECT_EQ(run.exit_status, 1);
+    EXPECT_EQ(run.errors,
+              "zmlogstate: cannot make " + logs_folder + "/app/x/below again: its path goes through a link\n");
+    EXPECT_THAT(names_in("/tmp/elsewhere"), ElementsAre());
+}
+
+TEST_F(Restore, RemovesNothingThroughALinkThatComesMeanwhile) {
+    make_folder(logs_folder + "/app/x");
+    save();
+    make_folder(logs_folder + "/app/x/new");
+    write_file("/tmp/elsewhere/new/file", "kept");
+    const CommandRun run = restore_while_swapping(logs_folder + "/app/x", "/tmp/elsewhere", {"--remove-logs"});
+    EXPECT_EQ(run.exit_status, 1);
+    EXPECT_EQ(run.errors, "zmlogstate: cannot remove the log directory " + logs_folder +
+                              "/app/x/new: its path goes through a link\n");
+    EXPECT_EQ(read_file("/tmp/elsewhere/new/file"), "kept");
+}
+
+TEST_F(Restore, FollowsALinkThatIsTheLogRoot) {
+    make_folder("/usr/kumel/disk/jobd/below");
+    remove_tree(logs_folder);
+    make_link("/usr/kumel/disk", logs_folder);
+    save();
+    remove_tree("/usr/kumel/disk/jobd/below");
+    make_folder("/usr/kumel/disk/jobd/new");
+    expect_status(restore(), 0);
+    EXPECT_THAT(names_in("/usr/kumel/disk/jobd"), ElementsAre("below"));
 }
 
 TEST_F(Restore, TellsOfAStaleCopyAndLeavesIt) {
