@@ -48,6 +48,17 @@ int write_to_stream(int fd, std::string_view text) {
     return 0;
 }
 
+std::string reason_of(int error) {
+    switch (error) {
+        case EINVAL:  // a device, a FIFO or a socket
+            return "not a file";
+        case error_of_untrusted_link:
+            return "only a link that others can have put leads there";
+        default:
+            return strerror(error);
+    }
+}
+
 }  // namespace
 
 void occupy_standard_descriptors() {
@@ -100,8 +111,7 @@ void add_problem(Problems& problems, const Problem& problem) {
 }
 
 std::string describe(const Problem& problem) {
-    // A device, a FIFO or a socket.
-    const std::string reason = problem.error == EINVAL ? ": not a file" : std::string(": ") + strerror(problem.error);
+    const std::string reason = ": " + reason_of(problem.error);
     return problem.when == Problem::When::now ? "cannot read " + problem.path + reason
                                               : problem.path + " was not saved" + reason;
 }

@@ -1,6 +1,7 @@
 // The command's standard streams.
 #pragma once
 
+#include <cerrno>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,10 @@ struct Problem {
     When when = When::now;
 };
 using Problems = std::vector<Problem>;
+
+// The error number of a file to which only a link leads that others can have put there. Linux uses it for nothing that
+// reads a file.
+inline constexpr int error_of_untrusted_link = EMLINK;
 
 // Notes the problem, once for each path.
 void add_problem(Problems& problems, const Problem& problem);

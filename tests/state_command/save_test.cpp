@@ -14,7 +14,6 @@
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
@@ -85,6 +84,49 @@ TEST_F(Save, FollowsLinksAndSavesWhatTheyLeadToUnderItsOwnName) {
     EXPECT_EQ(read_file(copy_of("/usr/kumel/real/qr.conf")), "SERVER = localhost\n");
     EXPECT_THAT(lines_of(read_file(folder_ + "/manifest")),
                 Contains("link " + main_configuration + " ../real/./qr.conf"));
+}
+
+TEST_F(Save, DoesNotFollowALinkThatOthersCanHavePut) {
+    const std::string folder = "/usr/kumel/volmgr";
+    write_file("/opt/secret", "secret\n");
+    remove_tree(volume_manager_file);
+    make_link("/opt/secret", volume_manager_file);
+    for (const unsigned mode : {0775U, 0757U, 01777U}) {
+        set_mode(folder, mode);
+        const CommandRun run = run_command({"save", folder_});
+        EXPECT_EQ(run.exit_status, 2);
+        EXPECT_EQ(run.errors,
+                  "zmlogstate: cannot read /opt/secret: only a link that others can have put leads there\n");
+        EXPECT_FALSE(exists(copy_of("/opt/secret")));
+        EXPECT_THAT(lines_of(read_file(folder_ + "/manifest")),
+                    Contains("link " + volume_manager_file + " /opt/secret"));
+        write_file("/opt/secret", "changed\n");
+        const CommandRun restore = run_command({"restore", folder_});
+        EXPECT_EQ(restore.exit_status, 2);
+        EXPECT_THAT(restore.errors, HasSubstr("/opt/secret was not saved: only a link"));
+        EXPECT_EQ(read_file("/opt/secret"), "changed\n");
+        remove_tree(folder_);
+    }
+}
+
+TEST_F(Save, DoesNotFollowALinkInAStrangersFolder) {
+    if (!namespace_has_several_users()) {
+        GTEST_SKIP() << "no other user";
+    }
+    write_file("/opt/secret", "secret\n");
+    remove_tree(volume_manager_file);
+    make_link("/opt/secret", volume_manager_file);
+    give_away("/usr/kumel/volmgr");
+    EXPECT_EQ(run_command({"save", folder_}).exit_status, 2);
+    EXPECT_FALSE(exists(copy_of("/opt/secret")));
+}
+
+TEST_F(Save, SavesAFileOfItsOwnAlsoWhereAnUntrustedLinkLeadsThere) {
+    remove_tree(store);
+    make_link(main_configuration, store);
+    set_mode("/usr/kumel/ktul", 0777);
+    save();
+    EXPECT_EQ(read_file(copy_of(main_configuration)), read_file(main_configuration));
 }
 
 TEST_F(Save, IsRefusedWhereSomethingHasTheName) {
