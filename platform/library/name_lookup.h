@@ -23,9 +23,9 @@ enum class LookUpEnd {
 
 // Looks up the names, which are host names, and shows each of their addresses to the test until that returns true. A
 // child process does it for each name, several at once, and all are gone when this returns: the host's own "getent
-// ahosts", so that every source of names in /etc/nsswitch.conf counts, or, where that cannot be run, the C library, which
-// knows files and DNS. The addresses of one name come in the order in which they are to be tried, several times each.
-// The caller does not ignore SIGCHLD.
+// ahosts", so that every source of names in /etc/nsswitch.conf counts, or, where that cannot be run, the C library,
+// which knows files and DNS. The addresses of one name come in the order in which they are to be tried, several times
+// each. The caller does not ignore SIGCHLD.
 LookUpEnd look_up(const std::vector<std::string>& names, Deadline deadline, const AddressTest& test);
 
 }  // namespace platform_library
