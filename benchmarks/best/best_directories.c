@@ -23,8 +23,9 @@ void answer_disk_space(int peer, const char* directory) {
     struct statvfs space;
     log_line(information, "calc_free_space_send_output", "Checking available space at %s", directory);
     require(statvfs(directory, &space) == 0, 50);
-    const int length = print(line, sizeof line, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%lu MB TOTAL_SPACE=%lu MB\n",
-                             directory, (space.f_bsize * space.f_bavail) >> 20, (space.f_bsize * space.f_blocks) >> 20);
+    const int length = print(line, sizeof line, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%llu MB TOTAL_SPACE=%llu MB\n",
+                             directory, ((unsigned long long)space.f_bsize * space.f_bavail) >> 20,
+                             ((unsigned long long)space.f_bsize * space.f_blocks) >> 20);
     send_text(peer, line, (size_t)length);
 }
 
