@@ -16,8 +16,8 @@ using Fields = std::vector<AnswerField>;
 
 constexpr auto absent = std::string_view::npos;
 
-// Splits a line into the texts behind its keys. A key that is not there leaves its text empty-handed; nothing at all
-// is returned when one is there twice or not in its place, for then some value holds it and none can be trusted.
+// Splits a line into the texts that follow its keys; an absent key has no text. Returns nothing when a key occurs twice
+// or out of order: then a value contains it and no text can be trusted.
 template <std::size_t count>
 std::optional<std::array<Text, count>> split_at_keys(std::string_view line,
                                                      const std::array<std::string_view, count>& keys) {
@@ -42,7 +42,7 @@ std::optional<std::array<Text, count>> split_at_keys(std::string_view line,
     return texts;
 }
 
-// Returns the number when the text is what an agent prints for it: no sign but "-", no zeros in front.
+// Returns the number when the text is what an agent prints for it: no "+" and no leading zeros.
 template <typename Number>
 std::optional<Number> number_of(std::string_view text) {
     Number number = 0;
@@ -53,7 +53,7 @@ std::optional<Number> number_of(std::string_view text) {
     return number;
 }
 
-// Adds a number that is an int on the agent's side.
+// Adds a number that the agent holds as an int. Returns false when the text is not such a number.
 bool add_number(std::string_view name, const Text& text, Fields& fields) {
     if (!text) {
         return true;
@@ -65,7 +65,7 @@ bool add_number(std::string_view name, const Text& text, Fields& fields) {
     return number.has_value();
 }
 
-// The keys of a "PROCESS=" line, in the order in which they come. That of a value closes with a parenthesis.
+// The keys of a "PROCESS=" line, in their order. The text of " (Value=" ends with a parenthesis.
 constexpr std::array<std::string_view, 11> process_keys = {
     "PROCESS=", " STATUS=", " MSG=", " DIR=", " E=", " Perm=", " OID=", " Product ID=", " RV=", " LVL=", " (Value="};
 using ProcessTexts = std::array<Text, process_keys.size()>;
@@ -83,7 +83,7 @@ enum ProcessKey : std::size_t {
     value
 };
 
-// The keys that come together behind the message.
+// The sets of keys that can follow the message.
 constexpr unsigned bit(ProcessKey key) {
     return 1U << key;
 }
@@ -107,13 +107,13 @@ unsigned keys_behind_message(const ProcessTexts& texts) {
     return present;
 }
 
-// The label is there in any case: the line begins with it.
+// The label is not checked: every line that is parsed begins with it.
 bool has_known_keys(const ProcessTexts& texts) {
     return texts[status] && texts[message] &&
            std::find(key_sets.begin(), key_sets.end(), keys_behind_message(texts)) != key_sets.end();
 }
 
-// The label is a category, and in most lines a colon and the process, which may be any text.
+// The label is a category, usually followed by a colon and the process, which can be any text.
 bool add_label(std::string_view text, Fields& fields) {
     const std::size_t colon = text.find(':');
     const std::string_view category = text.substr(0, colon);
@@ -128,7 +128,7 @@ bool add_label(std::string_view text, Fields& fields) {
     return true;
 }
 
-// Takes the process from behind the label's colon.
+// Returns the part of the label after its colon.
 std::string_view process_of(const ProcessTexts& texts) {
     const std::size_t colon = texts[label]->find(':');
     return colon == absent ? std::string_view() : texts[label]->substr(colon + 1);
@@ -138,7 +138,7 @@ bool is_below_some_folder(std::string_view path, std::string_view name) {
     return path.size() > name.size() && path.ends_with(name) && path[path.size() - name.size() - 1] == '/';
 }
 
-// A directory is the process's own, save that of the root of them all.
+// A directory has the name of the process, except that of the log root, whose process is "ALL".
 bool add_directory(const ProcessTexts& texts, Fields& fields) {
     const Text& path = texts[directory];
     if (!path) {
@@ -149,7 +149,7 @@ bool add_directory(const ProcessTexts& texts, Fields& fields) {
     return (process == "ALL" && path->starts_with('/')) || is_below_some_folder(*path, process);
 }
 
-// An error is its number and, in parentheses, its text.
+// An error is its number, followed by its text in parentheses.
 bool add_error(const Text& text, Fields& fields) {
     if (!text) {
         return true;
@@ -170,7 +170,7 @@ bool add_permission(const Text& text, Fields& fields) {
     return !text->empty() && text->find_first_not_of("01234567") == absent;
 }
 
-// An originator is the process.
+// The originator is also the process.
 bool add_originator(const ProcessTexts& texts, Fields& fields) {
     return (!texts[oid] || *texts[oid] == process_of(texts)) && add_number("oid", texts[oid], fields) &&
            add_number("product_id", texts[product], fields);
@@ -187,7 +187,7 @@ bool add_value(const Text& text, Fields& fields) {
     return true;
 }
 
-// Reads "DEBUG:OID=LEVEL,OID=LEVEL DIAG:OID=LEVEL,OID=LEVEL", each time the level before and after.
+// Reads "DEBUG:OID=LEVEL,OID=LEVEL DIAG:OID=LEVEL,OID=LEVEL". Each pair is the level before and after.
 std::optional<std::array<int, 8>> read_levels(std::string_view text) {
     constexpr std::array<std::string_view, 8> separators = {"DEBUG:", "=", ",", "=", " DIAG:", "=", ",", "="};
     std::array<int, 8> numbers{};
@@ -223,8 +223,8 @@ void add_levels(std::string_view text, std::string_view process, Fields& fields)
     fields.push_back({"diagnostic_after", std::int64_t{new_diagnostic}});
 }
 
-// Adds what the message tells by its form; the message itself stays whole. A line whose message tells something has no
-// further keys: they would tell it again, and another way.
+// Adds the levels or the value that the message contains. Returns false when the line also has keys after the message:
+// no agent prints both.
 bool add_parts_of_message(const ProcessTexts& texts, Fields& fields) {
     constexpr std::string_view before_value = "Set debug logging '";
     const std::string_view text = *texts[message];

@@ -1,4 +1,4 @@
-// The forms of the lines that an agent answers with, and their fields by name.
+// Parses the response lines of an agent into named fields.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,8 @@ struct AnswerField {
     bool operator==(const AnswerField&) const = default;
 };
 
-// The type is "process", "package", "space" or "cleanup" for the agent's own lines, else "output". The texts are
-// parts of the line that was parsed.
+// The type is "process", "package", "space" or "cleanup" for the agent's own lines, else "output". The texts point into
+// the line that was parsed.
 struct AnswerLine {
     std::string_view type;
     std::vector<AnswerField> fields;
@@ -25,16 +25,14 @@ struct AnswerLine {
     bool operator==(const AnswerLine&) const = default;
 };
 
-// Parses one whole line, given without its newline: a line that has lost its newline has lost more than that, and is
-// output. A form is only taken for one when all of its fields can be told apart without doubt, whatever the request
-// and the host's file names have put into their values. A line of any other form is output, with the line itself as
-// the field "text".
+// Parses one whole line, given without its newline. Returns it as output, with the line as the field "text", unless its
+// fields can be separated without doubt: the values of a request and the names of files may contain the keys. A line
+// that came without a newline was cut; callers pass it to output_line instead.
 AnswerLine parse_answer_line(std::string_view line);
 
 // Returns the line as output, whatever its form.
 AnswerLine output_line(std::string_view line);
 
-// Tells whether the lines of the answer to a request can be believed to be what they look like. Those of a tool
-// cannot: it prints what it likes. Neither can those that show an argument with a newline in it, which makes two
-// lines of one.
+// Returns whether the lines of the answer can be parsed by their form. They cannot when a tool prints them, because it
+// can print anything, nor when an argument contains a newline, because the line that repeats it becomes two.
 bool answers_in_forms(const std::vector<std::string>& request);

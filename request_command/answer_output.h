@@ -1,4 +1,4 @@
-// The printing of an answer, in one of two formats.
+// Prints an answer in one of two formats.
 #pragma once
 
 #include <chrono>
@@ -12,18 +12,18 @@
 #include "request_command/answer_tally.h"
 #include "request_command/failure.h"
 
-// Writes a text to a stream of the command's.
+// Writes a text to one of the command's streams.
 using WriteText = std::function<void(std::string_view)>;
 
-// A request, as the beginning of its answer shows it.
+// What the first JSON object of an answer shows about the request.
 struct SentRequest {
-    std::string host;       // as it was named, or this host's name
+    std::string host;       // as the user named it, else this host's name
     std::string_view peer;  // "local", "socket" or "tcp"
     std::vector<std::string> words;
     std::chrono::system_clock::time_point time;
 };
 
-// The end of an answer, and what the command adds to it.
+// The end of an answer, and what the command found out about it.
 struct Outcome {
     StatusLine line;
     AnswerCount count;
@@ -38,26 +38,26 @@ class AnswerOutput {
     AnswerOutput& operator=(const AnswerOutput&) = delete;
     virtual ~AnswerOutput() = default;
 
-    // Takes what is going to be asked. Prints nothing: there may be no answer.
+    // Stores the request. Prints nothing, because there may be no answer.
     virtual void prepare(SentRequest request) = 0;
 
-    // Takes that an answer to the request that was prepared is going to come, or to be missed.
+    // Marks that the connection was made: the next call prints the prepared request first.
     virtual void start() = 0;
 
-    // Prints bytes of the answer as they come.
+    // Prints bytes of the answer as they arrive.
     virtual void print(std::string_view bytes) = 0;
 
     // Prints the answer's end.
     virtual void finish(const Outcome& outcome) = 0;
 
-    // Prints the failure that ends the command itself, where the answer's end should have been.
+    // Prints a failure of the command itself in place of the answer's end.
     virtual void fail(FailureCode code, std::string_view message) = 0;
 };
 
-// The answer byte for byte, its status line to the other stream. Failures are not printed.
+// Prints the answer byte for byte, and its status line to the other stream. Does not print failures.
 std::unique_ptr<AnswerOutput> plain_output(WriteText write, WriteText write_status);
 
-// One JSON object a line, and all in ASCII, for the request, every line of the answer, its status line and a failure.
-// The objects are those of the page zmlogadm(1), section JSON OUTPUT. What `write` throws is passed on, and nothing is
-// written afterwards: a failed write may have left half a line.
+// Prints one JSON object a line, in ASCII, for the request, each line of the answer, the status line and a failure.
+// zmlogadm(1), section JSON OUTPUT, describes the objects. Passes on what `write` throws and writes nothing afterwards,
+// because a failed write may have left half a line.
 std::unique_ptr<AnswerOutput> json_output(WriteText write);

@@ -8,12 +8,12 @@ namespace {
 
 constexpr std::string_view marker = "EXIT STATUS";
 
-// An agent cuts a longer line to this length, and a line that is cut has lost its newline.
+// An agent cuts a longer line to this length. A cut line has no newline.
 constexpr std::size_t longest_status_line = 511;
 
 enum class Shape { other, beginning_of_status_line, status_line };
 
-// Looks at a text that begins with the marker. Sets `status` when it is a status line.
+// Classifies a text that begins with the marker. Sets `status` when it is a status line.
 Shape shape_of(std::string_view text, int& status) {
     if (text.find('\n') < text.size() - 1) {
         return Shape::other;
@@ -34,7 +34,7 @@ Shape shape_of(std::string_view text, int& status) {
     return behind == end || *behind == ' ' || *behind == '\n' ? Shape::status_line : Shape::other;
 }
 
-// Returns where in the text the status line begins if it is in there, or the end of the text.
+// Returns the position where a status line may begin, or the size of the text if there is none.
 std::size_t possible_status_line(std::string_view text) {
     const std::size_t earliest = text.size() - std::min(text.size(), longest_status_line);
     const std::size_t found = text.substr(earliest).rfind(marker);

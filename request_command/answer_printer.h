@@ -1,4 +1,4 @@
-// Tells an answer's output from its status line.
+// Separates the output of an answer from its status line.
 #pragma once
 
 #include <functional>
@@ -8,19 +8,19 @@
 
 // The end of an answer.
 struct StatusLine {
-    std::string text;  // as it came, with its newline when it has one
-    int status = 0;    // the nearest int when the number is beyond one
+    std::string text;  // as received, with its newline if it has one
+    int status = 0;    // the nearest int when the number does not fit
 };
 
 // How the peer ended its answer.
 enum class AnswerEnd {
-    complete,  // it closed the connection
-    broken,    // the connection failed, so the last line may lack its end
+    complete,  // the peer closed the connection
+    broken,    // the connection failed, so the last line may be cut
 };
 
-// Passes the bytes of an answer on as they come and keeps back only those that may turn out to be its status
-// line, which is what follows from the last "EXIT STATUS" of the answer. That need not begin a line, and output may
-// hold the same words, so only the answer's end tells. What is kept is never more than the longest status line.
+// Passes on the bytes of an answer as they arrive. Keeps back only those that may be the status line: the last
+// "EXIT STATUS" of the answer and what follows it. The status line need not begin a line, and output can contain the
+// same words, so only the end of the answer decides. Keeps at most the length of the longest status line.
 class AnswerPrinter {
   public:
     using Output = std::function<void(std::string_view)>;
@@ -29,7 +29,7 @@ class AnswerPrinter {
 
     void print(std::string_view bytes);
 
-    // Returns the status line; or nothing, and then all that was kept back was output and has been passed on.
+    // Returns the status line. If there is none, passes on the kept bytes as output and returns nothing.
     std::optional<StatusLine> finish(AnswerEnd end);
 
   private:

@@ -18,10 +18,10 @@ constexpr std::string_view cleanup_key = "CLEANUP: ";
 constexpr std::string_view space_key = "CALCLOGSIZE: TARGET_DIR=";
 constexpr std::string_view free_key = " FREE_SPACE=";
 
-// An agent cuts a longer line to one of these lengths, and the next line then follows without a newline.
+// An agent cuts a longer line to one of these lengths. The next line then follows without a newline.
 constexpr std::array<std::size_t, 2> cut_lengths = {1023, 2047};
 
-// Nothing after this is looked at: no line of an agent is longer, save that of a clean-up, which tells all in front.
+// The rest of a longer line is dropped. Only the line of a clean-up can be longer, and its beginning is enough.
 constexpr std::size_t most_of_line = 8192;
 
 // Returns the length of the cut line that the text begins with, or 0 when it begins with none.
@@ -40,7 +40,7 @@ bool holds_newline(const std::string& text) {
     return text.find('\n') != std::string::npos;
 }
 
-// Tells whether all that looks like a status is 0, and anything does.
+// Returns whether the line has a status and everything that looks like one is 0.
 bool has_succeeded(std::string_view line) {
     std::size_t found = line.find(status_key);
     const bool has_status = found != std::string_view::npos;

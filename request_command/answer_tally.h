@@ -1,4 +1,4 @@
-// Counts what failed and what was not answered: the status of a request does not show it all.
+// Counts failed items and unanswered parts of a request. The status of the request does not show all of them.
 #pragma once
 
 #include <cstddef>
@@ -11,32 +11,31 @@ struct AnswerCount {
     std::size_t failed = 0;
     std::vector<std::string> failed_names;  // the first ten
     std::size_t not_answered = 0;
-    // What was not answered. More names than that where the answer shows how many but not which: then it is some of
-    // these.
+    // What was not answered. Has more than `not_answered` names when the answer shows how many are missing but not
+    // which; then only some of these are.
     std::vector<std::string> unanswered;
 
     bool operator==(const AnswerCount&) const = default;
 };
 
-// Looks at the answer to one request, without its status line.
+// Counts the lines of the answer to one request, without its status line.
 //
-// An item is an answer line that begins with "PROCESS=", or, for CLEANUP, with "CLEANUP: ". The lines of a word that
-// names a tool are the tool's, and none of them is an item. Whatever a value in the line looks like, an item that
-// failed is never counted as one that succeeded: an item succeeds only when all that looks like its status is 0, so
-// that a line without a status has failed too. Lines that ran together because an agent's buffer was too short for the
-// newline are taken apart where such a buffer ends.
+// An item is a line that begins with "PROCESS=" or, for CLEANUP, with "CLEANUP: ". The answer to a word that names a
+// tool has no items. A failed item never counts as a success, whatever text a value in its line contains: an item
+// succeeds only when the line has a status and everything that looks like a status is 0. When an agent's buffer was too
+// short for the newline, two lines run together; they are split at the buffer's length.
 //
-// Not answered is a category that no item names while the status is 0, a directory of GETDISKSPACE whose space did not
-// come, and a request without arguments where the word takes some. When an argument holds a newline, a part of it can
-// pass for a line of the answer; then nothing counts as answered.
+// Not answered is a category that no item names while the status is 0, a directory of GETDISKSPACE whose free space is
+// missing, and a request without arguments if its word needs them. When an argument contains a newline, part of it can
+// look like a line of the answer; then nothing counts as answered.
 class AnswerTally {
   public:
     explicit AnswerTally(const std::vector<std::string>& request);
 
-    // Takes bytes of the answer as they come.
+    // Takes bytes of the answer as they arrive.
     void print(std::string_view bytes);
 
-    // Takes the answer's end. Returns what was counted.
+    // Ends the answer and returns the counts.
     [[nodiscard]] AnswerCount finish(int status);
 
   private:
@@ -49,13 +48,13 @@ class AnswerTally {
     void add_unanswered_directories();
 
     std::vector<std::string> request_;
-    bool is_believed_;                             // no argument can pass for a line of the answer
-    std::string line_;                             // what has come of a line
+    bool is_believed_;                             // no argument can look like a line of the answer
+    std::string line_;                             // the received part of a line
     std::vector<std::string> unnamed_categories_;  // of the request, each once
-    std::vector<std::string> measured_;            // directories whose space came
+    std::vector<std::string> measured_;            // directories whose free space was received
     AnswerCount count_;
 };
 
-// Returns one line for people: "0 of 2 items failed; 1 thing not answered: FOO". Empty when nothing of that happened.
-// Control characters are escaped.
+// Returns one line for people: "0 of 2 items failed; 1 thing not answered: FOO". Empty when nothing failed and
+// everything was answered. Escapes control characters.
 std::string describe(const AnswerCount& count);

@@ -1,7 +1,7 @@
-// What became of a child process.
+// Describes how a child process ended.
 #pragma once
 
 #include <string>
 
-// Tells a wait status in words: "ended with exit status 3", "was ended by signal 9 (Killed)".
+// Returns a wait status in words: "ended with exit status 3", "was ended by signal 9 (Killed)".
 std::string describe_end(int wait_status);

@@ -28,9 +28,9 @@ sockaddr_un address_of(const LocalSocket& peer) {
     return address;
 }
 
-// Bounds a blocking connect: a non-blocking one would not wait for a place in the listener's queue.
+// Limits the time of a blocking connect. A non-blocking connect fails when the listener's queue is full.
 void set_connect_timeout(int fd, Deadline deadline) {
-    // No time at all would mean no bound.
+    // A time-out of zero would mean none.
     const auto left = std::max(time_left(deadline), std::chrono::milliseconds(1));
     const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
     const timeval timeout = {.tv_sec = seconds.count(), .tv_usec = std::chrono::microseconds(left - seconds).count()};

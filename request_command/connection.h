@@ -1,4 +1,4 @@
-// The ways to an agent.
+// Connects to an agent.
 #pragma once
 
 #include <chrono>
@@ -7,11 +7,11 @@
 #include "platform/posix.h"
 #include "request_command/options.h"
 
-// A connection to an agent, and the agent's process where the command has started it.
+// A connection to an agent, and the agent's process if the command started it.
 struct Connection {
     Child agent;
-    Descriptor socket;  // behind the agent, so that it is closed before the agent is waited for
+    Descriptor socket;  // declared after `agent`, so that it is closed before the wait for the agent
 };
 
-// Connects to the peer. Throws a Failure that says why that could not be done, or not within the time-out.
+// Connects to the peer within the time-out. Throws a Failure that gives the reason when it cannot.
 Connection connect_to(const Peer& peer, std::chrono::seconds timeout);

@@ -35,7 +35,7 @@ void Console::write_error(std::string_view text) {
     if (waiting_line_) {
         waiting_line_->wipe();
     }
-    // A status line that was cut has no newline of its own.
+    // A status line that was cut has no newline.
     const std::string_view end_of_line = is_in_error_line_ ? "\n" : "";
     is_in_error_line_ = !text.ends_with('\n');
     static_cast<void>(write_to_stream(errors_, end_of_line) && write_to_stream(errors_, text));

@@ -1,4 +1,4 @@
-// The command's standard output and error, which may both be one terminal.
+// The command's standard output and standard error, which can be the same terminal.
 #pragma once
 
 #include <memory>
@@ -12,18 +12,18 @@ class Console {
   public:
     Console(int output, int errors);
 
-    // Throws a Failure when that cannot be done.
+    // Throws a Failure when the text cannot be written.
     void write_output(std::string_view text);
 
-    // Writes a line, and first ends the one before when it was left without an end. There is nobody left to tell when
-    // this fails.
+    // Writes a line to standard error, after a newline if the previous text had none. Ignores failures: there is
+    // nowhere else to report them.
     void write_error(std::string_view text);
 
-    // Writes a line to standard error for people to read; nothing for a program, and nothing when the hint is empty.
+    // Writes the hint to standard error if that is a terminal and the hint is not empty.
     void write_hint(const std::string& hint);
 
-    // Returns the line that shows how long the answer of the peer takes, or nothing when nobody is to see one. It is
-    // wiped before anything is written.
+    // Returns the line that shows how long the peer's answer takes, or null when none is to be shown. Later writes wipe
+    // the line first.
     WaitingLine* wait_for(std::string_view peer, Waiting waiting, WaitingLine::Time start);
 
   private:

@@ -11,12 +11,12 @@
 
 namespace {
 
-// Tells whether a failed send or recv may be tried again.
+// Returns whether a failed send or recv can be retried.
 bool is_temporary(int error) {
     return error == EAGAIN || error == EINTR;
 }
 
-// Waits until the peer can be heard, or can be sent to while there is something to send.
+// Waits until there is something to receive or, when `sending`, until something can be sent. Returns poll's events.
 short wait_for(int socket, bool sending, WaitingLine* waiting) {
     pollfd entry = {.fd = socket, .events = POLLIN, .revents = 0};
     if (sending) {
@@ -38,7 +38,8 @@ short wait_for(int socket, bool sending, WaitingLine* waiting) {
     }
 }
 
-// Sends what goes out at once and takes it from the request. Returns 0, or the error number of a failure.
+// Sends as much of the request as possible without waiting, and removes it from `request`. Returns 0 or an error
+// number.
 int send_some(int socket, std::string_view& request) {
     const ssize_t count = send(socket, request.data(), request.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count == -1) {

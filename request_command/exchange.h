@@ -1,4 +1,4 @@
-// The request's way out and the answer's way in.
+// Sends a request and receives its answer.
 #pragma once
 
 #include <string>
@@ -8,11 +8,10 @@
 #include "request_command/answer_printer.h"
 #include "request_command/waiting_line.h"
 
-// Returns the request as it goes over the connection: the number of its texts, then the texts.
+// Returns the request as it is sent: the number of its texts, then the texts.
 std::string encode_request(const std::vector<std::string>& request);
 
-// Sends the encoded request and at the same time prints the answer as it comes: a peer may answer, and close, before
-// it has received everything. That the request could not be sent in full is therefore no end yet: what the peer
-// says about it is. Shows the waiting line, if there is one, while nothing comes. Returns at the answer's end, with 0
-// or the error number with which the connection failed.
+// Sends the encoded request and prints the answer as it arrives. A peer can answer and close before it has received
+// everything, so a failure to send does not stop the receiving. Shows the waiting line, if there is one, while nothing
+// arrives. Returns at the end of the answer: 0, or the error number with which the connection failed.
 int exchange(int socket, std::string_view request, AnswerPrinter& printer, WaitingLine* waiting);
