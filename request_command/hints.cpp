@@ -55,7 +55,7 @@ const RemoteHost* remote_host(const Options& options) {
     return std::get_if<RemoteHost>(&options.peer);
 }
 
-// "on backup7: " in front of a command that is to be run there; "run: " for this host.
+// Introduces a command to run: "on backup7: " for another host, "run: " for this one.
 std::string where(const Options& options) {
     const RemoteHost* const host = remote_host(options);
     return host == nullptr ? "run: " : "on " + printable(host->name) + ": ";
@@ -78,7 +78,7 @@ std::string user_hint(const Options& options, const Asker& asker) {
         return "an agent serves root only; run the same command with sudo";
     }
     if (tool_of(options) != nullptr) {
-        return "";  // it may have ended with this status itself
+        return "";  // 135 may be the tool's own exit status
     }
     const RemoteHost* const host = remote_host(options);
     if (host == nullptr) {
@@ -119,7 +119,7 @@ std::string end_hint(const Options& options) {
            (is_local ? "" : "sudo journalctl --unit 'zmlogadmagent*'; ") + "sudo tail " + debug_logs;
 }
 
-// Returns the address in text, without an interface; empty for a socket without one.
+// Returns the address as text, without its interface. Empty for a socket that has no address.
 std::string address_text(const sockaddr_storage& address, socklen_t size) {
     std::array<char, NI_MAXHOST> text = {};
     if ((address.ss_family != AF_INET && address.ss_family != AF_INET6) ||
@@ -142,7 +142,7 @@ Asker asker_of(int socket) {
     if (getsockname(socket, reinterpret_cast<sockaddr*>(&own), &own_size) == 0 &&
         getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &peer_size) == 0) {
         asker.address = address_text(own, own_size);
-        // A host asks itself from the address that it asks.
+        // A connection within one host has the same address at both ends.
         asker.is_on_agents_host = asker.address == address_text(peer, peer_size) || asker.address.starts_with("127.");
     }
     return asker;

@@ -1,5 +1,4 @@
-// The one source that sees the JSON library, which takes long to compile; and without its streams, which the command
-// has no use for.
+// The only source that includes the JSON library, because that takes long to compile. Streams are not needed.
 #define JSON_NO_IO
 #include <algorithm>
 #include <array>
@@ -17,17 +16,17 @@ namespace {
 
 using Object = nlohmann::ordered_json;
 
-// A line is kept until its end has come. What is longer than this, and no line of an agent is, comes in pieces.
+// A line is kept until it ends. A longer line is printed in pieces; an agent's own lines are never longer.
 constexpr std::size_t longest_line = 65536;
 
-// Whether a line came with its newline.
+// Whether a line was received with its newline.
 enum class LineEnd { newline, missing };
 
 Object object_of_type(std::string_view type) {
     return {{"type", type}};
 }
 
-// The exact bytes stand beside a text that cannot show them.
+// Adds the exact bytes too when the text is not UTF-8.
 void add_text(Object& object, std::string_view name, std::string_view text) {
     object[name] = text;
     if (!is_utf8(text)) {
@@ -35,7 +34,7 @@ void add_text(Object& object, std::string_view name, std::string_view text) {
     }
 }
 
-// The exact bytes of all texts stand beside them when some cannot be shown.
+// Adds the exact bytes of all texts too when one of them is not UTF-8.
 void add_texts(Object& object, std::string_view name, const std::vector<std::string>& texts) {
     object[name] = texts;
     if (!std::all_of(texts.begin(), texts.end(), is_utf8)) {
@@ -55,7 +54,7 @@ void add_count(Object& object, const AnswerCount& count) {
     }
 }
 
-// As RFC 3339 has it.
+// In the form of RFC 3339.
 std::string utc_text(std::chrono::system_clock::time_point time) {
     const auto second = std::chrono::floor<std::chrono::seconds>(time);
     const std::time_t seconds = std::chrono::system_clock::to_time_t(second);
@@ -95,7 +94,7 @@ std::string text_of(const Object& object) {
     return object.dump(-1, ' ', true, Object::error_handler_t::replace) + "\n";
 }
 
-// Returns what a status line says behind its number.
+// Returns the text that follows the number of a status line.
 std::string_view text_of_status(std::string_view line) {
     const std::size_t number = line.find(' ', std::string_view("EXIT ").size());
     const std::size_t text = line.find(' ', number + 1);
@@ -117,7 +116,7 @@ class JsonOutput : public AnswerOutput {
 
     void start() override { is_request_due_ = true; }
 
-    // The objects of all lines that have come to their end go out together.
+    // Writes the objects of all complete lines at once.
     void print(std::string_view bytes) override {
         std::string objects;
         while (!bytes.empty()) {
@@ -156,7 +155,7 @@ class JsonOutput : public AnswerOutput {
     }
 
   private:
-    // Takes the beginning of a line that is too long to be kept.
+    // Turns the beginning of a line that is too long to be kept into objects.
     void take_pieces(std::string& objects) {
         while (line_.size() > longest_line) {
             const std::size_t length = length_to_character_end(line_, longest_line);
@@ -168,7 +167,7 @@ class JsonOutput : public AnswerOutput {
         }
     }
 
-    // A line is looked at for a form only when all of it is there.
+    // A line is parsed only when it is whole.
     Object end_line(LineEnd end) {
         const bool may_have_form = in_forms_ && is_whole_ && end == LineEnd::newline;
         Object object = object_of(may_have_form ? parse_answer_line(line_) : output_line(line_));
@@ -178,7 +177,7 @@ class JsonOutput : public AnswerOutput {
         return object;
     }
 
-    // Returns the object of a last line without newline, if there is one.
+    // Returns the object of a last line without a newline, if there is one.
     std::string take_rest() { return line_.empty() ? "" : text_of(end_line(LineEnd::missing)); }
 
     [[nodiscard]] std::string request_object() const {
@@ -191,7 +190,7 @@ class JsonOutput : public AnswerOutput {
         return text_of(object);
     }
 
-    // The request goes out together with what comes first of the answer.
+    // Writes the request together with the first objects of the answer.
     void write(const std::string& objects) {
         if (objects.empty() || has_failed_) {
             return;
@@ -202,12 +201,12 @@ class JsonOutput : public AnswerOutput {
     }
 
     WriteText write_;
-    SentRequest request_;          // without a host until there is one
-    std::string line_;             // what has come of a line
-    bool is_request_due_ = false;  // of an answer of which nothing has been printed
-    bool is_whole_ = true;         // no pieces of it have been printed
-    bool in_forms_ = false;        // lines may be the agent's own
-    bool has_failed_ = false;      // a write did, so that nothing may follow
+    SentRequest request_;          // has no host before prepare()
+    std::string line_;             // the received part of a line
+    bool is_request_due_ = false;  // nothing of the answer has been printed yet
+    bool is_whole_ = true;         // no piece of line_ has been printed
+    bool in_forms_ = false;        // lines can be parsed by their form
+    bool has_failed_ = false;      // a write failed, so nothing may follow
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What the command knows of the requests that agents carry out. Whatever it does not know it sends all the same.
+// The words and categories that the command knows. It sends others all the same.
 #pragma once
 
 #include <algorithm>

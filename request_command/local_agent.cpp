@@ -17,13 +17,13 @@
 
 namespace {
 
-// What a service's environment has for certain. Nothing of the user's own can change how the agent and its tools work:
-// which libraries they load, their language, their time zone.
+// The only variable that every service has. No other is passed on, so that the user's environment cannot change which
+// libraries, language or time zone the agent and its tools use.
 constexpr const char* service_path = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
-// How the agent is started: as a service is. The connection and two null devices are its standard descriptors, and it
-// inherits no other. The session of its own keeps from it what a terminal or `timeout` sends to the command, so that it
-// lives on to clean up, as it does for any peer that hangs up.
+// Starts the agent as a service is started. Its standard descriptors are the connection and two null devices, and it
+// inherits no other. A session of its own keeps signals of a terminal or of `timeout` from it, so that it survives the
+// command and can clean up.
 class SpawnPlan {
   public:
     explicit SpawnPlan(int socket) {
@@ -49,7 +49,7 @@ class SpawnPlan {
         posix_spawnattr_destroy(&attributes_);
     }
 
-    // The argument is the path as it was named.
+    // `name` is the path as the user wrote it.
     Child start(const std::string& file, std::string name) const {
         pid_t pid = -1;
         std::string path = service_path;
@@ -78,7 +78,7 @@ struct Freer {
     void operator()(char* text) const { free(text); }  // NOLINT(cppcoreguidelines-no-malloc): the C library's
 };
 
-// The agent does not start in this folder.
+// The agent starts in another folder, so a relative path would not find it.
 std::string absolute(const std::string& path) {
     if (path.starts_with('/')) {
         return path;

@@ -39,12 +39,12 @@ int run(const Options& options, AnswerOutput& output, Console& console) {
     return carry_out(options, output, console);
 }
 
-// The reason goes to standard error too, where the output may not take it any more.
+// Prints the reason to standard error too, because standard output may be what failed.
 int fail(const Failure& failure, const std::optional<Options>& options, AnswerOutput& output, Console& console) {
     try {
         output.fail(failure.code(), failure.what());
     } catch (const std::exception&) {
-        // The reason is about the same output, or matters more than this.
+        // The first failure is reported below and matters more.
     }
     console.write_error(std::string("zmlogadm: ") + failure.what() + "\n");
     if (options) {
@@ -57,9 +57,9 @@ int fail(const Failure& failure, const std::optional<Options>& options, AnswerOu
 
 int main(int argc, char** argv) {
     static char name[] = "zmlogadm";
-    argv[0] = name;            // also in what getopt_long says, however the command was called
-    signal(SIGPIPE, SIG_IGN);  // output that nobody reads is told as the failure of a write
-    signal(SIGCHLD, SIG_DFL);  // a caller that ignores its children must not make the command lose its own
+    argv[0] = name;            // the messages of getopt_long begin with it
+    signal(SIGPIPE, SIG_IGN);  // a write that nobody reads fails and is reported
+    signal(SIGCHLD, SIG_DFL);  // if the caller ignored it, the agent could not be waited for
     Console console(STDOUT_FILENO, STDERR_FILENO);
     const std::unique_ptr<AnswerOutput> output = choose_output(answer_format(argc, argv), console);
     std::optional<Options> options;

@@ -17,13 +17,13 @@ namespace {
 // The longest word or argument that an agent receives.
 constexpr std::size_t longest_text = 2047;
 
-// These have no letters.
+// Options without a letter.
 constexpr int agent_option = 256;
 constexpr int json_option = 257;
 constexpr int strict_option = 258;
 constexpr int no_progress_option = 259;
 
-// "+": what follows the word belongs to the request, also when it begins with "-".
+// "+" ends the options at the word: what follows belongs to the request, even if it begins with "-".
 constexpr const char* letters = "+H:p:S:lt:hV";
 
 constexpr std::array long_options = {
@@ -41,7 +41,7 @@ constexpr std::array long_options = {
     option{nullptr, 0, nullptr, 0},
 };
 
-// What the command line says about the peer, before it is known to make sense.
+// What the command line says about the peer, before contradictions are refused.
 struct PeerOptions {
     std::optional<std::string> host;
     std::optional<std::uint16_t> port;
@@ -90,7 +90,7 @@ Peer choose_peer(const PeerOptions& given) {
     return agent;
 }
 
-// As getopt_long would: "--ho=X" is "--host=X".
+// Accepts abbreviations, as getopt_long does: "--ho=X" is "--host=X".
 bool is_own_long_option(std::string_view name) {
     name = name.substr(0, name.find('='));
     return !name.empty() && std::any_of(long_options.begin(), long_options.end() - 1, [name](const option& known) {
@@ -98,7 +98,7 @@ bool is_own_long_option(std::string_view name) {
     });
 }
 
-// A cluster of letters, up to the first that takes what follows for its argument.
+// Checks a cluster of letters, up to the first that takes an argument.
 bool are_own_letters(std::string_view given) {
     const std::string_view own = std::string_view(letters).substr(1);
     for (const char letter : given) {
@@ -120,8 +120,8 @@ bool is_own_option(std::string_view argument) {
     return argument.starts_with('-') && are_own_letters(argument.substr(1));
 }
 
-// "CLEANUP /a -H backup7" would clean up this host. Words that hand their arguments to tools are another matter: tools
-// have options.
+// "CLEANUP /a -H backup7" would clean up this host. Words that pass their arguments to tools are not checked, because
+// tools have options.
 void refuse_misplaced_options(const std::vector<std::string>& request) {
     if (!is_one_of(request.front(), counted_words)) {
         return;
@@ -164,7 +164,7 @@ AnswerFormat answer_format(int argc, char** argv) {
         format = letter == json_option ? AnswerFormat::json : format;
     }
     opterr = said;
-    optind = 0;  // parse_options begins anew
+    optind = 0;  // parse_options starts again
     return format;
 }
 

@@ -10,7 +10,7 @@
 
 #include "request_command/failure.h"
 
-// The agent's file on this host, to be started by the command.
+// An agent on this host that the command starts itself.
 struct AgentFile {
     std::string path = "/usr/kumel/zembrath/bin/zmlogadmagent";
 };
@@ -21,12 +21,12 @@ struct RemoteHost {
     std::uint16_t port = 24761;
 };
 
-// A Unix-domain socket behind which an agent is started.
+// A Unix-domain socket whose service starts an agent.
 struct LocalSocket {
     std::string path;
 };
 
-// Whom to ask.
+// The agent to ask.
 using Peer = std::variant<AgentFile, RemoteHost, LocalSocket>;
 
 enum class Action { send_request, show_help, show_version };
@@ -34,13 +34,13 @@ enum class Action { send_request, show_help, show_version };
 // How to print the answer.
 enum class AnswerFormat { plain, json };
 
-// Which answers are a success.
+// Which answers count as a success.
 enum class Verdict {
     of_request,  // the request's status decides
-    strict,      // and nothing of the request failed or was left unanswered
+    strict,      // the same, and nothing may have failed or be unanswered
 };
 
-// Whether people are told that the answer takes long.
+// Whether a terminal shows that the answer takes long.
 enum class Waiting { shown, silent };
 
 struct Options {
@@ -53,21 +53,20 @@ struct Options {
     std::vector<std::string> request;  // the word and its arguments
 };
 
-// A command line that cannot be followed.
+// A command line that is not valid.
 class Refusal : public Failure {
   public:
     explicit Refusal(const std::string& reason, FailureCode code = FailureCode::invalid_arguments)
         : Failure(code, reason + " (zmlogadm --help tells more)") {}
 };
 
-// Returns the format that the command line asks for, also when it cannot be followed otherwise: a refusal is then told
-// in that format too. Says nothing.
+// Returns the format that the command line asks for, also when the command line is not valid, so that a refusal is
+// printed in that format too. Prints nothing.
 AnswerFormat answer_format(int argc, char** argv);
 
-// Reads the command line. Throws a Refusal, before anything is connected or sent, for options that are unknown,
-// out of range or contradict each other, for a missing word, for a word or argument that no agent takes, and for an
-// option of the command's own where it would be sent as a category or directory.
-// What getopt_long itself finds wrong it has told on standard error.
+// Parses the command line. Throws a Refusal for options that are unknown, out of range or contradict each other, for a
+// missing word, for a word or argument that is too long, and for an option of the command that would be sent as a
+// category or directory. getopt_long reports what it finds wrong itself on standard error.
 Options parse_options(int argc, char** argv);
 
 // What --help prints.

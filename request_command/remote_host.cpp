@@ -21,7 +21,7 @@
 
 namespace {
 
-// The upper half of the ports that only root may use; well-known services listen on the lower one.
+// The upper half of the ports that only root may use. Well-known services listen on the lower half.
 constexpr unsigned first_root_port = 512;
 constexpr unsigned root_ports = 512;
 
@@ -55,7 +55,7 @@ SocketAddress socket_address(const Address& address, std::uint16_t port) {
     return result;
 }
 
-// Returns the addresses in the order in which they are to be tried.
+// Returns the addresses in the order in which to try them.
 std::vector<Address> look_up(const std::string& name, Deadline deadline) {
     if (const auto address = platform_library::parse_address(name)) {
         return {*address};
@@ -87,13 +87,13 @@ Descriptor open_socket(const SocketAddress& address) {
     if (!socket.valid()) {
         throw system_failure(errno, "cannot make a socket", FailureCode::connection_failed);
     }
-    // An agent's host that goes down while a tool runs there is noticed in the end.
+    // Keep-alive finds out in the end that the agent's host has gone down.
     const int on = 1;
     setsockopt(socket.get(), SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
     return socket;
 }
 
-// Binds to the port, whatever the address. Returns whether that worked; if not, errno says why.
+// Binds to the port on any address. Returns whether that worked; errno gives the reason if not.
 bool bind_to_port(int fd, int family, unsigned port) {
     const in_port_t wire_port = htons(static_cast<in_port_t>(port));
     if (family == AF_INET6) {
@@ -122,7 +122,7 @@ int wait_until_writable(int fd, Deadline deadline) {
     }
 }
 
-// Waits for the outcome of a connect that goes on in the background. Returns 0 or its error number.
+// Waits for the result of a connect that continues in the background. Returns 0 or its error number.
 int finish_connecting(int fd, Deadline deadline) {
     int error = wait_until_writable(fd, deadline);
     socklen_t size = sizeof error;
@@ -132,13 +132,13 @@ int finish_connecting(int fd, Deadline deadline) {
     return error;
 }
 
-// A connect to a port of this host where nobody listens succeeds when its source port happens to be that port.
+// A connect to a port of this host where nobody listens succeeds if the source port happens to be the same port.
 bool is_connected_to_itself(int fd) {
     sockaddr_storage own = {};
     sockaddr_storage peer = {};
     socklen_t own_size = sizeof own;
     socklen_t peer_size = sizeof peer;
-    // Both names are of the socket's family, and so of one size.
+    // Both addresses are of the socket's family, so they have the same size.
     return getsockname(fd, reinterpret_cast<sockaddr*>(&own), &own_size) == 0 &&
            getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peer_size) == 0 && memcmp(&own, &peer, own_size) == 0;
 }
@@ -146,7 +146,7 @@ bool is_connected_to_itself(int fd) {
 // Returns 0 when the socket was connected by the deadline, else an error number.
 int connect_socket(int fd, const SocketAddress& address, Deadline deadline) {
     int error = connect(fd, address.get(), address.size) == 0 ? 0 : errno;
-    // An interrupted connect goes on in the background, too.
+    // An interrupted connect continues in the background too.
     if (error == EINPROGRESS || error == EINTR) {
         error = finish_connecting(fd, deadline);
     }
@@ -178,7 +178,7 @@ Descriptor connect_from_root_port(const SocketAddress& address, Deadline deadlin
         if (error == 0) {
             return socket;
         }
-        // A port may be free and yet not serve for this peer, while an earlier connection lingers.
+        // A free port can still be unusable for this peer while an earlier connection lingers.
         if (error != EADDRINUSE && error != EADDRNOTAVAIL) {
             throw Failure(connection_failure_code(error), strerror(error));
         }
@@ -186,7 +186,7 @@ Descriptor connect_from_root_port(const SocketAddress& address, Deadline deadlin
     throw system_failure(error, "no source port from 512 to 1023 can be used", FailureCode::connection_failed);
 }
 
-// Unlike the log's text of an address, this one has the interface of a link-local one.
+// Unlike the log's text of an address, this one shows the interface of a link-local address.
 std::string text_of(const SocketAddress& address) {
     std::array<char, NI_MAXHOST> text = {"?"};
     getnameinfo(address.get(), address.size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST);

@@ -22,10 +22,10 @@
 
 namespace {
 
-// Stands for a status that cannot be the exit status, or would look like a failure of the command's own.
+// Replaces a status that cannot be an exit status or would look like a failure of the command itself.
 constexpr int other_status = 252;
 
-// The exit status for a request that says it has succeeded, and has not.
+// The exit status with --strict when the request's status is 0 although something failed.
 constexpr int strict_failure = 1;
 
 std::string own_host() {
@@ -43,14 +43,15 @@ SentRequest describe_request(const Options& options) {
             .time = std::chrono::system_clock::now()};
 }
 
-// Says what of the request looks misspelt. It is sent all the same: an agent may know more words than the command.
+// Reports words and categories that look misspelt. The request is sent all the same, because an agent may know more
+// words than the command.
 void remark_on_spelling(const std::vector<std::string>& request, Console& console) {
     for (const std::string& remark : spelling_remarks(request)) {
         console.write_error("zmlogadm: " + remark + "\n");
     }
 }
 
-// Says why an answer has no status line, as far as that is known. Waits for an agent that the command has started.
+// Returns the known reasons for a missing status line. Waits for the agent if the command started it.
 std::string explain_missing_status(Connection& connection, int error) {
     std::string reason = "the answer has no status line";
     if (error != 0) {
@@ -63,7 +64,7 @@ std::string explain_missing_status(Connection& connection, int error) {
     return reason;
 }
 
-// What failed comes last, for it is what counts.
+// What failed comes last, because it matters most.
 void add_remarks(const Outcome& outcome, const Options& options, const Asker& asker, Console& console) {
     console.write_hint(hint_about_status(outcome.line.status, options, asker));
     const std::string what_failed = describe(outcome.count);
@@ -80,9 +81,8 @@ int exit_status_of(const Outcome& outcome, Verdict verdict) {
     return status >= 0 && status < own_failure ? status : other_status;
 }
 
-// An agent that a signal has ended did not say what its status line says: a tool can print one. Any other end leaves
-// the status line as it is: the agent's exit status has only its lowest eight bits, and a script may stand around the
-// agent.
+// When a signal ended the agent, a status line cannot be its own: a tool printed it. The agent's exit status is not
+// compared with the status line, because it has only the lowest eight bits, and --agent can name a script.
 void refuse_end_by_signal(Connection& connection, const StatusLine& line) {
     if (!connection.agent.valid()) {
         return;
@@ -95,7 +95,7 @@ void refuse_end_by_signal(Connection& connection, const StatusLine& line) {
     }
 }
 
-// Whom people know the peer as.
+// Returns the name of the peer for people.
 std::string_view name_of_peer(const Peer& peer) {
     if (const auto* host = std::get_if<RemoteHost>(&peer)) {
         return host->name;
@@ -104,7 +104,7 @@ std::string_view name_of_peer(const Peer& peer) {
     return socket != nullptr ? std::string_view(socket->path) : "the agent of this host";
 }
 
-// Prints the answer as it comes. Returns its end.
+// Prints the answer as it arrives. Returns its end.
 Outcome receive_answer(Connection& connection, const std::vector<std::string>& request, AnswerOutput& output,
                        WaitingLine* waiting) {
     AnswerTally tally(request);

@@ -1,4 +1,4 @@
-// Resource limits of a process that nobody's shell has started.
+// The resource limits of a system service.
 #pragma once
 
 #include <sys/resource.h>
@@ -6,9 +6,9 @@
 #include <array>
 #include <cstddef>
 
-// Gives this process, while the object lives, the resource limits that a system service has: no limit for its time, its
-// memory and the size of its files, and the usual ones for its stack and its descriptors. A limit that the user may not
-// raise stays as high as it can be. The other limits stay as they are.
+// Gives this process the resource limits of a system service while the object lives: no limit for CPU time, memory and
+// file size, the usual limits for stack and file descriptors. Where the user may not raise a limit that far, it becomes
+// as high as allowed. Other limits are unchanged.
 class ServiceLimits {
   public:
     ServiceLimits();

@@ -14,7 +14,7 @@ std::size_t difference(std::size_t one, std::size_t other) {
     return one > other ? one - other : other - one;
 }
 
-// Not toupper: the letters of words are ASCII's, whatever the locale.
+// toupper would depend on the locale; words are ASCII.
 std::string in_upper_case(std::string_view text) {
     std::string result(text);
     for (char& letter : result) {
@@ -25,7 +25,7 @@ std::string in_upper_case(std::string_view text) {
     return result;
 }
 
-// The edits from the given word, which is in upper case, to the known one; more than most_edits when it is not near.
+// Returns the edits from the given word, which is in upper case, to the known one; more than most_edits if not near.
 std::size_t edits_between(const std::string& given, std::string_view known) {
     constexpr std::size_t far = most_edits + 1;
     if (difference(given.size(), known.size()) > most_edits) {
@@ -59,8 +59,7 @@ std::vector<std::string_view> known_words() {
     return words;
 }
 
-// The distances between the beginnings of two words: a row for each beginning of the one, a column for each of the
-// other.
+// The distances between the prefixes of two words: a row for each prefix of the one, a column for each of the other.
 class EditTable {
   public:
     EditTable(std::string_view one, std::string_view other)
@@ -86,7 +85,7 @@ class EditTable {
     std::size_t& last_row_of(char letter) { return last_rows_[static_cast<unsigned char>(letter)]; }
 
     void fill(std::size_t row) {
-        std::size_t last_column = 0;  // where the other word had this row's letter
+        std::size_t last_column = 0;  // where the other word last had this row's letter
         for (std::size_t column = 1; column <= other_.size(); ++column) {
             const bool same = one_[row - 1] == other_[column - 1];
             at(row, column) =
@@ -97,8 +96,8 @@ class EditTable {
         last_row_of(one_[row - 1]) = row;
     }
 
-    // The distance when the last letters of the one and of the other are exchanged: they were there the other way
-    // round, and what has come between them in either word is left out or put in.
+    // The distance when the last letters of both prefixes are swapped neighbours. Letters between them in either word
+    // are removed or inserted.
     std::size_t by_exchange(std::size_t row, std::size_t column, std::size_t last_column) {
         const std::size_t last_row = last_row_of(other_[column - 1]);
         if (last_row == 0 || last_column == 0) {

@@ -1,12 +1,12 @@
-// The command's standard descriptors, which it shares with whoever started it.
+// The command's standard file descriptors, which other processes can share.
 #pragma once
 
 #include <string_view>
 
-// Gives every standard descriptor that is closed a place holder, lest the connection become standard output. Writing
-// to the place holder fails, as it would have.
+// Opens /dev/null read-only on every standard descriptor that is closed, so that the connection does not become
+// standard output. A write to it fails, as it would have on the closed descriptor.
 void occupy_standard_descriptors();
 
-// Writes all of the text, and waits where another user of the stream has made it non-blocking and it is full. Returns
-// whether that worked; if not, errno says why.
+// Writes the whole text. Waits when the stream is full and another process made it non-blocking. Returns whether that
+// worked; errno gives the reason if not.
 [[nodiscard]] bool write_to_stream(int fd, std::string_view text);

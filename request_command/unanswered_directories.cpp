@@ -17,8 +17,8 @@ bool can_be_answered_with(std::string directory, const std::string& answer) {
     return directory == answer || dirname(directory.data()) == answer;
 }
 
-// Returns for each answer the first directory that it can be for, after the directory of the answer before it. Fewer
-// positions when an answer fits no directory.
+// Matches each answer with the first possible directory after that of the previous answer. Returns the positions of
+// these directories; fewer than there are answers when one of them fits none.
 Positions first_fit(const Texts& asked, const Texts& measured) {
     Positions positions;
     std::size_t next = 0;
@@ -34,7 +34,7 @@ Positions first_fit(const Texts& asked, const Texts& measured) {
     return positions;
 }
 
-// The same from the end.
+// The same, matched from the end.
 Positions last_fit(const Texts& asked, const Texts& measured) {
     Positions positions = first_fit({asked.rbegin(), asked.rend()}, {measured.rbegin(), measured.rend()});
     std::reverse(positions.begin(), positions.end());
@@ -54,7 +54,7 @@ Texts unanswered_directories(const Texts& asked, const Texts& measured) {
     }
     Texts unanswered;
     for (std::size_t i = 0; i != asked.size(); ++i) {
-        // Where both fits give the directory to the same answer, every fit does.
+        // If both matches give the directory to the same answer, every match does.
         const auto found = std::find(first.begin(), first.end(), i);
         if (found == first.end() || last[static_cast<std::size_t>(found - first.begin())] != i) {
             unanswered.push_back(asked[i]);

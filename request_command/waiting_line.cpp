@@ -7,7 +7,7 @@
 
 namespace {
 
-// A peer's name is cut to no less, however narrow the terminal is.
+// The peer's name is never cut shorter, however narrow the terminal.
 constexpr std::size_t least_of_peer = 8;
 
 std::string counted(std::size_t count, const std::string& what) {
@@ -20,7 +20,7 @@ std::string duration_text(std::chrono::seconds time) {
     return minutes.count() == 0 ? seconds : std::to_string(minutes.count()) + " min " + seconds;
 }
 
-// Cuts between two characters. A character takes no more columns than it has bytes.
+// Cuts between two characters. A character never has more columns than bytes.
 std::string cut(const std::string& text, std::size_t most) {
     return text.substr(0, length_to_character_end(text, most));
 }
@@ -66,7 +66,7 @@ std::string WaitingLine::text(Time now) const {
     const std::string front = "zmlogadm: waiting for ";
     const std::string rest =
         ", " + duration_text(passed) + ", " + counted(lines_, "line") + ", " + counted(bytes_, "byte") + " so far";
-    // The last column stays empty: some terminals begin a new line there.
+    // The last column stays empty, because some terminals start a new line there.
     const std::size_t room = std::max<std::size_t>(terminal_.width(), 2) - 1;
     const std::size_t around = front.size() + rest.size();
     return cut(front + cut(peer_, std::max(room - std::min(room, around), least_of_peer)) + rest, room);

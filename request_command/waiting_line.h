@@ -1,4 +1,4 @@
-// Shows at a terminal that an answer takes long.
+// Shows on a terminal that an answer takes long.
 #pragma once
 
 #include <chrono>
@@ -7,15 +7,15 @@
 #include <string>
 #include <string_view>
 
-// One line that shows the peer, the time that has passed and what has come so far. It appears when nothing has come for
-// a while, is rewritten in place, and goes as soon as something comes. It is never longer than the terminal is wide,
-// and is wiped with blanks: every terminal knows these.
+// One line that shows the peer, the elapsed time and how much was received. It appears when nothing has arrived for a
+// while, is rewritten in place, and disappears as soon as something arrives. It is never wider than the terminal. It is
+// wiped with blanks, which every terminal supports.
 class WaitingLine {
   public:
     using Clock = std::chrono::steady_clock;
     using Time = Clock::time_point;
 
-    // After so long without anything the line appears, and so often it is rewritten.
+    // The time without data after which the line appears, and the time between rewrites.
     static constexpr std::chrono::seconds patience{2};
     static constexpr std::chrono::seconds interval{1};
 
@@ -24,7 +24,7 @@ class WaitingLine {
         std::function<std::size_t()> width;  // in columns
     };
 
-    // The time that has passed is that since `start`, the patience counts from `now`.
+    // The elapsed time counts from `start`, the patience from `now`.
     WaitingLine(std::string_view peer, Terminal terminal, Time start, Time now);
 
     // Returns the time until the line is due, rounded up.
@@ -33,13 +33,14 @@ class WaitingLine {
     // Shows or rewrites the line when it is due.
     void show(Time now);
 
-    // Counts bytes that have come, and takes the line away.
+    // Counts received bytes, and wipes the line.
     void count(std::string_view bytes, Time now);
 
-    // Takes the line away, because something else is going to be printed on the terminal.
+    // Removes the line from the terminal, so that something else can be printed.
     void wipe();
 
-    // Says whether the terminal's cursor is at the beginning of a line. Elsewhere the line would spoil what is there.
+    // Sets whether the cursor is at the beginning of a line. Only there is the line shown, because it would overwrite
+    // other text.
     void set_at_line_start(bool is_at_line_start) { is_at_line_start_ = is_at_line_start; }
 
   private:
@@ -51,6 +52,6 @@ class WaitingLine {
     Time due_;
     std::size_t lines_ = 0;
     std::size_t bytes_ = 0;
-    std::size_t shown_ = 0;  // length of what stands on the terminal
+    std::size_t shown_ = 0;  // length of the line on the terminal
     bool is_at_line_start_ = true;
 };
