@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 failed=0
-for page in README.md CONTRIBUTING.md docs/*.md; do
+for page in README.md CHANGELOG.md CONTRIBUTING.md docs/*.md; do
     # A name that ends in "/" is a folder; one with a "/" in it, without a blank, is a path; others are not checked.
     while read -r name; do
         if [[ ! -e $name ]]; then
