@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "agent/command_words.h"
 #include "agent/globals.h"
 #include "agent/inherited_descriptors.h"
 #include "agent/process_setup.h"
@@ -107,7 +108,9 @@ int process_request(const RequestVector& request, int socket) {
 
 void perform_cleanup_on_failure(const std::string& command, int status) {
     constexpr const char* tag = "perform_cleanup_on_failure";
-    if (status == status::success || (command != "RUNZMCPLOGS" && command != "RUNZMSU" && command != "CALCLOGSIZE")) {
+    const bool collects = command == command_word::run_zmcplogs || command == command_word::run_zmsu ||
+                          command == command_word::calculate_log_size;
+    if (status == status::success || !collects) {
         return;
     }
     logmsgf(log_level::error, c_pname, "Received NSC=%d (%s). Cleanup required", status, getECmsg(status));

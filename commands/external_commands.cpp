@@ -12,38 +12,16 @@
 #include <cstring>
 #include <optional>
 
+#include "agent/command_words.h"
 #include "agent/response_channel.h"
 #include "agent/status.h"
 #include "agent/system_error.h"
+#include "agent/tool_files.h"
 #include "platform/runtime.h"
 
 namespace {
 
 constexpr const char* tag = "execute_cmd_send_output";
-
-constexpr std::array external_words = {"zmsu", "zmcplogs", "ktlogcfg", "versioninfo"};
-
-constexpr std::array built_in_words = {"ENABLELOGGING", "DISABLELOGGING", "FETCHFILE",    "RESETLOGGING", "RUNZMSU",
-                                       "RUNZMCPLOGS",   "CALCLOGSIZE",    "GETDISKSPACE", "ZMLA",         "CLEANUP"};
-
-struct ToolPath {
-    const char* name;
-    const char* path;
-};
-
-constexpr std::array tool_paths = {
-    // The file "old_zmsu" on purpose: that, and not "zmsu", is the support utility.
-    ToolPath{"zmsu", "/usr/kumel/zembrath/bin/support/old_zmsu"},
-    ToolPath{"RUNZMSU", "/usr/kumel/zembrath/bin/support/old_zmsu"},
-    ToolPath{"zmcplogs", "/usr/kumel/zembrath/bin/support/zmcplogs"},
-    ToolPath{"RUNZMCPLOGS", "/usr/kumel/zembrath/bin/support/zmcplogs"},
-    ToolPath{"CALCLOGSIZE", "/usr/kumel/zembrath/bin/support/zmcplogs"},
-    ToolPath{"versioninfo", "/usr/kumel/zembrath/bin/goodies/support/versioninfo"},
-    ToolPath{"ktlogcfg", "/usr/kumel/zembrath/bin/private/ktlogcfg"},
-    // Has a path although it is no external word: only the request word reaches it.
-    ToolPath{"zmlogadm", "/usr/kumel/zembrath/bin/support/zmlogadm"},
-    ToolPath{"ZMLA", "/usr/kumel/zembrath/bin/support/zmlogadm"},
-};
 
 // Slots of the child's vector of pointers. The file to execute and the closing null pointer take two of them.
 constexpr int argv_slots = 512;
@@ -162,12 +140,12 @@ int probe_peer(int socket) {
 int is_cmd_valid(std::string word, bool& is_external) {
     constexpr const char* check_tag = "is_cmd_valid";
     is_external = false;
-    if (holds(external_words, word)) {
+    if (holds(command_word::external, word)) {
         is_external = true;
         logmsgf(log_level::information, check_tag, "command is valid & external C=%s", word.c_str());
         return status::success;
     }
-    if (holds(built_in_words, word)) {
+    if (holds(command_word::built_in, word)) {
         logmsgf(log_level::information, check_tag, "command is valid C=%s", word.c_str());
         return status::success;
     }
@@ -177,8 +155,8 @@ int is_cmd_valid(std::string word, bool& is_external) {
 
 std::string getcommandpath(std::string name) {
     const auto* const tool =
-        std::find_if(tool_paths.begin(), tool_paths.end(), [&](const ToolPath& row) { return name == row.name; });
-    std::string path = tool == tool_paths.end() ? "" : tool->path;
+        std::find_if(tool_files.begin(), tool_files.end(), [&](const ToolFile& row) { return name == row.name; });
+    std::string path = tool == tool_files.end() ? "" : tool->path;
     logmsgf(log_level::information, "getcommandpath", "full cmd path N=%s P=%s", name.c_str(), path.c_str());
     return path;
 }

@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "agent/command_words.h"
 #include "agent/globals.h"
 #include "agent/status.h"
 #include "commands/collection_directories.h"
@@ -81,15 +82,15 @@ int get_disk_space(const RequestVector& request, int socket) {
 }
 
 int enable_logging(const RequestVector& request, int socket) {
-    return handle_logging(request, socket, "enable");
+    return handle_logging(request, socket, logging_action::enable);
 }
 
 int disable_logging(const RequestVector& request, int socket) {
-    return handle_logging(request, socket, "disable");
+    return handle_logging(request, socket, logging_action::disable);
 }
 
 int reset_logging(const RequestVector& request, int socket) {
-    return handle_logging(request, socket, "reset");
+    return handle_logging(request, socket, logging_action::reset);
 }
 
 struct RequestWord {
@@ -98,16 +99,17 @@ struct RequestWord {
 };
 
 constexpr std::array request_words = {
-    RequestWord{"ENABLELOGGING", enable_logging},
-    RequestWord{"DISABLELOGGING", disable_logging},
-    RequestWord{"RESETLOGGING", reset_logging},
-    RequestWord{"RUNZMCPLOGS", run_zmcplogs},
-    RequestWord{"RUNZMSU", run_zmsu},
-    RequestWord{"CALCLOGSIZE", calculate_log_size},
-    RequestWord{"GETDISKSPACE", get_disk_space},
-    RequestWord{"ZMLA", execute_cmd_send_output},
-    RequestWord{"CLEANUP", perform_cleanup_zmladir},
+    RequestWord{command_word::enable_logging, enable_logging},
+    RequestWord{command_word::disable_logging, disable_logging},
+    RequestWord{command_word::reset_logging, reset_logging},
+    RequestWord{command_word::run_zmcplogs, run_zmcplogs},
+    RequestWord{command_word::run_zmsu, run_zmsu},
+    RequestWord{command_word::calculate_log_size, calculate_log_size},
+    RequestWord{command_word::get_disk_space, get_disk_space},
+    RequestWord{command_word::run_zmlogadm, execute_cmd_send_output},
+    RequestWord{command_word::clean_up, perform_cleanup_zmladir},
 };
+static_assert(request_words.size() + 1 == command_word::built_in.size(), "only FETCHFILE has no handler");
 
 }  // namespace
 

@@ -51,6 +51,7 @@ constexpr std::array categories = {
     Category{category::holkaz, without_action<process_holkaz>},
     Category{category::vmconf, with_action<process_vmconf>},
 };
+static_assert(categories.size() == category::all.size());
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "agent/bounded_text.h"
+#include "agent/command_words.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/key_value_file.h"
@@ -19,11 +20,11 @@ using Message = std::array<char, message_size>;
 int edit_property(const std::string& action, const setting::KeyValue& property, const std::string& value,
                   Message& message) {
     message[0] = '\0';
-    if (action == "enable") {
+    if (action == logging_action::enable) {
         return set_parameter_value(property.file, property.key, property.separator, value, message.data(),
                                    message.size(), 1);
     }
-    if (action == "disable" || action == "reset") {
+    if (action == logging_action::disable || action == logging_action::reset) {
         return unset_parameter(property.file, property.key, property.separator, message.data(), message.size(), "#");
     }
     return status::success;  // an action of another name edits nothing and is no failure

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "agent/bounded_text.h"
+#include "agent/command_words.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "agent/system_error.h"
@@ -18,7 +19,7 @@ constexpr std::size_t line_size = 1024;
 constexpr mode_t volume_manager_mode = 0755;
 
 bool is_enable(const char* action) {
-    return strcmp(action, "enable") == 0;
+    return strcmp(action, logging_action::enable) == 0;
 }
 
 void set_up_product_directory(const std::string& category, const std::string& value, Responses& responses,

@@ -24,6 +24,9 @@ inline constexpr const char* javagui = "JAVAGUI";
 inline constexpr const char* holkaz = "HOLKAZ";
 inline constexpr const char* vmconf = "VMCONF";
 
+inline constexpr std::array all = {zmktul,   qpktul, searchktul, zmlogdir, mmlogdir, qrconf, rk,
+                                   rkplugin, kob,    corvid,     cloud,    javagui,  holkaz, vmconf};
+
 }  // namespace category
 
 // The products of the unified logging store, by category, and the originator that holds a product's defaults.

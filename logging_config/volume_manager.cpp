@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "agent/bounded_text.h"
+#include "agent/command_words.h"
 #include "agent/status.h"
 #include "logging_config/key_value_file.h"
 #include "logging_config/settings.h"
@@ -16,10 +17,10 @@ int process_vmconf(std::string category, const Values& entries, Responses& respo
     constexpr setting::KeyValue keyword = setting::volume_manager;
     std::array<char, message_size> message{};
     int result = status::success;
-    if (strcmp(action, "enable") == 0) {
+    if (strcmp(action, logging_action::enable) == 0) {
         result =
             set_parameter_value(keyword.file, keyword.key, keyword.separator, "", message.data(), message.size(), 1);
-    } else if (strcmp(action, "disable") == 0 || strcmp(action, "reset") == 0) {
+    } else if (strcmp(action, logging_action::disable) == 0 || strcmp(action, logging_action::reset) == 0) {
         result = unset_parameter(keyword.file, keyword.key, keyword.separator, message.data(), message.size(), "#");
     } else {
         logmsgf(log_level::error, tag, "Invalid action=%s", action);

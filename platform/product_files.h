@@ -1,5 +1,5 @@
-// Files and folders of the product that more than one part of the system reads or changes. Each path stands here, or in
-// logging_config/settings.h, and nowhere else in the programs.
+// Files and folders of the product that more than one part of the system uses. The programs write each path once: here,
+// in logging_config/settings.h or in agent/tool_files.h.
 #pragma once
 
 #include <string>
