@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "agent/answer_forms.h"
 #include "agent/bounded_text.h"
 #include "agent/system_error.h"
 #include "platform/runtime.h"
@@ -55,6 +56,6 @@ void widen_sending_buffer(int socket) {
 }
 
 void qas_report_exit_status(int status, int socket) {
-    const std::string line = bounded_print(status_line_size, "%s %d %s\n", "EXIT STATUS", status, getECmsg(status));
+    const std::string line = bounded_print(status_line_size, "%s %d %s\n", exit_status_key, status, getECmsg(status));
     socksend(socket, line.c_str(), line.size());
 }

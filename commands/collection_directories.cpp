@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "agent/answer_forms.h"
 #include "agent/response_channel.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
@@ -63,15 +64,15 @@ bool is_valid_zmladir(const std::string& directory) {
 // Removes one directory if its name allows that. Sets the answer, which lacks its newline; returns the status.
 int clean_up_directory(const std::string& directory, std::string& answer) {
     if (!is_valid_zmladir(directory)) {
-        answer = "CLEANUP: Will not clean up unknown location: " + directory;
+        answer = cleanup_key::refused + directory;
         return status::cleanup_refused;
     }
     const int result = remove_directory(directory.c_str(), plain_files_only);
     const SystemError error;
     if (result == status::success) {
-        answer = "CLEANUP: Successfully cleaned up " + directory;
+        answer = cleanup_key::removed + directory;
     } else {
-        answer = "CLEANUP: Failed to clean up " + directory + ": " + error.text();
+        answer = cleanup_key::failed + directory + cleanup_key::error + error.text();
     }
     return result;
 }

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "agent/answer_forms.h"
 #include "agent/bounded_text.h"
 #include "agent/response_channel.h"
 #include "agent/status.h"
@@ -30,7 +31,7 @@ bool send_whole(int socket, const std::string& line) {
 }
 
 int send_package(const std::string& path, int socket) {
-    const std::string line = bounded_print(listing_line_size, "ZMSU PACKAGE=%s\n", path.c_str());
+    const std::string line = bounded_print(listing_line_size, "%s%s\n", package_key, path.c_str());
     if (!send_whole(socket, line)) {
         logmsgf(log_level::error, "list_dir_and_send_output", "Failed to send ZMSU o/p FN (%s) rv=%d", line.c_str(),
                 status::output_not_sent);
@@ -137,8 +138,8 @@ int calc_free_space_send_output(std::string directory, int socket) {
     const std::uint64_t block = space.f_bsize;
     const std::uint64_t free_space = (block * space.f_bavail) >> bytes_to_mebibytes_shift;
     const std::uint64_t total_space = (block * space.f_blocks) >> bytes_to_mebibytes_shift;
-    const std::string line = bounded_print(
-        space_line_size, "CALCLOGSIZE: TARGET_DIR=%s FREE_SPACE=%" PRIu64 " MB TOTAL_SPACE=%" PRIu64 " MB\n",
-        target.c_str(), free_space, total_space);
+    const std::string line =
+        bounded_print(space_line_size, "%s%s%s%" PRIu64 "%s%s%" PRIu64 "%s\n", space_key::directory, target.c_str(),
+                      space_key::free, free_space, space_key::unit, space_key::total, total_space, space_key::unit);
     return send_whole(socket, line) ? status::success : status::output_not_sent;
 }

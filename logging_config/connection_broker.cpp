@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "agent/bounded_text.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/settings.h"
@@ -65,11 +64,10 @@ int process_kob(std::string category, const Values& values, Responses& responses
             command.c_str());
     // The raw wait status is passed on undecoded, in the line and as the result.
     const int result = system(command.c_str());
-    const std::string line =
-        result == 0
-            ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Success\n", category.c_str(), name.c_str(), result)
-            : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=failed to change KOB cfg\n", category.c_str(),
-                            name.c_str(), result);
+    const std::string line = compose({.label = process_label(category, name),
+                                      .status = result,
+                                      .message = result == 0 ? "Success" : "failed to change KOB cfg"},
+                                     line_size);
     logmsgf(log_level::information, tag, "Sending to caller: %s", line.c_str());
     responses.push_back(line);
     logmsgf(log_level::information, tag, "Completed w/ %d", result);

@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "agent/bounded_text.h"
 #include "agent/command_words.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
@@ -61,10 +60,9 @@ int process_javagui(std::string category, const Values& values, Responses& respo
             result = edit_properties(action, mask, message);
             edited = true;
         }
-        const std::string label = category + ":" + name;
-        const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result,
-                                               describe(result, message).c_str());
-        respond(log_level::information, "process_javagui", line, responses);
+        const ProcessLine line = {
+            .label = process_label(category, name), .status = result, .message = describe(result, message)};
+        respond(log_level::information, "process_javagui", compose(line, line_size), responses);
     }
     return status::success;
 }

@@ -9,7 +9,7 @@
 #include <map>
 #include <utility>
 
-#include "agent/bounded_text.h"
+#include "agent/answer_forms.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "agent/system_error.h"
@@ -120,13 +120,14 @@ int process_rk(std::string category, const Values& values, Responses& responses)
         std::string value = "full";
         split_lhs_rhs(element, component, value);
         const int result = set_component_logging(component, value, outcomes, message);
-        const std::string line =
-            result == status::success
-                ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Set debug logging '%s'\n", category.c_str(),
-                                component.c_str(), result, value.c_str())
-                : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s (Value=%s)\n", category.c_str(),
-                                component.c_str(), result, message.data(), value.c_str());
-        respond(log_level::information, "process_rk", line, responses);
+        ProcessLine line = {.label = process_label(category, component), .status = result};
+        if (result == status::success) {
+            line.message = process_message::value_set + ("'" + value + "'");
+        } else {
+            line.message = message.data();
+            line.value = value;
+        }
+        respond(log_level::information, "process_rk", compose(line, line_size), responses);
     }
     return status::success;
 }
@@ -136,8 +137,10 @@ int process_rkplugin(std::string category, const Values& values, Responses& resp
     // The rejection is advisory: the first value is applied all the same.
     if (values.size() != 1 || values[0] != setting::plugin_name) {
         respond(log_level::error, tag,
-                bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", "RKPLUGIN", status::failure,
-                              "Only 'rkplugin' is valid 'RKPLUGIN' log ID"),
+                compose({.label = category::rkplugin,
+                         .status = status::failure,
+                         .message = "Only 'rkplugin' is valid 'RKPLUGIN' log ID"},
+                        line_size),
                 responses);
     }
     if (values.empty()) {
@@ -146,12 +149,11 @@ int process_rkplugin(std::string category, const Values& values, Responses& resp
     std::string name;
     std::string level = "10";
     split_lhs_rhs(values[0], name, level);
-    const std::string label = category + ":" + name;
     Message message{};
     const int result = set_plugin_logging(level, message);
-    respond(result == status::success ? log_level::information : log_level::error, tag,
-            bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result,
-                          describe_plugin_outcome(result, message).c_str()),
+    const ProcessLine line = {
+        .label = process_label(category, name), .status = result, .message = describe_plugin_outcome(result, message)};
+    respond(result == status::success ? log_level::information : log_level::error, tag, compose(line, line_size),
             responses);
     return status::success;
 }

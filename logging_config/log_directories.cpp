@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "agent/bounded_text.h"
 #include "agent/command_words.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
@@ -15,6 +14,8 @@
 
 namespace {
 
+constexpr const char* product_tag = "process_zmulogdir";
+constexpr const char* volume_manager_tag = "process_mmlogdir";
 constexpr std::size_t line_size = 1024;
 constexpr mode_t volume_manager_mode = 0755;
 
@@ -22,103 +23,84 @@ bool is_enable(const char* action) {
     return strcmp(action, logging_action::enable) == 0;
 }
 
-void set_up_product_directory(const std::string& category, const std::string& value, Responses& responses,
-                              const char* action) {
-    constexpr const char* tag = "process_zmulogdir";
-    std::string name;
-    std::string ignored_permission = "755";  // the library alone chooses the mode
-    split_lhs_rhs(value, name, ignored_permission);
+ProcessLine success_line(const std::string& label, const std::string& path, const std::string& message) {
+    return {.label = label, .status = status::success, .message = message, .directory = path};
+}
+
+ProcessLine failure_line(const std::string& label, const std::string& path, const std::string& message,
+                         const SystemError& error) {
+    return {.label = label, .status = status::failure, .message = message, .directory = path, .error = error};
+}
+
+void answer(const char* tag, const ProcessLine& line, Responses& responses) {
+    const int level = line.status == status::success ? log_level::information : log_level::error;
+    respond(level, tag, compose(line, line_size), responses);
+}
+
+// Carries the action out and returns the response line.
+ProcessLine set_up_product_directory(const std::string& label, const std::string& name, const char* action) {
     const std::string path = std::string(log_root::product) + "/" + name;
-    const char* success = "Set up log directory";
-    int error = 0;
-    short mode = 0;
-    if (is_enable(action)) {
-        mode = getDirCreationMode(name.c_str());
-        if (mklogdirpath(path.c_str(), mode, &error) != 0) {
-            logmsgf(log_level::error, tag, "Error received while creating log directory %s : %d", name.c_str(), error);
-        } else if (error == EEXIST) {
-            error = 0;
-            success = "Log directory exists";
-        }
-    } else {
-        logmsgf(log_level::error, tag, "Invalid action=%s", action);
-    }
-    // The error code alone decides, not the library's result; and what is told of it is errno, not the code.
-    if (error != 0) {
-        const SystemError last;
-        respond(log_level::error, tag,
-                bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s DIR=%s E=%d (%s)\n", category.c_str(),
-                              name.c_str(), status::failure, "Failed to create log directory", path.c_str(),
-                              last.number, last.text()),
-                responses);
-    } else {
-        respond(log_level::information, tag,
-                bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s DIR=%s Perm=%o\n", category.c_str(),
-                              name.c_str(), status::success, success, path.c_str(), static_cast<unsigned>(mode)),
-                responses);
-    }
-}
-
-// Sets `success` to what is told of a value that did not fail. Returns false, with errno, when a directory could not
-// be created.
-bool make_volume_manager_directory(const std::string& path, const char* action, const char*& success) {
+    ProcessLine line = success_line(label, path, "Set up log directory");
+    line.permission = 0;
     if (!is_enable(action)) {
-        logmsgf(log_level::error, "process_mmlogdir", "Invalid action=%s", action);
-        success = "";
-        return true;
+        logmsgf(log_level::error, product_tag, "Invalid action=%s", action);
+        return line;
     }
-    success = "Set up log directory";
-    if (mkdir(path.c_str(), volume_manager_mode) == 0) {
-        return true;
+    const short mode = getDirCreationMode(name.c_str());
+    line.permission = static_cast<unsigned>(mode);
+    int code = 0;
+    if (mklogdirpath(path.c_str(), mode, &code) != 0) {
+        logmsgf(log_level::error, product_tag, "Error received while creating log directory %s : %d", name.c_str(),
+                code);
+    } else if (code == EEXIST) {
+        code = 0;
+        line.message = "Log directory exists";
     }
-    success = "Log directory exists";
-    return errno == EEXIST;
+    // Only the code decides, not what the library returned; but the line shows errno, not the code.
+    const SystemError error;
+    return code == 0 ? line : failure_line(label, path, "Failed to create log directory", error);
 }
 
-void set_up_volume_manager_directory(const std::string& category, const std::string& name, const std::string& root,
-                                     Responses& responses, const char* action) {
-    constexpr const char* tag = "process_mmlogdir";
-    const std::string path = root + "/" + name;
-    logmsgf(log_level::information, tag, "Action=%s, DIR=%s", action, path.c_str());
-    const char* success = nullptr;
-    if (make_volume_manager_directory(path, action, success)) {
-        respond(log_level::information, tag,
-                bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s DIR=%s\n", category.c_str(), name.c_str(),
-                              status::success, success, path.c_str()),
-                responses);
-    } else {
-        const SystemError error;
-        respond(log_level::error, tag,
-                bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s DIR=%s E=%d (%s)\n", category.c_str(),
-                              name.c_str(), status::failure, "Failed to create log directory", path.c_str(),
-                              error.number, error.text()),
-                responses);
+// As set_up_product_directory.
+ProcessLine set_up_volume_manager_directory(const std::string& label, const std::string& path, const char* action) {
+    logmsgf(log_level::information, volume_manager_tag, "Action=%s, DIR=%s", action, path.c_str());
+    if (!is_enable(action)) {
+        logmsgf(log_level::error, volume_manager_tag, "Invalid action=%s", action);
+        return success_line(label, path, "");
     }
+    if (mkdir(path.c_str(), volume_manager_mode) == 0) {
+        return success_line(label, path, "Set up log directory");
+    }
+    const SystemError error;
+    return error.number == EEXIST ? success_line(label, path, "Log directory exists")
+                                  : failure_line(label, path, "Failed to create log directory", error);
 }
 
 }  // namespace
 
 int process_zmulogdir(std::string category, const Values& values, Responses& responses, const char* action) {
     for (const std::string& value : values) {
-        set_up_product_directory(category, value, responses, action);
+        std::string name;
+        std::string ignored_permission;  // the library chooses the mode
+        split_lhs_rhs(value, name, ignored_permission);
+        answer(product_tag, set_up_product_directory(process_label(category, name), name, action), responses);
     }
     return status::success;
 }
 
 int process_mmlogdir(std::string category, const Values& values, Responses& responses, const char* action) {
-    constexpr const char* tag = "process_mmlogdir";
     const std::string root = log_root::volume_manager;
-    // The root is made whatever the action, and also when no value needs it.
+    // The root is created whatever the action, and even if there are no values.
     if (mkdir(root.c_str(), volume_manager_mode) != 0 && errno != EEXIST) {
         const SystemError error;
-        respond(log_level::error, tag,
-                bounded_print(line_size, "PROCESS=%s:ALL STATUS=%d MSG=%s DIR=%s E=%d (%s)\n", category.c_str(),
-                              status::failure, "Failed to create", root.c_str(), error.number, error.text()),
-                responses);
+        answer(volume_manager_tag, failure_line(process_label(category, "ALL"), root, "Failed to create", error),
+               responses);
         return status::failure;
     }
     for (const std::string& name : values) {
-        set_up_volume_manager_directory(category, name, root, responses, action);
+        const std::string path = root + "/" + name;
+        answer(volume_manager_tag, set_up_volume_manager_directory(process_label(category, name), path, action),
+               responses);
     }
     return status::success;
 }

@@ -96,16 +96,16 @@ int process_qrconf(std::string category, const Values& entries, Responses& respo
         std::string level = "5";
         split_lhs_rhs(entry, name, level);
         text += configuration_line(name, level);
-        labels.push_back(category + ":" + name);
+        labels.push_back(process_label(category, name));
     }
     std::string message = "Set up";
     const int result = apply_configuration(text, message);
     // One update, one outcome: every line carries the same flag, not the library's status.
     const bool failed = result != 0;
     for (const std::string& label : labels) {
-        const std::string line = bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(),
-                                               failed ? status::failure : status::success, message.c_str());
-        respond(failed ? log_level::error : log_level::information, tag, line, responses);
+        const ProcessLine line = {
+            .label = label, .status = failed ? status::failure : status::success, .message = message};
+        respond(failed ? log_level::error : log_level::information, tag, compose(line, line_size), responses);
     }
     return result;
 }
@@ -115,15 +115,13 @@ int process_config_file_entry(std::string category, std::string entry, Responses
     std::string name;
     std::string level = default_level;
     split_lhs_rhs(entry, name, level);
-    const std::string label = category + ":" + name;
     std::array<char, message_size> notice{};
     const int result = set_parameter_value(path, key, separator, level, notice.data(), notice.size(), 1);
     std::string message = notice.data();
     if (result == status::success) {
         message = message.empty() ? "Set up " + name + " debug logging" : "INF: " + message;
     }
-    const std::string line =
-        bounded_print(line_size, "PROCESS=%s STATUS=%d MSG=%s\n", label.c_str(), result, message.c_str());
-    respond(log_level::information, "process_config_file_entry", line, responses);
+    const ProcessLine line = {.label = process_label(category, name), .status = result, .message = message};
+    respond(log_level::information, "process_config_file_entry", compose(line, line_size), responses);
     return result;
 }

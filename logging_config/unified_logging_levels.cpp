@@ -1,10 +1,11 @@
 #include "logging_config/unified_logging_levels.h"
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 
-#include "agent/bounded_text.h"
+#include "agent/answer_forms.h"
 #include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/settings.h"
@@ -68,6 +69,15 @@ Wanted parse(const std::string& value) {
             static_cast<int>(strtoll(level.c_str(), nullptr, 10))};
 }
 
+// Puts the numbers after their separators.
+std::string describe_levels(const std::array<int, process_message::levels_set.size()>& numbers) {
+    std::string text;
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        text += process_message::levels_set[i] + std::to_string(numbers[i]);
+    }
+    return text;
+}
+
 // Changes the levels of originators of one product, one response line each.
 class LevelChange {
   public:
@@ -78,10 +88,9 @@ class LevelChange {
     int apply(const Wanted& wanted) {
         const Handle handle = load(product_, wanted.originator);
         if (!handle) {
-            respond(log_level::error, tag,
-                    bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s OID=%d Product ID=%d\n", category_.c_str(),
-                                  shown(wanted), status::failure, "Failed to load KtUL CFG", shown(wanted), product_),
-                    responses_);
+            ProcessLine line = line_about(wanted, status::failure, "Failed to load KtUL CFG");
+            line.unloaded = {.originator = shown(wanted), .product = product_};
+            respond(log_level::error, tag, compose(line, line_size), responses_);
             return status::ktul_not_loaded;
         }
         const Levels current = read_current(wanted, handle.get());
@@ -146,21 +155,23 @@ class LevelChange {
         }
     }
 
+    [[nodiscard]] ProcessLine line_about(const Wanted& wanted, int status, const std::string& message) const {
+        return {.label = process_label(category_, std::to_string(shown(wanted))), .status = status, .message = message};
+    }
+
     // The new diagnostic level reads 6 also for the originator whose level was left alone.
     void respond_success(const Wanted& wanted, const Levels& current) {
-        respond(log_level::information, tag,
-                bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=DEBUG:%d=%d,%d=%d DIAG:%d=%d,%d=%d\n",
-                              category_.c_str(), shown(wanted), status::success, shown(wanted), current.debug,
-                              shown(wanted), wanted.level, shown(wanted), current.diagnostic, shown(wanted),
-                              wanted_diagnostic),
+        const int originator = shown(wanted);
+        const std::string message = describe_levels({originator, current.debug, originator, wanted.level, originator,
+                                                     current.diagnostic, originator, wanted_diagnostic});
+        respond(log_level::information, tag, compose(line_about(wanted, status::success, message), line_size),
                 responses_);
     }
 
     void respond_failure(const Wanted& wanted, const char* message, int result) {
-        respond(log_level::error, tag,
-                bounded_print(line_size, "PROCESS=%s:%d STATUS=%d MSG=%s RV=%d LVL=%d\n", category_.c_str(),
-                              shown(wanted), status::failure, message, result, wanted.level),
-                responses_);
+        ProcessLine line = line_about(wanted, status::failure, message);
+        line.unset = {.result = result, .level = wanted.level};
+        respond(log_level::error, tag, compose(line, line_size), responses_);
     }
 
     std::string category_;

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstring>
 
-#include "agent/bounded_text.h"
 #include "agent/command_words.h"
 #include "agent/status.h"
 #include "logging_config/key_value_file.h"
@@ -27,12 +26,10 @@ int process_vmconf(std::string category, const Values& entries, Responses& respo
         return status::failure;
     }
     for (const std::string& entry : entries) {
-        const std::string line = result == status::success
-                                     ? bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=Set debug logging\n",
-                                                     category.c_str(), entry.c_str(), result)
-                                     : bounded_print(line_size, "PROCESS=%s:%s STATUS=%d MSG=%s\n", category.c_str(),
-                                                     entry.c_str(), result, message.data());
-        respond(log_level::information, tag, line, responses);
+        const ProcessLine line = {.label = process_label(category, entry),
+                                  .status = result,
+                                  .message = result == status::success ? "Set debug logging" : message.data()};
+        respond(log_level::information, tag, compose(line, line_size), responses);
     }
     return status::success;
 }

@@ -17,6 +17,7 @@ ALLOWED = {
     "commands": {"logging_config", "agent", "platform"},
     "agent/main.cpp": {"commands", "agent", "platform"},
     "request_command": {
+        "agent/answer_forms.h",
         "agent/command_words.h",
         "agent/tool_files.h",
         "logging_config/settings.h",
