@@ -2,6 +2,7 @@
 
 #include "agent/response_channel.h"
 #include "agent/status.h"
+#include "agent/string_utilities.h"
 #include "logging_config/categories.h"
 #include "platform/runtime.h"
 
@@ -46,12 +47,7 @@ int split_ctgy_args(std::string argument, std::string& category, std::vector<std
         return status::logging_argument_not_valid;
     }
     category = argument.substr(0, colon);
-    std::size_t start = colon + 1;
-    for (std::size_t comma = argument.find(',', start); comma != std::string::npos; comma = argument.find(',', start)) {
-        values.push_back(argument.substr(start, comma - start));
-        start = comma + 1;
-    }
-    values.push_back(argument.substr(start));
+    split_string(argument.substr(colon + 1), ',', values);
     return status::success;
 }
 
