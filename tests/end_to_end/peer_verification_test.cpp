@@ -1,11 +1,11 @@
-// Who is let in: hosts of the SERVER list, and their root alone.
+// Verification of the peer: the agent serves root of listed hosts only.
 #include <sys/socket.h>
 #include <sys/syscall.h>
 
 #include <array>
 #include <cerrno>
-#include <functional>
 
+#include "tests/end_to_end/peer_case.h"
 #include "tests/support/agent_runner.h"
 #include "tests/support/foreign_host.h"
 #include "tests/support/log_matchers.h"
@@ -15,81 +15,19 @@
 
 namespace {
 
-using Servers = std::vector<std::string>;
-
-void trust(const Servers& servers) {
-    std::string text;
-    for (const std::string& server : servers) {
-        text += "SERVER = " + server + "\n";
-    }
-    write_file(main_configuration, text);
-}
-
-void name_hosts() {
-    write_file("/etc/hosts",
-               "127.0.0.1 localhost\n::1 localhost\n127.0.0.1 alias.example.test alias\n"
-               "10.77.0.1 cable.example.test\n10.77.0.2 far.example.test\nfd77::2 far6.example.test\n");
-}
-
-struct PeerCase {
-    std::string name;
-    Servers servers;
-    // What the log says of the peer.
-    std::string seen;
-    int status = 0;
-};
-
-std::ostream& operator<<(std::ostream& out, const PeerCase& row) {
-    return out << row.name;
-}
-
-std::string name_of_case(const testing::TestParamInfo<PeerCase>& row) {
-    return row.param.name;
-}
-
-void expect_verified(const AgentRun& run) {
-    EXPECT_THAT(run.log, LogHas({4, "setup_comms_w_client", "verified credentials of peer"}));
-    EXPECT_EQ(run.status(), 0);
-    EXPECT_EQ(run.exit_status(), 0);
-}
-
-// A refused peer receives one line, whatever it sent, and the log says why in one line.
-void expect_refused(const AgentRun& run, int status) {
-    EXPECT_EQ(run.output(), "");
-    EXPECT_EQ(run.received, run.status_line());
-    EXPECT_EQ(run.received.find('\n'), run.received.size() - 1);
-    EXPECT_EQ(run.status(), status);
-    EXPECT_EQ(run.exit_status(), status == 5762 ? 252 : status);
-    EXPECT_THAT(run.log,
-                LogHas({16, "zmlogadmagent", "client communication setup failed SC=" + std::to_string(status)}));
-    EXPECT_THAT(run.log, Not(LogHas({4, "setup_comms_w_client", "verified credentials of peer"})));
-}
-
-void check(const PeerCase& row, const AgentRun& run) {
-    EXPECT_THAT(run.log, testing::Contains(IsLine(LogLine{4, "xnet_verify_peer_creds", row.seen})).Times(1));
-    if (row.status == 0) {
-        expect_verified(run);
-    } else {
-        expect_refused(run, row.status);
-    }
-}
-
 class LocalPeer : public testing::TestWithParam<PeerCase> {};
 
-TEST_P(LocalPeer, IsHeldAgainstTheServerList) {
+TEST_P(LocalPeer, IsComparedWithTheServerList) {
     make_product_tree();
     name_hosts();
     trust(GetParam().servers);
     check(GetParam(), run_agent({"FETCHFILE"}));
 }
 
-constexpr const char* listed_root = "H=local P=0 U=root F=0x42 UT=2";
-constexpr const char* unlisted_root = "H=local P=0 U=root F=0x40 UT=2";
-
 INSTANTIATE_TEST_SUITE_P(
-    Table, LocalPeer,
+    Peers, LocalPeer,
     testing::Values(PeerCase{"Localhost", {"localhost"}, listed_root},
-                    PeerCase{"LocalhostInCapitals", {"LOCALHOST"}, listed_root},
+                    PeerCase{"LocalhostInUpperCase", {"LOCALHOST"}, listed_root},
                     PeerCase{"WholeHostName", {"agenthost.example.test"}, listed_root},
                     PeerCase{"WholeHostNameInAnyCase", {"AgentHost.Example.TEST"}, listed_root},
                     PeerCase{"FirstLabelOfTheHostName", {"AGENTHOST"}, listed_root},
@@ -103,9 +41,9 @@ INSTANTIATE_TEST_SUITE_P(
                     PeerCase{"SecondOfTwoEntries", {"elsewhere.example.test", "localhost"}, listed_root},
                     PeerCase{"AddressOfAnotherHost", {"10.77.0.2"}, unlisted_root, 5762},
                     PeerCase{"NameOfAnotherHost", {"far.example.test"}, unlisted_root, 5762},
-                    PeerCase{"NameThatNobodyKnows", {"elsewhere.example.test"}, unlisted_root, 5762},
+                    PeerCase{"UnknownName", {"elsewhere.example.test"}, unlisted_root, 5762},
                     PeerCase{"EmptyEntry", {""}, unlisted_root, 5762}, PeerCase{"NoEntry", {}, unlisted_root, 5762}),
-    name_of_case);
+    [](const auto& peer) { return peer.param.name; });
 
 struct ServerLine {
     std::string name;
@@ -113,8 +51,8 @@ struct ServerLine {
     int status = 0;
 };
 
-std::ostream& operator<<(std::ostream& out, const ServerLine& row) {
-    return out << row.name;
+std::ostream& operator<<(std::ostream& out, const ServerLine& line) {
+    return out << line.name;
 }
 
 class ServerList : public testing::TestWithParam<ServerLine> {};
@@ -126,135 +64,31 @@ TEST_P(ServerList, IsReadFromTheMainConfiguration) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Table, ServerList,
+    Lines, ServerList,
     testing::Values(
-        ServerLine{"NoBlanks", "SERVER=localhost\n"}, ServerLine{"ManyBlanks", " \tSERVER \t= \t localhost \t\n"},
+        ServerLine{"NoSpaces", "SERVER=localhost\n"}, ServerLine{"ManySpaces", " \tSERVER \t= \t localhost \t\n"},
         ServerLine{"CarriageReturn", "SERVER = localhost\r\n"}, ServerLine{"NoNewline", "SERVER = localhost"},
-        ServerLine{"KeyInSmallLetters", "server = localhost\n"},
-        ServerLine{"KeyInMixedLetters", "Server = localhost\n"},
+        ServerLine{"KeyInLowerCase", "server = localhost\n"}, ServerLine{"KeyInMixedCase", "Server = localhost\n"},
         ServerLine{"BelowOtherLines", "# remark\n\nVERBOSE = 5\nnonsense\n= x\nSERVER = localhost\n"},
         ServerLine{"LastOfMany", "SERVER = a.example.test\nVERBOSE = 5\nSERVER = b.example.test\nSERVER = localhost\n"},
-        ServerLine{"EmptyFile", "", 5762}, ServerLine{"Remark", "#SERVER = localhost\n", 5762},
-        ServerLine{"RemarkBehindBlanks", "  # SERVER = localhost\n", 5762},
+        ServerLine{"EmptyFile", "", 5762}, ServerLine{"Comment", "#SERVER = localhost\n", 5762},
+        ServerLine{"CommentAfterSpaces", "  # SERVER = localhost\n", 5762},
         ServerLine{"NoEqualsSign", "SERVER localhost\n", 5762}, ServerLine{"AnotherKey", "SERVERS = localhost\n", 5762},
-        ServerLine{"BlankInTheKey", "SER VER = localhost\n", 5762},
+        ServerLine{"SpaceInTheKey", "SER VER = localhost\n", 5762},
         ServerLine{"TwoHostsOnOneLine", "SERVER = localhost elsewhere\n", 5762},
-        ServerLine{"RemarkBehindTheHost", "SERVER = localhost # this host\n", 5762}),
-    [](const auto& row) { return row.param.name; });
-
-class PeerOverLoopback : public testing::TestWithParam<std::tuple<PeerCase, TcpEnds>> {};
-
-TEST_P(PeerOverLoopback, IsHeldAgainstTheServerList) {
-    make_product_tree();
-    name_hosts();
-    const auto& [row, ends] = GetParam();
-    trust(row.servers);
-    Agent agent(connect_over_tcp(ends), {});
-    agent.send(Request{"FETCHFILE"});
-    check(row, agent.finish());
-}
-
-TcpEnds from_ipv4(int port) {
-    return {"127.0.0.1", "127.0.0.1", "127.0.0.1", port};
-}
-
-TcpEnds from_ipv6(int port) {
-    return {"::", "::1", "::1", port};
-}
-
-TcpEnds from_mapped_ipv4(int port) {
-    return {"::", "127.0.0.1", "127.0.0.1", port};
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, PeerOverLoopback,
-    testing::Values(
-        std::tuple(PeerCase{"Ipv4RootAtTheLastReservedPort", {"localhost"}, "H=127.0.0.1 P=1023 U=root F=0x42 UT=2"},
-                   from_ipv4(1023)),
-        std::tuple(PeerCase{"Ipv4RootAtTheFirstPort", {"localhost"}, "H=127.0.0.1 P=1 U=root F=0x42 UT=2"},
-                   from_ipv4(1)),
-        std::tuple(
-            PeerCase{"Ipv4UserAtTheFirstFreePort", {"localhost"}, "H=127.0.0.1 P=1024 U=unknown F=0x82 UT=0", 135},
-            from_ipv4(1024)),
-        std::tuple(PeerCase{"Ipv4NotListed", {"10.77.0.2"}, "H=127.0.0.1 P=1023 U=root F=0x40 UT=2", 5762},
-                   from_ipv4(1023)),
-        std::tuple(PeerCase{"Ipv4NeitherListedNorRoot", {}, "H=127.0.0.1 P=1024 U=unknown F=0x80 UT=0", 5762},
-                   from_ipv4(1024)),
-        std::tuple(PeerCase{"Ipv4ByTheHostName", {"agenthost"}, "H=127.0.0.1 P=1023 U=root F=0x42 UT=2"},
-                   from_ipv4(1023)),
-        std::tuple(PeerCase{"Ipv4ByTheIpv6Loopback", {"::1"}, "H=127.0.0.1 P=1023 U=root F=0x42 UT=2"},
-                   from_ipv4(1023)),
-        std::tuple(PeerCase{"Ipv6Root", {"localhost"}, "H=::1 P=1023 U=root F=0x42 UT=2"}, from_ipv6(1023)),
-        std::tuple(PeerCase{"Ipv6User", {"localhost"}, "H=::1 P=1024 U=unknown F=0x82 UT=0", 135}, from_ipv6(1024)),
-        std::tuple(PeerCase{"Ipv6ByTheIpv4Loopback", {"127.0.0.1"}, "H=::1 P=1023 U=root F=0x42 UT=2"},
-                   from_ipv6(1023)),
-        std::tuple(PeerCase{"MappedIpv4Root", {"localhost"}, "H=127.0.0.1 P=1023 U=root F=0x42 UT=2"},
-                   from_mapped_ipv4(1023)),
-        std::tuple(PeerCase{"MappedIpv4User", {"127.0.0.1"}, "H=127.0.0.1 P=1024 U=unknown F=0x82 UT=0", 135},
-                   from_mapped_ipv4(1024))),
-    [](const auto& row) { return std::get<0>(row.param).name; });
-
-class PeerOverTheNetwork : public testing::TestWithParam<std::tuple<PeerCase, TcpEnds>> {};
-
-TEST_P(PeerOverTheNetwork, IsHeldAgainstTheServerList) {
-    make_product_tree();
-    name_hosts();
-    const auto& [row, ends] = GetParam();
-    trust(row.servers);
-    const ForeignHost host;
-    Agent agent(host.connect(ends), {});
-    agent.send(Request{"FETCHFILE"});
-    check(row, agent.finish());
-}
-
-const TcpEnds far_ipv4 = {ForeignHost::own_ipv4, ForeignHost::own_ipv4, ForeignHost::ipv4, 1023};
-const TcpEnds far_ipv4_user = {ForeignHost::own_ipv4, ForeignHost::own_ipv4, ForeignHost::ipv4, 1024};
-const TcpEnds far_mapped_ipv4 = {"::", ForeignHost::own_ipv4, ForeignHost::ipv4, 1023};
-const TcpEnds far_ipv6 = {"::", ForeignHost::own_ipv6, ForeignHost::ipv6, 1023};
-constexpr const char* far_listed = "H=10.77.0.2 P=1023 U=root F=0x42 UT=2";
-constexpr const char* far_unlisted = "H=10.77.0.2 P=1023 U=root F=0x40 UT=2";
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, PeerOverTheNetwork,
-    testing::Values(
-        std::tuple(PeerCase{"ByAddress", {"10.77.0.2"}, far_listed}, far_ipv4),
-        std::tuple(PeerCase{"ByName", {"far.example.test"}, far_listed}, far_ipv4),
-        std::tuple(PeerCase{"BySecondEntry", {"localhost", "far.example.test"}, far_listed}, far_ipv4),
-        std::tuple(PeerCase{"ByMappedAddress", {"::ffff:10.77.0.2"}, far_listed}, far_ipv4),
-        std::tuple(PeerCase{"ConnectedAsMappedAddress", {"10.77.0.2"}, far_listed}, far_mapped_ipv4),
-        std::tuple(
-            PeerCase{"NotByNamesOfThisHost", {"localhost", "agenthost", "127.0.0.1", "10.77.0.1"}, far_unlisted, 5762},
-            far_ipv4),
-        std::tuple(PeerCase{"NotByAnotherAddress", {"10.77.0.3"}, far_unlisted, 5762}, far_ipv4),
-        std::tuple(PeerCase{"NotByNothing", {}, far_unlisted, 5762}, far_ipv4),
-        std::tuple(PeerCase{"UserUnknown", {"10.77.0.2"}, "H=10.77.0.2 P=1024 U=unknown F=0x82 UT=0", 135},
-                   far_ipv4_user),
-        std::tuple(PeerCase{"ByIpv6AddressInAnotherSpelling", {"FD77:0:0:0::2"}, "H=fd77::2 P=1023 U=root F=0x42 UT=2"},
-                   far_ipv6),
-        std::tuple(PeerCase{"ByNameOfIpv6Address", {"far6.example.test"}, "H=fd77::2 P=1023 U=root F=0x42 UT=2"},
-                   far_ipv6),
-        std::tuple(PeerCase{"NotByItsIpv4Address", {"10.77.0.2"}, "H=fd77::2 P=1023 U=root F=0x40 UT=2", 5762},
-                   far_ipv6)),
-    [](const auto& row) { return std::get<0>(row.param).name; });
+        ServerLine{"CommentAfterTheHost", "SERVER = localhost # this host\n", 5762}),
+    [](const auto& line) { return line.param.name; });
 
 class PeerVerification : public ProductTest {};
 
-TEST_F(PeerVerification, TakesAnOwnAddressOnTheNetworkForThisHost) {
-    const ForeignHost host;
-    const TcpEnds ends = {ForeignHost::own_ipv4, ForeignHost::own_ipv4, ForeignHost::own_ipv4, 1023};
-    Agent agent(connect_over_tcp(ends), {});
-    agent.send(Request{"FETCHFILE"});
-    check({"", {}, "H=10.77.0.1 P=1023 U=root F=0x42 UT=2"}, agent.finish());
-}
-
-TEST_F(PeerVerification, TakesAnEntryOfAnOwnAddressForThisHost) {
+TEST_F(PeerVerification, AcceptsThisHostWhenTheListHasItsAddressOnTheNetwork) {
     name_hosts();
     const ForeignHost host;
     trust({"cable.example.test"});
     check({"", {}, listed_root}, run_agent({"FETCHFILE"}));
 }
 
-TEST_F(PeerVerification, SaysThatThePeersHostIsNotListed) {
+TEST_F(PeerVerification, ReportsThatThePeersHostIsNotListed) {
     trust({});
     const AgentRun run = run_agent({"FETCHFILE"});
     const std::string length = std::to_string(run.received.size());
@@ -267,23 +101,16 @@ TEST_F(PeerVerification, SaysThatThePeersHostIsNotListed) {
                          }));
 }
 
-TEST_F(PeerVerification, SaysThatThePeersUserIsUnknown) {
-    Agent agent(connect_over_tcp(from_ipv4(1024)), {});
-    const AgentRun run = agent.finish();
-    EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer user info unavailable"}));
-    expect_refused(run, 135);
-}
-
-TEST_F(PeerVerification, SaysThatThePeersUserIsNotRoot) {
+TEST_F(PeerVerification, ReportsThatThePeersUserIsNotRoot) {
     AgentOptions options;
     options.user = 1000;
     const AgentRun run = run_agent({"FETCHFILE"}, options);
     EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x2 UT=2"}));
     EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer is not root user"}));
-    expect_refused(run, 135);
+    expect_rejected(run, 135);
 }
 
-TEST_F(PeerVerification, SaysThatAConnectionThatIsNoStreamCannotBeExamined) {
+TEST_F(PeerVerification, ReportsAConnectionThatIsNoStream) {
     std::array<int, 2> ends{};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
     Agent agent({Descriptor(ends[0]), Descriptor(ends[1])}, {});
@@ -293,37 +120,37 @@ TEST_F(PeerVerification, SaysThatAConnectionThatIsNoStreamCannotBeExamined) {
     EXPECT_EQ(run.exit_status(), 252);
 }
 
-TEST_F(PeerVerification, LooksNamesUpInTheHostsOwnSources) {
+TEST_F(PeerVerification, LooksNamesUpInTheSourcesOfTheHost) {
     write_file("/etc/nsswitch.conf", "hosts: files myhostname\n");
     trust({"anything.localhost"});
     check({"", {}, listed_root}, run_agent({"FETCHFILE"}));
     write_file("/etc/nsswitch.conf", "hosts: files dns\n");
 }
 
-TEST_F(PeerVerification, GivesTheLookUpNoConnection) {
+TEST_F(PeerVerification, KeepsTheConnectionFromTheLookUp) {
     const StandInGetent stand_in("ls -l /proc/$$/fd >/tmp/descriptors &\nwait\n");
     trust({"elsewhere.example.test"});
     AgentOptions old_kernel;
     old_kernel.refused_calls = {{SYS_close_range, ENOSYS}};
     for (const AgentOptions& options : {AgentOptions(), old_kernel}) {
         remove_tree("/tmp/descriptors");
-        expect_refused(run_agent({"FETCHFILE"}, options), 5762);
+        expect_rejected(run_agent({"FETCHFILE"}, options), 5762);
         EXPECT_THAT(read_file("/tmp/descriptors"), testing::HasSubstr(" 1 -> pipe:"));
         EXPECT_THAT(read_file("/tmp/descriptors"), Not(testing::HasSubstr("socket:")));
     }
 }
 
-TEST_F(PeerVerification, LooksAtTheHostBeforeTheUser) {
+TEST_F(PeerVerification, ChecksTheHostBeforeTheUser) {
     trust({});
     AgentOptions options;
     options.user = 1000;
     const AgentRun run = run_agent({"FETCHFILE"}, options);
     EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x0 UT=2"}));
     EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer not in SERVER list"}));
-    expect_refused(run, 5762);
+    expect_rejected(run, 5762);
 }
 
-TEST_F(PeerVerification, ReadsNothingOfTheRequestOfARefusedPeer) {
+TEST_F(PeerVerification, ReadsNoRequestOfARejectedPeer) {
     trust({});
     const AgentRun run = run_agent({"FETCHFILE"});
     EXPECT_THAT(run.log, Not(LogHas({4, "receive_inputs_from_client", "string from peer C=FETCHFILE"})));

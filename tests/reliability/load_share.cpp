@@ -5,14 +5,24 @@
 #include <cstdlib>
 #include <string_view>
 
+namespace {
+
+bool is_long_run() {
+    const char* const load = getenv("ZMLA_LOAD");
+    return load != nullptr && std::string_view(load) == "long";
+}
+
+}  // namespace
+
 int share(int quick, int whole) {
-    const char* const asked = getenv("ZMLA_LOAD");
-    return asked != nullptr && std::string_view(asked) == "long" ? whole : quick;
+    return is_long_run() ? whole : quick;
 }
 
 void print_figure(const std::string& name, const std::string& value) {
-    printf("| %-78s | %18s |\n", name.c_str(), value.c_str());
-    fflush(stdout);
+    if (is_long_run()) {
+        printf("| %-78s | %18s |\n", name.c_str(), value.c_str());
+        fflush(stdout);
+    }
 }
 
 void print_figure(const std::string& name, long value) {

@@ -1,0 +1,35 @@
+// What requests with a collection directory have in common: the tools that collect, and the agent's messages.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/debug_log_lines.h"
+#include "tests/support/product_tree.h"
+#include "tests/support/request_case.h"
+
+// The default collection directory, its temporary directory, and the temporary directory in the collection directory
+// "/tmp/c". "<temporary>" is a placeholder of matches_pattern.
+inline const std::string evidence = default_collection_folder;
+inline const std::string evidence_temporary = evidence + "/<temporary>";
+inline const std::string c_temporary = "/tmp/c/<temporary>";
+
+// Returns a preparation that installs a tool of these steps.
+[[nodiscard]] std::function<void()> with_tool(const std::string& tool, const std::vector<std::string>& steps);
+
+// The message that names the temporary directory of a request.
+[[nodiscard]] LogLine chosen(const std::string& collection);
+
+// The message that a collection directory cannot be created in a folder that does not exist.
+[[nodiscard]] LogLine not_created(const std::string& collection);
+
+// The messages of a failed request, up to the removal of its temporary directory.
+[[nodiscard]] std::vector<LogLine> cleanup_required(int status);
+[[nodiscard]] std::vector<LogLine> cleaning_up(int status, const std::string& temporary);
+
+// The messages of remove_directory and of others that need a directory.
+[[nodiscard]] LogLine removing(const std::string& directory);
+[[nodiscard]] LogLine missing_directory(const char* tag, const std::string& directory);
+
+inline const LogLine nothing_to_remove = {8, "perform_cleanup_on_failure", "Directory string is empty"};
