@@ -2,12 +2,9 @@
 // was asked. Operations appear in calls() as their name and arguments with one blank between them.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <iosfwd>
 #include <map>
 #include <optional>
 #include <set>
@@ -15,24 +12,16 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/log_line.h"
+
 namespace recording_platform {
 
-// A message of the debug log as a value.
-struct LogLine {
-    int level;
-    std::string tag;
-    std::string text;
-    bool operator==(const LogLine&) const = default;
-};
-void PrintTo(const LogLine& line, std::ostream* out);
-
-// What else is known of it.
+// A message of the debug log, and more that is known of it.
 struct LoggedMessage {
     LogLine line;
     std::string format;
     // What followed the format when the tag itself looked like one: the call that passes its format for the tag.
     std::vector<int> numbers;
-    pid_t process;
 };
 
 // One framed value that is there to be read, or the failure to read one.

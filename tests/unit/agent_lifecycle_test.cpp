@@ -32,9 +32,9 @@ using recording_platform::calls_of;
 using recording_platform::child_messages;
 using recording_platform::child_messages_under;
 
-constexpr int error = 16;
-constexpr int warning = 8;
-constexpr int information = 4;
+using log_level::error;
+using log_level::warning;
+using log_level::information;
 constexpr const char* program = "zmlogadmagent";
 const std::string logs = "/usr/kumel/zembrath/logs";
 const std::string support = "/usr/kumel/zembrath/bin/support/";

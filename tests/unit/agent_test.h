@@ -8,11 +8,11 @@
 
 #include "tests/support/agent_connection.h"
 #include "tests/support/failing_system_calls.h"
+#include "tests/support/log_line.h"
 #include "tests/support/recording_platform.h"
 #include "tests/support/test_files.h"
 
 using failing_system_calls::faults;
-using recording_platform::LogLine;
 using recording_platform::script;
 
 using Lines = std::vector<LogLine>;

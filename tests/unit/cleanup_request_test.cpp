@@ -9,8 +9,8 @@ namespace {
 
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "perform_cleanup_zmladir";
 constexpr const char* check_tag = "is_valid_zmladir";
 const std::string digits = "12345678901234567890123456789";

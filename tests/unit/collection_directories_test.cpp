@@ -12,8 +12,8 @@ namespace {
 using recording_platform::calls;
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "get_zmcplogs_temp_destdir";
 const std::string temporary_name_part = "/zmla-12345678901234567890123456789-abc123";
 

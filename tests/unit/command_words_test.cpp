@@ -5,8 +5,8 @@ namespace {
 
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 
 class IsCmdValid : public AgentTest {};
 

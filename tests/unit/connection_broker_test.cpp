@@ -12,8 +12,8 @@ namespace {
 using recording_platform::calls_of;
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 const std::string tool = "/opt/HOLKkob/bin/ktlogcfg";
 const std::string command = tool + " -a -p 50936 -o 103 -s DebugLevel=";
 

@@ -9,7 +9,7 @@ namespace {
 using recording_platform::calls_of;
 using recording_platform::messages_under;
 
-constexpr int information = 4;
+using log_level::information;
 const std::string file = "/usr/kumel/java/Debug.properties";
 
 class ProcessJavagui : public ProductPathTest {

@@ -10,7 +10,7 @@ namespace {
 
 using recording_platform::messages;
 
-constexpr int error = 16;
+using log_level::error;
 
 class GetKpaConfFilepath : public AgentTest {
   protected:

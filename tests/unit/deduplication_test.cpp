@@ -11,9 +11,9 @@ using recording_platform::calls_of;
 using recording_platform::messages;
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
-constexpr int detail = 2;
+using log_level::error;
+using log_level::information;
+using log_level::detail;
 const std::string registry = "/etc/rkregistry.cfg";
 const std::string fixed_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
 const std::string named_file = "/usr/kumel/named/kpa.cfg";

@@ -15,8 +15,8 @@ namespace {
 
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "list_dir_and_send_output";
 
 // The names in the order in which the directory yields them, without "." and "..".

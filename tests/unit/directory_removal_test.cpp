@@ -13,9 +13,9 @@ namespace {
 
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int warning = 8;
-constexpr int information = 4;
+using log_level::error;
+using log_level::warning;
+using log_level::information;
 constexpr const char* tag = "remove_directory";
 
 class RemoveDirectory : public AgentTest {

@@ -17,9 +17,9 @@ using recording_platform::calls_of;
 using recording_platform::child_messages_under;
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
-constexpr int detail = 2;
+using log_level::detail;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "execute_cmd_send_output";
 const std::string bin = "/usr/kumel/zembrath/bin/";
 const std::string utility = bin + "support/old_zmsu";
@@ -62,11 +62,11 @@ TEST_F(ExecuteCmdSendOutput, LogsTheLifeOfTheChild) {
     execute({"zmsu"});
     const auto in_full = recording_platform::messages_in_full();
     const auto child =
-        std::find_if(in_full.begin(), in_full.end(), [](const auto& message) { return message.process != getpid(); });
+        std::find_if(in_full.begin(), in_full.end(), [](const auto& message) { return message.line.pid != getpid(); });
     ASSERT_NE(child, in_full.end());
     EXPECT_EQ(
         messages_under(tag),
-        (Lines{{information, tag, "child process started C=" + utility + " PID=" + std::to_string(child->process)},
+        (Lines{{information, tag, "child process started C=" + utility + " PID=" + std::to_string(child->line.pid)},
                {information, tag, "child process exited CEC=3 C=" + utility},
                nothing_to_read_}));
     EXPECT_EQ(messages_under("getcommandpath").size(), 1U);

@@ -10,8 +10,8 @@ namespace {
 using recording_platform::calls_of;
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "calc_free_space_send_output";
 
 class CalcFreeSpaceSendOutput : public AgentTest {

@@ -24,7 +24,7 @@ namespace {
 using recording_platform::calls_of;
 using recording_platform::messages;
 
-constexpr int error = 16;
+using log_level::error;
 
 // What is open, with the flags of each.
 std::map<int, int> descriptors() {

@@ -10,8 +10,8 @@ using recording_platform::calls;
 using recording_platform::calls_of;
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 const std::string logs = "/usr/kumel/zembrath/logs";
 const std::string debug = "/usr/kumel/volmgr/debug";
 

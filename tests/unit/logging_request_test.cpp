@@ -11,8 +11,8 @@ using recording_platform::messages;
 using recording_platform::messages_in_full;
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "handle_logging";
 const std::string volume_manager_file = "/usr/kumel/volmgr/vm.conf";
 

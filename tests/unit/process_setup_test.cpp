@@ -16,8 +16,8 @@ using recording_platform::calls;
 using recording_platform::calls_of;
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 
 bool is_null_device(int fd) {
     struct stat examined {};

@@ -14,8 +14,8 @@ namespace {
 
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "remove_directory";
 
 // A directory to be removed, and a folder with a file outside of it, which links lead to.

@@ -8,8 +8,8 @@ namespace {
 using recording_platform::messages;
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 const std::string support = "/usr/kumel/zembrath/bin/support/";
 const std::string evidence = "/usr/kumel/zembrath/logs/zmlaevidence";
 const std::string temporary_name_part = "/zmla-12345678901234567890123456789-abc123";

@@ -13,8 +13,8 @@ using recording_platform::framed_text;
 using recording_platform::FramedRead;
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "receive_inputs_from_client";
 
 class ReceiveInputsFromClient : public AgentTest {

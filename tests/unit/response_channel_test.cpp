@@ -12,9 +12,9 @@ namespace {
 using recording_platform::calls;
 using recording_platform::messages;
 
-constexpr int error = 16;
-constexpr int warning = 8;
-constexpr int information = 4;
+using log_level::error;
+using log_level::warning;
+using log_level::information;
 constexpr const char* tag = "socksend";
 
 class Socksend : public AgentTest {

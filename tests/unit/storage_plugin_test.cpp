@@ -9,8 +9,8 @@ namespace {
 
 using recording_platform::messages_under;
 
-constexpr int error = 16;
-constexpr int information = 4;
+using log_level::error;
+using log_level::information;
 constexpr const char* tag = "process_rkplugin";
 const std::string file = "/usr/kumel/lib/stg-plugins/rk.conf";
 const std::string rejection = "PROCESS=RKPLUGIN STATUS=1 MSG=Only 'rkplugin' is valid 'RKPLUGIN' log ID\n";
