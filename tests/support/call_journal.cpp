@@ -18,7 +18,7 @@ namespace {
 constexpr int chosen_descriptor = 500;
 
 // The journal is a file in memory. Child processes inherit it, and with it the place to write at. Nothing here calls
-// what failing_system_calls replaces, for that writes into the journal.
+// what the wrappers of system calls replace, because they write into the journal.
 int open_file() {
     const int file = memfd_create("call journal", MFD_CLOEXEC);
     const int moved = dup3(file, chosen_descriptor, O_CLOEXEC);

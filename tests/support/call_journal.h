@@ -19,7 +19,7 @@ struct Entry {
 // Empties the journal.
 void clear();
 
-// Adds an entry of this process. Leaves errno alone, and calls nothing that failing_system_calls replaces.
+// Adds an entry of this process. Leaves errno alone, and calls nothing that wrappers of system calls replace.
 void append(Kind kind, const std::vector<std::string>& fields);
 
 // Returns the entries of all processes since the journal was cleared.

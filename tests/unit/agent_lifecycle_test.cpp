@@ -33,8 +33,8 @@ using recording_platform::child_messages;
 using recording_platform::child_messages_under;
 
 using log_level::error;
-using log_level::warning;
 using log_level::information;
+using log_level::warning;
 constexpr const char* program = "zmlogadmagent";
 const std::string logs = "/usr/kumel/zembrath/logs";
 const std::string support = "/usr/kumel/zembrath/bin/support/";
@@ -63,6 +63,7 @@ class AgentLifecycle : public ProductPathTest {
             return agent_main();
         });
         script.framed_reads.clear();
+        failing_calls::reset();
         return status;
     }
 
@@ -162,18 +163,17 @@ TEST_F(AgentLifecycle, EndsWith17WithoutAMessageWhenStdinWasClosed) {
 }
 
 TEST_F(AgentLifecycle, EndsWith17WhenTheSocketCannotBeDuplicated) {
-    faults.descriptor_not_duplicated = EMFILE;
+    failures["dup"] = {EMFILE};
     EXPECT_EQ(run(), 17);
     EXPECT_EQ(child_messages(), Lines{});
     EXPECT_EQ(socket_.received(), "");
 }
 
 TEST_F(AgentLifecycle, EndsWithAStatusOfItsOwnForEachStreamThatCannotBeRedirected) {
-    faults.null_device_not_opened = ENFILE;
     const std::vector<int> statuses = {11, 12, 18};
-    for (int opens = 0; opens < 3; ++opens) {
-        faults.null_device_opens_before_that = opens;
-        EXPECT_EQ(run(), statuses[static_cast<std::size_t>(opens)]);
+    for (std::size_t opens = 0; opens < 3; ++opens) {
+        failures["open /dev/null"] = always_after(opens, ENFILE);
+        EXPECT_EQ(run(), statuses[opens]);
         EXPECT_EQ(child_messages(), (Lines{{error, "redirect_fd", "failed to open /dev/null"}}));
         EXPECT_EQ(calls_of("ZM_read_master_config"), Texts{});
     }
@@ -284,7 +284,7 @@ TEST_F(AgentLifecycle, ThrowsAwayWhatARefusedPeerHasSent) {
 
 TEST_F(AgentLifecycle, DoesNotReadForEverFromAPeerThatGoesOnSending) {
     request({"FETCHFILE"});
-    faults.bytes_without_end = true;
+    overrides.bytes_without_end = true;
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(calls_of("recv").size(), 256U);
 }

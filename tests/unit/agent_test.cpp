@@ -15,8 +15,8 @@
 
 AgentTest::AgentTest() {
     umask(022);  // what the agent sets itself
-    failing_system_calls::reset();
-    faults.lasting_process = getpid();
+    system_calls::reset();
+    overrides.lasting_process = getpid();
     recording_platform::reset();
     g_termdir.clear();
     debugFD = -1;
@@ -25,8 +25,9 @@ AgentTest::AgentTest() {
 AgentTest::~AgentTest() {
     EXPECT_EQ(recording_platform::misuses(), Texts{});
     EXPECT_EQ(script.framed_reads.size(), 0U) << "the script holds more than was read";
-    EXPECT_EQ(faults.writes.size(), 0U) << "the script holds more than was written";
-    failing_system_calls::reset();
+    EXPECT_EQ(overrides.writes.size(), 0U) << "the script holds more than was written";
+    EXPECT_EQ(failing_calls::reset(), "") << "these calls have not failed as often as they were to";
+    system_calls::reset();
 }
 
 ProductPathTest::ProductPathTest() {

@@ -7,13 +7,17 @@
 #include <vector>
 
 #include "tests/support/agent_connection.h"
-#include "tests/support/failing_system_calls.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/log_line.h"
 #include "tests/support/recording_platform.h"
 #include "tests/support/test_files.h"
+#include "tests/unit/system_calls.h"
 
-using failing_system_calls::faults;
+using failing_calls::always;
+using failing_calls::always_after;
+using failing_calls::failures;
 using recording_platform::script;
+using system_calls::overrides;
 
 using Lines = std::vector<LogLine>;
 using Texts = std::vector<std::string>;

@@ -93,8 +93,7 @@ TEST_F(CleanupRequest, TellsTheErrorOfAFailedRemoval) {
 
 TEST_F(CleanupRequest, TellsTheErrorOfTheRemovalThatStoppedIt) {
     write_file(result_ + "/stuck", "");
-    faults.unremovable_file = result_ + "/stuck";
-    faults.file_not_removed = EBUSY;
+    failures["unlink " + result_ + "/stuck"] = always(EBUSY);
     EXPECT_EQ(clean_up({result_}), 5784);
     EXPECT_EQ(socket_.received(), "CLEANUP: Failed to clean up " + result_ + ": Device or resource busy\n");
 }
@@ -179,8 +178,8 @@ TEST_F(CleanupRequest, AnswersEveryDirectoryAndReturnsTheLastStatus) {
 
 TEST_F(CleanupRequest, StopsAtOnceWhenAnAnswerCannotBeSent) {
     make_folder(result_);
-    faults.watched_descriptor = socket_.agent();
-    faults.writes = {{.accepted = 3}, {.accepted = -1, .error = EPIPE}};
+    overrides.watched_descriptor = socket_.agent();
+    overrides.writes = {{.accepted = 3}, {.accepted = -1, .error = EPIPE}};
     EXPECT_EQ(clean_up({"/tmp", result_}), 5796);
     EXPECT_TRUE(exists(result_));
     EXPECT_EQ(messages_under(tag).back(), (LogLine{error, tag, "clean up response send failed RV=5796"}));

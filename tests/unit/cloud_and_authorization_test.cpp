@@ -20,14 +20,7 @@ class CloudAndAuthorization : public ProductPathTest {
     }
 
     // Lets the first value of a request fail and the others succeed.
-    static void refuse_the_first_rename() {
-        faults.file_not_renamed = EBUSY;
-        faults.before_call = [renames = 0](const std::string& call) mutable {
-            if (call.starts_with("rename ") && ++renames == 2) {
-                faults.file_not_renamed = 0;
-            }
-        };
-    }
+    static void refuse_the_first_rename() { failures["rename"] = {EBUSY}; }
 
     static std::string refused_rename_of(const std::string& file) {
         return "Failed to rename " + file + ".new to " + file + " E=16 (Device or resource busy)\n";

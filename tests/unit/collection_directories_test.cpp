@@ -112,8 +112,7 @@ TEST_F(CollectionDirectories, AreRefusedWith5811ForAnEmptyName) {
 }
 
 TEST_F(CollectionDirectories, AreRefusedWith5811WhenTheDiskIsFull) {
-    faults.uncreatable_directory = default_;
-    faults.directory_not_created = ENOSPC;
+    failures["mkdir " + default_] = {ENOSPC};
     EXPECT_EQ(choose({"RUNZMSU"}), 5811);
     EXPECT_EQ(messages(),
               (Lines{{error, tag, "Failed to create DIR=" + default_ + " E=28 (No space left on device)"}}));
@@ -122,9 +121,8 @@ TEST_F(CollectionDirectories, AreRefusedWith5811WhenTheDiskIsFull) {
 // Only EEXIST says that the directory is there, and nothing else is asked.
 TEST_F(CollectionDirectories, AreRefusedWith5811ForEveryErrorButThatTheyAreThere) {
     make_folder(default_);
-    faults.uncreatable_directory = default_;
     for (int number = 1; number <= EHWPOISON; ++number) {
-        faults.directory_not_created = number;
+        failures["mkdir " + default_] = {number};
         EXPECT_EQ(choose({"RUNZMSU"}), number == EEXIST ? 0 : 5811) << strerror(number);
     }
 }

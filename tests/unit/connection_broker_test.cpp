@@ -170,7 +170,7 @@ TEST_F(ProcessKob, Gives32512ForAMissingTool) {
 }
 
 TEST_F(ProcessKob, GivesMinusOneWhenNoShellCanBeStarted) {
-    faults.shell_not_started = EAGAIN;
+    failures["system"] = {EAGAIN};
     EXPECT_EQ(process({"kob=5"}), -1);
     EXPECT_EQ(responses_, (Responses{"PROCESS=KOB:kob STATUS=-1 MSG=failed to change KOB cfg\n"}));
     EXPECT_EQ(messages().back(), (LogLine{information, tag, "Completed w/ -1"}));

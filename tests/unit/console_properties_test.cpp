@@ -97,7 +97,7 @@ TEST_F(ProcessJavagui, TellsEveryValueThatTheFileIsMissing) {
 
 TEST_F(ProcessJavagui, DoesNotTryTheMaskWhenTracingCouldNotBeSet) {
     write_file(file, "");
-    faults.file_not_renamed = EBUSY;
+    failures["rename"] = {EBUSY};
     EXPECT_EQ(process({"a", "b"}, "enable"), 0);
     EXPECT_EQ(calls_of("rename").size(), 1U);
     EXPECT_EQ(read_file(file + ".new"), "printcmds=true\n");

@@ -11,9 +11,9 @@ using recording_platform::calls_of;
 using recording_platform::messages;
 using recording_platform::messages_under;
 
+using log_level::detail;
 using log_level::error;
 using log_level::information;
-using log_level::detail;
 const std::string registry = "/etc/rkregistry.cfg";
 const std::string fixed_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
 const std::string named_file = "/usr/kumel/named/kpa.cfg";
@@ -128,7 +128,7 @@ TEST_F(ProcessRk, TakesAPathThatEndsAtAZeroByteForTheOneBeforeIt) {
 TEST_F(ProcessRk, KnowsAFileAgainWhateverFollowsAZeroByte) {
     write_file(registry, "x=" + named_file + "\n");
     write_file(named_file, "");
-    faults.before_call = [](const std::string& call) {
+    overrides.before_call = [](const std::string& call) {
         if (call.starts_with("rename ")) {
             write_file(registry, "x=" + named_file + '\0' + "further\n");
         }

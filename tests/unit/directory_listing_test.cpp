@@ -134,8 +134,7 @@ TEST_F(ListDirAndSendOutput, EndsWithSuccessWhenTheReadingFails) {
     for (const char* name : {"a", "b", "c", "d"}) {
         write_file(folder_.path(name), "");
     }
-    faults.entries_not_read = EIO;
-    faults.entries_before_that = 4;
+    failures["readdir"] = {0, 0, 0, 0, EIO};
     EXPECT_EQ(list(folder_.path()), 0);
     const std::string received = socket_.received();
     EXPECT_LT(std::count(received.begin(), received.end(), '\n'), 4);
@@ -146,8 +145,8 @@ TEST_F(ListDirAndSendOutput, StopsWith5796WhenALineIsNotSent) {
     write_file(folder_.path("a"), "");
     write_file(folder_.path("b"), "");
     const std::string line = package(names_in(folder_.path()).front());
-    faults.watched_descriptor = socket_.agent();
-    faults.writes = {{.accepted = -1, .error = EPIPE}};
+    overrides.watched_descriptor = socket_.agent();
+    overrides.writes = {{.accepted = -1, .error = EPIPE}};
     EXPECT_EQ(list(folder_.path()), 5796);
     EXPECT_EQ(messages_under(tag).back(), (LogLine{error, tag, "Failed to send ZMSU o/p FN (" + line + ") rv=5796"}));
     EXPECT_EQ(recording_platform::calls_of("write").size(), 1U);

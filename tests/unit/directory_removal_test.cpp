@@ -14,8 +14,8 @@ namespace {
 using recording_platform::messages;
 
 using log_level::error;
-using log_level::warning;
 using log_level::information;
+using log_level::warning;
 constexpr const char* tag = "remove_directory";
 
 class RemoveDirectory : public AgentTest {
@@ -133,7 +133,7 @@ TEST_F(RemoveDirectory, PassesOverAFileThatHasGoneMeanwhile) {
     for (const char* name : {"/a", "/vanishing", "/z"}) {
         write_file(directory_ + name, "");
     }
-    faults.vanishing_file = directory_ + "/vanishing";
+    overrides.vanishing_file = directory_ + "/vanishing";
     EXPECT_EQ(remove(plain_files_only), 0);
     EXPECT_FALSE(exists(directory_));
     EXPECT_EQ(messages(),
@@ -143,8 +143,7 @@ TEST_F(RemoveDirectory, PassesOverAFileThatHasGoneMeanwhile) {
 
 TEST_F(RemoveDirectory, StopsAtAFileThatCannotBeRemoved) {
     write_file(directory_ + "/stuck", "");
-    faults.unremovable_file = directory_ + "/stuck";
-    faults.file_not_removed = EBUSY;
+    failures["unlink " + directory_ + "/stuck"] = always(EBUSY);
     EXPECT_EQ(remove(recursively), 5784);
     EXPECT_TRUE(exists(directory_));
     EXPECT_EQ(messages(),
@@ -155,8 +154,7 @@ TEST_F(RemoveDirectory, StopsAtAFileThatCannotBeRemoved) {
 
 TEST_F(RemoveDirectory, TellsAFailureBelowAtEveryLevel) {
     write_file(directory_ + "/below/stuck", "");
-    faults.unremovable_file = directory_ + "/below/stuck";
-    faults.file_not_removed = EBUSY;
+    failures["unlink " + directory_ + "/below/stuck"] = always(EBUSY);
     EXPECT_EQ(remove(recursively), 5784);
     EXPECT_EQ(messages(),
               (Lines{removing(directory_, 1),
@@ -167,7 +165,7 @@ TEST_F(RemoveDirectory, TellsAFailureBelowAtEveryLevel) {
 }
 
 TEST_F(RemoveDirectory, Returns5784WhenTheEmptyDirectoryCannotBeRemoved) {
-    faults.directory_not_removed = EBUSY;
+    failures["rmdir"] = {EBUSY};
     EXPECT_EQ(remove(recursively), 5784);
     EXPECT_EQ(messages().back(),
               (LogLine{error, tag, "rmdir failed DIR=" + directory_ + " E=16 (Device or resource busy)"}));
@@ -175,7 +173,7 @@ TEST_F(RemoveDirectory, Returns5784WhenTheEmptyDirectoryCannotBeRemoved) {
 
 TEST_F(RemoveDirectory, TakesAFailingReadForTheEndOfTheDirectory) {
     write_file(directory_ + "/a", "");
-    faults.entries_not_read = EIO;
+    failures["readdir"] = {EIO};
     EXPECT_EQ(remove(recursively), 5784);
     EXPECT_TRUE(exists(directory_ + "/a"));
     EXPECT_EQ(messages(), (Lines{removing(directory_, 1),
@@ -192,7 +190,7 @@ TEST_F(RemoveDirectory, AsksNothingAboutPlainFiles) {
 
 TEST_F(RemoveDirectory, LooksAnewAtAPlainFileThatHasBecomeADirectory) {
     write_file(directory_ + "/changing", "");
-    faults.before_call = [&](const std::string& call) {
+    overrides.before_call = [&](const std::string& call) {
         if (call == "unlink " + directory_ + "/changing") {
             remove_tree(directory_ + "/changing");
             write_file(directory_ + "/changing/file", "");

@@ -174,7 +174,7 @@ TEST_F(ExecuteCmdSendOutput, Returns27ForAToolThatASignalEnded) {
 }
 
 TEST_F(ExecuteCmdSendOutput, Returns5766WhenNoProcessCanBeForked) {
-    faults.process_not_forked = EAGAIN;
+    failures["fork"] = {EAGAIN};
     EXPECT_EQ(execute({"zmsu"}), 5766);
     EXPECT_EQ(messages_under(tag),
               (Lines{{error, tag, "fork() failed C=" + utility + " ERRNO=11 (Resource temporarily unavailable)"}}));
@@ -183,7 +183,7 @@ TEST_F(ExecuteCmdSendOutput, Returns5766WhenNoProcessCanBeForked) {
 
 TEST_F(ExecuteCmdSendOutput, Returns5769WhenTheChildCannotBeAwaited) {
     write_tool(utility, "exit 3\n");
-    faults.child_not_awaited = ECHILD;
+    failures["waitpid"] = {ECHILD};
     EXPECT_EQ(execute({"zmsu"}), 5769);
     EXPECT_EQ(later_messages(),
               (Lines{{error, tag, "waitpid() failed C=" + utility + " ERRNO=10 (No child processes)"}}));
@@ -221,7 +221,7 @@ TEST_F(ExecuteCmdSendOutput, LeavesTheSignalsAsTheAgentHasThem) {
 
 TEST_F(ExecuteCmdSendOutput, Returns602WhenTheSocketCannotBeMadeNonBlocking) {
     write_tool(utility, "exit 3\n");
-    faults.flags_not_set = EPERM;
+    failures["fcntl F_SETFL"] = {EPERM};
     EXPECT_EQ(execute({"zmsu"}), 602);
     EXPECT_EQ(later_messages(),
               (Lines{{information, tag, "child process exited CEC=3 C=" + utility},
@@ -250,7 +250,7 @@ TEST_F(ExecuteCmdSendOutput, ClearsTheNonBlockingFlagOnlyForTheTool) {
 TEST_F(ExecuteCmdSendOutput, RunsTheToolAlsoWhereTheFlagCannotBeCleared) {
     write_tool(utility, "echo out\n");
     ASSERT_EQ(fcntl(socket_.agent(), F_SETFL, O_NONBLOCK), 0);
-    faults.flags_not_set = EPERM;
+    failures["fcntl F_SETFL"] = always(EPERM);
     EXPECT_EQ(execute({"zmsu"}), 602);
     EXPECT_EQ(socket_.received(), "out\n");
 }
@@ -286,7 +286,7 @@ TEST_F(ExecuteCmdSendOutput, Returns23WhenThePeerHasSentMore) {
 
 TEST_F(ExecuteCmdSendOutput, TakesAFailingProbeForAPeerThatWaits) {
     write_tool(utility, "exit 3\n");
-    faults.nothing_received = ECONNRESET;
+    failures["recv"] = {ECONNRESET};
     EXPECT_EQ(execute({"zmsu"}), 3);
     EXPECT_EQ(later_messages().back(),
               (LogLine{detail, tag, "recv return value=-1 ERRNO=104 (Connection reset by peer)"}));
@@ -295,8 +295,8 @@ TEST_F(ExecuteCmdSendOutput, TakesAFailingProbeForAPeerThatWaits) {
 
 TEST_F(ExecuteCmdSendOutput, Returns5796WhenTheFinalNewlineCannotBeSent) {
     write_tool(utility, "exit 3\n");
-    faults.watched_descriptor = socket_.agent();
-    faults.writes = {{.accepted = -1, .error = EPIPE}};
+    overrides.watched_descriptor = socket_.agent();
+    overrides.writes = {{.accepted = -1, .error = EPIPE}};
     EXPECT_EQ(execute({"zmsu"}), 5796);
     EXPECT_EQ(later_messages().back(), (LogLine{error, tag, "failed to flush output E=32 (Broken pipe)"}));
 }
@@ -319,8 +319,9 @@ TEST_F(ExecuteCmdSendOutput, DuplicatesTheSocketOntoTheThreeStandardStreams) {
 
 TEST_F(ExecuteCmdSendOutput, OnlyLogsThatTheSocketCouldNotBeDuplicated) {
     write_tool(utility, "exit 3\n");
-    faults.descriptor_not_replaced = EBUSY;
+    failures["dup2"] = always(EBUSY);
     EXPECT_EQ(execute({"zmsu"}), 3);
+    failing_calls::reset();  // the calls of the child process failed
     EXPECT_EQ(child_messages_under("setup_child_stdfds"),
               (Lines{{information, "setup_child_stdfds", "stdin dup2() INFD=" + fd() + " RV=-1"},
                      {information, "setup_child_stdfds", "stdout dup2() INFD=" + fd() + " RV=-1"},

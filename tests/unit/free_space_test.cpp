@@ -25,7 +25,7 @@ class CalcFreeSpaceSendOutput : public AgentTest {
         space.f_bavail = available;
         space.f_bfree = available + total;
         space.f_blocks = total;
-        faults.file_system = space;
+        overrides.file_system = space;
     }
 
     int query(const std::string& directory) { return calc_free_space_send_output(directory, socket_.agent()); }
@@ -59,7 +59,7 @@ TEST_F(CalcFreeSpaceSendOutput, CountsIn64Bits) {
 }
 
 TEST_F(CalcFreeSpaceSendOutput, MeasuresRealFileSystems) {
-    faults.file_system.reset();
+    overrides.file_system.reset();
     EXPECT_EQ(query("/tmp"), 0);
     EXPECT_TRUE(socket_.received().starts_with("CALCLOGSIZE: TARGET_DIR=/tmp FREE_SPACE="));
 }
@@ -137,7 +137,7 @@ TEST_F(CalcFreeSpaceSendOutput, TakesTheParentOfTheFirst2047Characters) {
 }
 
 TEST_F(CalcFreeSpaceSendOutput, Returns5784WhenTheFileSystemCannotBeExamined) {
-    faults.file_system_not_examined = EIO;
+    failures["statvfs"] = {EIO};
     EXPECT_EQ(query(folder_.path()), 5784);
     EXPECT_EQ(messages_under(tag).back(),
               (LogLine{error, tag, "failed to get disk space D=" + folder_.path() + " E=5 Input/output error"}));
@@ -145,8 +145,8 @@ TEST_F(CalcFreeSpaceSendOutput, Returns5784WhenTheFileSystemCannotBeExamined) {
 }
 
 TEST_F(CalcFreeSpaceSendOutput, Returns5796WhenTheLineIsNotSent) {
-    faults.watched_descriptor = socket_.agent();
-    faults.writes = {{.accepted = 10}, {.accepted = -1, .error = ECONNRESET}};
+    overrides.watched_descriptor = socket_.agent();
+    overrides.writes = {{.accepted = 10}, {.accepted = -1, .error = ECONNRESET}};
     EXPECT_EQ(query("/"), 5796);
     EXPECT_EQ(messages_under(tag).size(), 1U);
 }

@@ -101,7 +101,7 @@ TEST_F(KeyValueFileReplacement, NeedsACopyAlsoWhenNothingWillChange) {
 
 TEST_F(KeyValueFileReplacement, LeavesTheCopyWhenItCannotBeRenamed) {
     const std::string text = "Failed to rename " + copy_ + " to " + path_ + " E=16 (Device or resource busy)";
-    faults.file_not_renamed = EBUSY;
+    failures["rename"] = {EBUSY, EBUSY};
     EXPECT_EQ(set(), 5803);
     expect_told("set_parameter_value", text);
     EXPECT_EQ(read_file(copy_), "X=2\nA\n");
@@ -120,7 +120,7 @@ TEST_F(KeyValueFileReplacement, FailsToReplaceAFolder) {
 }
 
 TEST_F(KeyValueFileReplacement, TellsTheNoticeAndThenTheFailure) {
-    faults.file_not_renamed = EBUSY;
+    failures["rename"] = {EBUSY};
     EXPECT_EQ(set_parameter_value(path_, "Y", "=", "2", buffer_.data(), buffer_.size(), 0), 5803);
     const std::string failure = "Failed to rename " + copy_ + " to " + path_ + " E=16 (Device or resource busy)";
     EXPECT_EQ(messages(), (Lines{{8, "set_parameter_value", "Parameter Y is not set in file " + path_},
@@ -139,7 +139,7 @@ TEST_F(KeyValueFileReplacement, CreatesTheCopyBeforeTheRename) {
 }
 
 TEST_F(KeyValueFileReplacement, ReadsTheFileOnceTheCopyIsThere) {
-    faults.before_call = [this](const std::string& call) {
+    overrides.before_call = [this](const std::string& call) {
         if (call == "open " + copy_) {
             write_file(path_, "X=7\nB\n");
         }
@@ -188,8 +188,8 @@ TEST_F(KeyValueFileReplacement, WaitsForNoLock) {
 TEST_F(KeyValueFileReplacement, HasTheCopyAloneOpenWhenItWrites) {
     const std::size_t before = descriptors().size();
     int writes = 0;
-    faults.watched_descriptor = next_descriptor() + 1;
-    faults.before_call = [&](const std::string& call) {
+    overrides.watched_descriptor = next_descriptor() + 1;
+    overrides.before_call = [&](const std::string& call) {
         if (call.starts_with("write ")) {
             ++writes;
             EXPECT_EQ(descriptors().size(), before + 1);
@@ -249,13 +249,13 @@ TEST_F(KeyValueFileReplacement, PutsAFileInThePlaceOfALink) {
 
 TEST_F(KeyValueFileReplacement, IgnoresThatALineCouldNotBeWritten) {
     // The copy is opened second when setting, and first, once the file has been closed, when unsetting.
-    faults.watched_descriptor = next_descriptor() + 1;
-    faults.writes = {{.accepted = -1, .error = ENOSPC}};
+    overrides.watched_descriptor = next_descriptor() + 1;
+    overrides.writes = {{.accepted = -1, .error = ENOSPC}};
     EXPECT_EQ(set(), 0);
     EXPECT_EQ(read_file(path_), "A\n");
     write_file(path_, "X=1\nA\n");
-    faults.watched_descriptor = next_descriptor();
-    faults.writes = {{.accepted = -1, .error = EIO}};
+    overrides.watched_descriptor = next_descriptor();
+    overrides.writes = {{.accepted = -1, .error = EIO}};
     EXPECT_EQ(unset(), 0);
     EXPECT_EQ(read_file(path_), "A\n");
     EXPECT_EQ(messages(), Lines{});
@@ -293,7 +293,7 @@ TEST_F(KeyValueFileReplacement, EndsANameWhereTheSystemDoes) {
 
 TEST_F(KeyValueFileReplacement, WritesEachLineAtOnce) {
     const std::string copy = std::to_string(next_descriptor() + 1);
-    faults.watched_descriptor = next_descriptor() + 1;
+    overrides.watched_descriptor = next_descriptor() + 1;
     set();
     EXPECT_EQ(calls_of("write"), (Texts{"write " + copy + " 4", "write " + copy + " 2"}));
 }
@@ -301,8 +301,8 @@ TEST_F(KeyValueFileReplacement, WritesEachLineAtOnce) {
 TEST_F(KeyValueFileReplacement, HandsNoDescriptorToAProgramThatIsStartedMeanwhile) {
     const std::map<int, int> before = descriptors();
     std::set<std::string> calls_with_files;
-    faults.watched_descriptor = next_descriptor() + 1;
-    faults.before_call = [&](const std::string& call) {
+    overrides.watched_descriptor = next_descriptor() + 1;
+    overrides.before_call = [&](const std::string& call) {
         for (const auto& [fd, flags] : descriptors()) {
             if (before.count(fd) == 0) {
                 EXPECT_EQ(flags, FD_CLOEXEC) << call;
@@ -317,7 +317,7 @@ TEST_F(KeyValueFileReplacement, HandsNoDescriptorToAProgramThatIsStartedMeanwhil
 TEST_F(KeyValueFileReplacement, HasBothFilesClosedWhenTheCopyIsRenamed) {
     const std::map<int, int> before = descriptors();
     int renames = 0;
-    faults.before_call = [&](const std::string& call) {
+    overrides.before_call = [&](const std::string& call) {
         if (call.starts_with("rename")) {
             ++renames;
             EXPECT_EQ(descriptors(), before);
@@ -332,7 +332,7 @@ TEST_F(KeyValueFileReplacement, LeavesNoDescriptorOpen) {
     const int next = next_descriptor();
     set();
     unset();
-    faults.file_not_renamed = EBUSY;
+    failures["rename"] = {EBUSY};
     set();
     remove_tree(copy_);
     make_folder(copy_);

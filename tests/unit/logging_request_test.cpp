@@ -175,8 +175,8 @@ TEST_F(HandleLogging, StartsEachCategoryWithoutTheValuesOfTheOneBefore) {
 }
 
 TEST_F(HandleLogging, Returns5796AndGoesOnWhenALineIsNotSent) {
-    faults.watched_descriptor = socket_.agent();
-    faults.writes = {{.accepted = 5}, {.accepted = -1, .error = ECONNRESET}};
+    overrides.watched_descriptor = socket_.agent();
+    overrides.writes = {{.accepted = 5}, {.accepted = -1, .error = ECONNRESET}};
     EXPECT_EQ(handle({"ENABLELOGGING", "ZMLOGDIR:a,b"}), 5796);
     EXPECT_EQ(socket_.received(), directory_line("a").substr(0, 5) + directory_line("b"));
     EXPECT_EQ(messages_under(tag).at(2), (LogLine{error, tag,
@@ -190,8 +190,8 @@ TEST_F(HandleLogging, Returns5796AlsoWhenTheLastCategoryFailed) {
         "directory)\n";
     EXPECT_EQ(handle({"ENABLELOGGING", "MMLOGDIR:a"}), 1);
     EXPECT_EQ(socket_.received(), line);
-    faults.watched_descriptor = socket_.agent();
-    faults.writes = {{.accepted = -1, .error = EPIPE}};
+    overrides.watched_descriptor = socket_.agent();
+    overrides.writes = {{.accepted = -1, .error = EPIPE}};
     EXPECT_EQ(handle({"ENABLELOGGING", "MMLOGDIR:a"}), 5796);
     EXPECT_EQ(socket_.received(), "");
 }

@@ -74,7 +74,7 @@ TEST_F(RedirectFd, LeavesNoOtherDescriptorBehind) {
 }
 
 TEST_F(RedirectFd, FailsWhenTheNullDeviceCannotBeOpened) {
-    faults.null_device_not_opened = EMFILE;
+    failures["open /dev/null"] = {EMFILE};
     EXPECT_EQ(redirect_fd(STDIN_FILENO), -1);
     EXPECT_EQ(messages(), (Lines{{error, "redirect_fd", "failed to open /dev/null"}}));
     EXPECT_EQ(calls_of("dup2"), Texts{});
@@ -90,7 +90,7 @@ TEST_F(RedirectFd, FailsForAClosedDescriptorAndLeavesItClosed) {
 TEST_F(RedirectFd, ReportsAFailingDuplicationInTheLogAlone) {
     const Descriptor file(open("/", O_RDONLY | O_CLOEXEC));
     const int next = next_descriptor();
-    faults.descriptor_not_replaced = EBUSY;
+    failures["dup2"] = {EBUSY};
     EXPECT_EQ(redirect_fd(file.get()), 0);
     EXPECT_EQ(messages(), (Lines{{error, "redirect_fd",
                                   "dup failed fd=" + std::to_string(next) + " new=" + std::to_string(file.get())}}));

@@ -50,7 +50,7 @@ class RemovalOfLinks : public AgentTest {
 
     // Moves what has the path away and puts a link to the other folder there, once, right before the call.
     void put_link_before(const std::string& call, const std::string& path) {
-        faults.before_call = [this, call, path, done = false](const std::string& next) mutable {
+        overrides.before_call = [this, call, path, done = false](const std::string& next) mutable {
             if (next == call && !done) {
                 done = true;
                 std::filesystem::rename(path, folder_.path("moved"));
@@ -158,7 +158,7 @@ class LinksOfStrangers : public RemovalOfLinks, public testing::WithParamInterfa
     static void open_to_others(const std::string& folder) {
         set_mode(folder, GetParam().mode);
         if (GetParam().is_of_another_user) {
-            faults.effective_user = geteuid() + 1;
+            overrides.effective_user = geteuid() + 1;
         }
     }
 };

@@ -28,7 +28,7 @@ class PerformRequestSendOutput : public ProductPathTest {
         space.f_bsize = 1U << 20U;
         space.f_bavail = 4;
         space.f_blocks = 8;
-        faults.file_system = space;
+        overrides.file_system = space;
     }
 
     static std::string space_line(const std::string& target) {
@@ -124,7 +124,7 @@ TEST_F(PerformRequestSendOutput, ReturnsTheStatusOfTheSpaceQueryWhenTheToolFaile
 
 TEST_F(PerformRequestSendOutput, RemovesTheTemporaryDirectoryWhenTheSpaceQueryFailed) {
     write_tool(support + "zmcplogs", "mkdir $1\n");
-    faults.file_system_not_examined = 5;
+    failures["statvfs"] = {EIO};
     EXPECT_EQ(perform({"CALCLOGSIZE"}), 5784);
     EXPECT_FALSE(exists(temporary_));
 }
@@ -155,7 +155,7 @@ TEST_F(PerformRequestSendOutput, TakesADanglingLinkForNothing) {
 TEST_F(PerformRequestSendOutput, IgnoresThatTheTemporaryDirectoryCouldNotBeRemoved) {
     tell_space();
     write_tool(support + "zmcplogs", "mkdir $1\n");
-    faults.directory_not_removed = 16;
+    failures["rmdir"] = {EBUSY};
     EXPECT_EQ(perform({"CALCLOGSIZE"}), 0);
     EXPECT_EQ(messages_under("remove_directory").size(), 2U);
 }

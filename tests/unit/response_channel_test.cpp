@@ -13,15 +13,15 @@ using recording_platform::calls;
 using recording_platform::messages;
 
 using log_level::error;
-using log_level::warning;
 using log_level::information;
+using log_level::warning;
 constexpr const char* tag = "socksend";
 
 class Socksend : public AgentTest {
   protected:
     Socksend() {
-        faults.watched_descriptor = socket_.agent();
-        faults.pauses_skipped = true;
+        overrides.watched_descriptor = socket_.agent();
+        overrides.pauses_skipped = true;
     }
 
     int send(const std::string& text) { return socksend(socket_.agent(), text.c_str(), text.size()); }
@@ -39,7 +39,7 @@ TEST_F(Socksend, WritesTheTextInOneInstallmentWhenThatIsAccepted) {
 }
 
 TEST_F(Socksend, GoesOnWhereAPartialWriteStopped) {
-    faults.writes = {{.accepted = 3}, {.accepted = 1}};
+    overrides.writes = {{.accepted = 3}, {.accepted = 1}};
     EXPECT_EQ(send("abcdefg\n"), 8);
     EXPECT_EQ(socket_.received(), "abcdefg\n");
     EXPECT_EQ(messages(), (Lines{{information, tag, "sent installment #1: 3 of 8"},
@@ -62,7 +62,7 @@ TEST_F(Socksend, WritesTheGivenLengthAndLogsTheWholeText) {
 }
 
 TEST_F(Socksend, SleepsTenMillisecondsAndRetriesWhenThePeerDrainsNothing) {
-    faults.writes = {{.accepted = -1, .error = EAGAIN}, {.accepted = -1, .error = EAGAIN}};
+    overrides.writes = {{.accepted = -1, .error = EAGAIN}, {.accepted = -1, .error = EAGAIN}};
     EXPECT_EQ(send("ab\n"), 3);
     EXPECT_EQ(socket_.received(), "ab\n");
     const std::string retry = " L=3 FD=" + fd() + " E=11 Resource temporarily unavailable";
@@ -75,7 +75,7 @@ TEST_F(Socksend, SleepsTenMillisecondsAndRetriesWhenThePeerDrainsNothing) {
 }
 
 TEST_F(Socksend, CountsEveryWriteAlsoBetweenInstallments) {
-    faults.writes = {{.accepted = 1}, {.accepted = -1, .error = EAGAIN}};
+    overrides.writes = {{.accepted = 1}, {.accepted = -1, .error = EAGAIN}};
     EXPECT_EQ(send("ab\n"), 3);
     EXPECT_EQ(messages(),
               (Lines{{information, tag, "sent installment #1: 1 of 3"},
@@ -85,14 +85,14 @@ TEST_F(Socksend, CountsEveryWriteAlsoBetweenInstallments) {
 }
 
 TEST_F(Socksend, RetriesWithoutLimit) {
-    faults.writes.resize(5000, {.accepted = -1, .error = EAGAIN});
+    overrides.writes.resize(5000, {.accepted = -1, .error = EAGAIN});
     EXPECT_EQ(send("x"), 1);
     EXPECT_EQ(recording_platform::calls_of("nanosleep").size(), 5000U);
     EXPECT_EQ(messages().at(5000), (LogLine{information, tag, "sent installment #5001: 1 of 1"}));
 }
 
 TEST_F(Socksend, TakesAWriteOfNoBytesAsAnInstallment) {
-    faults.writes = {{.accepted = 0}};
+    overrides.writes = {{.accepted = 0}};
     EXPECT_EQ(send("ab"), 2);
     EXPECT_EQ(messages(), (Lines{{information, tag, "sent installment #1: 0 of 2"},
                                  {information, tag, "sent installment #2: 2 of 2"},
@@ -108,7 +108,7 @@ TEST_F(Socksend, IsFatalWhenThePeerHasClosed) {
 }
 
 TEST_F(Socksend, IsFatalWhenInterrupted) {
-    faults.writes = {{.accepted = -1, .error = EINTR}};
+    overrides.writes = {{.accepted = -1, .error = EINTR}};
     EXPECT_EQ(send("ab\n"), -1);
     EXPECT_EQ(messages(),
               (Lines{{error, tag, "send failed, fatal I=1 M=ab\n L=3 FD=" + fd() + " E=4 Interrupted system call"}}));
@@ -116,7 +116,7 @@ TEST_F(Socksend, IsFatalWhenInterrupted) {
 }
 
 TEST_F(Socksend, LeavesTheRestUnsentAfterAFatalError) {
-    faults.writes = {{.accepted = 2}, {.accepted = -1, .error = EAGAIN}, {.accepted = -1, .error = ECONNRESET}};
+    overrides.writes = {{.accepted = 2}, {.accepted = -1, .error = EAGAIN}, {.accepted = -1, .error = ECONNRESET}};
     EXPECT_EQ(send("abcd\n"), -1);
     EXPECT_EQ(socket_.received(), "ab");
     EXPECT_EQ(
@@ -126,7 +126,7 @@ TEST_F(Socksend, LeavesTheRestUnsentAfterAFatalError) {
 }
 
 TEST_F(Socksend, LeavesTheErrorNumberToItsCaller) {
-    faults.writes = {{.accepted = -1, .error = ECONNRESET}};
+    overrides.writes = {{.accepted = -1, .error = ECONNRESET}};
     send("ab\n");
     EXPECT_EQ(errno, ECONNRESET);
 }
@@ -179,7 +179,7 @@ TEST_F(ReportExitStatus, TakesNoTextForAFormat) {
 }
 
 TEST_F(ReportExitStatus, LogsOnlyThatItCouldNotBeSent) {
-    faults.writes = {{.accepted = -1, .error = EPIPE}};
+    overrides.writes = {{.accepted = -1, .error = EPIPE}};
     qas_report_exit_status(5796, socket_.agent());
     EXPECT_EQ(
         messages(),

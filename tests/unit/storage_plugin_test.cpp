@@ -99,8 +99,7 @@ TEST_F(ProcessRkplugin, TellsThatTheFileIsMissing) {
 
 TEST_F(ProcessRkplugin, TellsThatTheLogCouldNotBeRestored) {
     write_file(file, "#DEBUGLOG = /\n");
-    faults.file_not_renamed = EBUSY;
-    faults.renames_before_that = 1;
+    failures["rename"] = {0, EBUSY};
     EXPECT_EQ(process({"rkplugin"}), 0);
     EXPECT_EQ(read_file(file), "#DEBUGLOG = /\nLOGLEVEL = 10\n");
     EXPECT_EQ(responses_, (Responses{"PROCESS=RKPLUGIN:rkplugin STATUS=5803 MSG=Failed to rename " + file + ".new to " +

@@ -8,9 +8,9 @@ using recording_platform::calls;
 using recording_platform::calls_of;
 using recording_platform::messages;
 
+using log_level::detail;
 using log_level::error;
 using log_level::information;
-using log_level::detail;
 constexpr const char* tag = "process_ktul_loglevel";
 
 constexpr int product = 51216;

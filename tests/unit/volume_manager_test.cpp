@@ -102,7 +102,7 @@ TEST_F(ProcessVmconf, TellsThatTheFileIsMissingWhenDisabling) {
 
 TEST_F(ProcessVmconf, TellsThatTheFileCouldNotBeReplaced) {
     write_file(file, "VERBOSE\n");
-    faults.file_not_renamed = EBUSY;
+    failures["rename"] = {EBUSY};
     EXPECT_EQ(process({"a"}, "reset"), 0);
     EXPECT_EQ(responses_, (Responses{"PROCESS=VMCONF:a STATUS=5804 MSG=Failed to rename " + file + ".new to " + file +
                                      " E=16 (Device or resource busy)\n"}));
