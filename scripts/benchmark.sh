@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Measures whole requests beside a static C program that does the least, one that does all that can be seen, and rm,
-# find, ls, df, sed and augtool: builds the release, and the package for its agent, installing what is missing, and
-# prints tables of ratios, counts and growth. build/benchmark/figures.json has the figures, and the plots are beside it.
-# Takes half an hour.
+# Measures whole requests, and compares them with a static C program that does the minimum, with one that does
+# everything that another process can see of the agent, and with rm, find, ls, df, sed and augtool. Installs missing
+# packages, builds the release and the package, and prints tables of ratios, counts and growth. build/benchmark has the
+# figures (figures.json) and the plots. Takes half an hour.
 #
-#   --update-page   also puts the tables into docs/performance.md and the plots into docs/pictures
+#   --update-page   also writes the tables to docs/performance.md and the plots to docs/pictures
 #   --no-package    leaves the package out
 #
-# Other options are request_benchmark's own, among them --rounds N, and --only TEXT for some of the comparisons; --help
+# Other options are passed to request_benchmark, such as --rounds N, and --only TEXT for some of the comparisons; --help
 # lists them.
 set -euo pipefail
 cd "$(dirname "$0")/.."

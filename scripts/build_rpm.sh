@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# build_rpm.sh [STAGED [ARCHITECTURE [FOLDER]]]: makes an RPM of the static build in the folder, build/rpm unless given.
-# STAGED is what scripts/stage_static_build.sh has made; without it, or with an empty text, it is made first. RPM_RELEASE
-# is the number after the version, 1 unless it is set.
+# build_rpm.sh [STAGED [ARCHITECTURE [FOLDER]]]: makes an RPM of the static build in FOLDER (default: build/rpm). STAGED
+# is a folder that scripts/stage_static_build.sh made; if it is empty or missing, that script runs first. The variable
+# RPM_RELEASE is the number after the version (default: 1).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 scripts/install_dependencies.sh rpm
 folder=$(realpath --canonicalize-missing "${3:-build/rpm}")
 staged=${1:-$folder/static}
@@ -16,7 +17,8 @@ fi
 SOURCE_DATE_EPOCH=$(scripts/source_date.sh)
 export SOURCE_DATE_EPOCH
 
-# Folders that are the system's or the product's are left out. Others go with the package that is the last to need them.
+# Leaves out the folders of the system and of the product. rpm removes a listed folder with the last package that lists
+# it.
 list_folders() {
     printf '%%dir /usr/share/%s\n' zmlogadmagent bash-completion bash-completion/completions zsh zsh/site-functions
     (cd "$staged/root" && find usr/share/doc/zmlogadmagent -type d -printf '%%dir /%p\n' | LC_ALL=C sort)
@@ -36,7 +38,7 @@ changelog() { # VERSION
 
 fill_in() {
     local version preset='zmlogadmagent.socket zmlogadmagent-prune-logs.timer'
-    version=$(sed -nE 's/^project\(.* VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+    version=$(project_version)
     list_files >"$folder/list"
     changelog "$version" >"$folder/changes"
     sed -e "s/@VERSION@/$version/; s/@RELEASE@/${RPM_RELEASE:-1}/" \
@@ -46,7 +48,7 @@ fill_in() {
         -e '/@REMOVE_PRODUCT_FILES@/{r packaging/product_files/remove.sh' -e 'd}' packaging/rpm/zmlogadmagent.in
 }
 
-# The names of architectures are RPM's.
+# Prints RPM's name of the architecture.
 target() {
     case $architecture in
         '') uname --machine ;;
@@ -57,7 +59,7 @@ target() {
 }
 
 fill_in >"$folder/description"
-# The files are stripped and compressed already; an old rpm reads xz, too.
+# The files are already stripped and compressed. xz is chosen because old versions of rpm read it.
 rpmbuild -bb --target "$(target)-linux" --define "_topdir $folder/work" --define "_rpmdir $folder/files" \
     --define "stage $staged/root" --define '_rpmfilename %%{NAME}-%%{VERSION}-%%{RELEASE}.%%{ARCH}.rpm' \
     --define '__os_install_post %{nil}' --define 'debug_package %{nil}' --define '_build_id_links none' \

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks that every folder, file and program that the documentation names in backquotes exists: as a path of the
-# project, or as a target of the build. Checks too that the picture of a request is what its script draws.
+# Checks that every folder, file and program that the documentation names in backquotes exists, as a path of the project
+# or as a target of the build. Also checks that scripts/draw_flow.py draws the same picture of a request.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 failed=0
 for page in README.md CHANGELOG.md CONTRIBUTING.md docs/*.md; do
-    # A name that ends in "/" is a folder; one with a "/" in it, without a blank, is a path; others are not checked.
+    # Checks names that begin with a folder of the project.
     while read -r name; do
         if [[ ! -e $name ]]; then
             echo "$page names $name, which does not exist"
@@ -22,7 +22,7 @@ for page in README.md CHANGELOG.md CONTRIBUTING.md docs/*.md; do
     done < <(grep -oE '`(zmlog[a-z]+|[a-z_]+_tests|[a-z_]+_benchmark|in_private_root)`' "$page" | tr -d '`' | sort -u)
 done
 if ! scripts/draw_flow.py | cmp --silent - docs/pictures/request.svg; then
-    echo "docs/pictures/request.svg is not what scripts/draw_flow.py draws; draw it again"
+    echo "docs/pictures/request.svg differs from what scripts/draw_flow.py draws; draw it again"
     failed=1
 fi
 exit "$failed"

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Checks the direction of includes: what stands below never includes what stands above it.
+"""Checks the direction of includes: no folder includes headers of a folder above it.
 
-A row names a room and the rooms, or single headers of a room, that its sources may include, besides itself. `agent/main.cpp` is a room of its own:
-the roof of the house. The rest of `agent/` is its foundation.
+A row of the table names a folder, and the folders and single headers that its sources may include besides its own.
+`agent/main.cpp`, which uses every other part, has a row of its own.
 """
 
 import re
@@ -30,29 +30,29 @@ ALLOWED = {
 INCLUDE = re.compile(r'^#include "([^"]+)"', re.MULTILINE)
 
 
-def room_of(path):
+def row_of(path):
     """The longest name in the table that the path begins with."""
     names = [name for name in ALLOWED if path == name or path.startswith(name + "/")]
     return max(names, key=len) if names else path.split("/")[0]
 
 
 def wrong_includes(path):
-    room = room_of(path)
-    allowed = ALLOWED[room] | {room}
+    row = row_of(path)
+    allowed = ALLOWED[row] | {row}
     with open(path, encoding="utf-8") as source:
         included = INCLUDE.findall(source.read())
-    return [name for name in included if room_of(name) not in allowed and name not in allowed]
+    return [name for name in included if row_of(name) not in allowed and name not in allowed]
 
 
 def main():
     listed = subprocess.run(["git", "ls-files", "*.cpp", "*.h"], capture_output=True, text=True, check=True)
-    sources = [path for path in listed.stdout.split() if room_of(path) in ALLOWED]
+    sources = [path for path in listed.stdout.split() if row_of(path) in ALLOWED]
     wrong = [(path, name) for path in sources for name in wrong_includes(path)]
     for path, name in wrong:
-        print(f"{path} includes {name}, which stands above it or aside")
+        print(f"{path} includes {name}, which it may not include")
     if not sources or wrong:
         sys.exit(1)
-    print("includes: every one points down")
+    print("includes: allowed")
 
 
 if __name__ == "__main__":

@@ -1,15 +1,13 @@
 #!/usr/bin/env bash
-# Runs every command of docs/many-hosts.md, docs/investigation.md and the session in README.md against hosts in a private
-# root, and compares the answers with those on the page. Needs root. Installs what is missing, but never an SSH server, which Debian would start: where there is
-# none, its program is unpacked in the build folder. Nothing is left running or mounted, and no port of this host
-# is opened.
+# Runs every command of docs/many-hosts.md, docs/investigation.md and the session in README.md against hosts in a
+# private root, and compares the answers with those on the page. Needs root. Installs missing packages, except an SSH
+# server, which Debian would start: if there is none, its program is unpacked in the build folder. Leaves no process and
+# no mount, and opens no port of this host.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 
-if ((EUID != 0)); then
-    echo "scripts/check_many_hosts.sh has to be run as root: an SSH server needs several users" >&2
-    exit 1
-fi
+require_root 'an SSH server needs several users'
 scripts/install_dependencies.sh build many-hosts
 
 sshd=/usr/sbin/sshd
@@ -37,7 +35,7 @@ check_page() { # PAGE
     wait "$hosts"
 }
 
-# unshare blocks the gentler signals; with it go all processes in there.
+# unshare blocks the other signals. All processes in its namespace end with it.
 trap 'kill -KILL "$hosts" 2>/dev/null || true' EXIT
 trap 'exit 130' INT TERM
 check_page docs/many-hosts.md

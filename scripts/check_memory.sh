@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs the tests under valgrind's memcheck: the functions and the library as they are called by their tests, and every
-# agent and every zmlogadm that the other tests start, of which the descriptors left open at the end are looked at too.
-# Takes about a quarter of an hour. The reports are in build/valgrind/reports.
+# Runs under valgrind's memcheck the tests of the functions and the library, and every agent and every zmlogadm that the
+# other tests start. Reports the descriptors that an agent or zmlogadm leaves open, too. Takes about a quarter of an
+# hour. The reports are in build/valgrind/reports.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 folder=$PWD/build/valgrind
@@ -15,8 +15,7 @@ build() {
     cmake --build "$folder" --parallel "$(nproc)" >/dev/null
 }
 
-# Puts a script in the place of a program, which runs the program under valgrind. In the private root the host's files
-# are below /.host.
+# Replaces a program by a script that runs it under valgrind. In the private root the host's files are below /.host.
 put_under_valgrind() { # PROGRAM
     if [[ $(head --bytes=2 "$folder/$1") != '#!' ]]; then
         mv "$folder/$1" "$folder/$1.real"
@@ -26,9 +25,9 @@ put_under_valgrind() { # PROGRAM
     chmod +x "$folder/$1"
 }
 
-# Tests that look at descriptors or system calls see valgrind's too, and may fail: other builds tell whether they pass.
-# Valgrind needs descriptors and pipes of its own, which some tests do not leave it, and takes a standard stream that is
-# closed for its report. What is killed at each system call takes too long.
+# Tests of descriptors or system calls see valgrind's own and may fail here, so their results are only printed; other
+# builds check them. Left out are tests that leave valgrind no descriptor or pipe, or a closed standard stream, which
+# valgrind would use for its report, and the tests that kill at each system call, which take too long.
 run_tests() {
     export memcheck reports excluded
     printf '%s\n' logging_end_to_end_tests end_to_end_tests request_command_tests platform_tests unit_tests |
@@ -41,9 +40,9 @@ run_tests() {
             echo "{}: $(tail -n 1 "$program.log")"' sh "$folder/tests"
 }
 
-# Prints what valgrind said, but for descriptors that come from the parent (valgrind's own report is one), for the
-# socket of an agent that ends early, which goes with the process, and for mounts of no type, which valgrind does not
-# know.
+# Prints valgrind's reports except those of descriptors that come from the parent (valgrind's report is one), of the
+# socket of an agent that ends early, which the end of the process closes, and of mounts without a type, which valgrind
+# does not know.
 findings() {
     local report
     for report in "$reports"/*; do

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# check_no_traces.sh FILE ...: checks that nothing of this machine is in packages, tarballs and programs: no folder that
-# something was built in, no name of the machine or of a user. Debug information is looked at decompressed. ZMLA_TRACES is
-# one more text that is to be nowhere.
+# check_no_traces.sh FILE ...: checks that packages, tarballs and programs contain no trace of this machine: no folder
+# of the build, no name of the machine, no home folder. Searches debug information decompressed. The variable
+# ZMLA_TRACES is one more text to search for.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 failed=0
@@ -17,7 +17,7 @@ unpack() { # FILE FOLDER
     esac
 }
 
-# Names that every machine has are none of this one's.
+# Prints the texts to search for. Short names, such as "host", are left out, because other texts contain them.
 traces() {
     pwd
     [[ $HOME == / || $HOME == /root ]] || echo "$HOME/"
@@ -26,7 +26,7 @@ traces() {
     [[ -z ${ZMLA_TRACES:-} ]] || echo "$ZMLA_TRACES"
 }
 
-show() { # FILE: its bytes, and its debug information as it is before it is compressed
+show() { # FILE: prints its bytes, and those of its debug information decompressed
     cat "$1"
     if cmp --silent <(head --bytes 4 "$1") <(printf '\177ELF'); then
         objcopy --decompress-debug-sections "$1" "$stage/plain" 2>/dev/null && cat "$stage/plain"

@@ -1,18 +1,16 @@
 #!/usr/bin/env bash
-# Checks the package and what goes into it: manual pages, names in the completions, the package, what lintian says of it,
-# and its life from installation to purging on a private copy of this machine, where the units and the completions are
-# tried too. Needs root. An argument names another folder to build in than build/package.
+# Checks the manual pages and the names in the completions, builds the Debian package, and checks it with lintian. Then
+# installs, uses, upgrades and purges it on a private copy of this machine, with its units and completions. Needs root.
+# The argument is the folder to build in; the default is build/package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 folder=$(realpath --canonicalize-missing "${1:-build/package}")
 
-if ((EUID != 0)); then
-    echo "scripts/check_package.sh has to be run as root: it installs the package on a private copy of this machine" >&2
-    exit 1
-fi
+require_root 'it installs the package on a private copy of this machine'
 scripts/install_dependencies.sh package
 
-# The same package with a higher version.
+# Makes the same package with a higher version.
 make_newer_package() { # PACKAGE
     local unpacked=$folder/newer
     rm -rf "$unpacked"
@@ -21,10 +19,9 @@ make_newer_package() { # PACKAGE
     dpkg-deb --root-owner-group --build "$unpacked" "$folder/shared/newer.deb" >/dev/null
 }
 
-# Both are set at a release.
 check_version() {
     local project changelog
-    project=$(sed -nE 's/^project\(.* VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+    project=$(project_version)
     changelog=$(dpkg-parsechangelog --show-field Version)
     if [[ $project != "$changelog" ]]; then
         echo "the version is $project in CMakeLists.txt and $changelog in debian/changelog"

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# check_rpm.sh [FOLDER]: builds the RPM and the tarball of the static build twice, in folders of different names, and checks
-# that they are the same bytes, that nothing of this machine is in them, that rpmlint reports nothing, and what they do on
-# a private copy of this machine. Builds in the folder, build/check_rpm unless given. Needs root.
+# Builds the RPM and the tarball of the static build twice, in folders with different names. Checks that both builds
+# give the same bytes without a trace of this machine, and the RPM with rpmlint. Then installs, uses, upgrades and
+# erases them on a private copy of this machine. Needs root. The argument is the folder to build in; the default is
+# build/check_rpm.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 folder=$(realpath --canonicalize-missing "${1:-build/check_rpm}")
-if ((EUID != 0)); then
-    echo "scripts/check_rpm.sh has to be run as root: it installs the RPM on a private copy of this machine" >&2
-    exit 1
-fi
+
+require_root 'it installs the RPM on a private copy of this machine'
 scripts/install_dependencies.sh rpm
 
 build() { # SOURCES NAME
@@ -17,17 +17,15 @@ build() { # SOURCES NAME
         scripts/build_tarball.sh "$folder/$2/static" '' "$folder/$2/tarball") >/dev/null
 }
 
-# From another folder, with the same date.
+# Builds in another folder, with the same date.
 build_again() {
     SOURCE_DATE_EPOCH=$(scripts/source_date.sh)
     export SOURCE_DATE_EPOCH
-    mkdir -p "$folder/other_sources"
-    tar --create --exclude-vcs --exclude-vcs-ignores --exclude='./build' --exclude='./build-*' . |
-        tar --extract --directory "$folder/other_sources"
+    copy_sources "$folder/other_sources"
     build "$folder/other_sources" other_build
 }
 
-# The same RPM with a higher number and other settings.
+# Makes the same RPM with a higher release number and other settings.
 make_newer() {
     cp --archive "$folder/build/static" "$folder/newer"
     sed -i 's/^LOG_MEGABYTES=.*/LOG_MEGABYTES=2048/' "$folder/newer/root/etc/default/zmlogadmagent"

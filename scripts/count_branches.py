@@ -3,15 +3,15 @@
 
     count_branches.py BRANCHES.json LIST
 
-Branches that the compiler makes for exceptions are left out: nearly every call has one. gcovr could do that itself,
-but in code of a header that one program runs and another only holds it no longer knows which they are.
+Branches that the compiler makes for exceptions are left out, because nearly every call has one. gcovr could leave them
+out itself, but not in a header that one program runs and another one only contains.
 
-LIST gets every line with a branch that no test takes; standard output gets a table of the files, and the totals.
+Writes every line with a branch that no test takes to LIST. Prints a table of the files, and the totals.
 """
 import json
 import sys
 
-# All branches of these files are taken, but for the number given: docs/reliability.md says which those are and why.
+# How many branches of these files the tests may leave out.
 CORE = {
     "agent/request_framing.cpp": 0,
     "platform/library/framing.cpp": 0,
@@ -29,7 +29,7 @@ def branches_of(line):
 
 
 def per_cent(taken, branches):
-    # Rounded down: nothing is complete that is not.
+    # Rounded down, so that 100 means all.
     return 100 * taken // branches if branches else 100
 
 

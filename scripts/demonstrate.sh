@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Shows the agent at work: builds it, installing what is missing, makes a sample product in a private root, sends
-# requests of every kind, and shows for each what was sent, what came back, what changed and what the debug log says.
-# Nothing is left on the host but the build folder. Fails when anything is not what it should be.
+# Demonstrates the agent: installs missing packages, builds the agent, makes a sample product in a private root, and
+# sends requests of every kind. Shows each request with its answer, the changed files and the debug log. Leaves only the
+# build folder and the packages on the host. Fails when a result differs from the expected one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,16 +1,15 @@
 #!/usr/bin/env bash
-# Fuzzes what reads bytes of peers and files of users: every harness of tests/fuzz from its corpus, with libFuzzer,
-# AddressSanitizer and UndefinedBehaviorSanitizer, for a million runs or its share of the time, whichever is less; as many
-# harnesses at once as there are processors.
+# Fuzzes the functions that read bytes of peers and files of users. Runs every harness of tests/fuzz from its corpus,
+# with libFuzzer, AddressSanitizer and UndefinedBehaviorSanitizer, for a million runs or its share of the time,
+# whichever is less. Runs as many harnesses at once as there are processors.
 #
-#   scripts/fuzz.sh [SECONDS]     SECONDS are for all together, 300 by default
-#   scripts/fuzz.sh RUNSruns      as many runs of each ("5000000runs"), however long that takes
+#   scripts/fuzz.sh [SECONDS]     SECONDS for all harnesses together, 300 by default
+#   scripts/fuzz.sh RUNSruns      that many runs of each ("5000000runs"), without a limit of time
 #
-# Prints a line for each: its name, runs, seconds, edges covered, inputs in its corpus. What it finds is saved in
-# build/fuzz/found, and fails the script; copied into tests/fuzz/corpus/NAME it is replayed by every build's tests.
-# Inputs that cover more than the corpus does are left in build/fuzz/new/NAME, from which
+# Prints a line for each harness: its name, runs, seconds, edges covered, inputs in its corpus. Fails when it finds
+# anything, and saves the input in build/fuzz/found. Copy such an input into tests/fuzz/corpus/NAME, so that every build
+# replays it. Inputs that cover more than the corpus are in build/fuzz/new/NAME. This adds them to the corpus:
 #   build/fuzz/tests/fuzz/fuzz_NAME -merge=1 tests/fuzz/corpus/NAME build/fuzz/new/NAME
-# takes into the corpus what adds to it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,7 +25,7 @@ scripts/install_dependencies.sh build fuzz
     cmake --build --preset fuzz --parallel "$(nproc)"
 } >/dev/null
 
-# Relative names, for the fuzzers run in a private root, where the working folder alone is what it is here.
+# Relative names, because the fuzzers run in a private root, where only the working folder is the same.
 export corpora=tests/fuzz/corpus build=build/fuzz
 names=()
 for folder in "$corpora"/*/; do
@@ -39,7 +38,7 @@ if [[ $limit != *runs ]]; then
     limits="-runs=1000000 -max_total_time=$((share > 0 ? share : 1))"
 fi
 
-# The last report of a log: "#RUNS DONE cov: EDGES ft: FEATURES corp: INPUTS/SIZE ...".
+# Prints the last report of a log: "#RUNS DONE cov: EDGES ft: FEATURES corp: INPUTS/SIZE ...".
 report() {
     local name=$1 log=$2 seconds=$3
     awk -v name="$name" -v seconds="$seconds" '
@@ -73,7 +72,7 @@ export -f report fuzz
 mkdir -p "$build/found"
 printf '%-20s %9s %8s %7s %7s\n' harness runs seconds edges inputs
 if ! printf '%s\n' "${names[@]}" | xargs --max-procs="$at_once" --replace bash -c 'fuzz {}'; then
-    echo "fuzzing: something was found, see above" >&2
+    echo "fuzzing: found something, see above" >&2
     exit 1
 fi
 echo "fuzzing: nothing found"

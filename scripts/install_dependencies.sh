@@ -1,21 +1,22 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages that are missing, and touches nothing when none is. Without arguments all groups:
+# Installs the Debian 12 packages that are missing, and does nothing if none is. The arguments are groups of packages;
+# the default is all of them:
 #
 #   build      building, testing and demonstrating
 #   lint       scripts/lint.sh
-#   benchmark  scripts/benchmark.sh, beyond what building needs
-#   fuzz       scripts/fuzz.sh, beyond what building needs
-#   coverage   scripts/coverage.sh, beyond what building needs
-#   memory     scripts/check_memory.sh, beyond what building needs
-#   many-hosts scripts/check_many_hosts.sh, beyond what building needs
+#   benchmark  scripts/benchmark.sh, in addition to build
+#   fuzz       scripts/fuzz.sh, in addition to build
+#   coverage   scripts/coverage.sh, in addition to build
+#   memory     scripts/check_memory.sh, in addition to build
+#   many-hosts scripts/check_many_hosts.sh, in addition to build
 #   package    scripts/build_package.sh and scripts/check_package.sh
-#   rpm        scripts/build_rpm.sh and scripts/check_rpm.sh, beyond what building needs
+#   rpm        scripts/build_rpm.sh and scripts/check_rpm.sh, in addition to build
 set -euo pipefail
 
 packages_of() {
     case $1 in
         build)
-            # The shells are those that /bin/sh can be, which the tests put there one after the other.
+            # The tests use each of the shells as /bin/sh.
             echo cmake g++ make python3 python3-jsonschema nlohmann-json3-dev libgtest-dev libgmock-dev strace systemd \
                 util-linux diffutils patch attr acl dash bash busybox libnss-myhostname
             ;;
@@ -24,7 +25,7 @@ packages_of() {
         fuzz) echo clang-14 libclang-rt-14-dev ;;
         coverage) echo gcovr ;;
         memory) echo valgrind ;;
-        # The last one is for an SSH server that is unpacked and not installed.
+        # libwrap0 is for an SSH server that is unpacked and not installed.
         many-hosts) echo clustershell jq openssh-client iproute2 libwrap0 ;;
         package)
             echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot jq lintian mandoc man-db mount \

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Loads the agent as long as its tests can, 64 writers and 20,000 requests among others, and prints a table of figures:
-# builds the release, installing what is missing. All stays in private roots and on their loopback interfaces. Takes
-# about five minutes. The tests' whole output is in build/load.log. Options are GoogleTest's, as --gtest_filter=TEXT.
+# Builds the release, runs the load tests at full length, with 64 writers and 20,000 requests among others, and prints a
+# table of figures. The tests run in private roots and use only their loopback interfaces. Takes about five minutes. The
+# whole output is in build/load.log. Options are those of GoogleTest, such as --gtest_filter=TEXT.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

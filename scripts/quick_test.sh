@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the release and runs every test program whole, several at once: for the developer's loop. CTest starts a process
-# for each test, which takes four times as long; scripts/test.sh does that. Arguments select programs by their names:
-# scripts/quick_test.sh unit_tests platform_tests
+# Builds the release and runs every test program as a whole, several at once. This is for daily work: scripts/test.sh
+# uses CTest, which starts a process for each test and takes four times as long. Arguments select programs by their
+# names: scripts/quick_test.sh unit_tests platform_tests
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,26 +1,26 @@
 #!/usr/bin/env bash
-# release.sh [FOLDER [ARCHITECTURE ...]]: makes what a release consists of, from a clone without changes: source tarball,
-# Debian package, RPMs and tarballs of the static build, SHA-256 sums. Everything is built from the source tarball. The
-# folder is build/release_files unless given. This machine's architecture is always there; others are names in
-# cmake/architectures, whose cross compilers have to be installed. The same commit gives the same bytes.
+# release.sh [FOLDER [ARCHITECTURE ...]]: makes the files of a release in FOLDER (default: build/release_files): source
+# tarball, Debian package, RPMs and tarballs of the static build, SHA-256 sums. Needs a clone without changes, and
+# builds everything from the source tarball. Always builds for this machine's architecture. Further architectures are
+# names in cmake/architectures; their cross compilers have to be installed. The same commit gives the same bytes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 scripts/install_dependencies.sh package rpm
 folder=$(realpath --canonicalize-missing "${1:-build/release_files}")
 shift || true
 if [[ -n $(git status --porcelain) ]]; then
-    echo "This clone has changes; a release is made of a commit" >&2
+    echo "This clone has changes; commit them first" >&2
     exit 1
 fi
-version=$(sed -nE 's/^project\(.* VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
-name=zmlogadmagent-$version
+name=zmlogadmagent-$(project_version)
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 umask 022
 rm -rf "$folder"
 mkdir -p "$folder"
 
-# The time of each file is that of the commit, by which what is built is dated.
+# Each file gets the time of the commit; the build takes its date from there.
 make_source_tarball() {
     git archive --format=tar --prefix="$name/" HEAD | gzip -9 --no-name >"$folder/$name.tar.gz"
     tar --extract --file "$folder/$name.tar.gz" --directory "$work"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the figures of docs/reliability.md again, which takes about two hours; an argument makes one of them:
+# Makes the figures of docs/reliability.md, which takes about two hours. Arguments select parts:
 #
 #   faults    every system call and every allocation of every request fails, or the agent is killed there
 #   disk      every state that the disk may have after a power failure
@@ -18,7 +18,7 @@ build() {
     cmake --build --preset release --parallel "$(nproc)" --target "$@" >/dev/null
 }
 
-# The properties that the tests write down, added up for all tests of a name.
+# Adds up the runs that the tests of a name recorded.
 count_runs() { # NAME WHAT
     awk -v name="$1" -v what="$2" '
         /<testcase / { on = $0 ~ name }
@@ -72,8 +72,8 @@ for part in "$@"; do
     case $part in
         faults | disk | load | fuzz | coverage | memory | mutants) ;;
         *)
-            echo "reliability.sh: there is no part $part; there are faults, disk, load, fuzz, coverage," \
-                "memory and mutants" >&2
+            echo "reliability.sh: no part is called $part; there are faults, disk, load, fuzz, coverage, memory" \
+                "and mutants" >&2
             exit 2
             ;;
     esac

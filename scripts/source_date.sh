@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Prints the time of the sources in seconds since 1970: that of the commit, or, in an unpacked source tarball, that of its
-# files. What is built from the same sources is the same bytes.
+# Prints the time of the sources in seconds since 1970: that of the commit, or of the files of an unpacked source
+# tarball. Builds are dated by it, so that the same sources give the same bytes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [[ -n ${SOURCE_DATE_EPOCH:-} ]]; then

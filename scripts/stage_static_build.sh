@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# stage_static_build.sh FOLDER [ARCHITECTURE]: builds the static programs in FOLDER and puts all that is installed below
-# FOLDER/root, as the RPM and the tarball hold it. The architecture is a name in cmake/architectures; without one it is
-# this machine's. The same sources give the same bytes, whatever the folders' names.
+# stage_static_build.sh FOLDER [ARCHITECTURE]: builds the static programs in FOLDER and installs everything that the RPM
+# and the tarball contain below FOLDER/root. ARCHITECTURE is a name in cmake/architectures (default: this machine's).
+# The same sources give the same bytes, whatever the folders' names.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 sources=$PWD
@@ -13,7 +13,7 @@ export SOURCE_DATE_EPOCH
 build() {
     local options=(-DCMAKE_BUILD_TYPE=Release -DZMLA_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
         -DZMLA_UNIT_DIR=/usr/lib/systemd/system)
-    # No folder of this machine gets into the programs.
+    # Keeps folders of this machine out of the programs.
     options+=("-DCMAKE_CXX_FLAGS=-ffile-prefix-map=$sources=. -ffile-prefix-map=$folder=.")
     if [[ -n $architecture ]]; then
         options+=("-DCMAKE_TOOLCHAIN_FILE=$sources/cmake/architectures/$architecture.cmake")
@@ -23,7 +23,7 @@ build() {
         DESTDIR=$folder/root cmake --install "$folder/build" --strip
 }
 
-# As packages have it: pages compressed, the commands on PATH, everything as old as the sources.
+# Does what packages do: compresses pages, links the commands into PATH, gives every file the time of the sources.
 finish() {
     local program link
     cd "$folder/root"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything and passes all tests, the installing of what is missing included. An argument names another preset
-# than release: scripts/test.sh sanitizers
+# Installs missing packages, builds everything and runs all tests. The argument is a preset (default: release):
+# scripts/test.sh sanitizers
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=${1:-release}

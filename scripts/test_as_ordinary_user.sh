@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the tests of the release build as the user nobody, who gets a private root through a user namespace. Needs root,
-# to become nobody. The loops of failing calls are left out: they are long, and the same for all.
+# to become nobody. Leaves out the loops of failing calls, which take long and do not depend on the user.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

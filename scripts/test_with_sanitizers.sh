@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
 # Builds with AddressSanitizer and UndefinedBehaviorSanitizer and runs every test program as a whole, which is much
-# quicker than test by test. Stopping the agent at each system call, and failing each, is left out: there it has too many,
-# of the sanitizers.
-# An argument names another folder to build in than build/sanitizers. In that of a release build the tests' own objects,
-# which are the same in both, are not built again.
+# quicker than test by test. Leaves out the tests that stop the agent at each system call or fail each: the sanitizers
+# make too many calls. The argument is the folder to build in (default: build/sanitizers). In the folder of a release
+# build, the tests' own objects are not built again, because both builds have the same ones.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 folder=${1:-build/sanitizers}
@@ -11,7 +10,7 @@ folder=${1:-build/sanitizers}
 scripts/install_dependencies.sh build
 cmake --preset sanitizers -B "$folder" >/dev/null
 cmake --build "$folder" --parallel "$(nproc)"
-# The two longest first.
+# The two longest programs start first.
 programs=("$folder/tests/end_to_end/logging/logging_end_to_end_tests" "$folder/tests/end_to_end/end_to_end_tests")
 while read -r program; do
     [[ " ${programs[*]} " == *" $program "* ]] || programs+=("$program")
