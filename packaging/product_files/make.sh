@@ -1,6 +1,6 @@
 # Part of the scripts that a package runs when it is installed.
-# What the package makes beside its own files is written down here, so that purging it removes that and nothing else.
-# The text of a qr.conf that the package has made is kept beside it: a file that says anything else is somebody else's.
+# The record lists the files and folders that the package creates in addition to its own, so that a purge removes only
+# these. A copy of the new qr.conf shows at the purge whether somebody has changed it.
 record=/var/lib/zmlogadmagent/made
 made_configuration=/var/lib/zmlogadmagent/qr.conf
 
@@ -22,7 +22,7 @@ make_folder() {
     fi
 }
 
-# The file is no conffile of the package: requests change it. One that is there is the host's own.
+# Requests change the file, so it is no conffile of the package. An existing file is kept.
 make_configuration() {
     if is_missing "$1"; then
         note "$1"

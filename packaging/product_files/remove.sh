@@ -1,4 +1,4 @@
-# Part of the scripts that a package runs when it is removed for good.
+# Part of the scripts that a package runs when it is purged.
 record=/var/lib/zmlogadmagent/made
 made_configuration=/var/lib/zmlogadmagent/qr.conf
 
@@ -6,7 +6,7 @@ is_recorded() {
     [ -f "$record" ] && grep -qxF "$1" "$record"
 }
 
-# Links are an administrator's, and so is what they lead to.
+# Links and their targets belong to an administrator.
 is_plain_file() {
     [ -f "$1" ] && [ ! -L "$1" ]
 }
@@ -15,21 +15,21 @@ is_own_folder() {
     [ -d "$1" ] && [ ! -L "$1" ]
 }
 
-# A lock that is empty and that nobody holds is of no use without the agent.
+# Removes a lock file that is empty and that nobody holds.
 remove_lock() {
     if is_plain_file "$1" && [ ! -s "$1" ]; then
         flock --nonblock "$1" rm -f "$1" || true
     fi
 }
 
-# A folder that cannot be removed stays, and rmdir says why: a file system is mounted there.
+# Leaves a folder that cannot be removed; rmdir reports why, such as a mounted file system.
 remove_folder() {
     if is_own_folder "$1"; then
         rmdir --ignore-fail-on-non-empty "$1" || true
     fi
 }
 
-# Only as the package made it: a file that says whom to trust may have become another program's.
+# Removes the file only if the package made it and nobody changed it: another program may rely on it by now.
 remove_configuration() {
     if is_recorded "$1" && is_plain_file "$1"; then
         if cmp -s "$made_configuration" "$1"; then
@@ -41,7 +41,7 @@ remove_configuration() {
     remove_lock "$1.lock"
 }
 
-# The agent's own logs, by the form of their names.
+# Removes the files that have names of the agent's logs.
 remove_logs() {
     if is_own_folder "$1"; then
         find "$1" -maxdepth 1 -type f -name 'log.[0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9]' -exec rm -f {} +
