@@ -1,5 +1,5 @@
-# What the toolchain files in cmake/architectures share: Debian's cross compiler for `triplet`. Where this machine does not
-# run the programs itself, `emulator` does.
+# The common part of the toolchain files in cmake/architectures: Debian's cross compiler for `triplet`. `emulator` runs
+# the programs, if this machine cannot run them itself.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)

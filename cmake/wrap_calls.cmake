@@ -1,7 +1,8 @@
-# wrap_calls(TARGET SCOPE NAME ...) has the linker send the calls of each NAME to __wrap_NAME, which TARGET's own sources
-# define; there __real_NAME is NAME itself. With SCOPE "INTERFACE" it does so in what links TARGET.
+# wrap_calls(TARGET SCOPE NAME ...) makes the linker replace calls of each NAME by calls of __wrap_NAME, which TARGET's
+# own sources define. They call NAME itself as __real_NAME. With SCOPE "INTERFACE" this applies to programs that link
+# TARGET.
 
-# What glibc calls them where large files and times have to be asked for.
+# glibc's names of the functions where large files and times are not the default.
 set(large_names
   clock_gettime=__clock_gettime64 fcntl=__fcntl_time64 fstat=__fstat64_time64 fstatat=__fstatat64_time64
   ftruncate=ftruncate64 futimens=__futimens64 getsockopt=__getsockopt64 ioctl=__ioctl_time64 lseek=lseek64

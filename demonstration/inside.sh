@@ -4,7 +4,7 @@ set -euo pipefail
 export LC_ALL=C
 
 if [[ ! -e /.private_root ]]; then
-    echo "This wipes nothing, but it writes to the product's own paths: start it with scripts/demonstrate.sh" >&2
+    echo "This writes to the product's own paths; start it with scripts/demonstrate.sh" >&2
     exit 2
 fi
 # shellcheck source=demonstration/sample_product.sh
@@ -51,7 +51,7 @@ clean_up() {
     expect_answer "^CLEANUP: Successfully cleaned up $results/zmla-"
     expect_change "^removed +$results/zmla-.*/$"
 
-    heading "Clean-up of what is no collection result: refused"
+    heading "Clean-up of a directory that is no collection result: rejected"
     show_request 252 zmlogadm CLEANUP /usr/kumel/zembrath/logs/schedd
     expect_answer '^CLEANUP: Will not clean up unknown location: /usr/kumel/zembrath/logs/schedd$'
     expect_status_line 5820
@@ -59,7 +59,7 @@ clean_up() {
 }
 
 failing_tools() {
-    heading "A tool that fails: its exit status is the request's, and what it left is removed"
+    heading "A tool that fails: the request has its exit status, and its directory is removed"
     show_request 3 zmlogadm RUNZMSU -unreachable --collectdir $results
     expect_answer '^no connection to the catalogue$'
     expect_status_line 3
@@ -73,13 +73,13 @@ failing_tools() {
 }
 
 refusals() {
-    heading "A word that the agent does not know: refused"
+    heading "An unknown word: rejected"
     show_request 252 zmlogadm REBOOT now
     expect_status_line 5764
     expect_no_change
     expect_log 'command is not valid C=REBOOT'
 
-    heading "A peer whose host is no server of this one: refused"
+    heading "A peer on a host that is not in the SERVER list: rejected"
     sed -i 's/^SERVER = localhost/SERVER = 192.0.2.7/' /usr/kumel/zembrath/qr.conf
     show_request 252 zmlogadm GETDISKSPACE /
     sed -i 's/^SERVER = 192.0.2.7/SERVER = localhost/' /usr/kumel/zembrath/qr.conf
@@ -105,10 +105,10 @@ logging() {
     expect_change '^\+printcmds=true$'
     expect_change '^\+"DebugLevel"="6"$'
     expect_change '^\+VERBOSE$'
-    printf '\n  command line of the connection broker'\''s tool, as the stand-in wrote it down:\n'
+    printf '\n  command line of the connection broker'\''s tool, as the stand-in recorded it:\n'
     sed 's/^/    /' /opt/HOLKkob/calls
     [[ $(cat /opt/HOLKkob/calls) == '/opt/HOLKkob/bin/ktlogcfg -a -p 50936 -o 103 -s DebugLevel=5' ]] ||
-        fail "the connection broker's tool was called otherwise"
+        fail "the connection broker's tool got another command line"
 
     heading "Debug logging lowered again"
     show_request 0 zmlogadm DISABLELOGGING ZMKTUL:111=1 QPKTUL:111=1 SEARCHKTUL:111=1 QRCONF:TAPEMGR_VERBOSE=0 \
@@ -127,8 +127,7 @@ logging() {
     expect_log "Removing 'MYPROC_VERBOSE' from qr.conf"
 }
 
-# Runs a command as a user who is not root: another user where that can be had, else one without any number in a user
-# namespace.
+# Runs a command as a user who is not root: as nobody if possible, otherwise as an unmapped user in a user namespace.
 as_ordinary_user() {
     if setpriv --reuid=65534 --regid=65534 --clear-groups true 2>/dev/null; then
         setpriv --reuid=65534 --regid=65534 --clear-groups "$@"
@@ -148,12 +147,12 @@ start_tcp_service() {
             return 0
         fi
     done
-    echo "systemd-socket-activate does not listen: ${line:-it said nothing}" >&2
+    echo "systemd-socket-activate does not listen: ${line:-it printed nothing}" >&2
     exit 1
 }
 
 over_tcp() {
-    heading "Over TCP: systemd-socket-activate in front of the agent, and a peer that is root"
+    heading "Over TCP: systemd-socket-activate starts the agent; the peer is root"
     start_tcp_service
     show_request 0 zmlogadm -H 127.0.0.1 -p "$port" GETDISKSPACE /usr/kumel
     expect_answer '^CALCLOGSIZE: TARGET_DIR=/usr/kumel '
@@ -162,7 +161,7 @@ over_tcp() {
     show_request 0 zmlogadm -H 127.0.0.1 -p "$port" RUNZMSU
     expect_answers 2 '^ZMSU PACKAGE='
 
-    heading "Over TCP: a peer that is not root is refused"
+    heading "Over TCP: a peer that is not root is rejected"
     show_request 135 as_ordinary_user zmlogadm -H 127.0.0.1 -p "$port" GETDISKSPACE /usr/kumel
     expect_status_line 135
     expect_no_change
@@ -179,7 +178,7 @@ refusals
 logging
 over_tcp
 if ((failures > 0)); then
-    printf '\n%d things were not as they should be.\n' "$failures"
+    printf '\n%d results differ from the expected ones.\n' "$failures"
     exit 1
 fi
-printf '\nEverything was as it should be. It happened in a private root that is gone now; the host is untouched.\n'
+printf '\nAll results are as expected. The private root is gone; the host is unchanged.\n'

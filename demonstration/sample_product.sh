@@ -1,6 +1,5 @@
-# shellcheck shell=bash
-# The sample product: a configuration, logs, and stand-ins for the product's tools, at the product's fixed paths. For a
-# private root alone.
+# shellcheck shell=bash The sample product: a configuration, logs, and stand-ins for the product's tools, at the
+# product's fixed paths. Only for a private root.
 
 # Writes standard input to the file $1, and makes the folders above it.
 write_file() {
@@ -14,7 +13,7 @@ write_program() {
     chmod 755 "$1"
 }
 
-# Installs the programs $1 (the agent) and $2 (the request command) where the product has them.
+# Installs the programs $1 (the agent) and $2 (zmlogadm) in the product's folders.
 install_programs() {
     install -D "$1" /usr/kumel/zembrath/bin/zmlogadmagent
     install -D "$2" /usr/kumel/zembrath/bin/support/zmlogadm
@@ -43,7 +42,7 @@ done
 END
     write_program $bin/support/old_zmsu <<'END'
 #!/bin/bash
-# A stand-in for the support utility: makes a package in the folder behind -odir, or fails halfway when told to.
+# A stand-in for the support utility: makes a package in the folder after -odir. With -unreachable it fails halfway.
 folder=${!#}
 mkdir "$folder"
 echo "gathering the state of $(hostname)"
@@ -56,13 +55,13 @@ date -d @0 >"$folder/catalogue.txt"
 END
     write_program $bin/goodies/support/versioninfo <<'END'
 #!/bin/sh
-# A stand-in for the version tool, which crashes.
+# A stand-in for the version tool that crashes.
 echo "reading version files"
 kill -SEGV $$
 END
     write_program /opt/HOLKkob/bin/ktlogcfg <<'END'
 #!/bin/bash
-# A stand-in for the connection broker's logging tool: writes down how it was called.
+# A stand-in for the connection broker's logging tool: records its command line.
 echo "$0 $*" >>/opt/HOLKkob/calls
 END
 }
@@ -99,7 +98,7 @@ write_component_configuration() {
     write_file /usr/kumel/volmgr/vm.conf <<<$'# Volume manager\n#VERBOSE\nDRIVES = 2'
 }
 
-# Makes all of it around the programs $1 and $2.
+# Makes the whole sample product, with the programs $1 and $2.
 make_sample_product() {
     install_programs "$1" "$2"
     write_logs

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Sends a request and shows what came of it: what was sent, what came back, what changed in the sample product, and what
-# the debug log says. The expect_ functions check what the last request did, and stay silent when all is well.
+# Sends a request, and shows the request, the answer, the changes in the sample product and the debug log. The expect_
+# functions check the results of the last request, and print only differences.
 
 state=/var/tmp/demonstration
 shown_trees=(usr/kumel opt etc/rkregistry.cfg tmp)
@@ -17,7 +17,7 @@ heading() {
     printf '%s\n' "${1//?/=}"
 }
 
-# Prints the file $2, when it holds anything, under the title $1.
+# Prints the file $2 under the title $1, unless it is empty.
 show_part() {
     [[ -s $2 ]] || return 0
     printf '\n  %s:\n' "$1"
@@ -26,10 +26,10 @@ show_part() {
 
 fail() {
     failures=$((failures + 1))
-    printf '\n%s  NOT AS IT SHOULD BE: %s%s\n' "$bold" "$1" "$plain"
+    printf '\n%s  NOT AS EXPECTED: %s%s\n' "$bold" "$1" "$plain"
 }
 
-# Prints the shown trees' paths below the folder $1, folders with a "/" behind them.
+# Prints the paths of the shown trees below the folder $1; those of folders end in "/".
 list_trees() {
     (cd "$1" && find "${shown_trees[@]}" -path "$debug_log_folder" -prune -o \( -type d -printf '/%p/\n' , \
         ! -type d -printf '/%p\n' \)) | sort
@@ -43,7 +43,7 @@ take_snapshot() {
     cat /$debug_log_folder/log.* >"$state/log_before" 2>/dev/null || true
 }
 
-# Prints what has changed since the snapshot.
+# Prints the changes since the snapshot.
 list_changes() {
     list_trees / >"$state/paths_after"
     comm -13 "$state/paths_before" "$state/paths_after" | sed 's/^/made     /'
@@ -56,7 +56,7 @@ list_changes() {
     done
 }
 
-# Prints the log's new lines, less those about the sending of each line.
+# Prints the log's new lines, except those about sending each line.
 list_log_lines() {
     { cat /$debug_log_folder/log.* 2>/dev/null || true; } |
         tail -c "+$(($(stat -c %s "$state/log_before") + 1))" >"$state/new_log"
@@ -66,7 +66,7 @@ list_log_lines() {
     ((sending == 0)) || echo "(and $sending lines about sending the answer's lines)"
 }
 
-# Runs the command and shows what comes of it. Arguments: the exit status that it is to end with, the command.
+# Runs the command and shows the results. Arguments: the expected exit status, the command.
 show_request() {
     local expected=$1 status=0
     shift
@@ -75,8 +75,8 @@ show_request() {
     "$@" >"$state/answer" 2>"$state/status_line" </dev/null || status=$?
     list_changes >"$state/changes"
     list_log_lines >"$state/log"
-    show_part "came back on standard output" "$state/answer"
-    show_part "came back on standard error" "$state/status_line"
+    show_part "standard output" "$state/answer"
+    show_part "standard error" "$state/status_line"
     printf '\n  exit status of zmlogadm: %d\n' "$status"
     [[ -s $state/changes ]] || echo "nothing" >"$state/changes"
     show_part "changed" "$state/changes"
@@ -84,12 +84,12 @@ show_request() {
     ((status == expected)) || fail "the exit status is $status and not $expected"
 }
 
-# Expects a line that matches an extended regular expression among what came back, among the changes, in the log.
+# Each expects a line that matches an extended regular expression: in the answer, in the changes, in the log.
 expect_answer() {
     grep -qE -e "$1" "$state/answer" || fail "the answer has no line $1"
 }
 expect_status_line() {
-    grep -qE -e "^EXIT STATUS $1 ." "$state/status_line" || fail "the status line does not tell $1"
+    grep -qE -e "^EXIT STATUS $1 ." "$state/status_line" || fail "the status line does not report $1"
 }
 expect_change() {
     grep -qE -e "$1" "$state/changes" || fail "the changes have no line $1"
@@ -100,7 +100,7 @@ expect_no_change() {
 expect_log() {
     grep -qE -e "$1" "$state/log" || fail "the debug log has no line $1"
 }
-# Expects so many answer lines that match.
+# Expects $1 matching lines in the answer.
 expect_answers() {
     local count
     count=$(grep -cE -e "$2" "$state/answer" || true)
