@@ -10,13 +10,13 @@
 #include <cstdlib>
 
 #include "agent/command_words.h"
+#include "agent/exit_status.h"
 #include "agent/globals.h"
 #include "agent/inherited_descriptors.h"
 #include "agent/process_setup.h"
 #include "agent/request_framing.h"
 #include "agent/request_vector.h"
 #include "agent/response_channel.h"
-#include "agent/status.h"
 #include "commands/directory_removal.h"
 #include "commands/external_commands.h"
 #include "commands/request_dispatcher.h"
@@ -24,6 +24,7 @@
 #include "platform/posix.h"
 #include "platform/product_files.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 

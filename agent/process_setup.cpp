@@ -7,10 +7,11 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "agent/status.h"
+#include "agent/exit_status.h"
 #include "platform/network.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 

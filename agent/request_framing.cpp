@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "agent/status.h"
 #include "platform/network.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 
 #include "agent/answer_forms.h"
 #include "agent/bounded_text.h"
-#include "agent/system_error.h"
 #include "platform/runtime.h"
+#include "platform/system_error.h"
 
 namespace {
 

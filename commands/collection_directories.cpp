@@ -9,12 +9,12 @@
 
 #include "agent/answer_forms.h"
 #include "agent/response_channel.h"
-#include "agent/status.h"
 #include "agent/string_utilities.h"
-#include "agent/system_error.h"
 #include "commands/directory_removal.h"
 #include "platform/product_files.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
+#include "platform/system_error.h"
 
 namespace {
 

@@ -13,10 +13,10 @@
 #include "agent/answer_forms.h"
 #include "agent/bounded_text.h"
 #include "agent/response_channel.h"
-#include "agent/status.h"
-#include "agent/system_error.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
+#include "platform/system_error.h"
 
 namespace {
 

@@ -9,10 +9,10 @@
 #include <string>
 
 #include "agent/bounded_text.h"
-#include "agent/status.h"
-#include "agent/system_error.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
+#include "platform/system_error.h"
 
 namespace {
 

@@ -14,10 +14,10 @@
 
 #include "agent/command_words.h"
 #include "agent/response_channel.h"
-#include "agent/status.h"
-#include "agent/system_error.h"
 #include "agent/tool_files.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
+#include "platform/system_error.h"
 
 namespace {
 

@@ -6,13 +6,13 @@
 
 #include "agent/command_words.h"
 #include "agent/globals.h"
-#include "agent/status.h"
 #include "commands/collection_directories.h"
 #include "commands/directory_queries.h"
 #include "commands/directory_removal.h"
 #include "commands/external_commands.h"
 #include "logging_config/logging_request.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 

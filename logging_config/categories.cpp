@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "agent/status.h"
 #include "logging_config/cloud_and_authorization.h"
 #include "logging_config/connection_broker.h"
 #include "logging_config/console_properties.h"
@@ -10,8 +9,10 @@
 #include "logging_config/log_directories.h"
 #include "logging_config/main_configuration_verbosity.h"
 #include "logging_config/settings.h"
+#include "logging_config/storage_plugin.h"
 #include "logging_config/unified_logging_levels.h"
 #include "logging_config/volume_manager.h"
+#include "platform/status_codes.h"
 
 namespace {
 

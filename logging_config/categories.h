@@ -2,11 +2,9 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "logging_config/response_lines.h"
-
-using Values = std::vector<std::string>;
+#include "logging_config/values.h"
 
 // Hands the values of one category argument to the category's handler, which appends its response lines.
 // Returns the handler's status, or 0 for a category that nobody knows.

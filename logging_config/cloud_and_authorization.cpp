@@ -1,7 +1,7 @@
 #include "logging_config/cloud_and_authorization.h"
 
 #include "agent/string_utilities.h"
-#include "logging_config/main_configuration_verbosity.h"
+#include "logging_config/config_file_entry.h"
 #include "logging_config/settings.h"
 
 namespace {

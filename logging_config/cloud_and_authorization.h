@@ -1,7 +1,10 @@
 // Categories CORVID, CLOUD and HOLKAZ: components with one log-level entry in a key-value file.
 #pragma once
 
-#include "logging_config/categories.h"
+#include <string>
+
+#include "logging_config/response_lines.h"
+#include "logging_config/values.h"
 
 // Each sets the level of every value NAME=LEVEL, or the category's default for NAME alone, and appends one line for
 // it. They return the bitwise OR of the single results: 0 only when every one is 0. In CORVID the name "zmwqf" goes

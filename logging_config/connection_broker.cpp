@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/settings.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 

@@ -1,7 +1,10 @@
 // Category KOB: the debug level of the connection broker, which only the broker's own tool may change.
 #pragma once
 
-#include "logging_config/categories.h"
+#include <string>
+
+#include "logging_config/response_lines.h"
+#include "logging_config/values.h"
 
 // Checks that the values are exactly one, "kob=LEVEL", where LEVEL converts to 0 to 10, and hands out its parts.
 // Only the conversion is checked: the level text itself may be anything that begins with such a number, or with

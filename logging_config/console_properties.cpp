@@ -3,11 +3,11 @@
 #include <array>
 
 #include "agent/command_words.h"
-#include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/key_value_file.h"
 #include "logging_config/settings.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 

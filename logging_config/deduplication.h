@@ -1,7 +1,10 @@
-// Categories RK and RKPLUGIN: the deduplication components and the storage plug-in.
+// Category RK: the deduplication components.
 #pragma once
 
-#include "logging_config/categories.h"
+#include <string>
+
+#include "logging_config/response_lines.h"
+#include "logging_config/values.h"
 
 // Finds the path that the registry names: what follows the first "=" of its first line with "kpa.cfg" in it,
 // unchanged up to a zero byte; a line without "=" leaves `path` as it was. Returns 0, status::registry_not_opened or
@@ -16,8 +19,3 @@ int get_rk_conf_filepath(std::string component, std::string& path, char* error, 
 // edited once a call: later components that share it repeat its outcome. Appends one line for each component. Returns
 // 0.
 int process_rk(std::string category, const Values& values, Responses& responses);
-
-// Sets "LOGLEVEL" to the level of the one value "rkplugin" or NAME=LEVEL (10 for NAME alone), and restores a
-// commented "DEBUGLOG". Any other list of values gets a line that rejects it, and its first value is applied all
-// the same. Returns 0.
-int process_rkplugin(std::string category, const Values& values, Responses& responses);

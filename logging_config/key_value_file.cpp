@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "agent/status.h"
-#include "agent/system_error.h"
 #include "logging_config/text_lines.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
+#include "platform/system_error.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <cstring>
 
 #include "agent/command_words.h"
-#include "agent/status.h"
 #include "agent/string_utilities.h"
-#include "agent/system_error.h"
 #include "logging_config/settings.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
+#include "platform/system_error.h"
 
 namespace {
 

@@ -1,7 +1,10 @@
 // Categories ZMLOGDIR and MMLOGDIR: components that write debug logs once a directory of their name exists.
 #pragma once
 
-#include "logging_config/categories.h"
+#include <string>
+
+#include "logging_config/response_lines.h"
+#include "logging_config/values.h"
 
 // With the action "enable", creates the directory NAME of each value NAME or NAME=PERM below the product's log root;
 // PERM is ignored. Any other action creates nothing and is answered as a success. Appends one line for each

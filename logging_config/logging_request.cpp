@@ -1,10 +1,10 @@
 #include "logging_config/logging_request.h"
 
 #include "agent/response_channel.h"
-#include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/categories.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 

@@ -5,13 +5,12 @@
 #include <array>
 
 #include "agent/bounded_text.h"
-#include "agent/status.h"
 #include "agent/string_utilities.h"
-#include "logging_config/key_value_file.h"
 #include "logging_config/settings.h"
 #include "logging_config/text_lines.h"
 #include "platform/main_configuration.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 
@@ -107,21 +106,5 @@ int process_qrconf(std::string category, const Values& entries, Responses& respo
             .label = label, .status = failed ? status::failure : status::success, .message = message};
         respond(failed ? log_level::error : log_level::information, tag, compose(line, line_size), responses);
     }
-    return result;
-}
-
-int process_config_file_entry(std::string category, std::string entry, Responses& responses, std::string path,
-                              std::string key, std::string separator, std::string default_level) {
-    std::string name;
-    std::string level = default_level;
-    split_lhs_rhs(entry, name, level);
-    std::array<char, message_size> notice{};
-    const int result = set_parameter_value(path, key, separator, level, notice.data(), notice.size(), 1);
-    std::string message = notice.data();
-    if (result == status::success) {
-        message = message.empty() ? "Set up " + name + " debug logging" : "INF: " + message;
-    }
-    const ProcessLine line = {.label = process_label(category, name), .status = result, .message = message};
-    respond(log_level::information, "process_config_file_entry", compose(line, line_size), responses);
     return result;
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/system_error.h"
+#include "platform/system_error.h"
 
 using Responses = std::vector<std::string>;
 

@@ -6,10 +6,10 @@
 #include <memory>
 
 #include "agent/answer_forms.h"
-#include "agent/status.h"
 #include "agent/string_utilities.h"
 #include "logging_config/settings.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 #include "platform/unified_logging.h"
 
 namespace {

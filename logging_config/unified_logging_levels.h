@@ -1,7 +1,10 @@
 // Categories ZMKTUL, QPKTUL and SEARCHKTUL: levels of originators in the unified logging configuration.
 #pragma once
 
-#include "logging_config/categories.h"
+#include <string>
+
+#include "logging_config/response_lines.h"
+#include "logging_config/values.h"
 
 // Sets the debug level that each value OID=LEVEL names (6 for OID alone) and the diagnostic level 6. For
 // product 51216 an originator's own entry is removed instead of written when the level is the product's

@@ -4,10 +4,10 @@
 #include <cstring>
 
 #include "agent/command_words.h"
-#include "agent/status.h"
 #include "logging_config/key_value_file.h"
 #include "logging_config/settings.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 int process_vmconf(std::string category, const Values& entries, Responses& responses, const char* action) {
     constexpr const char* tag = "process_vmconf";

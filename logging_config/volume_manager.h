@@ -1,7 +1,10 @@
 // Category VMCONF: the volume manager writes debug logs while its configuration holds the line "VERBOSE".
 #pragma once
 
-#include "logging_config/categories.h"
+#include <string>
+
+#include "logging_config/response_lines.h"
+#include "logging_config/values.h"
 
 // Makes the line active for "enable" and comments it out for "disable" and "reset", once for all entries, and
 // appends one line for each entry. Returns 0 (the outcome is in the lines), or status::failure for another

@@ -5,6 +5,7 @@
 
 #include "platform/library/statuses.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 
@@ -18,28 +19,30 @@ struct StatusText {
 // The catalogue of the product's statuses. Each text says what went wrong and, where that helps, what to look
 // at; each differs from every other.
 constexpr std::array catalogue = {
-    StatusText{0, "the requested operation was successfully completed"},
-    StatusText{1, "the requested operation was only partly or not carried out; see the lines above"},
-    StatusText{23, "the peer had closed the connection or sent more data when the tool ended"},
-    StatusText{27, "the tool was ended by a signal; see the debug log of zmlogadmagent"},
-    StatusText{29, "the tool could not be executed; see whether its file is installed"},
-    StatusText{135, "the peer's user is not known to be root; run the command as root"},
-    StatusText{602, "the connection could not be made non-blocking"},
-    StatusText{5762, "the peer host is not in the SERVER list of qr.conf"},
-    StatusText{5763, "the request could not be received; see the debug log of zmlogadmagent"},
-    StatusText{5764, "the command word is not valid"},
-    StatusText{5766, "no process could be started for the tool"},
-    StatusText{5769, "the end of the tool could not be waited for"},
-    StatusText{5772, "a unified logging configuration could not be loaded"},
-    StatusText{5784, "a directory could not be opened, examined or removed"},
-    StatusText{5796, "output could not be sent to the peer in full"},
-    StatusText{5803, "a parameter of a configuration file could not be set"},
-    StatusText{5804, "a parameter of a configuration file could not be removed"},
-    StatusText{5806, "the deduplication registry names no configuration file"},
-    StatusText{5809, "the arguments of the KOB category are not valid; expected is kob=LEVEL, 0 to 10"},
-    StatusText{5811, "the collection directory could not be created; see whether its parent exists"},
-    StatusText{5820, "the directory is not a collection result and was not cleaned up"},
-    StatusText{5822, "a logging argument is not of the form CATEGORY:VALUE,VALUE"},
+    StatusText{status::success, "the requested operation was successfully completed"},
+    StatusText{status::failure, "the requested operation was only partly or not carried out; see the lines above"},
+    StatusText{status::peer_closed, "the peer had closed the connection or sent more data when the tool ended"},
+    StatusText{status::tool_killed, "the tool was ended by a signal; see the debug log of zmlogadmagent"},
+    StatusText{status::tool_not_executed, "the tool could not be executed; see whether its file is installed"},
+    StatusText{status::peer_not_root, "the peer's user is not known to be root; run the command as root"},
+    StatusText{status::socket_not_nonblocking, "the connection could not be made non-blocking"},
+    StatusText{status::peer_not_a_server, "the peer host is not in the SERVER list of qr.conf"},
+    StatusText{status::request_not_received, "the request could not be received; see the debug log of zmlogadmagent"},
+    StatusText{status::command_not_valid, "the command word is not valid"},
+    StatusText{status::fork_failed, "no process could be started for the tool"},
+    StatusText{status::wait_failed, "the end of the tool could not be waited for"},
+    StatusText{status::ktul_not_loaded, "a unified logging configuration could not be loaded"},
+    StatusText{status::directory_failed, "a directory could not be opened, examined or removed"},
+    StatusText{status::output_not_sent, "output could not be sent to the peer in full"},
+    StatusText{status::parameter_not_set, "a parameter of a configuration file could not be set"},
+    StatusText{status::parameter_not_unset, "a parameter of a configuration file could not be removed"},
+    StatusText{status::registry_without_file, "the deduplication registry names no configuration file"},
+    StatusText{status::kob_arguments_not_valid,
+               "the arguments of the KOB category are not valid; expected is kob=LEVEL, 0 to 10"},
+    StatusText{status::collection_directory_not_created,
+               "the collection directory could not be created; see whether its parent exists"},
+    StatusText{status::cleanup_refused, "the directory is not a collection result and was not cleaned up"},
+    StatusText{status::logging_argument_not_valid, "a logging argument is not of the form CATEGORY:VALUE,VALUE"},
     StatusText{own::configuration_not_read, "the main configuration qr.conf could not be read"},
     StatusText{own::configuration_text_not_valid, "a key or value is not one that qr.conf may be given"},
     StatusText{own::peer_not_examined, "the connection's peer could not be identified"},

@@ -12,9 +12,9 @@
 #include <optional>
 
 #include "agent/request_framing.h"
-#include "agent/status.h"
 #include "platform/network.h"
 #include "platform/posix.h"
+#include "platform/status_codes.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/invariant.h"
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 
-#include "agent/status.h"
+#include "platform/status_codes.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/scratch_file.h"

@@ -10,10 +10,10 @@
 #include <cstring>
 
 #include "agent/request_framing.h"
-#include "agent/status.h"
 #include "commands/external_commands.h"
 #include "commands/request_dispatcher.h"
 #include "platform/posix.h"
+#include "platform/status_codes.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/scratch_file.h"

@@ -136,7 +136,7 @@ statuses_of_namespace() { # FILE NAMESPACE
 
 request_statuses() {
     local library=platform/library/statuses.h first last
-    statuses_of_namespace agent/status.h status | cut -d' ' -f2 | sort -u
+    statuses_of_namespace platform/status_codes.h status | cut -d' ' -f2 | sort -u
     statuses_of_namespace $library platform_library::status | awk '!/configuration_not_updated/ { print $2 }'
     first=$(statuses_of_namespace $library platform_library::status | awk '$1 == "configuration_not_updated" { print $2 }')
     last=$(statuses_of_namespace $library platform_library::status | awk '$1 ~ /^last_/ { print $2 }')
@@ -145,7 +145,7 @@ request_statuses() {
 
 check_statuses() {
     same "statuses" "$(request_statuses)" "$(items zmlogadmagent.8 'Statuses of a request')"
-    same "statuses of the process" "$(statuses_of_namespace agent/status.h exit_status | cut -d' ' -f2)" \
+    same "statuses of the process" "$(statuses_of_namespace agent/exit_status.h exit_status | cut -d' ' -f2)" \
         "$(items zmlogadmagent.8 'Statuses of the process alone')"
     same "exit statuses of the command" \
         "$(sed -nE 's/.*int (own_failure|other_status|strict_failure) = ([0-9]+);.*/\2/p' request_command/failure.h request_command/request.cpp)" \

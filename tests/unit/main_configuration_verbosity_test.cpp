@@ -1,5 +1,6 @@
 #include "logging_config/main_configuration_verbosity.h"
 
+#include "logging_config/config_file_entry.h"
 #include "tests/unit/agent_test.h"
 
 namespace {

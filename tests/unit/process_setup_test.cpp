@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-#include "agent/status.h"
+#include "platform/status_codes.h"
 #include "tests/unit/agent_test.h"
 
 namespace {

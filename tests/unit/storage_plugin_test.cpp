@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "logging_config/deduplication.h"
+#include "logging_config/storage_plugin.h"
 #include "tests/unit/agent_test.h"
 
 namespace {

@@ -1,5 +1,5 @@
-// The status codes of a request, by name. A status is the number in the "EXIT STATUS" line and the exit status
-// of the process; the texts belong to getECmsg.
+// The status codes of a request. A status is the number in the "EXIT STATUS" line and the exit status of the process;
+// getECmsg has its text.
 #pragma once
 
 namespace status {
@@ -9,7 +9,7 @@ inline constexpr int success = 0;
 inline constexpr int failure = 1;
 inline constexpr int peer_closed = 23;
 inline constexpr int tool_killed = 27;
-// Also the exit status of the child that could not become the tool.
+// Also the exit status of the child that could not execute the tool.
 inline constexpr int tool_not_executed = 29;
 inline constexpr int peer_not_root = 135;
 inline constexpr int socket_not_nonblocking = 602;
@@ -22,8 +22,8 @@ inline constexpr int ktul_not_loaded = 5772;
 inline constexpr int directory_failed = 5784;
 inline constexpr int output_not_sent = 5796;
 inline constexpr int parameter_not_set = 5803;
-// The same number as parameter_not_set: the registry of the deduplication installation could not be opened.
-inline constexpr int registry_not_opened = 5803;
+// The registry of the deduplication installation could not be opened.
+inline constexpr int registry_not_opened = parameter_not_set;
 inline constexpr int parameter_not_unset = 5804;
 inline constexpr int registry_without_file = 5806;
 inline constexpr int kob_arguments_not_valid = 5809;
@@ -32,15 +32,3 @@ inline constexpr int cleanup_refused = 5820;
 inline constexpr int logging_argument_not_valid = 5822;
 
 }  // namespace status
-
-// Exit statuses of a process that ends before it can tell anybody why.
-namespace exit_status {
-
-inline constexpr int stdout_not_redirected = 11;
-inline constexpr int stderr_not_redirected = 12;
-inline constexpr int socket_not_duplicated = 17;
-inline constexpr int stdin_not_redirected = 18;
-// Stands for every status that is too large for an exit status.
-inline constexpr int too_large = 252;
-
-}  // namespace exit_status

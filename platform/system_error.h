@@ -4,10 +4,10 @@
 #include <cerrno>
 #include <cstring>
 
-// Takes errno when it is made, so that what is done between the failure and its message cannot change what is told.
+// Copies errno when it is made, so that later calls cannot change the error that is reported.
 struct SystemError {
     int number = errno;
 
-    // Stands until the next error's text is asked for.
+    // Valid until the next call of text().
     [[nodiscard]] const char* text() const { return strerror(number); }
 };
