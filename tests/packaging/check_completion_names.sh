@@ -26,11 +26,6 @@ offered_by_zsh() { # FUNCTION [ARGUMENT ...]
         $@[2,-1]' zsh $zsh_source "$@"
 }
 
-words_of_sources() {
-    local commands=commands/external_commands.cpp
-    { table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names
-}
-
 # "-H" and "--host", each with "argument" or "alone".
 options_of_sources() {
     table request_command/options.cpp 'long_options = ' |
@@ -69,7 +64,7 @@ products() { # FILE
     sed -nE 's/^ *([A-Z]+)\) _zmlogadm_originators ([0-9]+) ;;/\1 \2/p' "$1"
 }
 
-words=$(words_of_sources)
+words=$(command_words)
 same "words for bash" "$words" "$(offered_by_bash _zmlogadm_option_or_word '')"
 same "words for zsh" "$words" "$(offered_by_zsh _zmlogadm_words)"
 categories=$(category_names)

@@ -44,8 +44,7 @@ check_lint() {
 }
 
 check_words() {
-    local commands=commands/external_commands.cpp
-    same "words" "$({ table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names)" \
+    same "words" "$(command_words)" \
         "$(items_of zmlogadm.1 REQUESTS Cm)"
     same "categories" "$(category_names)" \
         "$(items_of zmlogadm.1 CATEGORIES Cm)"
@@ -53,9 +52,9 @@ check_words() {
 
 # What the command knows for its remarks on spelling is what agents know.
 check_known_words() {
-    local commands=commands/external_commands.cpp known=request_command/known_words.h
+    local known=request_command/known_words.h
     same "words that the command knows" \
-        "$({ table $commands 'external_words = '; table $commands 'built_in_words = '; } | quoted_names)" \
+        "$(command_words)" \
         "$({ table $known ' tool_words = '; table $known ' logging_words = '; table $known ' other_words = '; } | quoted_names)"
     same "categories that the command knows" "$(category_names)" \
         "$(table $known ' known_categories = ' | quoted_names)"
@@ -153,7 +152,7 @@ check_statuses() {
 }
 
 check_files() {
-    same "tools" "$(table commands/external_commands.cpp 'tool_paths = ' | quoted_names | grep / | sort -u)" \
+    same "tools" "$(names_in_namespace agent/tool_files.h tool_file | grep '^/')" \
         "$(items_of zmlogadmagent.8 FILES Pa | grep '/bin/[a-z]*/' | grep -v zmlogadmagent-prune-logs)"
     local file
     for file in $(grep -ohE '"(/usr/kumel|/opt|/etc)/[^"]*\.(conf|cfg|properties)"|"/opt/[^"]*"' logging_config/settings.h platform/product_files.h | tr -d '"' | sort -u); do

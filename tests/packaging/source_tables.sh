@@ -7,9 +7,19 @@ table() { # FILE START
     awk -v start="$2" '$0 ~ start { on = 1 } on { print } on && /};/ { exit }' "$1"
 }
 
+# The quoted names in a namespace of a header.
+names_in_namespace() { # FILE NAMESPACE
+    awk -v start="^namespace $2 [{]" '$0 ~ start { on = 1 } on { print } on && /^}/ { exit }' "$1" | quoted_names
+}
+
+# The command words of requests.
+command_words() {
+    names_in_namespace agent/command_words.h command_word
+}
+
 # The names of the categories, and "CATEGORY PRODUCT" of those that have one.
 category_names() {
-    awk '/^namespace category [{]/ { on = 1 } on { print } on && /^}/ { exit }' logging_config/settings.h | quoted_names
+    names_in_namespace logging_config/settings.h category
 }
 
 category_products() {
