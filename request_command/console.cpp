@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
+#include "platform/standard_streams.h"
 #include "request_command/failure.h"
-#include "request_command/standard_streams.h"
 
 namespace {
 

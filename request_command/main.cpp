@@ -8,13 +8,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/standard_streams.h"
 #include "request_command/answer_output.h"
 #include "request_command/console.h"
 #include "request_command/failure.h"
 #include "request_command/hints.h"
 #include "request_command/options.h"
 #include "request_command/request.h"
-#include "request_command/standard_streams.h"
 
 namespace {
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/standard_streams.h"
 #include "state_command/differences.h"
 #include "state_command/failure.h"
 #include "state_command/host.h"

@@ -1,7 +1,5 @@
 #include "state_command/output.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/standard_streams.h"
 #include "state_command/failure.h"
 
 namespace {
@@ -32,22 +31,6 @@ std::string escape_byte(unsigned char byte) {
     }
 }
 
-// Waits where another user of the stream has made it non-blocking and it is full. Returns 0 or an error number.
-int write_to_stream(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = write(fd, text.data(), text.size());
-        if (count >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(count));
-        } else if (errno == EAGAIN) {
-            pollfd entry = {.fd = fd, .events = POLLOUT, .revents = 0};
-            poll(&entry, 1, -1);
-        } else if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
-}
-
 std::string reason_of(int error) {
     switch (error) {
         case EINVAL:  // a device, a FIFO or a socket
@@ -60,14 +43,6 @@ std::string reason_of(int error) {
 }
 
 }  // namespace
-
-void occupy_standard_descriptors() {
-    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(fd, F_GETFD) == -1 && open("/dev/null", O_RDONLY) != fd) {
-            throw system_failure(errno, "cannot open /dev/null");
-        }
-    }
-}
 
 std::string escape(std::string_view text) {
     std::string escaped;
@@ -84,8 +59,8 @@ std::string escape(std::string_view text) {
 }
 
 void print_text(std::string_view text) {
-    if (output_error == 0) {
-        output_error = write_to_stream(STDOUT_FILENO, text);
+    if (output_error == 0 && !write_to_stream(STDOUT_FILENO, text)) {
+        output_error = errno;
     }
 }
 
@@ -94,7 +69,7 @@ void print_line(std::string_view line) {
 }
 
 void complain(std::string_view line) {
-    write_to_stream(STDERR_FILENO, "zmlogstate: " + escape(line) + "\n");
+    static_cast<void>(write_to_stream(STDERR_FILENO, "zmlogstate: " + escape(line) + "\n"));
 }
 
 void finish_output() {

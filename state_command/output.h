@@ -6,9 +6,6 @@
 #include <string_view>
 #include <vector>
 
-// Gives every standard descriptor that is closed a place holder, lest a file that the command writes become its output.
-void occupy_standard_descriptors();
-
 // Returns the text with every control character written as \n, \r, \t or \xHH.
 [[nodiscard]] std::string escape(std::string_view text);
 

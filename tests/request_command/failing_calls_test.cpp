@@ -8,13 +8,14 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <system_error>
 #include <vector>
 
+#include "platform/standard_streams.h"
 #include "request_command/child.h"
 #include "request_command/connection.h"
 #include "request_command/exchange.h"
 #include "request_command/failure.h"
-#include "request_command/standard_streams.h"
 #include "tests/request_command/system_calls.h"
 #include "tests/support/connected_sockets.h"
 #include "tests/support/scripted_peer.h"
@@ -248,7 +249,7 @@ TEST_F(StandardStreams, AreNotDoneWithoutWhenTheyCannotBeOccupied) {
     try {
         occupy_standard_descriptors();
         ADD_FAILURE() << "went on";
-    } catch (const Failure& failure) {
+    } catch (const std::system_error& failure) {
         EXPECT_STREQ(failure.what(), "cannot open /dev/null: Too many open files");
     }
 }

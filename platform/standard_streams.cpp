@@ -1,17 +1,17 @@
-#include "request_command/standard_streams.h"
+#include "platform/standard_streams.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
-
-#include "request_command/failure.h"
+#include <system_error>
 
 void occupy_standard_descriptors() {
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // Read-only, so that a write to the descriptor still fails as it would have.
         if (fcntl(fd, F_GETFD) == -1 && open("/dev/null", O_RDONLY) != fd) {
-            throw system_failure(errno, "cannot open /dev/null");
+            throw std::system_error(errno, std::generic_category(), "cannot open /dev/null");
         }
     }
 }
