@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "platform/hexadecimal.h"
+
 namespace {
 
 constexpr std::size_t longest_character = 4;
@@ -81,7 +83,6 @@ bool is_utf8(std::string_view bytes) {
 }
 
 std::string printable(std::string_view bytes) {
-    constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     while (!bytes.empty()) {
         const std::size_t length = character_length(bytes);
@@ -93,8 +94,7 @@ std::string printable(std::string_view bytes) {
             text += character;
         } else {
             for (const char byte : character) {
-                text += {'\\', 'x', digits[static_cast<unsigned char>(byte) >> 4U],
-                         digits[static_cast<unsigned char>(byte) & 0xFU]};
+                text += "\\x" + to_hexadecimal({&byte, 1});
             }
         }
     }

@@ -1,20 +1,18 @@
-// The only source that includes the JSON library, because that takes long to compile. Streams are not needed.
-#define JSON_NO_IO
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <ctime>
-#include <nlohmann/json.hpp>
 #include <utility>
 #include <variant>
 
+#include "platform/json_objects.h"
 #include "platform/text_encoding.h"
 #include "request_command/answer_line.h"
 #include "request_command/answer_output.h"
 
 namespace {
 
-using Object = nlohmann::ordered_json;
+using Object = JsonObject;
 
 // A line is kept until it ends. A longer line is printed in pieces; an agent's own lines are never longer.
 constexpr std::size_t longest_line = 65536;
@@ -24,14 +22,6 @@ enum class LineEnd { newline, missing };
 
 Object object_of_type(std::string_view type) {
     return {{"type", type}};
-}
-
-// Adds the exact bytes too when the text is not UTF-8.
-void add_text(Object& object, std::string_view name, std::string_view text) {
-    object[name] = text;
-    if (!is_utf8(text)) {
-        object[std::string(name) + "_base64"] = base64(text);
-    }
 }
 
 // Adds the exact bytes of all texts too when one of them is not UTF-8.
@@ -91,7 +81,7 @@ void add_line_end(Object& object, LineEnd end) {
 }
 
 std::string text_of(const Object& object) {
-    return object.dump(-1, ' ', true, Object::error_handler_t::replace) + "\n";
+    return to_line(object) + "\n";
 }
 
 // Returns the text that follows the number of a status line.

@@ -7,9 +7,9 @@
 
 #include "logging_config/settings.h"
 #include "logging_config/text_lines.h"
+#include "platform/hexadecimal.h"
 #include "platform/library/numbers.h"
 #include "state_command/changed_files.h"
-#include "state_command/hexadecimal.h"
 #include "state_command/sha256.h"
 
 namespace {

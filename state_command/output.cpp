@@ -3,11 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
+#include "platform/hexadecimal.h"
 #include "platform/standard_streams.h"
 #include "state_command/failure.h"
 
@@ -16,7 +15,7 @@ namespace {
 // The error number of the first line that could not be printed.
 int output_error = 0;
 
-std::string escape_byte(unsigned char byte) {
+std::string escape_byte(char byte) {
     switch (byte) {
         case '\n':
             return "\\n";
@@ -25,9 +24,7 @@ std::string escape_byte(unsigned char byte) {
         case '\t':
             return "\\t";
         default:
-            std::array<char, 8> text;
-            snprintf(text.data(), text.size(), "\\x%02x", byte);
-            return text.data();
+            return "\\x" + to_hexadecimal({&byte, 1});
     }
 }
 
@@ -50,7 +47,7 @@ std::string escape(std::string_view text) {
     for (const char byte : text) {
         const auto value = static_cast<unsigned char>(byte);
         if (value < 32 || value == 127) {
-            escaped += escape_byte(value);
+            escaped += escape_byte(byte);
         } else {
             escaped += byte;
         }

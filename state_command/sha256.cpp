@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "state_command/hexadecimal.h"
+#include "platform/hexadecimal.h"
 
 namespace {
 

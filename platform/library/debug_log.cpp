@@ -13,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/hexadecimal.h"
 #include "platform/posix.h"
 #include "platform/runtime.h"
 
@@ -129,8 +130,6 @@ class Line {
     }
 
     void append_escape(char byte) {
-        constexpr std::string_view digits = "0123456789abcdef";
-        const auto value = static_cast<unsigned char>(byte);
         if (byte == '\\') {
             append("\\\\");
         } else if (byte == '\n') {
@@ -141,8 +140,7 @@ class Line {
             append("\\t");
         } else {
             append("\\x");
-            append(digits.substr(value / 16, 1));
-            append(digits.substr(value % 16, 1));
+            append(to_hexadecimal({&byte, 1}));
         }
     }
 

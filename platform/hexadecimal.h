@@ -16,7 +16,7 @@ inline std::string to_hexadecimal(std::string_view bytes) {
     return text;
 }
 
-// Returns nothing for what is no such text.
+// Returns the bytes, or nothing for a text of any other form.
 inline std::optional<std::string> from_hexadecimal(std::string_view text) {
     constexpr std::string_view digits = "0123456789abcdef";
     if (text.size() % 2 != 0 || text.find_first_not_of(digits) != std::string_view::npos) {
