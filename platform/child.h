@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <utility>
 
-// Owns one child process and waits for it at the end of its life. Holds -1 when there is none.
+// Owns one child process and waits for its end in the destructor. Holds -1 when there is no child.
 class [[nodiscard]] Child {
   public:
     Child() = default;

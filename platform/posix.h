@@ -1,5 +1,4 @@
-// Owners of POSIX resources and the one way to read and write a file, shared by the agent, the platform
-// library and the request command.
+// Owners of POSIX resources, and functions that read or write a whole file. All programs use them.
 #pragma once
 
 #include <dirent.h>
@@ -12,8 +11,8 @@
 #include <string_view>
 #include <utility>
 
-// Owns one file descriptor and closes it at the end of its life; errno survives the closing, so that a
-// caller may still report the failure that made it leave. Holds -1 when there is nothing to own.
+// Owns one file descriptor and closes it in the destructor. Closing does not change errno, so that a caller that
+// returns after a failure can still report it. Holds -1 when it owns nothing.
 class [[nodiscard]] Descriptor {
   public:
     Descriptor() = default;
@@ -31,7 +30,7 @@ class [[nodiscard]] Descriptor {
 
     [[nodiscard]] int get() const { return fd_; }
     [[nodiscard]] bool valid() const { return fd_ >= 0; }
-    // Gives the descriptor up without closing it.
+    // Gives up ownership without closing the descriptor.
     int release() { return std::exchange(fd_, -1); }
     void reset(int fd = -1) {
         if (fd_ >= 0) {
@@ -54,11 +53,11 @@ struct DirectoryCloser {
     }
 };
 
-// Owns an open directory stream; errno survives the closing. Null when the directory could not be opened.
+// Owns an open directory stream. Closing does not change errno. Null when the directory could not be opened.
 using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
-// Writes all of the text, resuming short and interrupted writes. Returns whether that worked; if not, errno says
-// why. For files: a non-blocking descriptor that is full is a failure.
+// Writes all of the text, and resumes after short and interrupted writes. Returns whether that worked; if not, errno
+// says why. Meant for files: a full non-blocking descriptor is a failure.
 inline bool write_all(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = ::write(fd, text.data(), text.size());
@@ -71,8 +70,8 @@ inline bool write_all(int fd, std::string_view text) {
     return true;
 }
 
-// Appends what is left to read of the descriptor to `text`. Returns whether the end was reached; if not, errno
-// says why and what was read before stays in `text`.
+// Reads the descriptor to its end and appends the bytes to `text`. Returns whether that worked; if not, errno says why
+// and `text` keeps what was read before.
 inline bool read_all(int fd, std::string& text) {
     std::array<char, 4096> buffer;
     for (;;) {

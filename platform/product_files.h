@@ -8,7 +8,7 @@ namespace product_files {
 
 inline constexpr const char* main_configuration = "/usr/kumel/zembrath/qr.conf";
 inline constexpr const char* log_root = "/usr/kumel/zembrath/logs";
-// The agent's own folders in the log root: its debug log, and what it has collected.
+// The agent's own folders in the log root: for its debug log, and for the evidence that it collects.
 inline constexpr const char* agent_log_folder = "zmlogadmagent";
 inline constexpr const char* evidence_folder = "zmlaevidence";
 

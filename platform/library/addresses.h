@@ -16,9 +16,9 @@ namespace platform_library {
 struct Address {
     int family = AF_UNSPEC;
     std::array<unsigned char, 16> bytes{};
-    std::uint32_t scope = 0;  // interface of a link-local address, 0 when it is not told
+    std::uint32_t scope = 0;  // interface of a link-local address, or 0 when it is not known
 
-    // Two link-local addresses are not one when both tell their interface and it is not the same.
+    // Two link-local addresses differ when the interfaces of both are known and differ.
     bool operator==(const Address& other) const {
         return family == other.family && bytes == other.bytes &&
                (scope == other.scope || scope == 0 || other.scope == 0);
@@ -27,20 +27,20 @@ struct Address {
 
 using AddressTest = std::function<bool(const Address&)>;
 
-// Returns the address in a socket address, of no family when it holds none.
+// Returns the address in a socket address, or one of family AF_UNSPEC when that has no IP address.
 Address address_of(const sockaddr* name);
 
-// Returns the address that is written in a form that inet_pton reads, and no other: older readers of addresses take
-// "10.5" and "192.168.010.005" for something else than they look. "%" and an interface may follow a link-local address.
+// Reads an address in the forms that inet_pton accepts. Other forms are rejected, because older parsers read
+// "10.5" and "192.168.010.005" as unexpected addresses. A link-local address may be followed by "%" and an interface.
 std::optional<Address> parse_address(const std::string& text);
 
 // Returns the text of an address, without its interface.
 std::string to_text(const Address& address);
 
-// This host's addresses. They are asked for when they are first needed.
+// This host's addresses. The first call that needs them asks the system.
 class OwnAddresses {
   public:
-    // Tells whether the address is a loopback one or one of this host's own.
+    // Returns whether the address is a loopback address or one of this host's own.
     bool hold(const Address& address);
 
   private:

@@ -1,4 +1,4 @@
-// The main configuration as the library's own parts see it.
+// The main configuration, for the other sources of the library.
 #pragma once
 
 #include <optional>
@@ -9,11 +9,11 @@
 namespace platform_library {
 
 struct HostConfiguration {
-    std::vector<std::string> servers;  // the hosts that are trusted, as they are written
+    std::vector<std::string> servers;  // the trusted hosts, as the file spells them
     int network_timeout = 300;         // seconds
 };
 
-// What ZM_read_master_config read; before that, nobody is trusted.
+// Returns what ZM_read_master_config read. Before that call, no host is trusted.
 const HostConfiguration& host_configuration();
 
 struct ConfigurationLine {
@@ -21,14 +21,14 @@ struct ConfigurationLine {
     std::string_view value;
 };
 
-// Returns the key and value of a line "KEY = value", without the blanks around them, or nothing for a line of any
-// other shape, remarks among them.
+// Returns the key and value of a line "KEY = value", without the blanks around them. Returns nothing for any other
+// line, such as a comment.
 std::optional<ConfigurationLine> parse_configuration_line(std::string_view line);
 
-// Tells whether the text is a letter with letters, digits and "_" behind it.
+// Returns whether the text is a letter followed by letters, digits or "_".
 bool is_configuration_key(std::string_view text);
 
-// Keys match without regard to case: returns the form that they are compared in.
+// Returns the key in upper case. Keys are compared in this form, because their case does not matter.
 std::string fold_key(std::string_view key);
 
 }  // namespace platform_library

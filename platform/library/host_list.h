@@ -1,4 +1,4 @@
-// Whether a list of hosts names one.
+// Searches a list of hosts for a host.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@
 
 namespace platform_library {
 
-// Tell whether some host of the list is this host, or has the address. Names are resolved to addresses, never the
-// other way round, and only after no exact match and no address of the list has decided: by /etc/hosts, and those that
-// are not in there by a look-up. What could not be looked up before the deadline does not count. "localhost" and
-// this host's own name are never looked up.
+// Return whether some host of the list is this host, or has the address. They try exact matches and the addresses in
+// the list first. Only then do they resolve names to addresses: with /etc/hosts, or with a look-up for names that are
+// not in there. They never resolve an address to a name. They ignore names that cannot be looked up before the
+// deadline. They never look up "localhost" and this host's own name.
 bool names_this_host(const std::vector<std::string>& hosts, Deadline deadline);
 bool names_address(const std::vector<std::string>& hosts, const Address& address, Deadline deadline);
 

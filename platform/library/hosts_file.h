@@ -8,8 +8,8 @@
 
 namespace platform_library {
 
-// Calls `visit` with each name of each line of /etc/hosts and the line's address until it returns true. Returns whether
-// it did. A file that cannot be read has no lines, and a line that begins with no address has no names.
+// Calls `visit` with each name of each line of /etc/hosts and the line's address, until a call returns true. Returns
+// whether one did. Ignores a file that it cannot read and lines that do not begin with an address.
 bool any_in_hosts_file(const std::function<bool(std::string_view name, const Address& address)>& visit);
 
 }  // namespace platform_library

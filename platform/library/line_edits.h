@@ -1,4 +1,4 @@
-// Changes to single lines of a text, all other bytes kept.
+// Changes to single lines of a text. All other bytes stay the same.
 #pragma once
 
 #include <functional>
@@ -9,15 +9,15 @@
 
 namespace platform_library {
 
-// What becomes of the lines of one key: with a text, it stands in the place of the first of them and the later
-// ones go, or it is added at the end when there is none; without one, all of them go.
+// A change to the lines of one key. With a text, the text replaces the first of the lines and the others are removed;
+// without such lines, the text is added at the end. Without a text, all of the lines are removed.
 using LineEdit = std::optional<std::string>;
 
-// Tells which of the edits a line belongs to; nothing for a line that belongs to none.
+// Returns the index of the edit that a line belongs to, or nothing.
 using FindEdit = std::function<std::optional<std::size_t>(std::string_view line)>;
 
-// Returns the text with the edits applied, additions in the order of the edits, or nothing when no line
-// changes. A last line without a newline gains one.
+// Returns the text with the edits applied, or nothing when no line changes. Adds lines in the order of the edits. Adds
+// a newline to a last line without one.
 std::optional<std::string> apply_line_edits(std::string_view text, const std::vector<LineEdit>& edits,
                                             const FindEdit& find_edit);
 

@@ -1,4 +1,4 @@
-// Addresses of names, as this host finds them.
+// Looks up the addresses of host names.
 #pragma once
 
 #include <string>
@@ -10,22 +10,23 @@
 
 namespace platform_library {
 
-// Tells whether a name can be looked up. A text whose last label is a number cannot: what looks like an address and is
-// none is not to become one by another reader of addresses. Nor can a text with blanks, control characters, ":" or "%".
+// Returns whether the text may be looked up as a name. A text whose last label is a number may not: some resolvers
+// would read it as an address that parse_address rejects. A text with blanks, control characters, ":" or "%" may not
+// either.
 bool is_host_name(std::string_view text);
 
 enum class LookUpEnd {
-    complete,     // all addresses that were found have been shown
+    complete,     // the test saw all addresses that were found
     stopped,      // by the test
     timed_out,    // the deadline came first
     not_started,  // errno says why
 };
 
-// Looks up the names, which are host names, and shows each of their addresses to the test until that returns true. A
-// child process does it for each name, several at once, and all are gone when this returns: the host's own "getent
-// ahosts", so that every source of names in /etc/nsswitch.conf counts, or, where that cannot be run, the C library,
-// which knows files and DNS. The addresses of one name come in the order in which they are to be tried, several times
-// each. The caller does not ignore SIGCHLD.
+// Looks up the names, for which is_host_name holds, and calls the test with each address until the test returns true.
+// Starts a child process for each name, several at once; all have ended when this function returns. A child runs the
+// host's "getent ahosts", which uses every source of names in /etc/nsswitch.conf. Where that program cannot be run, the
+// child uses the C library, which knows files and DNS. The addresses of a name come in the order in which to try them,
+// each several times. The caller must not ignore SIGCHLD.
 LookUpEnd look_up(const std::vector<std::string>& names, Deadline deadline, const AddressTest& test);
 
 }  // namespace platform_library

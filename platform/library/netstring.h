@@ -1,4 +1,4 @@
-// The framing of values on the wire.
+// The framing of values on a connection.
 #pragma once
 
 #include <string>
@@ -6,8 +6,7 @@
 
 namespace platform_library {
 
-// Returns the text as a netstring: its length in bytes, ":", the bytes, ",". A number is the netstring of its
-// decimal text.
+// Returns the text as a netstring: its length in bytes, ":", the bytes, ",". To frame a number, pass its decimal text.
 inline std::string netstring(std::string_view text) {
     std::string framed = std::to_string(text.size());
     framed += ':';

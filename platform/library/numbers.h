@@ -1,4 +1,4 @@
-// Decimal numbers in text: an optional "-" and digits, nothing else around them.
+// Decimal numbers in texts that consist of an optional "-" and digits.
 #pragma once
 
 #include <charconv>
@@ -9,8 +9,8 @@
 
 namespace platform_library {
 
-// Sets `number` and returns no error, or returns invalid_argument for text that is no number, or
-// result_out_of_range for one that the type does not hold.
+// Sets `number` and returns std::errc(). Returns invalid_argument for a text that is not a number, and
+// result_out_of_range for a number that does not fit the type.
 template <typename Number>
 std::errc parse_number(std::string_view text, Number& number) {
     const char* const end = text.data() + text.size();
@@ -18,7 +18,7 @@ std::errc parse_number(std::string_view text, Number& number) {
     return result.ptr == end ? result.ec : std::errc::invalid_argument;
 }
 
-// Returns the number, or nothing for text that is no signed 32-bit number.
+// Returns the number, or nothing for a text that is not a signed 32-bit number.
 inline std::optional<std::int32_t> parse_int32(std::string_view text) {
     std::int32_t number = 0;
     if (parse_number(text, number) != std::errc()) {

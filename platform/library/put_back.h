@@ -1,10 +1,11 @@
-// Puts whole files back as they once were: the counterpart of rewrite_file for what comes from a copy.
+// Restores whole files from a copy.
 //
-// Each function holds the lock of the name (as rewrite_file) while it works, acts on the name itself and not on what a
-// link of that name leads to, and flushes the folder. At any moment the name has what it had before or all that was
-// wanted. They return 0 or an error number; then what had the name still has it, unless flushing the folder was what
-// failed, and only the lock file is left. A folder is never made nor replaced. EEXIST says that something else has the
-// name of the new file, ".NAME.put"; it is left.
+// Each function holds the lock of the name while it works, as rewrite_file does. It acts on the name itself: when the
+// name is a link, it replaces the link and not the link's target. It flushes the folder. At any moment the name has its
+// whole old or its whole new content. The functions return 0 or an error number. After an error the name is unchanged,
+// unless the error came from flushing the folder, and only the lock file is left behind. They never create or replace a
+// folder. EEXIST means that the name of the new file, ".NAME.put", is taken by a file that no restore made, which
+// stays.
 #pragma once
 
 #include <sys/types.h>
@@ -23,13 +24,13 @@ struct WholeFile {
     ExtendedAttributes attributes;
 };
 
-// Makes `path` a regular file with this text, mode, owner and attributes, whatever file or link has the name, or none.
+// Makes `path` a regular file with this text, mode, owner and attributes. Replaces a file or link of that name.
 [[nodiscard]] int put_file(const std::string& path, const WholeFile& file);
 
-// Makes `path` a symbolic link.
+// Makes `path` a symbolic link to `target`. Replaces a file or link of that name.
 [[nodiscard]] int put_link(const std::string& path, const std::string& target);
 
-// Removes the file or link of that name. One that is not there is removed.
+// Removes the file or link `path`. Succeeds when there is none.
 [[nodiscard]] int remove_file(const std::string& path);
 
 }  // namespace platform_library
