@@ -14,8 +14,8 @@ bool is_continuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-// One kind of character: its first bytes, its length, and what its second byte may be, which is where overlong forms,
-// surrogates and numbers beyond U+10FFFF show.
+// One kind of character: its first bytes, its length and its second bytes. The limits of the second byte exclude
+// overlong forms, surrogates and numbers above U+10FFFF.
 struct Kind {
     unsigned char first;
     unsigned char last;
@@ -49,7 +49,7 @@ bool is_character(std::string_view bytes, const Kind& kind) {
     return second >= kind.least_second && second <= kind.most_second;
 }
 
-// Returns the length of the character that the bytes begin with, or 0 when they begin with none.
+// Returns the length of the character at the start of the bytes, or 0 when they do not start with a valid one.
 std::size_t character_length(std::string_view bytes) {
     const auto first = static_cast<unsigned char>(bytes.front());
     for (const Kind& kind : kinds) {
@@ -60,7 +60,7 @@ std::size_t character_length(std::string_view bytes) {
     return 0;
 }
 
-// Tells whether a character controls a terminal: one below the blank, DEL, or one from U+0080 to U+009F.
+// Returns whether a terminal acts on the character: one below the blank, DEL, or one from U+0080 to U+009F.
 bool is_control(std::string_view character) {
     const auto first = static_cast<unsigned char>(character.front());
     if (character.size() == 1) {

@@ -33,7 +33,7 @@ std::vector<Address> interface_addresses() {
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
     for (const ifaddrs* item = list; item != nullptr; item = item->ifa_next) {
         const Address address = item->ifa_addr == nullptr ? Address() : address_of(item->ifa_addr);
-        // An interface without an IP address would make every address of no family this host's own.
+        // Otherwise an interface without an IP address would make every address of no family this host's own.
         if (address.family != AF_UNSPEC) {
             addresses.push_back(address);
         }
@@ -41,7 +41,7 @@ std::vector<Address> interface_addresses() {
     return addresses;
 }
 
-// Returns the interface that has the name or else the number, or 0.
+// Returns the number of the interface of this name or number, or 0.
 std::uint32_t interface_of(const std::string& text) {
     std::uint32_t number = if_nametoindex(text.c_str());
     return number != 0 || parse_number(text, number) == std::errc() ? number : 0;
@@ -90,7 +90,7 @@ Address address_of(const sockaddr* name) {
 }
 
 std::optional<Address> parse_address(const std::string& text) {
-    // A zero byte would hide what follows it.
+    // inet_pton would ignore everything after a zero byte.
     if (text.find('\0') != std::string::npos) {
         return std::nullopt;
     }

@@ -19,7 +19,7 @@ constexpr int longest_network_timeout = 86400;
 HostConfiguration host;
 ConfigRecord master{};
 
-// Only ASCII counts, whatever the locale.
+// Accepts only ASCII letters, in every locale.
 bool is_letter(char byte) {
     return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
 }
@@ -43,7 +43,7 @@ int parse_network_timeout(std::string_view value) {
     return in_range ? *seconds : HostConfiguration().network_timeout;
 }
 
-// SERVER adds up; of any other key the first line holds.
+// Every SERVER line counts. Of any other key only the first line counts.
 void read_configuration(std::string_view text) {
     host = {};
     master = {};

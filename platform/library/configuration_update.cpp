@@ -19,7 +19,7 @@
 
 const int QRConfZMStandardServer = 1;
 
-// The edits that a configuration text asks for, in the order in which their keys first appeared.
+// The edits from a configuration text, in the order in which their keys first appeared.
 struct ConfigSettings {
     std::vector<platform_library::LineEdit> edits;
     std::unordered_map<std::string, std::size_t> places;  // of folded keys in `edits`
@@ -41,7 +41,7 @@ bool is_acceptable_value(std::string_view folded_key, std::string_view value) {
     return !is_verbosity || parse_int32(value).has_value();
 }
 
-// With several settings of one key the last holds, in the place of the first.
+// A later setting of a key replaces the earlier one and keeps its place.
 void put(ConfigSettings& settings, const std::string& folded_key, LineEdit edit) {
     const auto [place, is_new] = settings.places.emplace(folded_key, settings.edits.size());
     if (is_new) {
@@ -51,12 +51,12 @@ void put(ConfigSettings& settings, const std::string& folded_key, LineEdit edit)
     }
 }
 
-// Adds what one line "KEY=value" or "KEY" asks for. Returns false when it is refused.
+// Adds the edit for one line "KEY=value" or "KEY". Returns false when it rejects the line.
 bool parse_setting(std::string_view line, ConfigSettings& settings) {
     const std::size_t equals = line.find('=');
     const std::string_view key = line.substr(0, equals);
     const std::string folded = fold_key(key);
-    // Who is trusted is never a matter of logging.
+    // A logging request must not change which hosts are trusted.
     if (!is_configuration_key(key) || folded == "SERVER") {
         return false;
     }

@@ -21,17 +21,17 @@ namespace {
 
 constexpr mode_t folder_mode = 0755;
 
-// What a line or a message longer than that is costs an allocation.
+// Only longer lines and messages need an allocation.
 constexpr std::size_t usual_length = 2048;
 
 struct DebugLog {
     Descriptor file;
-    // Whether the last line is known to have no newline: a full disk has cut it, or the end of its process.
+    // Whether the last line is known to lack its newline, because the disk was full or its process was killed.
     bool is_torn = false;
-    // The second that the last message was written in, and its "HH:MM:SS".
+    // The second of the last message, and its "HH:MM:SS".
     time_t second = -1;
     std::array<char, 16> time_of_day{};
-    // This process, once it has written a message.
+    // The ID of this process, or 0 before its first message.
     pid_t process = 0;
 };
 
@@ -58,7 +58,7 @@ const char* time_of_day(time_t second) {
     return debug_log.time_of_day.data();
 }
 
-// Asks the system once in each process.
+// Returns the process ID. Asks the system once in each process.
 pid_t this_process() {
     static const bool child_asks_again = pthread_atfork(nullptr, nullptr, [] { debug_log.process = 0; }) == 0;
     if (debug_log.process == 0 || !child_asks_again) {
@@ -67,7 +67,7 @@ pid_t this_process() {
     return debug_log.process;
 }
 
-// A line of the log on the way there.
+// A line of the log that is being composed.
 class Line {
   public:
     [[nodiscard]] std::string_view text() const {
@@ -95,7 +95,7 @@ class Line {
         append(head.data());
     }
 
-    // Whatever a peer sends, it does not become two lines or an escape sequence of somebody's terminal.
+    // Keeps text from a peer from becoming two lines or a terminal's escape sequence.
     void append_escaped(std::string_view text) {
         std::size_t rest = 0;
         for (std::size_t i = 0; i < text.size(); ++i) {
@@ -146,10 +146,10 @@ class Line {
 
     std::array<char, usual_length> usual_;
     std::size_t length_ = 0;
-    std::string longer_;  // the whole line, when it is longer than usual
+    std::string longer_;  // the whole line when it does not fit `usual_`
 };
 
-// With a single write, so that lines of processes that share the log do not mix. If it fails there is nobody to tell.
+// Uses a single write, so that the lines of several processes do not mix. A failure cannot be reported anywhere.
 void write_to_log(std::string_view line) {
     const ssize_t count = write(debug_log.file.get(), line.data(), line.size());
     if (count > 0) {
@@ -164,7 +164,7 @@ std::string log_name() {
     return name.data();
 }
 
-// Returns the descriptor under a number that is none of the standard ones, also when one of these was free.
+// Returns a descriptor of the file that is not a standard descriptor, even where one of these was closed.
 Descriptor away_from_standard_streams(Descriptor file) {
     if (file.get() > STDERR_FILENO || !file.valid()) {
         return file;
@@ -172,18 +172,20 @@ Descriptor away_from_standard_streams(Descriptor file) {
     return Descriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-// A line that another process could not finish. Where two processes find it, an empty line follows it.
+// Returns whether another process could not finish the last line. Each process that finds such a line writes a newline
+// first, so an empty line can follow it.
 bool ends_in_torn_line(const Descriptor& file, off_t size) {
     char last = '\n';
     return size > 0 && pread(file.get(), &last, 1, size - 1) == 1 && last != '\n';
 }
 
 Descriptor open_log(const std::string& path, mode_t mode) {
-    // Non-blocking: whatever has the name, the log must not wait for a reader of it.
+    // Non-blocking: if the name is a FIFO, opening it must not wait for a reader.
     constexpr int flags = O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     struct stat state {};
     const bool is_file = stat(path.c_str(), &state) == 0 && S_ISREG(state.st_mode);
-    // To be read as well, for its end. Nothing but a file: a FIFO or a device can behave differently then.
+    // Also for reading, to look at the file's end. Only for files: a FIFO or a device behaves differently when opened
+    // so.
     Descriptor file(is_file ? open(path.c_str(), O_RDWR | flags) : -1);
     debug_log.is_torn = file.valid() && ends_in_torn_line(file, state.st_size);
     if (!file.valid()) {
@@ -199,7 +201,7 @@ int open_debug_log(const char* root, const char* program, const char*, int mode,
     const std::string path = folder + "/" + log_name();
     debug_log.file = open_log(path, static_cast<mode_t>(mode));
     if (!debug_log.file.valid() && errno == ENOENT) {
-        mkdir(folder.c_str(), folder_mode);  // if it could not be made, opening the file tells
+        mkdir(folder.c_str(), folder_mode);  // after a failure the next open fails too
         debug_log.file = open_log(path, static_cast<mode_t>(mode));
     }
     return debug_log.file.get();

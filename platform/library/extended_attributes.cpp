@@ -11,8 +11,8 @@ namespace platform_library {
 
 namespace {
 
-// Calls `query`, which takes a buffer and its size, as often as it takes for a buffer that holds the answer.
-// Returns 0 or an error number.
+// Calls `query`, which takes a buffer and its size, until the buffer is large enough for the answer. Returns 0 or an
+// error number.
 template <typename Query>
 int query_all(Query query, std::string& answer) {
     for (;;) {
@@ -51,13 +51,13 @@ int get_value(int file, const std::string& name, std::string& value) {
                      value);
 }
 
-// What vouches for the old file's content says nothing about the new one's; the system writes its own.
+// These attributes are hashes of the old file's content. The system writes new ones for the new file.
 bool vouches_for_content(const std::string& name) {
     return name == "security.ima" || name == "security.evm";
 }
 
-// An attribute that the new file was born with, such as a label that the system gives every file of the folder, is not
-// written again: that would need rights that reading it does not.
+// Does not write an attribute that the new file already has, such as a label that the system gives every file in the
+// folder: writing needs rights that this process may not have.
 int give_attribute(const std::string& name, const std::string& value, int file) {
     std::string present;
     const bool is_present = get_value(file, name, present) == 0;
@@ -86,7 +86,7 @@ int read_extended_attributes(int file, ExtendedAttributes& attributes) {
 }
 
 int give_extended_attributes(const ExtendedAttributes& attributes, int file) {
-    // A folder's default list is inherited by every new file, also where the old one had none.
+    // Every new file inherits its folder's default access control list, even where the old file had none.
     constexpr const char* access_list = "system.posix_acl_access";
     for (const auto& [name, value] : attributes) {
         if (const int error = give_attribute(name, value, file)) {

@@ -21,12 +21,12 @@ constexpr std::size_t longest_number = 2047;
 constexpr int most_length_digits = 10;
 constexpr std::size_t longest_prefix = most_length_digits + 1;
 
-// A netstring's length and the colon after it.
+// A netstring's length and colon.
 class Prefix {
   public:
     enum class State { incomplete, complete, malformed };
 
-    // Takes bytes up to the colon, or up to the first byte that a prefix cannot have there. Returns their number.
+    // Takes bytes up to the colon, or up to the first byte that is not valid there. Returns the number of bytes taken.
     std::size_t take(std::string_view bytes) {
         std::size_t taken = 0;
         while (taken < bytes.size() && state_ == State::incomplete) {
@@ -56,7 +56,7 @@ class Prefix {
     int digits_ = 0;
 };
 
-// Reads one value within its time, byte for byte what belongs to it. The steps return 0 or an error number.
+// Reads one value before its deadline, and no byte after it. The steps return 0 or an error number.
 class ValueReader {
   public:
     ValueReader(int socket, int timeout)
@@ -82,9 +82,9 @@ class ValueReader {
     }
 
   private:
-    // Looks at what is there, for what comes after the prefix could be somebody else's. Leaves as many bytes as it has
-    // `seen` of the prefix's end to be taken, together with the text. Digits that come without the colon are taken
-    // here: left, they would keep the socket readable and the wait for more from being one.
+    // Peeks at the bytes on the socket, because those after the value belong to another reader. Leaves the last `seen`
+    // bytes of the prefix on the socket; the caller takes them together with the text. Takes digits that came without
+    // the colon: left on the socket, they would keep it readable, and the wait for more bytes would end at once.
     int look_at_prefix(Prefix& prefix, std::size_t& seen) const {
         for (;;) {
             std::array<char, longest_prefix> bytes;
@@ -103,7 +103,7 @@ class ValueReader {
         }
     }
 
-    // Takes bytes that have been seen, and `size` bytes of text after them.
+    // Takes `seen` bytes of the prefix, and the `size` bytes of text after them.
     int take(std::size_t seen, char* text, std::size_t size) const {
         std::array<char, longest_prefix> passed_over;
         while (seen + size > 0) {
@@ -121,7 +121,7 @@ class ValueReader {
         return 0;
     }
 
-    // Receives what is there, one byte at least.
+    // Receives at least one byte.
     int receive(iovec* parts, std::size_t number, int flags, std::size_t& count) const {
         msghdr message{};
         message.msg_iov = parts;
@@ -151,7 +151,7 @@ class ValueReader {
             return ETIMEDOUT;
         }
         pollfd readable = {.fd = socket_, .events = POLLIN, .revents = 0};
-        // Whether it became readable, ended or was interrupted, the next read or the deadline tells.
+        // The next read or the deadline shows whether the socket is readable, closed, or the wait was interrupted.
         return poll(&readable, 1, static_cast<int>(left)) == -1 && errno != EINTR ? errno : 0;
     }
 

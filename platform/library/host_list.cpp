@@ -25,7 +25,7 @@ bool hold(const Hosts& names, std::string_view name) {
     return std::any_of(names.begin(), names.end(), [&](const std::string& other) { return is_same_name(name, other); });
 }
 
-// The name of this host, whole or its first label; "localhost" alone where the system does not tell it.
+// Returns whether `host` is "localhost" or this host's name, whole or only its first label.
 bool is_own_name(const std::string& host) {
     if (is_same_name(host, "localhost")) {
         return true;
@@ -38,7 +38,7 @@ bool is_own_name(const std::string& host) {
     return !host.empty() && (is_same_name(host, whole) || is_same_name(host, whole.substr(0, whole.find('.'))));
 }
 
-// Tells whether one of the names has an address in /etc/hosts that passes the test. Removes the names that are there.
+// Returns whether one of the names has an address in /etc/hosts that passes the test. Removes the names found there.
 bool hosts_file_has(Hosts& names, const AddressTest& test) {
     Hosts found;
     const bool passes = any_in_hosts_file([&](std::string_view name, const Address& address) {
@@ -52,8 +52,8 @@ bool hosts_file_has(Hosts& names, const AddressTest& test) {
     return passes;
 }
 
-// Tries the hosts that are written as addresses first, then /etc/hosts, so that a name server that does not answer
-// keeps nobody waiting who needs none.
+// Tries the addresses in the list first, then /etc/hosts, so that a name server that does not answer delays only those
+// who need it.
 bool any_host_has(const Hosts& hosts, Deadline deadline, const AddressTest& test) {
     Hosts names;
     for (const std::string& host : hosts) {

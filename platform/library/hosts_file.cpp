@@ -9,7 +9,7 @@ namespace platform_library {
 
 namespace {
 
-// Removes the first word from the line and returns it, an empty one when there is none.
+// Removes the first word from the line and returns it, or an empty text when the line has no word.
 std::string_view take_word(std::string_view& line) {
     constexpr std::string_view blanks = " \t\r\v\f";
     line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));

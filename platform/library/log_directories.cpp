@@ -9,8 +9,7 @@ namespace {
 
 constexpr mode_t parent_mode = 0755;
 
-// Creates the folders above the last component. Returns false, with errno, when one is missing and could not be
-// created.
+// Creates the missing folders above the last component. Returns whether that worked; if not, errno says why.
 bool make_parents(const std::string& path) {
     for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
         if (mkdir(path.substr(0, slash).c_str(), parent_mode) != 0 && errno != EEXIST) {
@@ -20,9 +19,9 @@ bool make_parents(const std::string& path) {
     return true;
 }
 
-// Returns 0, or -1 with errno.
+// Returns 0, or -1 and sets errno.
 int make_directory(std::string path, mode_t mode) {
-    // The last component, with slashes and dots of the same meaning behind it or not, is no parent.
+    // "a/b", "a/b/" and "a/b/." all have the last component "b"; make_parents must not create it.
     while (path.size() > 1 && (path.back() == '/' || path.ends_with("/."))) {
         path.pop_back();
     }

@@ -24,8 +24,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-// What becomes of the child is nobody's business but this host's: it gets nothing of the caller's, the caller's
-// connection least of all, and ends with the caller.
+// Gives the child its own process group, signals and environment, and lets it end with the caller.
 void leave_caller() {
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -41,10 +40,10 @@ void leave_caller() {
     environ = environment.data();
 }
 
-// Makes the descriptor standard output, a null device the other two standard streams, and closes all others. Returns
-// whether that worked.
+// Makes the descriptor standard output and /dev/null the other two standard streams. Closes all other descriptors, the
+// caller's connection among them. Returns whether that worked.
 bool set_streams(int output) {
-    // One of the first three may be the output itself, or the null device, where the caller has closed them.
+    // Where the caller has closed standard descriptors, the output or /dev/null may have one of their numbers.
     const int copy = fcntl(output, F_DUPFD, STDERR_FILENO + 1);
     const int null = open("/dev/null", O_RDWR | O_NOCTTY);
     const bool done = copy != -1 && null != -1 && dup2(null, STDIN_FILENO) != -1 && dup2(null, STDERR_FILENO) != -1 &&
@@ -53,7 +52,7 @@ bool set_streams(int output) {
     return done;
 }
 
-// Returns only when there is no such program.
+// Returns only when the program cannot be run.
 void become_getent(std::string name) {
     static char program[] = "getent";
     static char database[] = "ahosts";
@@ -64,7 +63,7 @@ void become_getent(std::string name) {
     }
 }
 
-// Prints the addresses that this program's own C library finds, a line each.
+// Prints the addresses that this program's C library finds, one a line.
 void print_addresses(const std::string& name) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
@@ -84,7 +83,7 @@ void print_addresses(const std::string& name) {
     }
 }
 
-// What is thrown in the child ends it, lest it go on as a second caller.
+// noexcept: an exception must end the child, so that it does not return and become a second caller.
 [[noreturn]] void print_answer(const std::string& name, int output) noexcept {
     leave_caller();
     if (set_streams(output)) {
@@ -94,13 +93,13 @@ void print_addresses(const std::string& name) {
     _exit(0);
 }
 
-// The addresses that lines begin with. Other lines count for nothing, and so does one without its end: it may have been
-// cut within the address.
+// Finds the addresses at the starts of lines. Ignores other lines, and a last line without newline, whose address may
+// be cut.
 class AddressLines {
   public:
     explicit AddressLines(const AddressTest& test) : test_(test) {}
 
-    // Takes the next piece of the text. Returns whether an address has passed the test.
+    // Takes the next piece of the text. Returns whether an address passed the test.
     bool take(std::string_view piece) {
         for (const char byte : piece) {
             if (byte == '\n') {
@@ -117,15 +116,15 @@ class AddressLines {
     }
 
   private:
-    // An address is shorter, its interface included. What follows is not needed.
+    // Longer than any address with its interface. The rest of a line is not needed.
     static constexpr std::size_t longest_start = 128;
 
     const AddressTest& test_;
     std::string line_;
 };
 
-// A child that prints the addresses of one name, and what it prints. Neither the child nor what it has started outlives
-// this object.
+// A child that prints the addresses of one name, and the pipe that it prints to. The destructor ends the child and the
+// processes that it has started.
 class Resolver {
   public:
     Resolver(const std::string& name, const AddressTest& test) : child_(start(name)), lines_(test) {}
@@ -134,7 +133,7 @@ class Resolver {
     ~Resolver() {
         if (child_.valid()) {
             kill(-child_.id(), SIGKILL);
-            kill(child_.id(), SIGKILL);  // it may not have made its process group yet
+            kill(child_.id(), SIGKILL);  // the child may not have made its process group yet
         }
     }
 
@@ -142,7 +141,7 @@ class Resolver {
 
     [[nodiscard]] pollfd entry() const { return {.fd = answer_.get(), .events = POLLIN, .revents = 0}; }
 
-    // Takes what there is to read. Returns nothing at the end of it, else whether an address has passed the test.
+    // Reads what is there. Returns nothing at the end of the output, else whether an address passed the test.
     [[nodiscard]] std::optional<bool> take_some() {
         ssize_t count = 0;
         do {
@@ -175,14 +174,13 @@ class Resolver {
     AddressLines lines_;
 };
 
-// The children that run. Each has a name of its own: a name that no server answers for holds up no other, and what
-// getent has found for one is not kept back until it has given up on another.
+// The children that run, one for each name. So a name that no server answers for does not delay the other names.
 class Resolvers {
   public:
     [[nodiscard]] bool empty() const { return running_.empty(); }
     [[nodiscard]] bool full() const { return running_.size() == most_at_once; }
 
-    // Returns false, with errno, when there can be no further child now.
+    // Returns false and sets errno when no further child can be started now.
     [[nodiscard]] bool start(const std::string& name, const AddressTest& test) {
         auto resolver = std::make_unique<Resolver>(name, test);
         if (!resolver->runs()) {
@@ -192,8 +190,7 @@ class Resolvers {
         return true;
     }
 
-    // Waits until there is something to read of a child, or the end of it. Returns whether that came before the
-    // deadline.
+    // Waits until a child has printed something or has ended. Returns whether that happened before the deadline.
     [[nodiscard]] bool await(Deadline deadline) {
         entries_.clear();
         for (const auto& resolver : running_) {
@@ -209,7 +206,7 @@ class Resolvers {
         return false;
     }
 
-    // Takes what await has found. Returns whether an address has passed the test.
+    // Reads from the children that await found ready. Returns whether an address passed the test.
     [[nodiscard]] bool take_some() {
         for (std::size_t i = 0; i != entries_.size(); ++i) {
             if (entries_[i].revents == 0) {

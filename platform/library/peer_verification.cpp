@@ -20,7 +20,7 @@ using platform_library::names_this_host;
 constexpr int first_unreserved_port = 1024;
 
 struct Peer {
-    std::string host = "unknown";  // as the log shows it
+    std::string host = "unknown";  // for the debug log
     std::string user = "unknown";
     int port = 0;
     std::uint32_t flags = 0;
@@ -44,14 +44,14 @@ bool is_stream(int socket) {
     return option_of(socket, SO_TYPE) == SOCK_STREAM;
 }
 
-// TCP proves that the peer receives at its address. So does multipath TCP, whose first connection is the one that is
-// examined; the peer of an SCTP stream names addresses of its own choice.
+// TCP proves that the peer receives at its address. So does multipath TCP, whose first connection is examined. The peer
+// of an SCTP stream can claim any address.
 bool is_tcp(int socket) {
     const int protocol = option_of(socket, SO_PROTOCOL);
     return is_stream(socket) && (protocol == IPPROTO_TCP || protocol == IPPROTO_MPTCP);
 }
 
-// On this host the kernel's word counts.
+// On this host the kernel says who the user is.
 bool examine_local_peer(int socket, Deadline deadline, Peer& peer) {
     peer.host = "local";
     ucred credentials{};
@@ -70,8 +70,8 @@ bool examine_local_peer(int socket, Deadline deadline, Peer& peer) {
     return true;
 }
 
-// Over the network a port below 1024 is the peer host's word that the user is root, for its kernel grants such a
-// port to root alone. Any other port tells nothing about the user.
+// Over the network, a port below 1024 shows that the user is root, because the peer host's kernel gives such ports only
+// to root. Any other port shows nothing about the user.
 bool examine_network_peer(int socket, const Address& address, int port, Deadline deadline, Peer& peer) {
     peer.host = to_text(address);
     peer.port = port;
@@ -93,7 +93,7 @@ bool examine_network_peer(int socket, const Address& address, int port, Deadline
 }
 
 int port_of(const sockaddr_storage& name) {
-    // The port stands at the same place in both families.
+    // The port is at the same offset in both families.
     sockaddr_in either{};
     memcpy(&either, &name, sizeof either);
     return ntohs(either.sin_port);

@@ -16,8 +16,8 @@ struct StatusText {
     const char* text;
 };
 
-// The catalogue of the product's statuses. Each text says what went wrong and, where that helps, what to look
-// at; each differs from every other.
+// The texts of the product's statuses. Each says what went wrong and, where that helps, what to look at. No two are the
+// same.
 constexpr std::array catalogue = {
     StatusText{status::success, "the requested operation was successfully completed"},
     StatusText{status::failure, "the requested operation was only partly or not carried out; see the lines above"},
@@ -48,7 +48,7 @@ constexpr std::array catalogue = {
     StatusText{own::peer_not_examined, "the connection's peer could not be identified"},
     StatusText{own::logging_store_not_read, "the product's unified logging store could not be read"},
     StatusText{own::logging_level_not_valid, "the originator's entry in the unified logging store is not a number"},
-    // The system's own text of EEXIST would not say which file.
+    // The system's text for EEXIST does not name the file.
     StatusText{
         own::configuration_not_updated + EEXIST,
         "the main configuration qr.conf could not be updated (6017): something else has the name of its new file, "

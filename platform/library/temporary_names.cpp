@@ -20,8 +20,8 @@ timespec time_now() {
     return now;
 }
 
-// Returns how many bytes there are. Where there is no source of random ones the clock has to do: a name must only be
-// new, not secret.
+// Returns the number of bytes that it set. Without a source of random bytes it uses the clock, because a name must be
+// new but need not be secret.
 std::size_t get_random_bytes(std::array<unsigned char, random_length>& bytes) {
     const ssize_t count = getrandom(bytes.data(), bytes.size(), 0);
     if (count > 0) {
@@ -31,7 +31,7 @@ std::size_t get_random_bytes(std::array<unsigned char, random_length>& bytes) {
     return 1;
 }
 
-// Returns characters of a to z and 0 to 9, each as likely as any other.
+// Returns characters of a to z and 0 to 9, all equally likely.
 std::string random_characters() {
     constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
     constexpr std::size_t fair_bytes = 256 / alphabet.size() * alphabet.size();

@@ -24,11 +24,11 @@ using platform_library::LineEdit;
 constexpr unsigned long default_originator = 112;
 constexpr int highest_level = 6;
 
-// The kinds of levels, in the order in which they are added to a store file.
+// The kinds of levels, in the order in which new entries are added to a store file.
 enum Kind : std::size_t { debug, diagnostic, kinds };
 constexpr std::array<const char*, kinds> kind_names = {"DebugLevel", "DiagnosticLevel"};
 
-// What an entry's line begins with.
+// Returns the start of an entry's line.
 std::string entry_prefix(unsigned long originator, Kind kind) {
     return std::to_string(originator) + "." + kind_names[kind] + "=";
 }
@@ -36,11 +36,11 @@ std::string entry_prefix(unsigned long originator, Kind kind) {
 struct Level {
     std::optional<int> own;
     std::optional<int> default_of_product;
-    // What was set or removed through the handle, if anything was.
+    // The change made through the handle, if any.
     std::optional<LineEdit> change;
 };
 
-// Finds the first entry with the prefix. Returns whether every one of them is a number.
+// Sets `level` to the first entry with the prefix. Returns whether all entries with it are numbers.
 bool read_entries(const std::string& text, const std::string& prefix, std::optional<int>& level) {
     bool all_valid = true;
     bool found = false;
@@ -95,7 +95,7 @@ int holkLogReadCfg(long product, unsigned long originator, holkLogCfg** handle) 
         if (!read_entries(text, entry_prefix(originator, kind), level.own)) {
             return platform_library::status::logging_level_not_valid;
         }
-        // A default that is no number counts as none.
+        // A default that is not a number is ignored.
         read_entries(text, entry_prefix(default_originator, kind), level.default_of_product);
     }
     *handle = configuration.release();
