@@ -37,7 +37,7 @@ bool keep_listed_from_programs(int first) {
         const int fd = descriptor_named(entry->d_name);
         lists_itself = lists_itself || fd == dirfd(listing.get());
         if (fd >= first) {
-            keep_from_programs(fd);
+            static_cast<void>(keep_from_programs(fd));
         }
     }
     return lists_itself;

@@ -54,9 +54,10 @@ Descriptor take_over_socket() {
 
 // The log is opened whether or not the configuration could be read, so that it can tell that it could not.
 void read_configuration_and_open_log() {
+    constexpr int log_mode = 0666;
     const int result = ZM_read_master_config();
     int out = 0;
-    debugFD = open_debug_log(product_files::log_root, c_pname, c_pname, 0666, &out);
+    debugFD = open_debug_log(product_files::log_root, c_pname, c_pname, log_mode, &out);
     if (result != 0) {
         logmsgf(log_level::error, c_pname, "failed to read qr.conf SC=%d", result);
         myexit(result);
@@ -120,7 +121,7 @@ void perform_cleanup_on_failure(const std::string& command, int status) {
         return;
     }
     logmsgf(log_level::information, tag, "cleaning up: %s", g_termdir.c_str());
-    remove_directory(g_termdir.c_str(), recursively);
+    static_cast<void>(remove_directory(g_termdir.c_str(), recursively));
 }
 
 }  // namespace

@@ -16,12 +16,14 @@
 namespace {
 
 constexpr std::uint32_t service_tag = 0x5A4D4C41;  // 'ZMLA'
-constexpr int verification_timeout = 60;           // seconds
+constexpr int way_of_asking = 1;
+constexpr int verification_timeout = 60;  // seconds
+constexpr int exit_status_limit = 255;
 
 }  // namespace
 
 void myexit(int status) {
-    exit(status < 255 ? status : exit_status::too_large);
+    exit(status < exit_status_limit ? status : exit_status::too_large);
 }
 
 void mywinsock_start() {}
@@ -60,7 +62,7 @@ int setup_comms_w_client(int socket) {
     std::uint32_t flags = 0;
     std::uint32_t user_type = 0;
     const int result =
-        xnet_verify_peer_creds(socket, service_tag, 1, &flags, &user_type, nullptr, verification_timeout);
+        xnet_verify_peer_creds(socket, service_tag, way_of_asking, &flags, &user_type, nullptr, verification_timeout);
     if (result != 0) {
         logmsgf(log_level::error, tag, "failed to accept connection SC=%d (%s)", result, getECmsg(result));
         return result;

@@ -57,5 +57,5 @@ void widen_sending_buffer(int socket) {
 
 void qas_report_exit_status(int status, int socket) {
     const std::string line = bounded_print(status_line_size, "%s %d %s\n", exit_status_key, status, getECmsg(status));
-    socksend(socket, line.c_str(), line.size());
+    static_cast<void>(socksend(socket, line.c_str(), line.size()));
 }

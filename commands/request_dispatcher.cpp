@@ -64,10 +64,10 @@ int calculate_log_size(const RequestVector& request, int socket) {
         return prepared;
     }
     collection.request.push_back(collection.temporary);
-    execute_cmd_send_output(collection.request, socket);
+    static_cast<void>(execute_cmd_send_output(collection.request, socket));
     const int result = calc_free_space_send_output(collection.directory, socket);
     if (access(collection.temporary.c_str(), F_OK) == 0) {
-        remove_directory(collection.temporary.c_str(), recursively);
+        static_cast<void>(remove_directory(collection.temporary.c_str(), recursively));
     }
     return result;
 }

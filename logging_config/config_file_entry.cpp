@@ -15,7 +15,8 @@ int process_config_file_entry(std::string category, std::string entry, Responses
     std::string level = default_level;
     split_lhs_rhs(entry, name, level);
     std::array<char, message_size> notice{};
-    const int result = set_parameter_value(path, key, separator, level, notice.data(), notice.size(), 1);
+    const int result =
+        set_parameter_value(path, key, separator, level, notice.data(), notice.size(), set_flag::make_active);
     std::string message = notice.data();
     if (result == status::success) {
         message = message.empty() ? "Set up " + name + " debug logging" : "INF: " + message;

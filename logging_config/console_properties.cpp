@@ -21,10 +21,11 @@ int edit_property(const std::string& action, const setting::KeyValue& property, 
     message[0] = '\0';
     if (action == logging_action::enable) {
         return set_parameter_value(property.file, property.key, property.separator, value, message.data(),
-                                   message.size(), 1);
+                                   message.size(), set_flag::make_active);
     }
     if (action == logging_action::disable || action == logging_action::reset) {
-        return unset_parameter(property.file, property.key, property.separator, message.data(), message.size(), "#");
+        return unset_parameter(property.file, property.key, property.separator, message.data(), message.size(),
+                               comment_mark);
     }
     return status::success;  // an action of another name edits nothing and is no failure
 }

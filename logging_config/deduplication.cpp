@@ -44,8 +44,9 @@ int set_component_logging(const std::string& component, const std::string& value
         logmsgf(log_level::detail, "process_rk", "Using cached: EC=%d M=%s", known->second.first, message.data());
         return known->second.first;
     }
-    result = set_parameter_value(path, deduplication::key, deduplication::separator,
-                                 value + deduplication::value_suffix, message.data(), message.size(), 1);
+    result =
+        set_parameter_value(path, deduplication::key, deduplication::separator, value + deduplication::value_suffix,
+                            message.data(), message.size(), set_flag::make_active);
     outcomes[path] = {result, message.data()};
     return result;
 }
@@ -63,7 +64,7 @@ int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, 
         return status::registry_not_opened;
     }
     std::string text;
-    (void)read_all(file.get(), text);
+    static_cast<void>(read_all(file.get(), text));
     for (const std::string_view line : split_lines(text)) {
         if (contains(line, deduplication::registry_marker)) {
             std::string ignored_key;

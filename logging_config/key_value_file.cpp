@@ -51,7 +51,7 @@ Descriptor open_for_reading(const std::string& path, const Report& report) {
 
 // Reads the file into `text` and returns its lines, each of which a newline follows there.
 std::vector<std::string_view> read_lines(Descriptor file, std::string& text) {
-    (void)read_all(file.get(), text);
+    static_cast<void>(read_all(file.get(), text));
     if (!text.empty() && text.back() != '\n') {
         text += '\n';
     }
@@ -118,7 +118,7 @@ class NewCopy {
 
 // A line that holds a setting and a trailing "#" remark counts as commented too: lines are never split.
 bool is_commented(std::string_view line) {
-    return contains(line, "#");
+    return contains(line, comment_mark);
 }
 
 // Switches a commented line back on: every "#", not only the first, becomes a space, and leading blanks go. A line
@@ -134,7 +134,7 @@ std::string restore(std::string_view line) {
     return first == std::string::npos ? restored : restored.substr(first);
 }
 
-enum class Goal { make_active, restore_default };
+enum class Goal { make_active, restore_commented };
 
 // Decides line by line what set_parameter_value writes.
 class SettingEditor {
@@ -172,7 +172,7 @@ class SettingEditor {
     [[nodiscard]] const std::string& setting() const { return setting_; }
     [[nodiscard]] bool must_append() const { return goal_ == Goal::make_active && !active_found_; }
     [[nodiscard]] bool found_nothing() const {
-        return goal_ == Goal::restore_default && !active_found_ && !restored_line_;
+        return goal_ == Goal::restore_commented && !active_found_ && !restored_line_;
     }
 
   private:
@@ -199,7 +199,8 @@ int set_parameter_value(std::string path, std::string key, std::string separator
     }
     std::string text;
     const std::vector<std::string_view> lines = read_lines(std::move(file), text);
-    SettingEditor editor(key + separator, value, set != 0 ? Goal::make_active : Goal::restore_default);
+    SettingEditor editor(key + separator, value,
+                         set == set_flag::restore_commented ? Goal::restore_commented : Goal::make_active);
     editor.look_for_active(lines);
     for (const std::string_view line : lines) {
         const std::string_view edited = editor.edit(line);

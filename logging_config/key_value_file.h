@@ -14,6 +14,17 @@
 
 #include <string>
 
+// Marks a line that is switched off.
+inline constexpr const char* comment_mark = "#";
+
+// Values of the argument `set`.
+namespace set_flag {
+
+inline constexpr int restore_commented = 0;
+inline constexpr int make_active = 1;
+
+}  // namespace set_flag
+
 // Makes key, separator and value a line of the file. With `set` non-zero every active line that contains the
 // setting anywhere is replaced, else the first commented one, else the line is appended; a line that contains "#"
 // anywhere counts as commented. With `set` zero the first commented line that holds the whole new line is

@@ -18,6 +18,10 @@ constexpr const char* tag = "process_qrconf";
 constexpr std::size_t message_size = 1024;
 constexpr std::size_t line_size = 2048;
 
+// The options that the product passes to its configuration library.
+constexpr int parse_option = 1;
+constexpr int no_option = 0;
+
 constexpr std::array special_members = {"Debug_Database"};
 
 template <typename Names>
@@ -71,11 +75,11 @@ std::string configuration_line(const std::string& name, const std::string& level
 int apply_configuration(std::string text, std::string& message) {
     ConfigRecord record{};
     ConfigRecord other;  // the library wants a second record and reads nothing from it
-    int result = ParseConfigExA(text.data(), &record, &other, 1);
+    int result = ParseConfigExA(text.data(), &record, &other, parse_option);
     if (result != 0) {
         message = bounded_print(message_size, "invalid qr.conf input (RV=%d %s)", result, getECmsg(result));
     } else {
-        result = UpdateHostConfigExA(QRConfZMStandardServer, &record, &other, 0, 0, 0);
+        result = UpdateHostConfigExA(QRConfZMStandardServer, &record, &other, no_option, no_option, no_option);
         if (result != 0) {
             message = bounded_print(message_size, "qr.conf update failed (RV=%d %s)", result, getECmsg(result));
         }

@@ -18,14 +18,15 @@ using Message = std::array<char, message_size>;
 // The notice of the first edit is dropped, that of the second one told. An active "DEBUGLOG" stays as it is.
 int set_plugin_logging(const std::string& level, Message& message) {
     constexpr setting::KeyValue where = setting::plugin_level;
-    const int result =
-        set_parameter_value(where.file, where.key, where.separator, level, message.data(), message.size(), 1);
+    const int result = set_parameter_value(where.file, where.key, where.separator, level, message.data(),
+                                           message.size(), set_flag::make_active);
     if (result != status::success) {
         return result;
     }
     message[0] = '\0';
     constexpr setting::KeyValue log = setting::plugin_log;
-    return set_parameter_value(log.file, log.key, log.separator, "/", message.data(), message.size(), 0);
+    return set_parameter_value(log.file, log.key, log.separator, "/", message.data(), message.size(),
+                               set_flag::restore_commented);
 }
 
 std::string describe_plugin_outcome(int result, const Message& message) {

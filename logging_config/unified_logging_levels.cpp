@@ -23,12 +23,14 @@ constexpr int product_with_defaults = ktul::zmktul_product;
 // The originator whose diagnostic level is never changed.
 constexpr std::uint32_t fixed_diagnostic_originator = 156;
 
-struct Levels {
-    int debug = 1;
-    int diagnostic = 6;
-};
-
+constexpr int default_debug = 1;
+constexpr int default_diagnostic = 6;
 constexpr int wanted_diagnostic = 6;
+
+struct Levels {
+    int debug = default_debug;
+    int diagnostic = default_diagnostic;
+};
 
 struct HandleRelease {
     void operator()(holkLogCfg* handle) const { holkLogFreeCfg(handle); }
@@ -126,7 +128,7 @@ class LevelChange {
         if (current.debug == wanted.level) {
             return 0;
         }
-        if (product_ == product_with_defaults && wanted.level == 1 && defaults_.debug == 1) {
+        if (product_ == product_with_defaults && wanted.level == default_debug && defaults_.debug == default_debug) {
             const int result = holkLogCfgRemoveSettings(handle, holk_debug_level_setting);
             logmsgf(log_level::detail, tag, "Removing '%d.DebugLevel' line", shown(wanted));
             return result;
@@ -139,10 +141,10 @@ class LevelChange {
             return;
         }
         if (product_ == product_with_defaults && defaults_.diagnostic == wanted_diagnostic) {
-            holkLogCfgRemoveSettings(handle, holk_diagnostic_level_setting);
+            static_cast<void>(holkLogCfgRemoveSettings(handle, holk_diagnostic_level_setting));
             logmsgf(log_level::detail, tag, "Removing '%d.DiagnosticLevel' line", shown(wanted));
         } else {
-            holkLogCfgSetDiagLevel(handle, wanted_diagnostic);
+            static_cast<void>(holkLogCfgSetDiagLevel(handle, wanted_diagnostic));
         }
     }
 

@@ -17,10 +17,11 @@ int process_vmconf(std::string category, const Values& entries, Responses& respo
     std::array<char, message_size> message{};
     int result = status::success;
     if (strcmp(action, logging_action::enable) == 0) {
-        result =
-            set_parameter_value(keyword.file, keyword.key, keyword.separator, "", message.data(), message.size(), 1);
+        result = set_parameter_value(keyword.file, keyword.key, keyword.separator, "", message.data(), message.size(),
+                                     set_flag::make_active);
     } else if (strcmp(action, logging_action::disable) == 0 || strcmp(action, logging_action::reset) == 0) {
-        result = unset_parameter(keyword.file, keyword.key, keyword.separator, message.data(), message.size(), "#");
+        result =
+            unset_parameter(keyword.file, keyword.key, keyword.separator, message.data(), message.size(), comment_mark);
     } else {
         logmsgf(log_level::error, tag, "Invalid action=%s", action);
         return status::failure;
