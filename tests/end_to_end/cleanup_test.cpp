@@ -1,4 +1,4 @@
-// CLEANUP: the removal of earlier collection results.
+// CLEANUP: removes the results of earlier collections.
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -11,6 +11,10 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+using log_level::warning;
+
 const std::string middle = "12345678901234567890123456789";
 const std::string good_name = "zmla-" + middle + "-abcdef";
 const std::string good = "/tmp/" + good_name;
@@ -22,40 +26,40 @@ const std::string failed = "CLEANUP: Failed to clean up ";
 const std::string refused = "CLEANUP: Will not clean up unknown location: ";
 
 LogLine result(const std::string& directory, int index, int status, const std::string& answer) {
-    return {16, "perform_cleanup_zmladir",
+    return {error, "perform_cleanup_zmladir",
             "Cleanup result D=" + directory + " #D=" + std::to_string(index) + " NSC=" + std::to_string(status) +
                 " M=" + answer};
 }
 
 LogLine valid(const std::string& directory) {
-    return {4, "is_valid_zmladir", "Directory valid for removal: " + directory};
+    return {information, "is_valid_zmladir", "Directory valid for removal: " + directory};
 }
 
 LogLine removing(const std::string& directory) {
-    return {4, "remove_directory", "Removing directory (" + directory + ") Option(0)"};
+    return {information, "remove_directory", "Removing directory (" + directory + ") Option(0)"};
 }
 
-LogLine removal_failed(const std::string& what, int error) {
-    return {16, "remove_directory", what + " E=" + std::to_string(error) + " (" + strerror(error) + ")"};
+LogLine removal_failed(const std::string& what, int number) {
+    return {error, "remove_directory", what + " E=" + std::to_string(number) + " (" + strerror(number) + ")"};
 }
 
 LogLine not_removed(const std::string& path) {
-    return {16, "remove_directory", "failed to remove FILE=" + path + " RV=5784"};
+    return {error, "remove_directory", "failed to remove FILE=" + path + " RV=5784"};
 }
 
-// A directory of another shape, which is refused for the reason.
+// A request for a directory with another name, which the agent rejects for that reason.
 RequestCase refusal(const std::string& name, const std::string& directory, const std::string& reason) {
     return {
         .name = name,
         .request = {"CLEANUP", directory},
         .answer = refused + directory + "\n",
         .status = 5820,
-        .log = {{16, "is_valid_zmladir", "Invalid directory (ERR=" + reason + "): " + directory},
+        .log = {{error, "is_valid_zmladir", "Invalid directory (ERR=" + reason + "): " + directory},
                 result(directory, 1, 5820, refused + directory)},
     };
 }
 
-// As refusal, and the directory is there with a file in it, and stays.
+// The same with an existing directory, which stays with its file.
 RequestCase refusal_of_a_directory(const std::string& name, const std::string& directory, const std::string& reason) {
     RequestCase row = refusal(name, directory, reason);
     row.before = {file(directory + "/file", "kept")};
@@ -100,7 +104,7 @@ const std::vector<RequestCase> refusals = {
     refusal("EndOf6WithATrailingBlank", "/tmp/zmla-" + middle + "-abcde ", end_error),
 };
 
-INSTANTIATE_TEST_SUITE_P(Refusal, Cleanup, testing::ValuesIn(refusals), name_of_row);
+INSTANTIATE_TEST_SUITE_P(Rejection, Cleanup, testing::ValuesIn(refusals), name_of_row);
 
 const std::vector<RequestCase> removals = {
     {.name = "NoDirectory", .request = {"CLEANUP"}},
@@ -109,7 +113,7 @@ const std::vector<RequestCase> removals = {
         .request = {"CLEANUP", ""},
         .answer = refused + "\n",
         .status = 5820,
-        .log = {{16, "is_valid_zmladir", "Directory path is empty!"}, result("", 1, 5820, refused)},
+        .log = {{error, "is_valid_zmladir", "Directory path is empty!"}, result("", 1, 5820, refused)},
     },
     {
         .name = "DirectoryWithFiles",
@@ -144,7 +148,7 @@ const std::vector<RequestCase> removals = {
                 result(good, 1, 5784, failed + good + ": " + strerror(ENOENT))},
     },
     {
-        .name = "FileOfTheName",
+        .name = "FileWithTheName",
         .request = {"CLEANUP", good},
         .before = {file(good, "kept")},
         .answer = failed + good + ": " + strerror(ENOTDIR) + "\n",
@@ -154,7 +158,7 @@ const std::vector<RequestCase> removals = {
         .after = {file(good, "kept")},
     },
     {
-        .name = "LeadingBlankThatTheNameTestIgnores",
+        .name = "LeadingSpaceThatTheNameTestIgnores",
         .request = {"CLEANUP", " " + good},
         .before = {file(good + "/file")},
         .answer = failed + " " + good + ": " + strerror(ENOENT) + "\n",
@@ -171,7 +175,7 @@ const std::vector<RequestCase> removals = {
         .status = 5784,
         .log = {valid(good),
                 removing(good),
-                {8, "remove_directory", "not removing internal dir (" + good + "/folder)"},
+                {warning, "remove_directory", "not removing internal dir (" + good + "/folder)"},
                 not_removed(good + "/folder"),
                 result(good, 1, 5784, failed + good + ": <text>")},
         .after = {file(good + "/folder/file", "kept")},
@@ -184,13 +188,13 @@ const std::vector<RequestCase> removals = {
         .status = 5784,
         .log = {valid(good),
                 removing(good),
-                {8, "remove_directory", "not removing internal dir (" + good + "/link)"},
+                {warning, "remove_directory", "not removing internal dir (" + good + "/link)"},
                 not_removed(good + "/link"),
                 result(good, 1, 5784, failed + good + ": <text>")},
         .after = {file("/tmp/folder/file", "kept"), soft_link(good + "/link", "/tmp/folder")},
     },
     {
-        .name = "LinkToAFileWithoutTheFile",
+        .name = "LinkToAFileButNotTheFile",
         .request = {"CLEANUP", good},
         .before = {file("/tmp/file", "kept"), folder(good), soft_link(good + "/link", "/tmp/file")},
         .answer = cleaned + good + "\n",
@@ -209,7 +213,7 @@ const std::vector<RequestCase> removals = {
         .after = {missing(good + "/file"), soft_link(good + "/link", "/missing")},
     },
     {
-        .name = "LinkOfTheName",
+        .name = "LinkWithTheName",
         .request = {"CLEANUP", good_in_opt},
         .before = {file("/tmp/real/file"), soft_link(good_in_opt, "/tmp/real")},
         .answer = failed + good_in_opt + ": " + strerror(ENOTDIR) + "\n",
@@ -219,7 +223,7 @@ const std::vector<RequestCase> removals = {
         .after = {soft_link(good_in_opt, "/tmp/real"), empty_folder("/tmp/real")},
     },
     {
-        .name = "LinkOfTheNameWhereEverybodyWrites",
+        .name = "LinkWithTheNameInADirectoryThatEverybodyWrites",
         .request = {"CLEANUP", good},
         .before = {file("/opt/real/file", "kept"), soft_link(good, "/opt/real")},
         .answer = failed + good + ": " + strerror(ELOOP) + "\n",
@@ -245,7 +249,7 @@ const std::vector<RequestCase> removals = {
         .request = {"CLEANUP", "/tmp/logs", good},
         .before = {folder(good)},
         .answer = refused + "/tmp/logs\n" + cleaned + good + "\n",
-        .log = {{16, "is_valid_zmladir", std::string("Invalid directory (ERR=") + format_error + "): /tmp/logs"},
+        .log = {{error, "is_valid_zmladir", std::string("Invalid directory (ERR=") + format_error + "): /tmp/logs"},
                 result("/tmp/logs", 1, 5820, refused + "/tmp/logs"),
                 valid(good),
                 removing(good),
@@ -261,7 +265,7 @@ const std::vector<RequestCase> removals = {
         .log = {valid(good),
                 removing(good),
                 result(good, 1, 0, cleaned + good),
-                {16, "is_valid_zmladir", std::string("Invalid directory (ERR=") + format_error + "): /tmp/logs"},
+                {error, "is_valid_zmladir", std::string("Invalid directory (ERR=") + format_error + "): /tmp/logs"},
                 result("/tmp/logs", 2, 5820, refused + "/tmp/logs")},
         .after = {missing(good)},
     },
@@ -271,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(Removal, Cleanup, testing::ValuesIn(removals), name_of_
 
 class CleanupRequest : public ProductTest {};
 
-TEST_F(CleanupRequest, TakesABareNameInTheWorkingFolder) {
+TEST_F(CleanupRequest, AcceptsABareNameInTheWorkingFolder) {
     make_folder(good);
     AgentOptions options;
     options.working_folder = "/tmp";
@@ -290,7 +294,7 @@ TEST_F(CleanupRequest, RemovesAFileOver2Gigabytes) {
     EXPECT_FALSE(exists(good));
 }
 
-TEST_F(CleanupRequest, TakesTheNameBehindABackslash) {
+TEST_F(CleanupRequest, AcceptsTheNameAfterABackslash) {
     const std::string directory = "C:\\logs\\" + good_name;
     make_folder("/tmp/" + directory);
     AgentOptions options;
@@ -307,8 +311,8 @@ TEST_F(CleanupRequest, StopsWhenItsAnswerCannotBeSent) {
     EXPECT_EQ(run.exit_status(), 5796 & 0xff);
     EXPECT_FALSE(exists(good));
     EXPECT_TRUE(exists(good.substr(0, good.size() - 1) + "g"));
-    EXPECT_THAT(run.log, LogHas({16, "perform_cleanup_zmladir", "clean up response send failed RV=5796"}));
-    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=5796"}));
+    EXPECT_THAT(run.log, LogHas({error, "perform_cleanup_zmladir", "clean up response send failed RV=5796"}));
+    EXPECT_THAT(run.log, LogHas({information, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=5796"}));
 }
 
 }  // namespace

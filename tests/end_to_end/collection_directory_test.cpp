@@ -1,4 +1,4 @@
-// The directory that collections are made in.
+// The collection directory and its temporary directories.
 #include "tests/support/agent_runner.h"
 #include "tests/support/product_test.h"
 #include "tests/support/stand_in_tool.h"
@@ -8,7 +8,7 @@ namespace {
 
 class CollectionDirectory : public ProductTest {};
 
-TEST_F(CollectionDirectory, IsMadeForAllToEnterAndForItsOwnerToWrite) {
+TEST_F(CollectionDirectory, IsReadableByAllAndWritableByItsOwner) {
     install_tool(zmcplogs_tool, {});
     AgentOptions options;
     options.creation_mask = 0077;
@@ -16,12 +16,12 @@ TEST_F(CollectionDirectory, IsMadeForAllToEnterAndForItsOwnerToWrite) {
     EXPECT_EQ(mode_of(default_collection_folder), 0755U);
 }
 
-TEST_F(CollectionDirectory, HasATemporaryNameThatIsNotYetMade) {
+TEST_F(CollectionDirectory, HasATemporaryDirectoryThatTheToolHasToMake) {
     install_tool(zmcplogs_tool, {stand_in::run("if [ -e \"$last\" ]; then echo made; else echo free; fi")});
     EXPECT_EQ(run_agent({"RUNZMCPLOGS"}).output(), "free\n\n");
 }
 
-TEST_F(CollectionDirectory, HasAnotherTemporaryNameForEachRequest) {
+TEST_F(CollectionDirectory, HasAnotherTemporaryDirectoryForEachRequest) {
     install_tool(zmcplogs_tool, {stand_in::print_arguments()});
     EXPECT_NE(run_agent({"RUNZMCPLOGS"}).output(), run_agent({"RUNZMCPLOGS"}).output());
 }

@@ -6,32 +6,36 @@
 #include "tests/end_to_end/tool_messages.h"
 #include "tests/support/stand_in_tool.h"
 
+using log_level::error;
+using log_level::information;
+
 std::function<void()> with_tool(const std::string& tool, const std::vector<std::string>& steps) {
     return [tool, steps] { install_tool(tool, steps); };
 }
 
 LogLine chosen(const std::string& collection) {
-    return {4, "get_zmcplogs_temp_destdir",
+    return {information, "get_zmcplogs_temp_destdir",
             "zmcplogs/zmsu o/p dir: " + collection + "/<temporary>, collect dir:" + collection};
 }
 
 LogLine not_created(const std::string& collection) {
-    return {16, "get_zmcplogs_temp_destdir", "Failed to create DIR=" + collection + " E=2 (" + strerror(ENOENT) + ")"};
+    return {error, "get_zmcplogs_temp_destdir",
+            "Failed to create DIR=" + collection + " E=2 (" + strerror(ENOENT) + ")"};
 }
 
 std::vector<LogLine> cleanup_required(int status) {
-    return {{16, "zmlogadmagent", "Received NSC=" + std::to_string(status) + " (<text>). Cleanup required"}};
+    return {{error, "zmlogadmagent", "Received NSC=" + std::to_string(status) + " (<text>). Cleanup required"}};
 }
 
 std::vector<LogLine> cleaning_up(int status, const std::string& temporary) {
     return cleanup_required(status) +
-           std::vector<LogLine>{{4, "perform_cleanup_on_failure", "cleaning up: " + temporary}};
+           std::vector<LogLine>{{information, "perform_cleanup_on_failure", "cleaning up: " + temporary}};
 }
 
 LogLine removing(const std::string& directory) {
-    return {4, "remove_directory", "Removing directory (" + directory + ") Option(1)"};
+    return {information, "remove_directory", "Removing directory (" + directory + ") Option(1)"};
 }
 
 LogLine missing_directory(const char* tag, const std::string& directory) {
-    return {16, tag, "Failed to open dir: " + directory + " E=2 (" + strerror(ENOENT) + ")"};
+    return {error, tag, "Failed to open dir: " + directory + " E=2 (" + strerror(ENOENT) + ")"};
 }

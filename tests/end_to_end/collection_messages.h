@@ -32,4 +32,5 @@ inline const std::string c_temporary = "/tmp/c/<temporary>";
 [[nodiscard]] LogLine removing(const std::string& directory);
 [[nodiscard]] LogLine missing_directory(const char* tag, const std::string& directory);
 
-inline const LogLine nothing_to_remove = {8, "perform_cleanup_on_failure", "Directory string is empty"};
+inline const LogLine nothing_to_remove = {log_level::warning, "perform_cleanup_on_failure",
+                                          "Directory string is empty"};

@@ -1,19 +1,23 @@
-// The debug log's file and the form of its lines.
+// The file of the debug log and the form of its lines.
 #include <cstdlib>
 #include <ctime>
 
 #include "tests/support/agent_runner.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
+#include "tests/support/request_case.h"
 #include "tests/support/test_files.h"
 
 namespace {
+
+using log_level::error;
+using log_level::information;
 
 const std::string log_folder = logs_folder + "/zmlogadmagent";
 
 class DebugLog : public ProductTest {};
 
-// The log's name and the hour at this moment, in a time zone as TZ names it.
+// The name of the log and the hour now, in a time zone of TZ.
 std::string name_and_hour(const char* zone) {
     setenv("TZ", zone, 1);
     tzset();
@@ -27,7 +31,7 @@ std::string name_and_hour(const char* zone) {
     return text;
 }
 
-// The log's name and its first line's hour are the ones before or after the run: the hour may have changed meanwhile.
+// Expects the name of the log and the hour of its first line as before or after the run: the hour may change meanwhile.
 void expect_local_time(const char* zone) {
     make_product_tree();
     AgentOptions options;
@@ -42,7 +46,7 @@ void expect_local_time(const char* zone) {
 }
 
 TEST_F(DebugLog, IsNamedByTheLocalDateAndShowsTheLocalTime) {
-    // Fourteen hours ahead and twelve behind are never the same date.
+    // 14 hours ahead of UTC and 12 hours behind it always have different dates.
     expect_local_time("AHEAD-14");
     expect_local_time("BEHIND+12");
     expect_local_time("UTC0");
@@ -56,7 +60,7 @@ TEST_F(DebugLog, IsReadableByAll) {
     EXPECT_EQ(mode_of(log_folder + "/" + names_in(log_folder).at(0)), 0644U);
 }
 
-TEST_F(DebugLog, GrowsByTheMessagesOfLaterRuns) {
+TEST_F(DebugLog, GetsTheMessagesOfLaterRunsAppended) {
     const AgentRun first = run_agent({"FETCHFILE"});
     const AgentRun second = run_agent({"FETCHFILE"});
     EXPECT_NE(first.pid, second.pid);
@@ -65,7 +69,7 @@ TEST_F(DebugLog, GrowsByTheMessagesOfLaterRuns) {
     EXPECT_EQ(second.log.back().pid, second.pid);
 }
 
-TEST_F(DebugLog, BearsTheProcessIdOfItsWriter) {
+TEST_F(DebugLog, HasTheProcessIdOfItsWriter) {
     const AgentRun run = run_agent({"FETCHFILE"});
     ASSERT_FALSE(run.log.empty());
     EXPECT_EQ(run.log.size(), run.own_log().size());
@@ -83,19 +87,20 @@ std::ostream& operator<<(std::ostream& out, const EscapedText& row) {
 
 class DebugLogText : public testing::TestWithParam<EscapedText> {};
 
-TEST_P(DebugLogText, IsWrittenOnOneLineLetterForLetter) {
+TEST_P(DebugLogText, IsOneLineWithEscapes) {
     make_product_tree();
     const AgentRun run = run_agent({GetParam().sent});
     EXPECT_EQ(run.status(), 5764);
-    EXPECT_THAT(run.log, LogHas({4, "receive_inputs_from_client", "string from peer C=" + GetParam().logged}));
-    EXPECT_THAT(run.log, LogHas({4, "process_request", "processing request R=" + GetParam().logged}));
-    EXPECT_THAT(run.log, LogHas({16, "is_cmd_valid", "command is not valid C=" + GetParam().logged + " RV=5764"}));
+    EXPECT_THAT(run.log,
+                LogHas({information, "receive_inputs_from_client", "string from peer C=" + GetParam().logged}));
+    EXPECT_THAT(run.log, LogHas({information, "process_request", "processing request R=" + GetParam().logged}));
+    EXPECT_THAT(run.log, LogHas({error, "is_cmd_valid", "command is not valid C=" + GetParam().logged + " RV=5764"}));
     EXPECT_THAT(read_file(log_folder + "/" + names_in(log_folder).at(0)),
                 testing::HasSubstr("string from peer C=" + GetParam().logged + "\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Table, DebugLogText,
+    , DebugLogText,
     testing::Values(EscapedText{"Newline", "a\nb", "a\\nb"}, EscapedText{"CarriageReturn", "a\rb", "a\\rb"},
                     EscapedText{"Tab", "a\tb", "a\\tb"}, EscapedText{"Backslash", "a\\nb", "a\\\\nb"},
                     EscapedText{"ByteOne",
@@ -105,10 +110,10 @@ INSTANTIATE_TEST_SUITE_P(
                     EscapedText{"ByteThirtyOne", "\x1f", "\\x1f"}, EscapedText{"Escape", "\x1b[2J", "\\x1b[2J"},
                     EscapedText{"Delete", "\x7f", "\\x7f"}, EscapedText{"ByteTwoHundred", "\xc8", "\xc8"},
                     EscapedText{"Byte128And255", "\x80\xff", "\x80\xff"},
-                    EscapedText{"PercentSigns", "%s%n%d%%", "%s%n%d%%"}, EscapedText{"Blanks", "  ", "  "},
+                    EscapedText{"PercentSigns", "%s%n%d%%", "%s%n%d%%"}, EscapedText{"Spaces", "  ", "  "},
                     EscapedText{"Empty", "", ""},
                     EscapedText{"ForgedLine", "x\n00:00:00.000 [1] <4> a: b", "x\\n00:00:00.000 [1] <4> a: b"},
                     EscapedText{"LongestArgument", std::string(2047, '\\'), std::string(4094, '\\')}),
-    [](const auto& row) { return row.param.name; });
+    name_of_row);
 
 }  // namespace

@@ -1,4 +1,4 @@
-// GETDISKSPACE, and the listing that ends RUNZMSU.
+// GETDISKSPACE, and the listing of RUNZMSU.
 #include <sys/mount.h>
 #include <sys/stat.h>
 
@@ -16,6 +16,9 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+
 constexpr const char* space_tag = "calc_free_space_send_output";
 
 std::string space_at(const std::string& directory) {
@@ -23,15 +26,15 @@ std::string space_at(const std::string& directory) {
 }
 
 LogLine checking(const std::string& directory) {
-    return {4, space_tag, "Checking available space at " + directory};
+    return {information, space_tag, "Checking available space at " + directory};
 }
 
 LogLine using_parent(const std::string& directory, const std::string& parent) {
-    return {4, space_tag, "Specified dir (" + directory + ") does not exist, using parent dir " + parent};
+    return {information, space_tag, "Specified dir (" + directory + ") does not exist, using parent dir " + parent};
 }
 
 LogLine no_directory(const std::string& directory, const std::string& parent) {
-    return {16, space_tag, "Specified dir (" + directory + ") or parent dir (" + parent + ") does not exist"};
+    return {error, space_tag, "Specified dir (" + directory + ") or parent dir (" + parent + ") does not exist"};
 }
 
 class GetDiskSpace : public RequestTable {};
@@ -125,7 +128,7 @@ const std::vector<RequestCase> space_requests = {
     },
 };
 
-INSTANTIATE_TEST_SUITE_P(Table, GetDiskSpace, testing::ValuesIn(space_requests), name_of_row);
+INSTANTIATE_TEST_SUITE_P(, GetDiskSpace, testing::ValuesIn(space_requests), name_of_row);
 
 // A file system at "/disk".
 class Disk : public ProductTest {
@@ -148,12 +151,12 @@ class SmallDisk : public Disk {
 
 constexpr std::size_t mebibyte = 1 << 20;
 
-TEST_F(SmallDisk, IsTheOneThatIsMeasured) {
+TEST_F(SmallDisk, IsMeasuredAtItsMountPoint) {
     EXPECT_EQ(run_agent({"GETDISKSPACE", "/disk/"}).output(),
               "CALCLOGSIZE: TARGET_DIR=/disk FREE_SPACE=8 MB TOTAL_SPACE=8 MB\n");
 }
 
-TEST_F(SmallDisk, IsMeasuredInWholeMebibytesThatAreFree) {
+TEST_F(SmallDisk, IsMeasuredInWholeMebibytes) {
     write_file("/disk/file", std::string(3 * mebibyte + 1, 'x'));
     EXPECT_EQ(run_agent({"GETDISKSPACE", "/disk/missing"}).output(),
               "CALCLOGSIZE: TARGET_DIR=/disk FREE_SPACE=4 MB TOTAL_SPACE=8 MB\n");
@@ -165,7 +168,7 @@ TEST_F(SmallDisk, HasNoFreeSpaceWhenItIsFull) {
               "CALCLOGSIZE: TARGET_DIR=/disk/file FREE_SPACE=0 MB TOTAL_SPACE=8 MB\n");
 }
 
-// Of more blocks than 32 bits count.
+// A file system with more blocks than 32 bits count.
 class LargeDisk : public Disk {
   protected:
     LargeDisk() : Disk("size=17t") {}
@@ -186,10 +189,10 @@ TEST_F(DiskSpace, FailsWhenTheFileSystemCannotBeExamined) {
     EXPECT_EQ(run.status(), 5784);
     EXPECT_THAT(run.request_log(),
                 LogIs({checking("/tmp/"),
-                       {16, space_tag, std::string("failed to get disk space D=/tmp E=5 ") + strerror(EIO)}}));
+                       {error, space_tag, std::string("failed to get disk space D=/tmp E=5 ") + strerror(EIO)}}));
 }
 
-// A path to an existing folder, of the length that is asked for.
+// A path of that length to an existing folder.
 std::string long_path_to(const std::string& folder, std::size_t length) {
     std::string path = folder;
     while (path.size() + 1 < length) {
@@ -213,7 +216,7 @@ class Listing : public ProductTest {
         return run_agent({"RUNZMSU", "--collectdir", collection});
     }
 
-    // What the answer lists of the temporary directory, sorted; the empty line that ends the tool's output first.
+    // The lines of the answer, sorted. The empty line that ends the output of the tool comes first.
     static std::vector<std::string> listed(const AgentRun& run) {
         std::vector<std::string> names;
         std::istringstream output(run.output());
@@ -235,13 +238,13 @@ TEST_F(Listing, NamesEveryFile) {
     EXPECT_EQ(run.status(), 0);
 }
 
-TEST_F(Listing, PassesFoldersOver) {
+TEST_F(Listing, SkipsFolders) {
     const AgentRun run = list({stand_in::fill_last_argument({"folder/inside", "file"})});
     EXPECT_THAT(listed(run), testing::ElementsAre("", "file"));
     EXPECT_EQ(run.status(), 0);
 }
 
-TEST_F(Listing, IsEmptyForFoldersAlone) {
+TEST_F(Listing, IsEmptyForADirectoryOfFolders) {
     const AgentRun run = list({stand_in::fill_last_argument({"folder/inside"})});
     EXPECT_EQ(run.output(), "\n");
     EXPECT_EQ(run.status(), 0);
@@ -277,13 +280,13 @@ TEST_F(Listing, StopsAtADanglingLink) {
     EXPECT_EQ(run.output(), "\n");
     EXPECT_EQ(run.status(), 1);
     EXPECT_THAT(run.log,
-                LogHas({16, "list_dir_and_send_output",
+                LogHas({error, "list_dir_and_send_output",
                         std::string("Can't access /tmp/c/<temporary>/link rv=1 E=2 (") + strerror(ENOENT) + ")"}));
-    // The clean-up of the failed request cannot examine the link either, and so it stays.
-    EXPECT_THAT(run.log, LogHas({16, "remove_directory",
+    // The clean-up of the failed request cannot examine the link either, so the link stays.
+    EXPECT_THAT(run.log, LogHas({error, "remove_directory",
                                  std::string("cannot access /tmp/c/<temporary>/link E=2 (") + strerror(ENOENT) + ")"}));
     EXPECT_THAT(run.log,
-                LogHas({16, "remove_directory",
+                LogHas({error, "remove_directory",
                         std::string("rmdir failed DIR=/tmp/c/<temporary> E=39 (") + strerror(ENOTEMPTY) + ")"}));
     EXPECT_EQ(names_in("/tmp/c").size(), 1U);
 }
@@ -294,7 +297,7 @@ TEST_F(Listing, FailsWhenThePathOfAnEntryIsTooLong) {
     const AgentRun run = list({stand_in::fill_last_argument({"file"})}, collection);
     EXPECT_EQ(run.output(), "\n");
     EXPECT_EQ(run.status(), 1);
-    EXPECT_THAT(run.log, LogHas({16, "list_dir_and_send_output",
+    EXPECT_THAT(run.log, LogHas({error, "list_dir_and_send_output",
                                  "Can't access " + collection + "/zmla-<digits> rv=1 E=2 (" + strerror(ENOENT) + ")"}));
 }
 

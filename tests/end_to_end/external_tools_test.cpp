@@ -1,4 +1,4 @@
-// What a tool is started with, and its talk with the peer.
+// The arguments, environment and descriptors of a tool, and its talk with the peer.
 #include <fcntl.h>
 
 #include <csignal>
@@ -11,20 +11,23 @@
 
 namespace {
 
+using log_level::information;
+
 class ExternalTool : public ProductTest {};
 
 TEST_F(ExternalTool, IsLoggedByTheChildStepByStep) {
     install_tool(zmsu_tool, {});
     const AgentRun run = run_agent({"zmsu", "-a", ""});
-    EXPECT_THAT(run.child_log(), LogIs({
-                                     {4, "setup_child_stdfds", "stdin dup2() INFD=3 RV=0"},
-                                     {4, "setup_child_stdfds", "stdout dup2() INFD=3 RV=1"},
-                                     {4, "setup_child_stdfds", "stderr dup2() INFD=3 RV=2"},
-                                     {4, "getcommandpath", "full cmd path N=zmsu P=" + zmsu_tool},
-                                     {4, "setup_execvp_argv", "input C=" + zmsu_tool + ", #ARGS=3, MAX ARGV SLOTS=512"},
-                                     {4, "setup_execvp_argv", "adding arg A=-a I=2"},
-                                     {4, "setup_execvp_argv", "adding arg A= I=3"},
-                                 }));
+    EXPECT_THAT(run.child_log(),
+                LogIs({
+                    {information, "setup_child_stdfds", "stdin dup2() INFD=3 RV=0"},
+                    {information, "setup_child_stdfds", "stdout dup2() INFD=3 RV=1"},
+                    {information, "setup_child_stdfds", "stderr dup2() INFD=3 RV=2"},
+                    {information, "getcommandpath", "full cmd path N=zmsu P=" + zmsu_tool},
+                    {information, "setup_execvp_argv", "input C=" + zmsu_tool + ", #ARGS=3, MAX ARGV SLOTS=512"},
+                    {information, "setup_execvp_argv", "adding arg A=-a I=2"},
+                    {information, "setup_execvp_argv", "adding arg A= I=3"},
+                }));
 }
 
 TEST_F(ExternalTool, SendsOutputAndErrorsToThePeer) {

@@ -1,5 +1,5 @@
-// What becomes of the files that a logging request changes when the agent is killed, the disk is full, a folder may not
-// be written, or many agents change one file.
+// Files that logging requests change: with a killed agent, on a full disk, in a read-only folder, and with many agents
+// at once.
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/xattr.h>
@@ -12,6 +12,7 @@
 
 #include "tests/support/agent_runner.h"
 #include "tests/support/product_test.h"
+#include "tests/support/request_case.h"
 #include "tests/support/test_files.h"
 #include "tests/support/traced_agent.h"
 
@@ -27,9 +28,13 @@ struct ChangedFile {
     std::string before;
     std::string after;
     Request request;
-    // Whether the platform library rewrites it; else it is a key-value file.
+    // Whether the platform library rewrites it. If not, it is a key-value file.
     bool is_rewritten_safely = true;
 };
+
+std::ostream& operator<<(std::ostream& out, const ChangedFile& file) {
+    return out << file.name;
+}
 
 const std::vector<ChangedFile> changed_files = {
     {.name = "MainConfiguration",
@@ -59,8 +64,7 @@ class FileSafety : public ProductTest, public testing::WithParamInterface<Change
         set_mode(GetParam().path, 0640);
     }
 
-    // Runs the agent up to one of its stops at system calls and kills it there. Returns false when it has no stop of
-    // that number and went through.
+    // Kills the agent at one of its stops at system calls. Returns false if it ends before the stop of that number.
     [[nodiscard]] static bool crash_at(int stop) {
         TracedAgent agent(GetParam().request);
         for (int i = 0; i < stop; ++i) {
@@ -76,7 +80,7 @@ class FileSafety : public ProductTest, public testing::WithParamInterface<Change
     static std::string folder() { return GetParam().path.substr(0, GetParam().path.rfind('/')); }
 };
 
-// The next request works, and leaves nothing but a lock beside the file.
+// Expects that the next request succeeds and leaves only a lock beside the file.
 void expect_next_request_to_work(const std::vector<std::string>& names_before) {
     const ChangedFile& changed = FileSafety::GetParam();
     ASSERT_EQ(run_agent(changed.request).status(), 0);
@@ -87,11 +91,11 @@ void expect_next_request_to_work(const std::vector<std::string>& names_before) {
     }
 }
 
-TEST_P(FileSafety, TheFileIsWhollyOldOrWhollyNewAtWhateverSystemCallTheAgentIsKilled) {
+TEST_P(FileSafety, TheFileIsWhollyOldOrWhollyNewAfterAKillAtAnySystemCall) {
     const std::vector<std::string> names = names_in(folder());
     int new_texts = 0;
     int stop = 1;
-    // Two stops are one system call: before it and after it.
+    // The agent stops twice for each system call: before it and after it.
     for (; crash_at(stop); stop += 2) {
         SCOPED_TRACE("killed at stop " + std::to_string(stop));
         const std::string text = read_file(GetParam().path);
@@ -108,10 +112,9 @@ TEST_P(FileSafety, TheFileIsWhollyOldOrWhollyNewAtWhateverSystemCallTheAgentIsKi
     EXPECT_GT(new_texts, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(, FileSafety, testing::ValuesIn(changed_files),
-                         [](const testing::TestParamInfo<ChangedFile>& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, FileSafety, testing::ValuesIn(changed_files), name_of_row);
 
-// A small file system of its own in the place of a folder.
+// Mounts a small file system over a folder.
 class SmallDisk {
   public:
     explicit SmallDisk(std::string folder) : folder_(std::move(folder)) {
@@ -150,8 +153,8 @@ class SafelyRewrittenStore : public ProductTest {
     SmallDisk disk_ = SmallDisk("/usr/kumel/ktul");
 };
 
-TEST_F(SafelyRewrittenStore, StaysAsItIsOnAFullDiskAndIsChangedOnceThereIsRoom) {
-    // The lock is there, as it is after the first change; only the new text finds no room.
+TEST_F(SafelyRewrittenStore, IsUnchangedOnAFullDiskAndChangedWhenThereIsRoom) {
+    // The lock exists, as after any first change. Only the new text finds no room.
     write_file(store + ".lock", "");
     disk_.fill();
     AgentRun run = run_agent({"ENABLELOGGING", "ZMKTUL:111=5"});
@@ -165,7 +168,7 @@ TEST_F(SafelyRewrittenStore, StaysAsItIsOnAFullDiskAndIsChangedOnceThereIsRoom) 
     EXPECT_EQ(read_file(store), "111.DebugLevel=5\n");
 }
 
-TEST_F(SafelyRewrittenStore, StaysAsItIsInAFolderThatMayNotBeWritten) {
+TEST_F(SafelyRewrittenStore, IsUnchangedInAReadOnlyFolder) {
     disk_.forbid_writing();
     const AgentRun run = run_agent({"ENABLELOGGING", "ZMKTUL:111=5"});
     EXPECT_EQ(run.output(), "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=30 LVL=5\n");
@@ -175,8 +178,8 @@ TEST_F(SafelyRewrittenStore, StaysAsItIsInAFolderThatMayNotBeWritten) {
 
 TEST_F(SafelyRewrittenStore, KeepsItsExtendedAttributesAndOwner) {
     const std::string value = "of the administrator";
-    // In the memory file system of a private root users have no attributes of their own; those of the trusted kind are
-    // root's. Where neither is to be had there is nothing to keep.
+    // The memory file system of a private root has no user attributes, only trusted ones of root. If neither can be
+    // set, there is nothing to keep.
     const bool has_attribute = setxattr(store.c_str(), "trusted.note", value.data(), value.size(), 0) == 0;
     set_mode(store, 0604);
     EXPECT_EQ(run_agent({"ENABLELOGGING", "ZMKTUL:111=5"}).status(), 0);
@@ -187,7 +190,7 @@ TEST_F(SafelyRewrittenStore, KeepsItsExtendedAttributesAndOwner) {
     EXPECT_EQ(kept, has_attribute ? value : "");
 }
 
-// Starts all agents, sends their requests, then waits for all.
+// Starts all agents, sends their requests and then waits for all.
 void run_at_once(const std::vector<Request>& requests) {
     std::vector<std::unique_ptr<Agent>> agents;
     for (const Request& request : requests) {

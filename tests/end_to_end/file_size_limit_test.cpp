@@ -1,4 +1,4 @@
-// An agent that may write files of a certain size only. What goes beyond that is an error of the write.
+// An agent with a limit on the size of files. Writes beyond the limit fail.
 #include <csignal>
 
 #include "tests/support/agent_runner.h"
@@ -12,7 +12,7 @@ const std::string log_folder = logs_folder + "/zmlogadmagent";
 const std::string store = "/usr/kumel/ktul/51216.conf";
 constexpr std::size_t size_limit = 8192;
 
-// Prints 1 when the tool was started with the signal ignored, else 0.
+// Prints 1 if the tool starts with the signal ignored, else 0.
 std::string print_if_ignored(int signal) {
     return "mask=$(sed -n 's/^SigIgn:\\t//p' /proc/self/status)\nprintf '%s ' $((0x$mask >> " +
            std::to_string(signal - 1) + " & 1))";
@@ -22,7 +22,7 @@ class FileSizeLimit : public ProductTest {
   protected:
     FileSizeLimit() { options_.file_size_limit = size_limit; }
 
-    // Fills today's log up, whatever the date is.
+    // Fills today's log to the limit.
     static void fill_log() {
         static_cast<void>(run_agent({"FETCHFILE"}));
         std::string line = "00:00:00.000 [1] <4> filler: ";
@@ -34,7 +34,7 @@ class FileSizeLimit : public ProductTest {
     AgentOptions options_;
 };
 
-TEST_F(FileSizeLimit, LeavesARequestWithoutALogThatHasReachedIt) {
+TEST_F(FileSizeLimit, LetsARequestRunAfterTheLogHasReachedIt) {
     fill_log();
     const AgentRun run = run_agent({"GETDISKSPACE", "/tmp"}, options_);
     EXPECT_EQ(run.status(), 0);
@@ -66,8 +66,8 @@ TEST_F(FileSizeLimit, LeavesATooLongLoggingStoreAsItIs) {
     EXPECT_EQ(names_in("/usr/kumel/ktul"), (std::vector<std::string>{"51216.conf", "51216.conf.lock"}));
 }
 
-// A broken pipe is what the agent ignores, and its tools with it.
-TEST_F(FileSizeLimit, EndsToolsAsUsual) {
+// The agent ignores broken pipes, and its tools inherit that.
+TEST_F(FileSizeLimit, StillEndsTools) {
     install_tool(zmsu_tool, {print_if_ignored(SIGXFSZ), print_if_ignored(SIGPIPE)});
     EXPECT_EQ(run_agent({"zmsu"}, options_).output(), "0 1 \n");
 }

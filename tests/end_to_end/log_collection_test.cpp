@@ -1,4 +1,4 @@
-// RUNZMCPLOGS: runs zmcplogs with a temporary directory, which goes when the tool fails.
+// RUNZMCPLOGS: runs zmcplogs with a temporary directory, which the agent removes when the tool fails.
 #include <csignal>
 
 #include "tests/end_to_end/collection_messages.h"
@@ -23,7 +23,7 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
         .after = {empty_folder(evidence)},
     },
     {
-        .name = "TakesItsCollectionDirectoryOut",
+        .name = "RemovesCollectdirFromTheArguments",
         .request = {"RUNZMCPLOGS", "--collectdir", "/tmp/c", "-x"},
         .prepare = with_tool(zmcplogs_tool, {stand_in::print_arguments()}),
         .answer = "[" + zmcplogs_tool + "]\n[-x]\n[" + c_temporary + "]\n\n",
@@ -31,14 +31,14 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
         .after = {empty_folder("/tmp/c"), missing(evidence)},
     },
     {
-        .name = "TakesItsCollectionDirectoryOutOfTheMiddle",
+        .name = "RemovesCollectdirFromTheMiddleOfTheArguments",
         .request = {"RUNZMCPLOGS", "-x", "--collectdir", "/tmp/c", "-y"},
         .prepare = with_tool(zmcplogs_tool, {stand_in::print_arguments()}),
         .answer = "[" + zmcplogs_tool + "]\n[-x]\n[-y]\n[" + c_temporary + "]\n\n",
         .log = std::vector{chosen("/tmp/c")} + messages_of_run("RUNZMCPLOGS", zmcplogs_tool),
     },
     {
-        .name = "TakesTheFirstOfTwoCollectionDirectories",
+        .name = "UsesTheFirstOfTwoCollectionDirectories",
         .request = {"RUNZMCPLOGS", "--collectdir", "/tmp/c", "--collectdir", "/tmp/d"},
         .prepare = with_tool(zmcplogs_tool, {stand_in::print_arguments()}),
         .answer = "[" + zmcplogs_tool + "]\n[--collectdir]\n[/tmp/d]\n[" + c_temporary + "]\n\n",
@@ -60,7 +60,7 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
         .log = std::vector{chosen(evidence)} + messages_of_run("RUNZMCPLOGS", zmcplogs_tool),
     },
     {
-        .name = "UsesACollectionDirectoryThatIsThere",
+        .name = "UsesAnExistingCollectionDirectory",
         .request = {"RUNZMCPLOGS", "--collectdir", "/tmp/c"},
         .before = {file("/tmp/c/earlier", "kept")},
         .prepare = with_tool(zmcplogs_tool, {stand_in::fill_last_argument({"log"})}),
@@ -69,7 +69,7 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
         .after = {file("/tmp/c/earlier", "kept")},
     },
     {
-        .name = "TakesAFileOfTheNameForADirectoryThatIsThere",
+        .name = "TreatsAFileWithTheNameAsAnExistingDirectory",
         .request = {"RUNZMCPLOGS", "--collectdir", "/tmp/c"},
         .before = {file("/tmp/c", "kept")},
         .prepare = with_tool(zmcplogs_tool, {}),
@@ -86,7 +86,7 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
         .after = {missing("/tmp/missing")},
     },
     {
-        .name = "RefusesAnEmptyCollectionDirectory",
+        .name = "RejectsAnEmptyCollectionDirectory",
         .request = {"RUNZMCPLOGS", "--collectdir", ""},
         .prepare = with_tool(zmcplogs_tool, {stand_in::print("ran")}),
         .status = 5811,
@@ -104,7 +104,7 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
         .after = {file("/tmp/c/earlier", "kept")},
     },
     {
-        .name = "RemovesFoldersBelowToo",
+        .name = "RemovesFoldersOfAFailedTool",
         .request = {"RUNZMCPLOGS", "--collectdir", "/tmp/c"},
         .prepare =
             with_tool(zmcplogs_tool, {stand_in::fill_last_argument({"deep/deeper/log"}), stand_in::exit_with(7)}),
@@ -128,7 +128,7 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
         .after = {empty_folder("/tmp/c")},
     },
     {
-        .name = "TriesToRemoveWhatAMissingToolNeverMade",
+        .name = "TriesToRemoveTheDirectoryOfAMissingTool",
         .request = {"RUNZMCPLOGS"},
         .answer = "\n",
         .status = 29,
@@ -139,6 +139,6 @@ const std::vector<RequestCase> runs_of_zmcplogs = {
     },
 };
 
-INSTANTIATE_TEST_SUITE_P(Requests, LogCollection, testing::ValuesIn(runs_of_zmcplogs), name_of_row);
+INSTANTIATE_TEST_SUITE_P(, LogCollection, testing::ValuesIn(runs_of_zmcplogs), name_of_row);
 
 }  // namespace

@@ -1,4 +1,4 @@
-// ENABLELOGGING, DISABLELOGGING and RESETLOGGING: their arguments, their categories' order and their status.
+// ENABLELOGGING, DISABLELOGGING and RESETLOGGING: arguments, the order of categories, and the status.
 #include <cerrno>
 #include <cstring>
 
@@ -9,23 +9,26 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+
 LogLine begins(const std::string& action, const std::string& word) {
-    return {4, "handle_logging", action + " logging C=" + word};
+    return {information, "handle_logging", action + " logging C=" + word};
 }
 
-// A response line as its handler and its sending log it.
-LogLine line_of(const std::string& handler, const std::string& line, int level = 4) {
+// A response line as the log shows it.
+LogLine line_of(const std::string& handler, const std::string& line, int level = information) {
     return {level, handler, line + "\\n"};
 }
 
 LogLine responding(const std::string& line) {
-    return {4, "handle_logging", "Responding (len=" + std::to_string(line.size() + 1) + ") " + line + "\\n"};
+    return {information, "handle_logging", "Responding (len=" + std::to_string(line.size() + 1) + ") " + line + "\\n"};
 }
 
-// The message about an argument that is not of the form stands without a tag: its format stands there, unfilled, and
-// the argument in the format's place. The reader of log lines cuts it at the first ": ".
+// The message about a malformed argument has the format as its tag, unfilled, and the argument as its text. The parser
+// of log lines ends the tag at the first ": ".
 LogLine malformed(const std::string& argument) {
-    return {16, "Invalid 'ctgy:args' format", "%s Position=%d RV=%d: " + argument};
+    return {error, "Invalid 'ctgy:args' format", "%s Position=%d RV=%d: " + argument};
 }
 
 const std::string vmconf_x = "PROCESS=VMCONF:x STATUS=0 MSG=Set debug logging";
@@ -60,14 +63,14 @@ const std::vector<RequestCase> requests_without_work = {
         .log = {begins("enable", "ENABLELOGGING")},
     },
     {
-        .name = "CategoryInSmallLetters",
+        .name = "CategoryInLowerCase",
         .request = {"ENABLELOGGING", "vmconf:x"},
         .before = {vm_conf},
         .log = {begins("enable", "ENABLELOGGING")},
         .after = {vm_conf},
     },
     {
-        .name = "CategoryWithABlank",
+        .name = "CategoryWithASpace",
         .request = {"ENABLELOGGING", " VMCONF:x", "VMCONF :x"},
         .before = {vm_conf},
         .log = {begins("enable", "ENABLELOGGING")},
@@ -84,7 +87,7 @@ const std::vector<RequestCase> requests_without_work = {
 
 INSTANTIATE_TEST_SUITE_P(NothingToDo, LoggingRequest, testing::ValuesIn(requests_without_work), name_of_row);
 
-// An argument that is not of the form, alone.
+// A single malformed argument.
 RequestCase refusal(const std::string& name, const std::string& argument, const std::string& logged) {
     return {
         .name = name,
@@ -105,7 +108,7 @@ const std::vector<RequestCase> refusals = {
     refusal("PercentSigns", "%s%d%n%%", "%s%d%n%%"),
     refusal("Newline", "VMCONF\nx", "VMCONF\\nx"),
     {
-        .name = "BehindAGoodOneWhoseLinesAreNotSent",
+        .name = "AfterAGoodOneWithoutAnAnswer",
         .request = {"ENABLELOGGING", "VMCONF:x", "ZMLOGDIR:y", "VMCONF", "ZMLOGDIR:z"},
         .before = {vm_conf},
         .status = 5822,
@@ -115,10 +118,10 @@ const std::vector<RequestCase> refusals = {
     },
 };
 
-INSTANTIATE_TEST_SUITE_P(Refusal, LoggingRequest, testing::ValuesIn(refusals), name_of_row);
+INSTANTIATE_TEST_SUITE_P(Rejection, LoggingRequest, testing::ValuesIn(refusals), name_of_row);
 
-const LogLine invalid_disable = {16, "process_zmulogdir", "Invalid action=disable"};
-const LogLine invalid_reset = {16, "process_zmulogdir", "Invalid action=reset"};
+const LogLine invalid_disable = {error, "process_zmulogdir", "Invalid action=disable"};
+const LogLine invalid_reset = {error, "process_zmulogdir", "Invalid action=reset"};
 
 const std::vector<RequestCase> actions = {
     {
@@ -149,7 +152,7 @@ const std::vector<RequestCase> actions = {
 
 INSTANTIATE_TEST_SUITE_P(Action, LoggingRequest, testing::ValuesIn(actions), name_of_row);
 
-// A disabling request of values, which answers one line for each and does nothing else.
+// A request that disables values. It answers one line for each and changes nothing.
 RequestCase split(const std::string& name, const std::string& argument, const std::vector<std::string>& values) {
     RequestCase row = {.name = name, .request = {"DISABLELOGGING", argument}};
     row.log = {begins("disable", "DISABLELOGGING")};
@@ -188,11 +191,11 @@ const std::vector<RequestCase> several_categories = {
         .after = {vm_conf_verbose, folder("/usr/kumel/zembrath/logs/y")},
     },
     {
-        .name = "FailureToldByItsLineAlone",
+        .name = "FailureReportedOnlyInItsLine",
         .request = {"ENABLELOGGING", "VMCONF:x", "ZMLOGDIR:y"},
         .answer = vmconf_missing + "\n" + zmlogdir("y") + "\n",
         .log = {begins("enable", "ENABLELOGGING"),
-                {16, "set_parameter_value",
+                {error, "set_parameter_value",
                  std::string("Could not open file /usr/kumel/volmgr/vm.conf E=2 (") + strerror(ENOENT) + ")"},
                 line_of("process_vmconf", vmconf_missing),
                 line_of("process_zmulogdir", zmlogdir("y")),
@@ -205,7 +208,7 @@ const std::vector<RequestCase> several_categories = {
         .request = {"ENABLELOGGING", "MMLOGDIR:x", "ZMLOGDIR:y"},
         .before = {missing("/usr/kumel/volmgr")},
         .answer = mmlogdir_missing + "\n" + zmlogdir("y") + "\n",
-        .log = {begins("enable", "ENABLELOGGING"), line_of("process_mmlogdir", mmlogdir_missing, 16),
+        .log = {begins("enable", "ENABLELOGGING"), line_of("process_mmlogdir", mmlogdir_missing, error),
                 line_of("process_zmulogdir", zmlogdir("y")), responding(mmlogdir_missing), responding(zmlogdir("y"))},
     },
     {
@@ -215,7 +218,7 @@ const std::vector<RequestCase> several_categories = {
         .answer = zmlogdir("y") + "\n" + mmlogdir_missing + "\n",
         .status = 1,
         .log = {begins("enable", "ENABLELOGGING"), line_of("process_zmulogdir", zmlogdir("y")),
-                line_of("process_mmlogdir", mmlogdir_missing, 16), responding(zmlogdir("y")),
+                line_of("process_mmlogdir", mmlogdir_missing, error), responding(zmlogdir("y")),
                 responding(mmlogdir_missing)},
     },
     {
@@ -223,7 +226,7 @@ const std::vector<RequestCase> several_categories = {
         .request = {"ENABLELOGGING", "MMLOGDIR:x", "FOO:x"},
         .before = {missing("/usr/kumel/volmgr")},
         .answer = mmlogdir_missing + "\n",
-        .log = {begins("enable", "ENABLELOGGING"), line_of("process_mmlogdir", mmlogdir_missing, 16),
+        .log = {begins("enable", "ENABLELOGGING"), line_of("process_mmlogdir", mmlogdir_missing, error),
                 responding(mmlogdir_missing)},
     },
     {
@@ -240,7 +243,7 @@ INSTANTIATE_TEST_SUITE_P(SeveralCategories, LoggingRequest, testing::ValuesIn(se
 
 class LoggingResponses : public ProductTest {};
 
-TEST_F(LoggingResponses, AreAllTriedWhenThePeerHasGone) {
+TEST_F(LoggingResponses, AreAllTriedAfterThePeerHasClosed) {
     const AgentRun run = run_agent_without_peer({"ENABLELOGGING", "ZMLOGDIR:a,b"});
     EXPECT_EQ(run.exit_status(), 5796 & 0xff);
     EXPECT_THAT(run.request_log(),
@@ -249,11 +252,11 @@ TEST_F(LoggingResponses, AreAllTriedWhenThePeerHasGone) {
                     line_of("process_zmulogdir", zmlogdir("a")),
                     line_of("process_zmulogdir", zmlogdir("b")),
                     responding(zmlogdir("a")),
-                    {16, "handle_logging", "failed to send response: " + zmlogdir("a") + "\\n (SFD=3)"},
+                    {error, "handle_logging", "failed to send response: " + zmlogdir("a") + "\\n (SFD=3)"},
                     responding(zmlogdir("b")),
-                    {16, "handle_logging", "failed to send response: " + zmlogdir("b") + "\\n (SFD=3)"},
+                    {error, "handle_logging", "failed to send response: " + zmlogdir("b") + "\\n (SFD=3)"},
                 }));
-    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=5796"}));
+    EXPECT_THAT(run.log, LogHas({information, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=5796"}));
 }
 
 }  // namespace

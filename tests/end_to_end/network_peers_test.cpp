@@ -9,6 +9,8 @@
 
 namespace {
 
+using log_level::error;
+
 // A peer and its connection.
 struct ConnectedPeer {
     PeerCase peer;
@@ -44,7 +46,7 @@ TcpEnds from_mapped_ipv4(int port) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Peers, PeerOverLoopback,
+    , PeerOverLoopback,
     testing::Values(
         ConnectedPeer{{"Ipv4RootAtTheLastReservedPort", {"localhost"}, "H=127.0.0.1 P=1023 U=root F=0x42 UT=2"},
                       from_ipv4(1023)},
@@ -86,7 +88,7 @@ constexpr const char* far_listed = "H=10.77.0.2 P=1023 U=root F=0x42 UT=2";
 constexpr const char* far_unlisted = "H=10.77.0.2 P=1023 U=root F=0x40 UT=2";
 
 INSTANTIATE_TEST_SUITE_P(
-    Peers, PeerOverTheNetwork,
+    , PeerOverTheNetwork,
     testing::Values(
         ConnectedPeer{{"ByAddress", {"10.77.0.2"}, far_listed}, far_ipv4},
         ConnectedPeer{{"ByName", {"far.example.test"}, far_listed}, far_ipv4},
@@ -118,7 +120,7 @@ TEST_F(NetworkPeer, IsThisHostAtAnOwnAddressOnTheNetwork) {
 TEST_F(NetworkPeer, IsReportedAsAnUnknownUserAtAFreePort) {
     Agent agent(connect_over_tcp(from_ipv4(1024)), {});
     const AgentRun run = agent.finish();
-    EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer user info unavailable"}));
+    EXPECT_THAT(run.log, LogHas({error, "setup_comms_w_client", "peer user info unavailable"}));
     expect_rejected(run, 135);
 }
 

@@ -1,4 +1,4 @@
-// The agent behind a network service that starts it for every connection.
+// A network service that starts the agent for every connection.
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,6 +15,8 @@
 
 namespace {
 
+using log_level::information;
+
 constexpr int agent_port = 24761;
 
 void check(int result, const char* what) {
@@ -23,7 +25,7 @@ void check(int result, const char* what) {
     }
 }
 
-// The service, listening from the end of its construction.
+// The service. It listens when the constructor returns.
 class NetworkService {
   public:
     explicit NetworkService(const std::string& address) {
@@ -69,7 +71,7 @@ class NetworkService {
     pid_t process_ = -1;
 };
 
-// Sends a request, if there is one, over a connection of its own and returns all that comes back.
+// Sends a request, if there is one, over a connection of its own and returns the whole answer.
 AgentRun ask(const std::string& server, const std::string& peer, int peer_port, const std::optional<Request>& request) {
     const Descriptor connection = connect_to(server, agent_port, peer, peer_port);
     AgentRun answer;
@@ -80,23 +82,24 @@ AgentRun ask(const std::string& server, const std::string& peer, int peer_port, 
     return answer;
 }
 
-class BehindANetworkService : public ProductTest {};
+class AgentOfANetworkService : public ProductTest {};
 
-TEST_F(BehindANetworkService, AnswersRequestsOfRoot) {
+TEST_F(AgentOfANetworkService, AnswersRequestsOfRoot) {
     const NetworkService service("127.0.0.1");
     const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 1000, Request{"CLEANUP", "x"});
     EXPECT_EQ(answer.output(), "CLEANUP: Will not clean up unknown location: x\n");
     EXPECT_EQ(answer.status(), 5820);
-    EXPECT_THAT(read_debug_log(), LogHas({4, "xnet_verify_peer_creds", "H=127.0.0.1 P=1000 U=root F=0x42 UT=2"}));
+    EXPECT_THAT(read_debug_log(),
+                LogHas({information, "xnet_verify_peer_creds", "H=127.0.0.1 P=1000 U=root F=0x42 UT=2"}));
 }
 
-TEST_F(BehindANetworkService, IsStartedForEachRequest) {
+TEST_F(AgentOfANetworkService, IsStartedForEachRequest) {
     const NetworkService service("127.0.0.1");
     EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1000, Request{"FETCHFILE"}).status(), 0);
     EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1001, Request{"NOWORD"}).status(), 5764);
 }
 
-TEST_F(BehindANetworkService, RunsTools) {
+TEST_F(AgentOfANetworkService, RunsTools) {
     install_tool(versioninfo_tool, {stand_in::print("version 1\n"), stand_in::exit_with(2)});
     const NetworkService service("127.0.0.1");
     const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 1000, Request{"versioninfo"});
@@ -104,20 +107,20 @@ TEST_F(BehindANetworkService, RunsTools) {
     EXPECT_EQ(answer.status(), 2);
 }
 
-TEST_F(BehindANetworkService, RefusesUnknownUsersBeforeTheyAsk) {
+TEST_F(AgentOfANetworkService, RejectsUnknownUsersWithoutARequest) {
     const NetworkService service("127.0.0.1");
     const AgentRun answer = ask("127.0.0.1", "127.0.0.1", 0, std::nullopt);
     EXPECT_EQ(answer.output(), "");
     EXPECT_EQ(answer.status(), 135);
 }
 
-TEST_F(BehindANetworkService, AnswersBothProtocolsOfOneSocket) {
+TEST_F(AgentOfANetworkService, AnswersIpv4AndIpv6OnOneSocket) {
     const NetworkService service("[::]");
     EXPECT_EQ(ask("127.0.0.1", "127.0.0.1", 1000, Request{"FETCHFILE"}).status(), 0);
     EXPECT_EQ(ask("::1", "::1", 1000, Request{"FETCHFILE"}).status(), 0);
     const std::vector<LogLine> log = read_debug_log();
-    EXPECT_THAT(log, LogHas({4, "xnet_verify_peer_creds", "H=127.0.0.1 P=1000 U=root F=0x42 UT=2"}));
-    EXPECT_THAT(log, LogHas({4, "xnet_verify_peer_creds", "H=::1 P=1000 U=root F=0x42 UT=2"}));
+    EXPECT_THAT(log, LogHas({information, "xnet_verify_peer_creds", "H=127.0.0.1 P=1000 U=root F=0x42 UT=2"}));
+    EXPECT_THAT(log, LogHas({information, "xnet_verify_peer_creds", "H=::1 P=1000 U=root F=0x42 UT=2"}));
 }
 
 }  // namespace

@@ -1,12 +1,14 @@
-// Requests on a kernel that knows no system call that is newer than Linux 3.10.
+// Requests on a kernel without the system calls that came after Linux 3.10.
 #include <sys/syscall.h>
 
 #include <array>
+#include <cctype>
 #include <cerrno>
 
 #include "tests/support/agent_runner.h"
 #include "tests/support/connected_sockets.h"
 #include "tests/support/product_test.h"
+#include "tests/support/request_case.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
 
@@ -21,7 +23,7 @@ struct NewCall {
     long number;
 };
 
-// Those of later kernels that a program like this one or its C library could have a use for.
+// Later system calls that the agent or its C library could use.
 constexpr std::array new_calls = {
     NewCall{"renameat2", SYS_renameat2},
     NewCall{"getrandom", SYS_getrandom},
@@ -53,8 +55,21 @@ struct Kernel {
     std::vector<RefusedCall> refused_calls;
 };
 
-std::ostream& operator<<(std::ostream& out, const Kernel& row) {
-    return out << row.name;
+std::ostream& operator<<(std::ostream& out, const Kernel& kernel) {
+    return out << kernel.name;
+}
+
+// "renameat2" is "Renameat2", "copy_file_range" is "CopyFileRange".
+std::string in_camel_case(std::string_view name) {
+    std::string result;
+    bool begins_word = true;
+    for (const char letter : name) {
+        if (letter != '_') {
+            result += begins_word ? static_cast<char>(toupper(letter)) : letter;
+        }
+        begins_word = letter == '_';
+    }
+    return result;
 }
 
 std::vector<Kernel> old_kernels() {
@@ -62,12 +77,12 @@ std::vector<Kernel> old_kernels() {
     std::vector<RefusedCall> all;
     for (const NewCall& call : new_calls) {
         const RefusedCall unknown = {.number = call.number, .error = ENOSYS};
-        kernels.push_back({std::string("Without_") + call.name, {unknown}});
+        kernels.push_back({"Without" + in_camel_case(call.name), {unknown}});
         all.push_back(unknown);
-        // What a kernel says to a call that it knows, of a flag that it does not. clone3 has had one meaning since it
-        // is there, and the C library does without it only where it is not.
+        // An older kernel may know the call but not a flag of it. Not so for clone3: the C library falls back from it
+        // only where the whole call is missing.
         if (call.number != SYS_clone3) {
-            kernels.push_back({std::string("WithOlder_") + call.name, {{.number = call.number, .error = EINVAL}}});
+            kernels.push_back({"WithOlder" + in_camel_case(call.name), {{.number = call.number, .error = EINVAL}}});
         }
     }
     kernels.push_back({"WithoutAll", all});
@@ -84,7 +99,7 @@ class OldKernel : public ProductTest, public testing::WithParamInterface<Kernel>
     AgentOptions options_;
 };
 
-TEST_P(OldKernel, LosesNothingOfALoggingRequest) {
+TEST_P(OldKernel, ServesALoggingRequest) {
     write_file(store, "111.DebugLevel=1\n");
     write_file(volume_manager, "A = 1\n#VERBOSE\n");
     install_tool(broker_tool, {stand_in::run("{"), stand_in::print_descriptors(), stand_in::run("} > /tmp/inherited")});
@@ -102,7 +117,7 @@ TEST_P(OldKernel, LosesNothingOfALoggingRequest) {
     EXPECT_EQ(read_file("/tmp/inherited"), "0 1 2 \n");
 }
 
-TEST_P(OldKernel, LosesNothingOfACollection) {
+TEST_P(OldKernel, ServesACollection) {
     make_folder(default_collection_folder);
     install_tool(zmsu_tool, {stand_in::print_descriptors(), stand_in::fill_last_argument({"package"})});
     AgentRun run = run_agent({"RUNZMSU"}, options_);
@@ -119,14 +134,14 @@ TEST_P(OldKernel, LosesNothingOfACollection) {
     EXPECT_FALSE(exists(collection));
 }
 
-TEST_P(OldKernel, RemovesACollectionThatFailed) {
+TEST_P(OldKernel, RemovesAFailedCollection) {
     make_folder(default_collection_folder);
     install_tool(zmsu_tool, {stand_in::fill_last_argument({"package", "folder/file"}), stand_in::exit_with(3)});
     EXPECT_EQ(run_agent({"RUNZMSU"}, options_).status(), 3);
     EXPECT_EQ(names_in(default_collection_folder), std::vector<std::string>{});
 }
 
-TEST_P(OldKernel, LosesNothingOfARequestOverTcp) {
+TEST_P(OldKernel, ServesARequestOverTcp) {
     Agent agent(connect_over_tcp({.peer_port = 1000}), options_);
     agent.send(Request{"GETDISKSPACE", "/tmp"});
     const AgentRun run = agent.finish();
@@ -134,6 +149,6 @@ TEST_P(OldKernel, LosesNothingOfARequestOverTcp) {
     EXPECT_EQ(run.status(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(, OldKernel, testing::ValuesIn(old_kernels()), [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, OldKernel, testing::ValuesIn(old_kernels()), name_of_row);
 
 }  // namespace

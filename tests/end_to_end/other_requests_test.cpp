@@ -5,6 +5,8 @@
 
 namespace {
 
+using log_level::error;
+
 class OtherRequest : public RequestTable {};
 
 TEST_P(OtherRequest, AnswersLogsAndLeavesFiles) {
@@ -13,7 +15,7 @@ TEST_P(OtherRequest, AnswersLogsAndLeavesFiles) {
 
 const std::vector<RequestCase> other_requests = {
     {
-        .name = "ZmlaPassesItsArgumentsOn",
+        .name = "ZmlaPassesItsArgumentsToTheTool",
         .request = {"ZMLA", "-H", "far host", "--collectdir", "/tmp/c"},
         .prepare = with_tool(zmlogadm_tool, {stand_in::print_arguments(), stand_in::exit_with(4)}),
         .answer = "[" + zmlogadm_tool + "]\n[-H]\n[far host]\n[--collectdir]\n[/tmp/c]\n\n",
@@ -31,10 +33,10 @@ const std::vector<RequestCase> other_requests = {
     {
         .name = "FetchfileSucceedsAndDoesNothing",
         .request = {"FETCHFILE", "/etc/hosts"},
-        .log = {{16, "perform_request_send_output", "Command FETCHFILE is not supported"}},
+        .log = {{error, "perform_request_send_output", "Command FETCHFILE is not supported"}},
     },
 };
 
-INSTANTIATE_TEST_SUITE_P(Requests, OtherRequest, testing::ValuesIn(other_requests), name_of_row);
+INSTANTIATE_TEST_SUITE_P(, OtherRequest, testing::ValuesIn(other_requests), name_of_row);
 
 }  // namespace

@@ -6,8 +6,11 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+
 void expect_verified(const AgentRun& run) {
-    EXPECT_THAT(run.log, LogHas({4, "setup_comms_w_client", "verified credentials of peer"}));
+    EXPECT_THAT(run.log, LogHas({information, "setup_comms_w_client", "verified credentials of peer"}));
     EXPECT_EQ(run.status(), 0);
     EXPECT_EQ(run.exit_status(), 0);
 }
@@ -39,12 +42,12 @@ void expect_rejected(const AgentRun& run, int status) {
     EXPECT_EQ(run.status(), status);
     EXPECT_EQ(run.exit_status(), status == 5762 ? 252 : status);
     EXPECT_THAT(run.log,
-                LogHas({16, "zmlogadmagent", "client communication setup failed SC=" + std::to_string(status)}));
-    EXPECT_THAT(run.log, Not(LogHas({4, "setup_comms_w_client", "verified credentials of peer"})));
+                LogHas({error, "zmlogadmagent", "client communication setup failed SC=" + std::to_string(status)}));
+    EXPECT_THAT(run.log, Not(LogHas({information, "setup_comms_w_client", "verified credentials of peer"})));
 }
 
 void check(const PeerCase& peer, const AgentRun& run) {
-    EXPECT_THAT(run.log, testing::Contains(IsLine(LogLine{4, "xnet_verify_peer_creds", peer.seen})).Times(1));
+    EXPECT_THAT(run.log, testing::Contains(IsLine(LogLine{information, "xnet_verify_peer_creds", peer.seen})).Times(1));
     if (peer.status == 0) {
         expect_verified(run);
     } else {

@@ -11,9 +11,13 @@
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
 #include "tests/support/replaced_file.h"
+#include "tests/support/request_case.h"
 #include "tests/support/test_files.h"
 
 namespace {
+
+using log_level::error;
+using log_level::information;
 
 class LocalPeer : public testing::TestWithParam<PeerCase> {};
 
@@ -25,7 +29,7 @@ TEST_P(LocalPeer, IsComparedWithTheServerList) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Peers, LocalPeer,
+    , LocalPeer,
     testing::Values(PeerCase{"Localhost", {"localhost"}, listed_root},
                     PeerCase{"LocalhostInUpperCase", {"LOCALHOST"}, listed_root},
                     PeerCase{"WholeHostName", {"agenthost.example.test"}, listed_root},
@@ -43,7 +47,7 @@ INSTANTIATE_TEST_SUITE_P(
                     PeerCase{"NameOfAnotherHost", {"far.example.test"}, unlisted_root, 5762},
                     PeerCase{"UnknownName", {"elsewhere.example.test"}, unlisted_root, 5762},
                     PeerCase{"EmptyEntry", {""}, unlisted_root, 5762}, PeerCase{"NoEntry", {}, unlisted_root, 5762}),
-    [](const auto& peer) { return peer.param.name; });
+    name_of_row);
 
 struct ServerLine {
     std::string name;
@@ -64,7 +68,7 @@ TEST_P(ServerList, IsReadFromTheMainConfiguration) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Lines, ServerList,
+    , ServerList,
     testing::Values(
         ServerLine{"NoSpaces", "SERVER=localhost\n"}, ServerLine{"ManySpaces", " \tSERVER \t= \t localhost \t\n"},
         ServerLine{"CarriageReturn", "SERVER = localhost\r\n"}, ServerLine{"NoNewline", "SERVER = localhost"},
@@ -77,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
         ServerLine{"SpaceInTheKey", "SER VER = localhost\n", 5762},
         ServerLine{"TwoHostsOnOneLine", "SERVER = localhost elsewhere\n", 5762},
         ServerLine{"CommentAfterTheHost", "SERVER = localhost # this host\n", 5762}),
-    [](const auto& line) { return line.param.name; });
+    name_of_row);
 
 class PeerVerification : public ProductTest {};
 
@@ -93,11 +97,11 @@ TEST_F(PeerVerification, ReportsThatThePeersHostIsNotListed) {
     const AgentRun run = run_agent({"FETCHFILE"});
     const std::string length = std::to_string(run.received.size());
     EXPECT_THAT(run.log, LogIs({
-                             {4, "xnet_verify_peer_creds", unlisted_root},
-                             {16, "setup_comms_w_client", "peer not in SERVER list"},
-                             {16, "zmlogadmagent", "client communication setup failed SC=5762"},
-                             {4, "socksend", "sent installment #1: " + length + " of " + length},
-                             {4, "socksend", "sent M=<text> L=" + length + ", " + length},
+                             {information, "xnet_verify_peer_creds", unlisted_root},
+                             {error, "setup_comms_w_client", "peer not in SERVER list"},
+                             {error, "zmlogadmagent", "client communication setup failed SC=5762"},
+                             {information, "socksend", "sent installment #1: " + length + " of " + length},
+                             {information, "socksend", "sent M=<text> L=" + length + ", " + length},
                          }));
 }
 
@@ -105,8 +109,8 @@ TEST_F(PeerVerification, ReportsThatThePeersUserIsNotRoot) {
     AgentOptions options;
     options.user = 1000;
     const AgentRun run = run_agent({"FETCHFILE"}, options);
-    EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x2 UT=2"}));
-    EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer is not root user"}));
+    EXPECT_THAT(run.log, LogHas({information, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x2 UT=2"}));
+    EXPECT_THAT(run.log, LogHas({error, "setup_comms_w_client", "peer is not root user"}));
     expect_rejected(run, 135);
 }
 
@@ -115,7 +119,7 @@ TEST_F(PeerVerification, ReportsAConnectionThatIsNoStream) {
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
     Agent agent({Descriptor(ends[0]), Descriptor(ends[1])}, {});
     const AgentRun run = agent.finish();
-    EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=unknown F=0x0 UT=0"}));
+    EXPECT_THAT(run.log, LogHas({information, "xnet_verify_peer_creds", "H=local P=0 U=unknown F=0x0 UT=0"}));
     EXPECT_EQ(run.status(), 5903);
     EXPECT_EQ(run.exit_status(), 252);
 }
@@ -145,15 +149,15 @@ TEST_F(PeerVerification, ChecksTheHostBeforeTheUser) {
     AgentOptions options;
     options.user = 1000;
     const AgentRun run = run_agent({"FETCHFILE"}, options);
-    EXPECT_THAT(run.log, LogHas({4, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x0 UT=2"}));
-    EXPECT_THAT(run.log, LogHas({16, "setup_comms_w_client", "peer not in SERVER list"}));
+    EXPECT_THAT(run.log, LogHas({information, "xnet_verify_peer_creds", "H=local P=0 U=1000 F=0x0 UT=2"}));
+    EXPECT_THAT(run.log, LogHas({error, "setup_comms_w_client", "peer not in SERVER list"}));
     expect_rejected(run, 5762);
 }
 
 TEST_F(PeerVerification, ReadsNoRequestOfARejectedPeer) {
     trust({});
     const AgentRun run = run_agent({"FETCHFILE"});
-    EXPECT_THAT(run.log, Not(LogHas({4, "receive_inputs_from_client", "string from peer C=FETCHFILE"})));
+    EXPECT_THAT(run.log, Not(LogHas({information, "receive_inputs_from_client", "string from peer C=FETCHFILE"})));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The removal of a collection against whoever else can write where it lies, and against trees of any depth.
+// The removal of a collection while other users plant links, and of trees of any depth.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +10,7 @@
 #include "tests/support/agent_runner.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
+#include "tests/support/request_case.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
 #include "tests/support/traced_agent.h"
@@ -17,6 +18,9 @@
 namespace fs = std::filesystem;
 
 namespace {
+
+using log_level::error;
+using log_level::information;
 
 const std::string collection = "/tmp/c";
 const std::string kept_folder = "/opt/kept";
@@ -27,7 +31,7 @@ LogLine removal_message(int level, const std::string& text) {
     return {level, "remove_directory", text};
 }
 
-// The temporary directory of the latest collection; empty when nothing has the name yet.
+// Returns the temporary directory of the collection; "" before it exists.
 std::string temporary_directory() {
     for (const std::string& name : names_in(collection)) {
         if (name.starts_with("zmla-")) {
@@ -48,14 +52,14 @@ class RemovalSafety : public ProductTest {
     static void expect_kept() { EXPECT_EQ(read_file(kept_file), "kept"); }
 };
 
-// The link is there before the tool makes its directory: the name stands in the log by then.
-TEST_F(RemovalSafety, LeavesAPlantedLinkWhenTheSizesHaveBeenCalculated) {
+// The log shows the name before the tool makes the directory, so an attacker can plant a link first.
+TEST_F(RemovalSafety, LeavesAPlantedLinkAfterASizeCalculation) {
     install_tool(zmcplogs_tool, {stand_in::run("ln -s " + kept_folder + " \"$last\""), stand_in::print("sizes\n")});
     const AgentRun run = run_agent({"CALCLOGSIZE", "--collectdir", collection});
     EXPECT_EQ(run.status(), 0);
     const std::string link = temporary_directory();
     EXPECT_THAT(run.log,
-                LogHas(removal_message(16, "Failed to open dir: " + link + " E=40 (" + strerror(ELOOP) + ")")));
+                LogHas(removal_message(error, "Failed to open dir: " + link + " E=40 (" + strerror(ELOOP) + ")")));
     EXPECT_TRUE(fs::is_symlink(link));
     expect_kept();
 }
@@ -67,30 +71,30 @@ TEST_F(RemovalSafety, LeavesAPlantedLinkAfterAFailedCollection) {
         EXPECT_EQ(run.status(), 3);
         const std::string link = temporary_directory();
         EXPECT_THAT(run.log,
-                    LogHas(removal_message(16, "Failed to open dir: " + link + " E=40 (" + strerror(ELOOP) + ")")));
+                    LogHas(removal_message(error, "Failed to open dir: " + link + " E=40 (" + strerror(ELOOP) + ")")));
         fs::remove(link);
         expect_kept();
     }
 }
 
-// Where no file can be given away, a directory that others write is as good.
+// Without another user to own the directory, one that others may write serves as well.
 TEST_F(RemovalSafety, LeavesALinkInADirectoryOfAnotherUser) {
     install_tool(zmcplogs_tool,
                  {stand_in::run("mkdir \"$last\" && ln -s " + kept_folder + " \"$last\"/link"),
                   stand_in::run("chown 65534 \"$last\" 2>/dev/null || chmod 777 \"$last\""), stand_in::exit_with(3)});
     const AgentRun run = run_agent(failing_collection);
     const std::string link = temporary_directory() + "/link";
-    EXPECT_THAT(run.log, LogHas(removal_message(16, "cannot access " + link + " E=40 (" + strerror(ELOOP) + ")")));
+    EXPECT_THAT(run.log, LogHas(removal_message(error, "cannot access " + link + " E=40 (" + strerror(ELOOP) + ")")));
     EXPECT_TRUE(fs::is_symlink(link));
     expect_kept();
 }
 
-TEST_F(RemovalSafety, FollowsALinkInADirectoryThatOnlyItsOwnUserWrites) {
+TEST_F(RemovalSafety, FollowsALinkInADirectoryThatOnlyItsOwnerWrites) {
     install_tool(zmcplogs_tool, {stand_in::run("mkdir \"$last\" && ln -s " + kept_folder + " \"$last\"/link"),
                                  stand_in::exit_with(3)});
     const AgentRun run = run_agent(failing_collection);
     const std::string link = temporary_directory() + "/link";
-    EXPECT_THAT(run.log, LogHas(removal_message(4, "Removing directory (" + link + ") Option(1)")));
+    EXPECT_THAT(run.log, LogHas(removal_message(information, "Removing directory (" + link + ") Option(1)")));
     EXPECT_FALSE(exists(kept_file));
 }
 
@@ -99,9 +103,9 @@ bool removal_has_begun() {
     return !log.empty() && log.back().tag == "perform_cleanup_on_failure";
 }
 
-// Lets an agent fail a collection that left DIRECTORY/below/file, and, once the removal has begun, calls `swap` with
-// the temporary directory at one of the agent's stops at system calls. Returns false when it has no stop of that
-// number.
+// Runs an agent whose collection fails and leaves DIRECTORY/below/file. When the removal has begun, lets the agent pass
+// that many stops at system calls, calls `swap` with the temporary directory, and lets the agent end. Returns false if
+// the agent ends before that stop.
 bool swap_at(int stop, const std::function<void(const std::string&)>& swap) {
     TracedAgent agent(failing_collection);
     while (!removal_has_begun()) {
@@ -121,11 +125,15 @@ bool swap_at(int stop, const std::function<void(const std::string&)>& swap) {
     return true;
 }
 
-// Each of these is done once at every stop of the agent, until it ends.
+// What is swapped for a link. A test does it at every stop of the agent, in a run of its own for each.
 struct Swap {
     std::string name;
     std::function<void(const std::string& directory)> put;
 };
+
+std::ostream& operator<<(std::ostream& out, const Swap& swap) {
+    return out << swap.name;
+}
 
 void put_link(const std::string& path) {
     fs::rename(path, "/tmp/moved");
@@ -133,15 +141,15 @@ void put_link(const std::string& path) {
 }
 
 const std::vector<Swap> swaps = {
-    {"TheDirectory", [](const std::string& directory) { put_link(directory); }},
-    {"ADirectoryInIt", [](const std::string& directory) { put_link(directory + "/below"); }},
-    {"AFile",
+    {"Directory", [](const std::string& directory) { put_link(directory); }},
+    {"DirectoryInTheDirectory", [](const std::string& directory) { put_link(directory + "/below"); }},
+    {"File",
      [](const std::string& directory) {
          if (exists(directory + "/below/file")) {
              put_link(directory + "/below/file");
          }
      }},
-    {"TheDirectoryForOneWithALinkInIt",
+    {"DirectoryByOneWithALink",
      [](const std::string& directory) {
          fs::rename(directory, "/tmp/moved");
          make_folder(directory);
@@ -152,7 +160,7 @@ const std::vector<Swap> swaps = {
 
 class SwappedForALink : public RemovalSafety, public testing::WithParamInterface<Swap> {};
 
-TEST_P(SwappedForALink, LeadsARemovalNowhereAtWhateverSystemCall) {
+TEST_P(SwappedForALink, DoesNotLeadTheRemovalAwayAtAnySystemCall) {
     install_tool(zmcplogs_tool, {stand_in::fill_last_argument({"below/file"}), stand_in::run("chmod -R 777 \"$last\""),
                                  stand_in::exit_with(3)});
     int stop = 0;
@@ -167,10 +175,9 @@ TEST_P(SwappedForALink, LeadsARemovalNowhereAtWhateverSystemCall) {
     EXPECT_GT(stop, 40);
 }
 
-INSTANTIATE_TEST_SUITE_P(, SwappedForALink, testing::ValuesIn(swaps),
-                         [](const testing::TestParamInfo<Swap>& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, SwappedForALink, testing::ValuesIn(swaps), name_of_row);
 
-// A tool that leaves so many directories, each in the one before, and fails.
+// Installs a tool that leaves nested directories of that depth and fails.
 void install_digging_tool(int levels) {
     install_tool(zmcplogs_tool,
                  {stand_in::run("mkdir -p \"$last/$(printf 'd/%.0s' $(seq " + std::to_string(levels) + "))\""),
@@ -183,7 +190,7 @@ AgentOptions with_descriptors(rlim_t limit) {
     return options;
 }
 
-// As deep as a path can show it.
+// The deepest tree whose paths fit into the longest path.
 TEST_F(RemovalSafety, RemovesATreeOf999Levels) {
     install_digging_tool(999);
     const AgentRun run = run_agent(failing_collection, with_descriptors(1024));
@@ -191,7 +198,7 @@ TEST_F(RemovalSafety, RemovesATreeOf999Levels) {
     EXPECT_EQ(names_in(collection), std::vector<std::string>{});
 }
 
-TEST_F(RemovalSafety, LeavesWhatIsDeeper) {
+TEST_F(RemovalSafety, LeavesADeeperTree) {
     install_digging_tool(1001);
     const AgentRun run = run_agent(failing_collection, with_descriptors(1024));
     EXPECT_EQ(run.status(), 3);
@@ -202,17 +209,17 @@ TEST_F(RemovalSafety, LeavesWhatIsDeeper) {
     }
     path.resize(2047);
     EXPECT_THAT(run.log,
-                LogHas(removal_message(16, "cannot access " + path + " E=36 (" + strerror(ENAMETOOLONG) + ")")));
+                LogHas(removal_message(error, "cannot access " + path + " E=36 (" + strerror(ENAMETOOLONG) + ")")));
     EXPECT_TRUE(exists(directory + "/d"));
 }
 
-TEST_F(RemovalSafety, EndsWhereItsDescriptorsDo) {
+TEST_F(RemovalSafety, StopsWhenDescriptorsRunOut) {
     install_digging_tool(999);
     const AgentRun run = run_agent(failing_collection, with_descriptors(256));
     EXPECT_EQ(run.status(), 3);
     const std::string directory = temporary_directory();
-    EXPECT_THAT(run.log, LogHas(removal_message(16, "failed to remove FILE=" + directory + "/d RV=5784")));
-    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=3"}));
+    EXPECT_THAT(run.log, LogHas(removal_message(error, "failed to remove FILE=" + directory + "/d RV=5784")));
+    EXPECT_THAT(run.log, LogHas({information, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=3"}));
     EXPECT_TRUE(exists(directory + "/d"));
 }
 

@@ -3,9 +3,13 @@
 #include "tests/support/agent_runner.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_tree.h"
+#include "tests/support/request_case.h"
 #include "tests/support/stand_in_tool.h"
 
 namespace {
+
+using log_level::error;
+using log_level::information;
 
 struct ToolWord {
     std::string word;
@@ -25,11 +29,11 @@ TEST_P(ExternalWord, RunsItsTool) {
     const AgentRun run = run_agent({word, "-a", "two words"});
     EXPECT_EQ(run.output(), "[" + tool + "]\n[-a]\n[two words]\n\n");
     EXPECT_EQ(run.status(), 0);
-    EXPECT_THAT(run.log, LogHas({4, "is_cmd_valid", "command is valid & external C=" + word}));
+    EXPECT_THAT(run.log, LogHas({information, "is_cmd_valid", "command is valid & external C=" + word}));
     EXPECT_THAT(run.request_log(), LogIs(messages_of_run(word, tool)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Words, ExternalWord,
+INSTANTIATE_TEST_SUITE_P(, ExternalWord,
                          testing::Values(ToolWord{"zmsu", zmsu_tool}, ToolWord{"zmcplogs", zmcplogs_tool},
                                          ToolWord{"versioninfo", versioninfo_tool},
                                          ToolWord{"ktlogcfg", ktlogcfg_tool}),
@@ -40,11 +44,11 @@ class BuiltInWord : public testing::TestWithParam<std::string> {};
 TEST_P(BuiltInWord, IsValid) {
     make_product_tree();
     const AgentRun run = run_agent({GetParam()});
-    EXPECT_THAT(run.log, LogHas({4, "is_cmd_valid", "command is valid C=" + GetParam()}));
+    EXPECT_THAT(run.log, LogHas({information, "is_cmd_valid", "command is valid C=" + GetParam()}));
     EXPECT_NE(run.status(), 5764);
 }
 
-INSTANTIATE_TEST_SUITE_P(Words, BuiltInWord,
+INSTANTIATE_TEST_SUITE_P(, BuiltInWord,
                          testing::Values("ENABLELOGGING", "DISABLELOGGING", "FETCHFILE", "RESETLOGGING", "RUNZMSU",
                                          "RUNZMCPLOGS", "CALCLOGSIZE", "GETDISKSPACE", "ZMLA", "CLEANUP"),
                          [](const auto& word) { return word.param; });
@@ -70,17 +74,17 @@ TEST_P(UnknownWord, IsRejectedAndRunsNothing) {
     EXPECT_EQ(run.output(), "");
     EXPECT_EQ(run.status(), 5764);
     EXPECT_EQ(run.exit_status(), 5764 & 0xff);
-    EXPECT_THAT(run.log, LogHas({16, "is_cmd_valid", "command is not valid C=" + word + " RV=5764"}));
+    EXPECT_THAT(run.log, LogHas({error, "is_cmd_valid", "command is not valid C=" + word + " RV=5764"}));
     EXPECT_THAT(run.request_log(), LogIs({}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Words, UnknownWord,
+INSTANTIATE_TEST_SUITE_P(, UnknownWord,
                          testing::Values(RejectedWord{"ToolThatOnlyZmlaRuns", "zmlogadm"},
                                          RejectedWord{"UpperCase", "ZMSU"}, RejectedWord{"LowerCase", "fetchfile"},
                                          RejectedWord{"LongerWord", "zmsux"}, RejectedWord{"ShorterWord", "zms"},
                                          RejectedWord{"LeadingSpace", " zmsu"}, RejectedWord{"TrailingSpace", "zmsu "},
                                          RejectedWord{"Path", "/bin/sh"}, RejectedWord{"FileOfTheTool", "old_zmsu"},
                                          RejectedWord{"Empty", ""}),
-                         [](const auto& word) { return word.param.name; });
+                         name_of_row);
 
 }  // namespace

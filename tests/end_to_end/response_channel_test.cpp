@@ -1,4 +1,4 @@
-// What happens to answers on their way: peers that do not read, and peers that have gone.
+// Answers to peers that do not read and to peers that have closed the connection.
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -11,9 +11,13 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+using log_level::warning;
+
 class ResponseChannel : public ProductTest {};
 
-// Fills the socket's buffer to its end without ever waiting for the peer.
+// Fills the buffer of the socket without waiting for the peer.
 const std::string fill_socket = "dd if=/dev/zero bs=65536 count=1000 oflag=nonblock 2>/dev/null";
 
 std::string busy_retry(int attempt, std::size_t length) {
@@ -31,13 +35,13 @@ TEST_F(ResponseChannel, WaitsForAPeerThatDoesNotRead) {
     ASSERT_FALSE(output.empty());
     EXPECT_EQ(output, std::string(output.size() - 1, '\0') + "\n");
     EXPECT_EQ(run.status(), 0);
-    EXPECT_THAT(run.log, LogHas({8, "socksend", busy_retry(1, 1)}));
-    EXPECT_THAT(run.log, LogHas({8, "socksend", busy_retry(2, 1)}));
-    EXPECT_THAT(run.log, LogHas({4, "socksend", "sent installment #<digits>: 1 of 1"}));
-    EXPECT_THAT(run.log, LogHas({4, "socksend", "sent M=\\n L=1, 1"}));
+    EXPECT_THAT(run.log, LogHas({warning, "socksend", busy_retry(1, 1)}));
+    EXPECT_THAT(run.log, LogHas({warning, "socksend", busy_retry(2, 1)}));
+    EXPECT_THAT(run.log, LogHas({information, "socksend", "sent installment #<digits>: 1 of 1"}));
+    EXPECT_THAT(run.log, LogHas({information, "socksend", "sent M=\\n L=1, 1"}));
 }
 
-// A tool that leaves files of long names, numbered from 10000.
+// A tool that leaves files with long names, numbered from 10000.
 void install_tool_that_leaves(int files) {
     install_tool(zmsu_tool,
                  {stand_in::run("mkdir -p \"$last\"; cd \"$last\"; number=10000\n"
@@ -46,7 +50,7 @@ void install_tool_that_leaves(int files) {
                                 " ]; do : > $name$number; number=$((number + 1)); done")});
 }
 
-// A local socket's buffer holds half as many lines before it is widened.
+// The first buffer of a local socket holds half as many lines.
 TEST_F(ResponseChannel, ListsManyFilesToAPeerThatDoesNotReadMeanwhile) {
     install_tool_that_leaves(400);
     Agent agent;
@@ -54,10 +58,10 @@ TEST_F(ResponseChannel, ListsManyFilesToAPeerThatDoesNotReadMeanwhile) {
     agent.await_log("closing peer");
     const AgentRun run = agent.finish();
     EXPECT_EQ(run.status(), 0);
-    EXPECT_THAT(run.log, Not(LogHas({8, "socksend", "sleep, retry <text>"})));
+    EXPECT_THAT(run.log, Not(LogHas({warning, "socksend", "sleep, retry <text>"})));
 }
 
-TEST_F(ResponseChannel, GoesOnWhereABusyPeerStoppedIt) {
+TEST_F(ResponseChannel, ContinuesAfterABusyPeerHasReadOn) {
     constexpr int files = 15'000;
     install_tool_that_leaves(files);
     Agent agent;
@@ -81,20 +85,20 @@ TEST_F(ResponseChannel, GoesOnWhereABusyPeerStoppedIt) {
     EXPECT_EQ(std::adjacent_find(numbers.begin(), numbers.end()), numbers.end());
 }
 
-TEST_F(ResponseChannel, GivesUpAPeerThatHasGone) {
+TEST_F(ResponseChannel, GivesUpOnAPeerThatHasClosed) {
     const AgentRun run = run_agent_without_peer({"CLEANUP", "x"});
     const std::string answer = "CLEANUP: Will not clean up unknown location: x\n";
-    EXPECT_THAT(run.log, LogHas({16, "socksend",
+    EXPECT_THAT(run.log, LogHas({error, "socksend",
                                  "send failed, fatal I=1 M=" + answer.substr(0, answer.size() - 1) +
                                      "\\n L=" + std::to_string(answer.size()) + " FD=3 E=32 " + strerror(EPIPE)}));
     EXPECT_EQ(run.exit_status(), 5796 & 0xff);
 }
 
-TEST_F(ResponseChannel, TriesTheStatusLineAlsoWhenTheAnswerFailed) {
+TEST_F(ResponseChannel, TriesToSendTheStatusLineAfterAFailedAnswer) {
     const AgentRun run = run_agent_without_peer({"GETDISKSPACE", "/"});
-    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=5796"}));
+    EXPECT_THAT(run.log, LogHas({information, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=5796"}));
     EXPECT_THAT(run.log.back(),
-                IsLine(LogLine{16, "socksend",
+                IsLine(LogLine{error, "socksend",
                                "send failed, fatal I=1 M=EXIT STATUS 5796 <text>\\n L=<digits> FD=3 E=32 " +
                                    std::string(strerror(EPIPE))}));
 }
@@ -102,18 +106,18 @@ TEST_F(ResponseChannel, TriesTheStatusLineAlsoWhenTheAnswerFailed) {
 TEST_F(ResponseChannel, DoesNotEndTheAgentByASignal) {
     const AgentRun run = run_agent_without_peer({"FETCHFILE"});
     EXPECT_EQ(run.exit_status(), 0);
-    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=0"}));
+    EXPECT_THAT(run.log, LogHas({information, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=0"}));
 }
 
 TEST_F(ResponseChannel, LogsTheInstallmentsOfALine) {
     const AgentRun run = run_agent({"CLEANUP", "x"});
     const std::string answer = "CLEANUP: Will not clean up unknown location: x";
     const std::string length = std::to_string(answer.size() + 1);
-    EXPECT_THAT(run.log, LogHas({4, "socksend", "sent installment #1: " + length + " of " + length}));
-    EXPECT_THAT(run.log, LogHas({4, "socksend", "sent M=" + answer + "\\n L=" + length + ", " + length}));
+    EXPECT_THAT(run.log, LogHas({information, "socksend", "sent installment #1: " + length + " of " + length}));
+    EXPECT_THAT(run.log, LogHas({information, "socksend", "sent M=" + answer + "\\n L=" + length + ", " + length}));
 }
 
-TEST_F(ResponseChannel, PassesBytesOfTheRequestBackAsTheyCame) {
+TEST_F(ResponseChannel, ReturnsBytesOfTheRequestUnchanged) {
     const std::string bytes = "\x01\x7f\xc8%s\n\\";
     EXPECT_EQ(run_agent({"CLEANUP", bytes}).output(), "CLEANUP: Will not clean up unknown location: " + bytes + "\n");
 }

@@ -5,6 +5,9 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+
 class SizeCalculation : public RequestTable {};
 
 TEST_P(SizeCalculation, AnswersLogsAndLeavesFiles) {
@@ -12,11 +15,11 @@ TEST_P(SizeCalculation, AnswersLogsAndLeavesFiles) {
 }
 
 const std::string space_at_c = "CALCLOGSIZE: TARGET_DIR=/tmp/c FREE_SPACE=<digits> MB TOTAL_SPACE=<digits> MB\n";
-const LogLine checking_c = {4, "calc_free_space_send_output", "Checking available space at /tmp/c"};
+const LogLine checking_c = {information, "calc_free_space_send_output", "Checking available space at /tmp/c"};
 
 const std::vector<RequestCase> calculations = {
     {
-        .name = "TellsTheSpaceOfTheCollectionDirectory",
+        .name = "ReportsTheSpaceOfTheCollectionDirectory",
         .request = {"CALCLOGSIZE", "-x", "--collectdir", "/tmp/c"},
         .prepare = with_tool(zmcplogs_tool, {stand_in::print_arguments()}),
         .answer = "[" + zmcplogs_tool + "]\n[-x]\n[" + c_temporary + "]\n\n" + space_at_c,
@@ -24,12 +27,13 @@ const std::vector<RequestCase> calculations = {
         .after = {empty_folder("/tmp/c")},
     },
     {
-        .name = "TellsTheSpaceOfTheDefaultDirectory",
+        .name = "ReportsTheSpaceOfTheDefaultDirectory",
         .request = {"CALCLOGSIZE"},
         .prepare = with_tool(zmcplogs_tool, {}),
         .answer = "\nCALCLOGSIZE: TARGET_DIR=" + evidence + " FREE_SPACE=<digits> MB TOTAL_SPACE=<digits> MB\n",
         .log = std::vector{chosen(evidence)} + messages_of_run("CALCLOGSIZE", zmcplogs_tool) +
-               std::vector<LogLine>{{4, "calc_free_space_send_output", "Checking available space at " + evidence}},
+               std::vector<LogLine>{
+                   {information, "calc_free_space_send_output", "Checking available space at " + evidence}},
         .after = {empty_folder(evidence)},
     },
     {
@@ -70,14 +74,15 @@ const std::vector<RequestCase> calculations = {
         .prepare = with_tool(zmcplogs_tool, {stand_in::run("rm -rf /tmp/p")}),
         .answer = "\n",
         .status = 5784,
-        .log = std::vector{chosen("/tmp/p/c")} + messages_of_run("CALCLOGSIZE", zmcplogs_tool) +
-               std::vector<LogLine>{{4, "calc_free_space_send_output", "Checking available space at /tmp/p/c"},
-                                    {16, "calc_free_space_send_output",
-                                     "Specified dir (/tmp/p/c) or parent dir (/tmp/p) does not exist"}} +
-               cleanup_required(5784) + std::vector{nothing_to_remove},
+        .log =
+            std::vector{chosen("/tmp/p/c")} + messages_of_run("CALCLOGSIZE", zmcplogs_tool) +
+            std::vector<LogLine>{{information, "calc_free_space_send_output", "Checking available space at /tmp/p/c"},
+                                 {error, "calc_free_space_send_output",
+                                  "Specified dir (/tmp/p/c) or parent dir (/tmp/p) does not exist"}} +
+            cleanup_required(5784) + std::vector{nothing_to_remove},
     },
 };
 
-INSTANTIATE_TEST_SUITE_P(Requests, SizeCalculation, testing::ValuesIn(calculations), name_of_row);
+INSTANTIATE_TEST_SUITE_P(, SizeCalculation, testing::ValuesIn(calculations), name_of_row);
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The ground that the other tests of this program stand on.
+// The tools of the other tests: the private root and the reader of the debug log.
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -17,7 +17,7 @@ TEST(PrivateRoot, HasAnEmptyPlaceForTheProduct) {
     EXPECT_EQ(read_file(main_configuration), "SERVER = localhost\n");
 }
 
-TEST(PrivateRoot, ShowsWhatTheHostHas) {
+TEST(PrivateRoot, ShowsTheFilesOfTheHost) {
     EXPECT_TRUE(std::filesystem::equivalent("/usr/bin", "/.host/usr/bin"));
     EXPECT_EQ(inside_path("/srv/tool"), "/.host/srv/tool");
     EXPECT_EQ(inside_path("/.host/srv/tool"), "/.host/srv/tool");
@@ -32,26 +32,26 @@ TEST(PrivateRoot, KeepsChangesFromTheHost) {
     EXPECT_TRUE(!exists("/.host/etc/rkregistry.cfg") || read_file("/.host/etc/rkregistry.cfg") != "private");
 }
 
-TEST(LogPattern, StandsForTheSameText) {
+TEST(LogPattern, MatchesTheSameText) {
     EXPECT_TRUE(matches_pattern("a (b) *", "a (b) *"));
     EXPECT_FALSE(matches_pattern("ab", "a"));
     EXPECT_FALSE(matches_pattern("a", "ab"));
     EXPECT_FALSE(matches_pattern("", "a"));
 }
 
-TEST(LogPattern, TakesDigits) {
+TEST(LogPattern, MatchesDigits) {
     EXPECT_TRUE(matches_pattern("PID=<digits>.", "PID=123."));
     EXPECT_FALSE(matches_pattern("PID=<digits>.", "PID=."));
     EXPECT_FALSE(matches_pattern("PID=<digits>.", "PID=-1."));
 }
 
-TEST(LogPattern, TakesTextOfAnyLength) {
+TEST(LogPattern, MatchesTextOfAnyLength) {
     EXPECT_TRUE(matches_pattern("(<text>) end", "(a) end) end"));
     EXPECT_FALSE(matches_pattern("(<text>) end", "() end"));
     EXPECT_FALSE(matches_pattern("(<text>) end", "(a) ends"));
 }
 
-TEST(LogPattern, TakesTemporaryNamesAlone) {
+TEST(LogPattern, MatchesOnlyTemporaryNames) {
     const std::string middle = "12345678901234567890123456789";
     EXPECT_TRUE(matches_pattern("/<temporary>/x", "/zmla-" + middle + "-az09bc/x"));
     EXPECT_FALSE(matches_pattern("/<temporary>", "/zmla-" + middle + "-AZ09BC"));
@@ -60,7 +60,7 @@ TEST(LogPattern, TakesTemporaryNamesAlone) {
     EXPECT_FALSE(matches_pattern("/<temporary>", "/zmlb-" + middle + "-az09bc"));
 }
 
-TEST(DebugLogLines, AreTakenApart) {
+TEST(DebugLogLines, AreParsed) {
     const std::vector<LogLine> lines =
         parse_debug_log("01:02:03.004 [56] <16> step: a: b\n01:02:03.005 [57] <4> : c\n");
     ASSERT_EQ(lines.size(), 2U);
@@ -69,7 +69,7 @@ TEST(DebugLogLines, AreTakenApart) {
     EXPECT_EQ(testing::PrintToString(lines[1]), "<4> : c");
 }
 
-TEST(DebugLogLines, AreRefusedInAnotherForm) {
+TEST(DebugLogLines, AreRejectedInAnotherForm) {
     for (const char* text :
          {"1:02:03.004 [56] <16> step: a\n", "01:02:03.04 [56] <16> step: a\n", "01:02:03.004 56 <16> step: a\n",
           "01:02:03.004 [56] 16 step: a\n", "01:02:03.004 [56] <16> step a\n", "01:02:03.004 [56] <16> step: a"}) {

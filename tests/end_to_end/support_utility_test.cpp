@@ -5,6 +5,8 @@
 
 namespace {
 
+using log_level::information;
+
 class SupportUtility : public RequestTable {};
 
 TEST_P(SupportUtility, AnswersLogsAndLeavesFiles) {
@@ -19,15 +21,15 @@ const std::vector<RequestCase> runs_of_zmsu = {
         .answer = "[" + zmsu_tool + "]\n[-x]\n[-odir]\n[" + evidence_temporary +
                   "]\n\nZMSU PACKAGE=" + evidence_temporary + "/a.tar\n",
         .log = std::vector{chosen(evidence)} + messages_of_run("RUNZMSU", zmsu_tool) +
-               std::vector<LogLine>{{4, "list_dir_and_send_output", "Opening dir:" + evidence_temporary}},
+               std::vector<LogLine>{{information, "list_dir_and_send_output", "Opening dir:" + evidence_temporary}},
     },
     {
-        .name = "CollectsWhereItIsTold",
+        .name = "UsesTheGivenCollectionDirectory",
         .request = {"RUNZMSU", "--collectdir", "/tmp/c"},
         .prepare = with_tool(zmsu_tool, {stand_in::fill_last_argument({"a.tar"})}),
         .answer = "\nZMSU PACKAGE=" + c_temporary + "/a.tar\n",
         .log = std::vector{chosen("/tmp/c")} + messages_of_run("RUNZMSU", zmsu_tool) +
-               std::vector<LogLine>{{4, "list_dir_and_send_output", "Opening dir:" + c_temporary}},
+               std::vector<LogLine>{{information, "list_dir_and_send_output", "Opening dir:" + c_temporary}},
         .after = {missing(evidence)},
     },
     {
@@ -47,7 +49,7 @@ const std::vector<RequestCase> runs_of_zmsu = {
         .answer = "\n",
         .status = 5784,
         .log = std::vector{chosen(evidence)} + messages_of_run("RUNZMSU", zmsu_tool) +
-               std::vector<LogLine>{{4, "list_dir_and_send_output", "Opening dir:" + evidence_temporary},
+               std::vector<LogLine>{{information, "list_dir_and_send_output", "Opening dir:" + evidence_temporary},
                                     missing_directory("list_dir_and_send_output", evidence_temporary)} +
                cleaning_up(5784, evidence_temporary) +
                std::vector{missing_directory("remove_directory", evidence_temporary)},
@@ -61,6 +63,6 @@ const std::vector<RequestCase> runs_of_zmsu = {
     },
 };
 
-INSTANTIATE_TEST_SUITE_P(Requests, SupportUtility, testing::ValuesIn(runs_of_zmsu), name_of_row);
+INSTANTIATE_TEST_SUITE_P(, SupportUtility, testing::ValuesIn(runs_of_zmsu), name_of_row);
 
 }  // namespace

@@ -6,15 +6,15 @@
 
 #include "tests/support/debug_log_lines.h"
 
-// How a run ended, as the agent tells it.
+// The end of a tool, as the agent reports it.
 struct ToolEnd {
     int code = 0;
     // The signal that ended the tool, or 0.
     int signal = 0;
 };
 
-// The agent's own messages while the tool of the word runs, when the peer waits for its end.
+// The agent's own messages about the tool of a word, with a peer that waits for the end.
 [[nodiscard]] std::vector<LogLine> messages_of_run(const std::string& word, const std::string& tool, ToolEnd end = {});
 
-// Returns both, one behind the other.
+// Joins two lists.
 [[nodiscard]] std::vector<LogLine> operator+(std::vector<LogLine> lines, const std::vector<LogLine>& more);

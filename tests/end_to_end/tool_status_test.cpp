@@ -11,10 +11,15 @@
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/request_case.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
 
 namespace {
+
+using log_level::detail;
+using log_level::error;
+using log_level::information;
 
 constexpr const char* tag = "execute_cmd_send_output";
 
@@ -30,7 +35,7 @@ TEST_P(ToolExitStatus, BecomesTheStatusOfTheRequest) {
     EXPECT_THAT(run.request_log(), LogIs(messages_of_run("zmsu", zmsu_tool, {.code = GetParam()})));
 }
 
-INSTANTIATE_TEST_SUITE_P(Tools, ToolExitStatus, testing::Values(0, 1, 3, 23, 127, 255),
+INSTANTIATE_TEST_SUITE_P(, ToolExitStatus, testing::Values(0, 1, 3, 23, 127, 255),
                          [](const auto& status) { return "ExitStatus" + std::to_string(status.param); });
 
 struct Signal {
@@ -55,7 +60,7 @@ TEST_P(ToolSignal, GivesStatus27) {
     EXPECT_THAT(run.request_log(), LogIs(messages_of_run("zmsu", zmsu_tool, {.code = 27, .signal = number})));
 }
 
-INSTANTIATE_TEST_SUITE_P(Tools, ToolSignal,
+INSTANTIATE_TEST_SUITE_P(, ToolSignal,
                          testing::Values(Signal{"TERM", SIGTERM}, Signal{"KILL", SIGKILL}, Signal{"ABRT", SIGABRT}),
                          [](const auto& signal) { return "Sig" + signal.param.name; });
 
@@ -66,7 +71,7 @@ void expect_not_executed(const AgentRun& run) {
     EXPECT_EQ(run.status(), 29);
     EXPECT_EQ(run.exit_status(), 29);
     EXPECT_THAT(run.request_log(), LogIs(messages_of_run("zmsu", zmsu_tool, {.code = 29})));
-    EXPECT_THAT(run.child_log().back(), IsLine(LogLine{16, tag, "execvp() failed C=" + zmsu_tool + " EC=-1"}));
+    EXPECT_THAT(run.child_log().back(), IsLine(LogLine{error, tag, "execvp() failed C=" + zmsu_tool + " EC=-1"}));
 }
 
 TEST_F(ToolStatus, Is29WhenTheToolIsMissing) {
@@ -83,7 +88,7 @@ TEST_F(ToolStatus, Is29WhenTheToolIsAFolder) {
     expect_not_executed(run_agent({"zmsu"}));
 }
 
-// A request of the command word and numbers, of that many elements.
+// A request with that many elements: the word and numbers.
 Request request_of(std::size_t elements) {
     Request request = {"zmsu"};
     for (std::size_t i = 1; i < elements; ++i) {
@@ -97,7 +102,7 @@ TEST_F(ToolStatus, IsZeroWith510Elements) {
     const AgentRun run = run_agent(request_of(510));
     EXPECT_EQ(run.output(), "509 1 509\n\n");
     EXPECT_EQ(run.status(), 0);
-    EXPECT_THAT(run.child_log().back(), IsLine(LogLine{4, "setup_execvp_argv", "adding arg A=509 I=510"}));
+    EXPECT_THAT(run.child_log().back(), IsLine(LogLine{information, "setup_execvp_argv", "adding arg A=509 I=510"}));
 }
 
 TEST_F(ToolStatus, Is29With511ElementsAndNothingRuns) {
@@ -106,9 +111,9 @@ TEST_F(ToolStatus, Is29With511ElementsAndNothingRuns) {
     EXPECT_EQ(run.output(), "\n");
     EXPECT_EQ(run.status(), 29);
     EXPECT_THAT(run.child_log(),
-                LogHas({4, "setup_execvp_argv", "input C=" + zmsu_tool + ", #ARGS=511, MAX ARGV SLOTS=512"}));
-    EXPECT_THAT(run.child_log(), LogHas({16, "setup_execvp_argv", "Not enough argv slots. #ARGS=511 SLOTS=512"}));
-    EXPECT_THAT(run.child_log(), Not(LogHas({4, "setup_execvp_argv", "adding arg A=1 I=2"})));
+                LogHas({information, "setup_execvp_argv", "input C=" + zmsu_tool + ", #ARGS=511, MAX ARGV SLOTS=512"}));
+    EXPECT_THAT(run.child_log(), LogHas({error, "setup_execvp_argv", "Not enough argv slots. #ARGS=511 SLOTS=512"}));
+    EXPECT_THAT(run.child_log(), Not(LogHas({information, "setup_execvp_argv", "adding arg A=1 I=2"})));
 }
 
 TEST_F(ToolStatus, Is23WhenThePeerHasClosed) {
@@ -119,10 +124,10 @@ TEST_F(ToolStatus, Is23WhenThePeerHasClosed) {
     agent.close_peer();
     const AgentRun run = agent.finish();
     EXPECT_EQ(run.exit_status(), 23);
-    EXPECT_THAT(run.log, LogHas({4, tag, "child process exited CEC=3 C=" + zmsu_tool}));
-    EXPECT_THAT(run.log, LogHas({2, tag, "recv return value=0 ERRNO=<digits> (<text>)"}));
-    EXPECT_THAT(run.log, LogHas({16, tag, "Peer socket is closed NSC=0"}));
-    EXPECT_THAT(run.log, LogHas({4, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=23"}));
+    EXPECT_THAT(run.log, LogHas({information, tag, "child process exited CEC=3 C=" + zmsu_tool}));
+    EXPECT_THAT(run.log, LogHas({detail, tag, "recv return value=0 ERRNO=<digits> (<text>)"}));
+    EXPECT_THAT(run.log, LogHas({error, tag, "Peer socket is closed NSC=0"}));
+    EXPECT_THAT(run.log, LogHas({information, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=23"}));
 }
 
 TEST_F(ToolStatus, Is23WhenThePeerHasStoppedSending) {
@@ -140,8 +145,8 @@ TEST_F(ToolStatus, Is23WhenThePeerSentMoreThanTheToolRead) {
     const AgentRun run = run_agent_with_bytes(netstrings({"zmsu"}) + "x");
     EXPECT_EQ(run.output(), "output");
     EXPECT_EQ(run.status(), 23);
-    EXPECT_THAT(run.log, LogHas({2, tag, "recv return value=1 ERRNO=<digits> (<text>)"}));
-    EXPECT_THAT(run.log, LogHas({16, tag, "Peer socket is closed NSC=1"}));
+    EXPECT_THAT(run.log, LogHas({detail, tag, "recv return value=1 ERRNO=<digits> (<text>)"}));
+    EXPECT_THAT(run.log, LogHas({error, tag, "Peer socket is closed NSC=1"}));
 }
 
 struct FailedCall {
@@ -169,28 +174,28 @@ TEST_P(FailedCallOfTheAgent, GivesAStatusOfItsOwn) {
     EXPECT_THAT(run.request_log().back(), IsLine(GetParam().message));
 }
 
-std::string with_error(const std::string& text, int error) {
-    return text + std::to_string(error) + " (" + strerror(error) + ")";
+std::string with_error(const std::string& text, int number) {
+    return text + std::to_string(number) + " (" + strerror(number) + ")";
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Calls, FailedCallOfTheAgent,
+    , FailedCallOfTheAgent,
     testing::Values(FailedCall{"Fork",
                                refused_calls::fork({.error = EAGAIN}),
                                5766,
-                               {16, tag, with_error("fork() failed C=" + zmsu_tool + " ERRNO=", EAGAIN)}},
+                               {error, tag, with_error("fork() failed C=" + zmsu_tool + " ERRNO=", EAGAIN)}},
                     FailedCall{"Wait",
                                {{.number = SYS_wait4, .error = ECHILD}},
                                5769,
-                               {16, tag, with_error("waitpid() failed C=" + zmsu_tool + " ERRNO=", ECHILD)}},
+                               {error, tag, with_error("waitpid() failed C=" + zmsu_tool + " ERRNO=", ECHILD)}},
                     FailedCall{"NonBlockingSocket",
                                refused_calls::fcntl({.error = EPERM, .argument = 1, .value = F_SETFL}),
                                602,
-                               {16, tag, with_error("set socket nonblocking failed RV=-1 E=", EPERM)}},
+                               {error, tag, with_error("set socket nonblocking failed RV=-1 E=", EPERM)}},
                     FailedCall{"LastNewline",
                                {{.number = SYS_write, .error = EIO, .argument = 2, .value = 1}},
                                5796,
-                               {16, tag, with_error("failed to flush output E=", EIO)}}),
-    [](const auto& call) { return call.param.name; });
+                               {error, tag, with_error("failed to flush output E=", EIO)}}),
+    name_of_row);
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 namespace {
 
+using log_level::error;
+
 const std::string storage_server = "/usr/kumel/lib/stg-plugins/wqf.conf";
 const std::string recovery_server = "/usr/kumel/lib/stg-plugins/hlt.conf";
 const std::string store_container = "/usr/kumel/lib/stg-plugins/skyhold.conf";
@@ -14,102 +16,101 @@ Outcome done(const std::string& category, const std::string& name) {
 
 Outcome failed(const std::string& category, const std::string& name, const std::string& message) {
     return {"PROCESS=" + category + ":" + name + " STATUS=5803 MSG=" + message + "\n",
-            {logged(16, "set_parameter_value", message)}};
+            {logged(error, "set_parameter_value", message)}};
 }
 
 Outcome not_found(const std::string& category, const std::string& name, const std::string& path) {
     return failed(category, name, "Could not open file " + path + " E=2 (No such file or directory)");
 }
 
-LoggingCase row_of(const std::string& name, const std::string& argument, const std::vector<FileState>& before,
+RequestCase row_of(const std::string& name, const std::string& argument, const std::vector<FileState>& before,
                    const std::vector<Outcome>& outcomes, const std::vector<FileState>& after, int status = 0) {
-    LoggingCase row = {
+    RequestCase row = {
         .name = name, .request = {"ENABLELOGGING", argument}, .before = before, .status = status, .after = after};
     add(row, "process_config_file_entry", outcomes);
     return row;
 }
 
-LoggingCase with_word(const std::string& word, LoggingCase row) {
+RequestCase with_word(const std::string& word, RequestCase row) {
     row.request[0] = word;
     return row;
 }
 
-class CloudAndAuthorization : public LoggingTable {};
+class CloudAndAuthorization : public RequestTable {};
 
-TEST_P(CloudAndAuthorization, Row) {
-    check(GetParam());
+TEST_P(CloudAndAuthorization, AnswersLogsAndChangesFiles) {
+    check_logging(GetParam());
 }
 
-// One value for the recovery server, whatever its name.
-LoggingCase recovery(const std::string& name, const std::string& value, const std::string& level) {
+// One value for the recovery server, under any name.
+RequestCase recovery(const std::string& name, const std::string& value, const std::string& level) {
     const std::string component = value.substr(0, value.find('='));
     return row_of(name, "CORVID:" + value, {file(storage_server), file(recovery_server)}, {done("CORVID", component)},
                   {file(recovery_server, "HLT:LOGLEVEL=" + level + "\n")});
 }
 
-const std::vector<LoggingCase> corvid = {
+const std::vector<RequestCase> corvid = {
     row_of("SetsTheLevelOfTheStorageServer", "CORVID:zmwqf=3", {file(storage_server), file(recovery_server)},
            {done("CORVID", "zmwqf")}, {file(storage_server, "WQF:LOGLEVEL=3\n")}),
-    row_of("LevelFiveIsMeantForTheStorageServer", "CORVID:zmwqf", {file(storage_server, "A=1\n")},
+    row_of("DefaultsToLevelFiveForTheStorageServer", "CORVID:zmwqf", {file(storage_server, "A=1\n")},
            {done("CORVID", "zmwqf")}, {file(storage_server, "A=1\nWQF:LOGLEVEL=5\n")}),
-    row_of("SwitchesACommentedLineOn", "CORVID:zmwqf=1", {file(storage_server, "#WQF:LOGLEVEL=5\n")},
-           {done("CORVID", "zmwqf")}, {file(storage_server, "WQF:LOGLEVEL=1\n")}),
+    row_of("UncommentsALine", "CORVID:zmwqf=1", {file(storage_server, "#WQF:LOGLEVEL=5\n")}, {done("CORVID", "zmwqf")},
+           {file(storage_server, "WQF:LOGLEVEL=1\n")}),
     recovery("SetsTheLevelOfTheRecoveryServer", "other=3", "3"),
-    recovery("LevelFiveIsMeantForTheRecoveryServer", "other", "5"),
-    recovery("NamesAreComparedToTheLetter", "ZMWQF=3", "3"),
-    recovery("LongerNamesAreTheRecoveryServers", "zmwqfx=3", "3"),
-    recovery("ShorterNamesAreTheRecoveryServers", "zmwq=3", "3"),
-    recovery("TheEmptyNameIsTheRecoveryServers", "=3", "3"),
-    row_of("EachValueIsProcessed", "CORVID:other=1,zmwqf=2,,zmwqf",
-           {file(storage_server), file(recovery_server, "A\n")},
+    recovery("DefaultsToLevelFiveForTheRecoveryServer", "other", "5"),
+    recovery("ComparesNamesExactly", "ZMWQF=3", "3"),
+    recovery("TakesLongerNamesForTheRecoveryServer", "zmwqfx=3", "3"),
+    recovery("TakesShorterNamesForTheRecoveryServer", "zmwq=3", "3"),
+    recovery("TakesTheEmptyNameForTheRecoveryServer", "=3", "3"),
+    row_of("ProcessesEachValue", "CORVID:other=1,zmwqf=2,,zmwqf", {file(storage_server), file(recovery_server, "A\n")},
            {done("CORVID", "other"), done("CORVID", "zmwqf"), done("CORVID", ""), done("CORVID", "zmwqf")},
            {file(storage_server, "WQF:LOGLEVEL=5\n"), file(recovery_server, "A\nHLT:LOGLEVEL=5\n")}),
 };
 
-INSTANTIATE_TEST_SUITE_P(Corvid, CloudAndAuthorization, testing::ValuesIn(corvid), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Corvid, CloudAndAuthorization, testing::ValuesIn(corvid), name_of_row);
 
-LoggingCase cloud(const std::string& name, const std::string& value, const std::string& before,
+RequestCase cloud(const std::string& name, const std::string& value, const std::string& before,
                   const std::string& after) {
     return row_of(name, "CLOUD:" + value, {file(store_container, before)},
                   {done("CLOUD", value.substr(0, value.find('=')))}, {file(store_container, after)});
 }
 
-const std::vector<LoggingCase> clouds = {
-    cloud("LevelFiveIsMeant", "skyhold", "", "SHCT_LOG_LEVEL=5\n"),
-    cloud("AnyNameWill", "x y=3", "A\n", "A\nSHCT_LOG_LEVEL=3\n"),
-    cloud("AnEmptyLevelIsWritten", "skyhold=", "", "SHCT_LOG_LEVEL=\n"),
-    cloud("ALevelIsWrittenAsItCame", "skyhold= a=b%s", "", "SHCT_LOG_LEVEL= a=b%s\n"),
+const std::vector<RequestCase> clouds = {
+    cloud("DefaultsToLevelFive", "skyhold", "", "SHCT_LOG_LEVEL=5\n"),
+    cloud("AcceptsAnyName", "x y=3", "A\n", "A\nSHCT_LOG_LEVEL=3\n"),
+    cloud("WritesAnEmptyLevel", "skyhold=", "", "SHCT_LOG_LEVEL=\n"),
+    cloud("WritesALevelUnchanged", "skyhold= a=b%s", "", "SHCT_LOG_LEVEL= a=b%s\n"),
     cloud("ReplacesEveryActiveLine", "skyhold=4", "SHCT_LOG_LEVEL=1\nA\nMY_SHCT_LOG_LEVEL=2\n",
           "SHCT_LOG_LEVEL=4\nA\nSHCT_LOG_LEVEL=4\n"),
-    cloud("TakesNoOtherSeparator", "skyhold=4", "SHCT_LOG_LEVEL = 1\nshct_log_level=1\n",
+    cloud("IgnoresOtherSeparators", "skyhold=4", "SHCT_LOG_LEVEL = 1\nshct_log_level=1\n",
           "SHCT_LOG_LEVEL = 1\nshct_log_level=1\nSHCT_LOG_LEVEL=4\n"),
     with_word("DISABLELOGGING",
               cloud("DisableSetsTheDefaultToo", "skyhold", "SHCT_LOG_LEVEL=1\n", "SHCT_LOG_LEVEL=5\n")),
     with_word("RESETLOGGING", cloud("ResetSetsTheDefaultToo", "skyhold", "SHCT_LOG_LEVEL=1\n", "SHCT_LOG_LEVEL=5\n")),
 };
 
-INSTANTIATE_TEST_SUITE_P(Cloud, CloudAndAuthorization, testing::ValuesIn(clouds), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Cloud, CloudAndAuthorization, testing::ValuesIn(clouds), name_of_row);
 
-LoggingCase holkaz(const std::string& name, const std::string& value, const std::string& before,
+RequestCase holkaz(const std::string& name, const std::string& value, const std::string& before,
                    const std::string& after) {
     return row_of(name, "HOLKAZ:" + value, {file(authorization, before)},
                   {done("HOLKAZ", value.substr(0, value.find('=')))}, {file(authorization, after)});
 }
 
-const std::vector<LoggingCase> holkazs = {
-    holkaz("TheDefaultLevelIsWrittenInQuotationMarks", "az", "", "\"DebugLevel\"=\"6\"\n"),
-    holkaz("ALevelOfThePeerIsWrittenAsItCame", "az=4", "", "\"DebugLevel\"=4\n"),
-    holkaz("ALevelMayComeInQuotationMarks", "az=\"4\"", "", "\"DebugLevel\"=\"4\"\n"),
+const std::vector<RequestCase> holkazs = {
+    holkaz("WritesTheDefaultLevelInQuotationMarks", "az", "", "\"DebugLevel\"=\"6\"\n"),
+    holkaz("WritesALevelOfThePeerUnchanged", "az=4", "", "\"DebugLevel\"=4\n"),
+    holkaz("WritesALevelInQuotationMarksUnchanged", "az=\"4\"", "", "\"DebugLevel\"=\"4\"\n"),
     holkaz("ReplacesAnActiveLine", "az", "[Root]\n  \"DebugLevel\"=\"1\"\n\"X\"=\"1\"\n",
            "[Root]\n\"DebugLevel\"=\"6\"\n\"X\"=\"1\"\n"),
-    holkaz("SwitchesACommentedLineOn", "az", "#\"DebugLevel\"=\"1\"\n", "\"DebugLevel\"=\"6\"\n"),
-    holkaz("AKeyWithoutQuotationMarksIsAnother", "az", "DebugLevel=1\n", "DebugLevel=1\n\"DebugLevel\"=\"6\"\n"),
+    holkaz("UncommentsALine", "az", "#\"DebugLevel\"=\"1\"\n", "\"DebugLevel\"=\"6\"\n"),
+    holkaz("IgnoresAKeyWithoutQuotationMarks", "az", "DebugLevel=1\n", "DebugLevel=1\n\"DebugLevel\"=\"6\"\n"),
 };
 
-INSTANTIATE_TEST_SUITE_P(Holkaz, CloudAndAuthorization, testing::ValuesIn(holkazs), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Holkaz, CloudAndAuthorization, testing::ValuesIn(holkazs), name_of_row);
 
-// The status is the bitwise OR of those of all values, so one failure is enough.
-const std::vector<LoggingCase> failures = {
+// The status is the bitwise OR of the statuses of all values, so one failure is enough.
+const std::vector<RequestCase> failures = {
     row_of("AMissingFileIsNotCreated", "CLOUD:skyhold", {}, {not_found("CLOUD", "skyhold", store_container)}, {}, 5803),
     row_of("TheAuthorizationFileIsMissing", "HOLKAZ:az", {}, {not_found("HOLKAZ", "az", authorization)}, {}, 5803),
     row_of("TheFirstFails", "CORVID:zmwqf=1,other=2", {file(recovery_server)},
@@ -132,6 +133,6 @@ const std::vector<LoggingCase> failures = {
            {file(store_container + ".new", "SHCT_LOG_LEVEL=5\n")}, 5803),
 };
 
-INSTANTIATE_TEST_SUITE_P(Failure, CloudAndAuthorization, testing::ValuesIn(failures), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Failure, CloudAndAuthorization, testing::ValuesIn(failures), name_of_row);
 
 }  // namespace

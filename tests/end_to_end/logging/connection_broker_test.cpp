@@ -13,17 +13,20 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+
 const std::string tool = "/opt/HOLKkob/bin/ktlogcfg";
 const std::string fixed_arguments = " -a -p 50936 -o 103 -s DebugLevel=";
-// Where the stand-in for the tool leaves its arguments, each with a zero byte behind it.
+// The stand-in for the tool writes its arguments here, each followed by a zero byte.
 const std::string arguments_file = "/tmp/arguments";
 
 LogLine said(const std::string& text) {
-    return logged(4, "process_kob", text);
+    return logged(information, "process_kob", text);
 }
 
-LogLine refused(const std::string& text) {
-    return logged(16, "validate_kob_ctgyargs", text);
+LogLine rejected(const std::string& text) {
+    return logged(error, "validate_kob_ctgyargs", text);
 }
 
 void install_stand_in(const std::vector<std::string>& further_steps = {}) {
@@ -32,7 +35,7 @@ void install_stand_in(const std::vector<std::string>& further_steps = {}) {
     install_tool(tool, steps);
 }
 
-// Seven arguments reached the tool, the last of them ending in the level.
+// The seven arguments of the tool. The last one ends with the level.
 FileState arguments_with(const std::string& level) {
     std::string text;
     for (const std::string& argument : {std::string("-a"), std::string("-p"), std::string("50936"), std::string("-o"),
@@ -42,8 +45,8 @@ FileState arguments_with(const std::string& level) {
     return file(arguments_file, text);
 }
 
-// The tool was run with the level; `shown` is what the command line in the log ends with.
-LoggingCase run_of_tool(const std::string& name, const std::string& level, const std::string& shown) {
+// The tool runs with the level. The command line in the log ends with `shown`.
+RequestCase run_of_tool(const std::string& name, const std::string& level, const std::string& shown) {
     const std::string line = "PROCESS=KOB:kob STATUS=0 MSG=Success\n";
     return {.name = name,
             .request = {"ENABLELOGGING", "KOB:kob=" + level},
@@ -54,33 +57,33 @@ LoggingCase run_of_tool(const std::string& name, const std::string& level, const
             .after = {arguments_with(level)}};
 }
 
-// A level text of letters, digits and "_.+=-" alone: the command line is the stated one.
-LoggingCase plain(const std::string& name, const std::string& level) {
+// A level of only letters, digits and "_.+=-". The command line shows it as it is.
+RequestCase plain(const std::string& name, const std::string& level) {
     return run_of_tool(name, level, level);
 }
 
-// A level text with anything else reaches the tool letter for letter too. How it is quoted is left open.
-LoggingCase quoted(const std::string& name, const std::string& level) {
+// A level with other bytes. It reaches the tool unchanged too. Any quoting in the command line will do.
+RequestCase quoted(const std::string& name, const std::string& level) {
     return run_of_tool(name, level, "<text>");
 }
 
-LoggingCase without_level(LoggingCase row) {
+RequestCase without_level(RequestCase row) {
     row.request[1] = "KOB:kob";
     return row;
 }
 
-LoggingCase with_word(const std::string& word, LoggingCase row) {
+RequestCase with_word(const std::string& word, RequestCase row) {
     row.request[0] = word;
     return row;
 }
 
-class ConnectionBroker : public LoggingTable {};
+class ConnectionBroker : public RequestTable {};
 
-TEST_P(ConnectionBroker, Row) {
-    check(GetParam());
+TEST_P(ConnectionBroker, AnswersLogsAndChangesFiles) {
+    check_logging(GetParam());
 }
 
-const std::vector<LoggingCase> plain_levels = {
+const std::vector<RequestCase> plain_levels = {
     plain("Five", "5"),
     plain("Zero", "0"),
     plain("Ten", "10"),
@@ -91,7 +94,7 @@ const std::vector<LoggingCase> plain_levels = {
     plain("MinusZero", "-0"),
     plain("Fraction", "1.5"),
     plain("FurtherEqualsSigns", "5=_.+=-"),
-    plain("NothingBehindTheEqualsSign", ""),
+    plain("NothingAfterTheEqualsSign", ""),
     without_level(plain("NoEqualsSign", "")),
     with_word("DISABLELOGGING", plain("FiveToDisable", "5")),
     with_word("RESETLOGGING", plain("FiveToReset", "5")),
@@ -101,13 +104,13 @@ const std::vector<LoggingCase> plain_levels = {
     plain("LongText", "1" + std::string(2000, 'x')),
 };
 
-INSTANTIATE_TEST_SUITE_P(PlainLevel, ConnectionBroker, testing::ValuesIn(plain_levels), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(PlainLevel, ConnectionBroker, testing::ValuesIn(plain_levels), name_of_row);
 
-// Each of these means something to one shell at least, without quotes. None makes the shell do anything else: no file
-// /tmp/x comes to be, and the tool sees the text as it is.
-const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
+// Without quotes, at least one shell would interpret each of these. Here none does: no file /tmp/x appears, and the
+// tool gets the text unchanged.
+const std::vector<RequestCase> levels_that_a_shell_would_interpret = {
     quoted("Semicolon", "1;touch /tmp/x"),
-    quoted("SemicolonAlone", ";touch /tmp/x"),
+    quoted("LeadingSemicolon", ";touch /tmp/x"),
     quoted("Ampersand", "1&touch /tmp/x"),
     quoted("TwoAmpersands", "1&&touch /tmp/x"),
     quoted("Pipe", "1|touch /tmp/x"),
@@ -119,7 +122,7 @@ const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
     quoted("CommandSubstitution", "$(touch /tmp/x)"),
     quoted("CommandSubstitutionInDoubleQuotes", "\"$(touch /tmp/x)\""),
     quoted("CommandSubstitutionInSingleQuotes", "'$(touch /tmp/x)'"),
-    quoted("CommandSubstitutionBehindASingleQuote", "';touch /tmp/x;'"),
+    quoted("CommandSubstitutionAfterASingleQuote", "';touch /tmp/x;'"),
     quoted("Parentheses", "1(touch /tmp/x)"),
     quoted("Variable", "$HOME"),
     quoted("VariableInBraces", "${PATH}"),
@@ -127,11 +130,11 @@ const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
     quoted("Newline", "1\ntouch /tmp/x"),
     quoted("NewlineAtTheEnd", "1\n"),
     quoted("NewlineAtTheStart", "\ntouch /tmp/x"),
-    quoted("Blanks", " 1  2 "),
+    quoted("Spaces", " 1  2 "),
     quoted("Tab", "\t1\t2"),
     quoted("FurtherOption", "1 -o 104"),
     quoted("SingleQuote", "1'2"),
-    quoted("SingleQuotesAlone", "'''"),
+    quoted("OnlySingleQuotes", "'''"),
     quoted("DoubleQuote", "1\"2"),
     quoted("Backslash", "1\\2\\"),
     quoted("BackslashAndNewline", "1\\\n2"),
@@ -144,16 +147,16 @@ const std::vector<LoggingCase> levels_that_a_shell_would_heed = {
     quoted("ManyQuotes", "1" + std::string(2000, '\'')),
 };
 
-// No shell makes anything else of these here.
-const std::vector<LoggingCase> odd_levels = {
-    quoted("CarriageReturn", "1\r"),  quoted("Tilde", "~"),      quoted("TildeBehindAColon", "1:~"),
+// No shell interprets these here.
+const std::vector<RequestCase> odd_levels = {
+    quoted("CarriageReturn", "1\r"),  quoted("Tilde", "~"),      quoted("TildeAfterAColon", "1:~"),
     quoted("ExclamationMark", "1!2"), quoted("Caret", "1^2"),    quoted("PercentSigns", "%s%n%d"),
     quoted("ByteOne", "1\x01"),       quoted("Delete", "1\x7f"), quoted("BytesBeyondAscii", "1\xc3\xa4\xff"),
 };
 
-INSTANTIATE_TEST_SUITE_P(OddLevel, ConnectionBroker, testing::ValuesIn(odd_levels), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(OddLevel, ConnectionBroker, testing::ValuesIn(odd_levels), name_of_row);
 
-// Another shell in the place of /bin/sh, for the agent and its tools.
+// Mounts another shell over /bin/sh, for the agent and its tools.
 class SystemShell {
   public:
     explicit SystemShell(const std::string& program) {
@@ -169,65 +172,65 @@ class SystemShell {
     static constexpr const char* path = "/bin/sh";
 };
 
-using ShellAndCase = std::tuple<std::string, LoggingCase>;
+using ShellAndCase = std::tuple<std::string, RequestCase>;
 
-// What one shell heeds another does not: braces, for instance.
-class LevelThatAShellWouldHeed : public testing::TestWithParam<ShellAndCase> {
+// Shells differ in what they interpret: braces, for instance.
+class LevelThatAShellWouldInterpret : public testing::TestWithParam<ShellAndCase> {
   protected:
-    LevelThatAShellWouldHeed() { write_file(matching_file_, ""); }
-    ~LevelThatAShellWouldHeed() override { remove_tree(matching_file_); }
+    LevelThatAShellWouldInterpret() { write_file(matching_file_, ""); }
+    ~LevelThatAShellWouldInterpret() override { remove_tree(matching_file_); }
 
   private:
-    // In the agent's working folder. The tool's last argument is a pattern that matches it, or is none.
+    // A file in the working folder of the agent, for the last argument of the tool to match if that is a pattern.
     const std::string matching_file_ = "/DebugLevel=7";
     const SystemShell shell_ = SystemShell("/bin/" + std::get<std::string>(GetParam()));
 };
 
-TEST_P(LevelThatAShellWouldHeed, ReachesTheToolAsItIs) {
-    check(std::get<LoggingCase>(GetParam()));
+TEST_P(LevelThatAShellWouldInterpret, ReachesTheToolUnchanged) {
+    check_logging(std::get<RequestCase>(GetParam()));
 }
 
-INSTANTIATE_TEST_SUITE_P(, LevelThatAShellWouldHeed,
+INSTANTIATE_TEST_SUITE_P(, LevelThatAShellWouldInterpret,
                          testing::Combine(testing::Values("dash", "bash", "busybox"),
-                                          testing::ValuesIn(levels_that_a_shell_would_heed)),
+                                          testing::ValuesIn(levels_that_a_shell_would_interpret)),
                          [](const testing::TestParamInfo<ShellAndCase>& row) {
-                             return std::get<std::string>(row.param) + "_" + std::get<LoggingCase>(row.param).name;
+                             return std::get<std::string>(row.param) + "_" + std::get<RequestCase>(row.param).name;
                          });
 
-// The tool is not run, and there is no response line.
-LoggingCase refusal(const std::string& name, const std::string& values, const std::string& message) {
+// The tool does not run, and there is no response line.
+RequestCase rejection(const std::string& name, const std::string& values, const std::string& message) {
     return {.name = name,
             .request = {"ENABLELOGGING", "KOB:" + values},
             .prepare = [] { install_stand_in(); },
             .status = 5809,
-            .log = {refused(message), said("Completed w/ 5809")}};
+            .log = {rejected(message), said("Completed w/ 5809")}};
 }
 
-LoggingCase refused_level(const std::string& name, const std::string& level, const std::string& value) {
-    return refusal(name, "kob=" + level, "Invalid KOB DbgLevel spec: N=kob V=" + value);
+RequestCase rejected_level(const std::string& name, const std::string& level, const std::string& value) {
+    return rejection(name, "kob=" + level, "Invalid KOB DbgLevel spec: N=kob V=" + value);
 }
 
-const std::vector<LoggingCase> refusals = {
-    refused_level("Eleven", "11", "11"),
-    refused_level("MinusOne", "-1", "-1"),
-    refused_level("ElevenBehindABlankAndAPlusSign", " +11", "11"),
-    refused_level("TextBehindEleven", "11;touch /tmp/x", "11"),
-    refused_level("TheLargestNumberOf32Bits", "2147483647", "2147483647"),
-    refused_level("OneMoreThanThat", "2147483648", "-2147483648"),
-    refused_level("BeyondTheLargestNumberOf64Bits", "99999999999999999999", "-1"),
-    refusal("NameInCapitals", "KOB=5", "Invalid KOB DbgLevel spec: N=KOB V=5"),
-    refusal("LongerName", "kobx=5", "Invalid KOB DbgLevel spec: N=kobx V=5"),
-    refusal("NameWithABlank", " kob=5", "Invalid KOB DbgLevel spec: N= kob V=5"),
-    refusal("EmptyName", "=5", "Invalid KOB DbgLevel spec: N= V=5"),
-    refusal("NameWithAShellsText", "kob;touch /tmp/x=5", "Invalid KOB DbgLevel spec: N=kob;touch /tmp/x V=5"),
-    refusal("TwoValues", "kob=5,kob=6", "Expected 1, NOT 2"),
-    refusal("ThreeValues", "kob=5,,", "Expected 1, NOT 3"),
+const std::vector<RequestCase> rejections = {
+    rejected_level("Eleven", "11", "11"),
+    rejected_level("MinusOne", "-1", "-1"),
+    rejected_level("ElevenAfterASpaceAndAPlusSign", " +11", "11"),
+    rejected_level("TextAfterEleven", "11;touch /tmp/x", "11"),
+    rejected_level("TheLargestNumberOf32Bits", "2147483647", "2147483647"),
+    rejected_level("OneMoreThanTheLargestNumberOf32Bits", "2147483648", "-2147483648"),
+    rejected_level("BeyondTheLargestNumberOf64Bits", "99999999999999999999", "-1"),
+    rejection("NameInUpperCase", "KOB=5", "Invalid KOB DbgLevel spec: N=KOB V=5"),
+    rejection("LongerName", "kobx=5", "Invalid KOB DbgLevel spec: N=kobx V=5"),
+    rejection("NameWithASpace", " kob=5", "Invalid KOB DbgLevel spec: N= kob V=5"),
+    rejection("EmptyName", "=5", "Invalid KOB DbgLevel spec: N= V=5"),
+    rejection("NameWithACommand", "kob;touch /tmp/x=5", "Invalid KOB DbgLevel spec: N=kob;touch /tmp/x V=5"),
+    rejection("TwoValues", "kob=5,kob=6", "Expected 1, NOT 2"),
+    rejection("ThreeValues", "kob=5,,", "Expected 1, NOT 3"),
 };
 
-INSTANTIATE_TEST_SUITE_P(Refusal, ConnectionBroker, testing::ValuesIn(refusals), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Rejection, ConnectionBroker, testing::ValuesIn(rejections), name_of_row);
 
-// The tool, or the shell in its place, failed; the raw wait status is told and returned.
-LoggingCase failure(const std::string& name, int status, const std::function<void()>& prepare,
+// The tool, or the shell that runs it, fails. The agent reports and returns the raw wait status.
+RequestCase failure(const std::string& name, int status, const std::function<void()>& prepare,
                     const std::vector<FileState>& after) {
     const std::string line = "PROCESS=KOB:kob STATUS=" + std::to_string(status) + " MSG=failed to change KOB cfg\n";
     return {.name = name,
@@ -240,12 +243,12 @@ LoggingCase failure(const std::string& name, int status, const std::function<voi
             .after = after};
 }
 
-LoggingCase exit_of_tool(const std::string& name, int exit_status) {
+RequestCase exit_of_tool(const std::string& name, int exit_status) {
     return failure(name, exit_status * 256, [exit_status] { install_stand_in({stand_in::exit_with(exit_status)}); },
                    {arguments_with("5")});
 }
 
-const std::vector<LoggingCase> failures = {
+const std::vector<RequestCase> failures = {
     exit_of_tool("ToolEndsWithOne", 1),
     exit_of_tool("ToolEndsWithTwo", 2),
     exit_of_tool("ToolEndsWith24", 24),
@@ -254,26 +257,26 @@ const std::vector<LoggingCase> failures = {
     failure("ToolIsNotExecutable", 32256, [] { make(file(tool, "#!/bin/sh\n")); }, {}),
 };
 
-INSTANTIATE_TEST_SUITE_P(Failure, ConnectionBroker, testing::ValuesIn(failures), name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Failure, ConnectionBroker, testing::ValuesIn(failures), name_of_row);
 
 class ConnectionBrokerTool : public ProductTest {};
 
-// The C library tells a shell that could not be started like one that could not be executed.
+// The C library reports a shell that could not be started like one that could not be executed.
 TEST_F(ConnectionBrokerTool, IsNotRunWhenNoShellCanBeStarted) {
     install_stand_in();
     AgentOptions options;
     options.refused_calls = refused_calls::fork({.error = EAGAIN});
-    check_in_place(failure("", 32512, [] {}, {}), options);
+    check_logging_in_place(failure("", 32512, [] {}, {}), options);
 }
 
-// Its wait status, 6144, says nothing about qr.conf, whose failed updates have the statuses below.
+// The wait status 6144 must not get a text about qr.conf, whose failures have the statuses just below it.
 TEST_F(ConnectionBrokerTool, EndsWith24WithoutTheTextOfAnotherFailure) {
     install_tool(tool, {stand_in::exit_with(24)});
     EXPECT_EQ(run_agent({"ENABLELOGGING", "KOB:kob=5"}).status_line(),
               "EXIT STATUS 6144 status 6144, which has no text of its own\n");
 }
 
-TEST_F(ConnectionBrokerTool, SpeaksToNobody) {
+TEST_F(ConnectionBrokerTool, HasNoInputAndNoOutput) {
     install_tool(tool, {stand_in::print("out\n"), stand_in::complain("error\n"), stand_in::print_input(1)});
     EXPECT_EQ(run_agent({"ENABLELOGGING", "KOB:kob=5"}).output(), "PROCESS=KOB:kob STATUS=0 MSG=Success\n");
 }

@@ -1,4 +1,4 @@
-// A FIFO in the place of a file: whoever opened it as a file would wait for ever for its other end.
+// A FIFO in place of a file. To open it as a file would block until somebody opens the other end.
 #include <sys/stat.h>
 
 #include "tests/support/agent_runner.h"
@@ -11,7 +11,7 @@ const std::string store = "/usr/kumel/ktul/51216.conf";
 const std::string volume_manager = "/usr/kumel/volmgr/vm.conf";
 const std::string registry = "/etc/rkregistry.cfg";
 
-class FifoInThePlaceOf : public ProductTest {
+class FifoInPlaceOf : public ProductTest {
   protected:
     static void make_fifo(const std::string& path) {
         remove_tree(path);
@@ -24,7 +24,7 @@ class FifoInThePlaceOf : public ProductTest {
     }
 };
 
-TEST_F(FifoInThePlaceOf, AStoreFileIsNotReplaced) {
+TEST_F(FifoInPlaceOf, AStoreFileIsNotReplaced) {
     make_fifo(store);
     const AgentRun run = run_agent({"ENABLELOGGING", "ZMKTUL:111=5"});
     EXPECT_EQ(run.output(), "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=22 LVL=5\n");
@@ -32,7 +32,7 @@ TEST_F(FifoInThePlaceOf, AStoreFileIsNotReplaced) {
     EXPECT_TRUE(is_fifo(store));
 }
 
-TEST_F(FifoInThePlaceOf, AKeyValueFileIsAnEmptyOne) {
+TEST_F(FifoInPlaceOf, AKeyValueFileCountsAsEmpty) {
     make_fifo(volume_manager);
     EXPECT_EQ(run_agent({"DISABLELOGGING", "VMCONF:x"}).output(), "PROCESS=VMCONF:x STATUS=0 MSG=Set debug logging\n");
     EXPECT_TRUE(is_fifo(volume_manager));
@@ -40,7 +40,7 @@ TEST_F(FifoInThePlaceOf, AKeyValueFileIsAnEmptyOne) {
     EXPECT_EQ(read_file(volume_manager), "VERBOSE\n");
 }
 
-TEST_F(FifoInThePlaceOf, TheCopyOfAKeyValueFileIsNotWrittenTo) {
+TEST_F(FifoInPlaceOf, TheCopyOfAKeyValueFileIsNotWrittenTo) {
     write_file(volume_manager, "VERBOSE\n");
     make_fifo(volume_manager + ".new");
     const std::string reason =
@@ -51,12 +51,12 @@ TEST_F(FifoInThePlaceOf, TheCopyOfAKeyValueFileIsNotWrittenTo) {
     EXPECT_TRUE(is_fifo(volume_manager + ".new"));
 }
 
-TEST_F(FifoInThePlaceOf, TheMainConfigurationTrustsNobody) {
+TEST_F(FifoInPlaceOf, TheMainConfigurationListsNoHost) {
     make_fifo(main_configuration);
     EXPECT_EQ(run_agent({"FETCHFILE"}).status(), 5762);
 }
 
-TEST_F(FifoInThePlaceOf, TheRegistryNamesNoFile) {
+TEST_F(FifoInPlaceOf, TheRegistryNamesNoFile) {
     make_fifo(registry);
     EXPECT_EQ(run_agent({"ENABLELOGGING", "RK:rkd"}).output(),
               "PROCESS=RK:rkd STATUS=5806 MSG=Failed to find kpa.cfg entry in " + registry + " (Value=full)\n");

@@ -6,13 +6,16 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+
 const std::string root = logs_folder + "/";
 const std::string manager_root = "/usr/kumel/volmgr/debug";
 
-class LogDirectories : public LoggingTable {};
+class LogDirectories : public RequestTable {};
 
-TEST_P(LogDirectories, Row) {
-    check(GetParam());
+TEST_P(LogDirectories, AnswersLogsAndChangesFiles) {
+    check_logging(GetParam());
 }
 
 LogLine said_of_product(int level, const std::string& text) {
@@ -29,24 +32,24 @@ Outcome exists_already(const std::string& name) {
 
 Outcome not_done(const std::string& name, const std::string& action) {
     return {"PROCESS=ZMLOGDIR:" + name + " STATUS=0 MSG=Set up log directory DIR=" + root + name + " Perm=0\n",
-            {said_of_product(16, "Invalid action=" + action)}};
+            {said_of_product(error, "Invalid action=" + action)}};
 }
 
 Outcome failed(const std::string& name, const std::string& number, const std::string& text) {
     return {"PROCESS=ZMLOGDIR:" + name + " STATUS=1 MSG=Failed to create log directory DIR=" + root + name +
                 " E=" + number + " (" + text + ")\n",
-            {said_of_product(16, "Error received while creating log directory " + name + " : " + number)},
+            {said_of_product(error, "Error received while creating log directory " + name + " : " + number)},
             16};
 }
 
-LoggingCase product(const std::string& name, const Request& request, const std::vector<Outcome>& outcomes,
+RequestCase product(const std::string& name, const Request& request, const std::vector<Outcome>& outcomes,
                     const std::vector<FileState>& before, const std::vector<FileState>& after) {
-    LoggingCase row = {.name = name, .request = request, .before = before, .after = after};
+    RequestCase row = {.name = name, .request = request, .before = before, .after = after};
     add(row, "process_zmulogdir", outcomes);
     return row;
 }
 
-LoggingCase enable(const std::string& name, const std::string& values, const std::vector<Outcome>& outcomes,
+RequestCase enable(const std::string& name, const std::string& values, const std::vector<Outcome>& outcomes,
                    const std::vector<FileState>& before, const std::vector<FileState>& after) {
     return product(name, {"ENABLELOGGING", "ZMLOGDIR:" + values}, outcomes, before, after);
 }
@@ -55,22 +58,22 @@ const std::string long_name(256, 'x');
 
 INSTANTIATE_TEST_SUITE_P(
     Zmlogdir, LogDirectories,
-    testing::ValuesIn(std::vector<LoggingCase>{
+    testing::ValuesIn(std::vector<RequestCase>{
         enable("CreatesTheDirectory", "abc", {set_up("abc")}, {}, {empty_folder(root + "abc")}),
         enable("IgnoresAPermission", "abc=700", {set_up("abc")}, {}, {empty_folder(root + "abc")}),
         enable("SplitsAtTheFirstEqualsSign", "a=b=c", {set_up("a")}, {}, {empty_folder(root + "a")}),
         enable("FindsTheDirectory", "abc", {exists_already("abc")}, {folder(root + "abc")}, {}),
-        enable("FindsTheDirectoryBehindALink", "abc", {exists_already("abc")}, {soft_link(root + "abc", "/usr/kumel")},
+        enable("FindsADirectoryThroughALink", "abc", {exists_already("abc")}, {soft_link(root + "abc", "/usr/kumel")},
                {}),
         enable("CreatesEachOfSeveral", "b,a,b", {set_up("b"), set_up("a"), exists_already("b")}, {},
                {empty_folder(root + "a"), empty_folder(root + "b")}),
-        enable("StartsEachValueAnew", "a,b", {exists_already("a"), set_up("b")}, {folder(root + "a")},
+        enable("ReportsEachValueOnItsOwn", "a,b", {exists_already("a"), set_up("b")}, {folder(root + "a")},
                {empty_folder(root + "b")}),
         enable("CreatesMissingParents", "a/b/c", {set_up("a/b/c")}, {},
                {folder(root + "a"), folder(root + "a/b"), empty_folder(root + "a/b/c")}),
-        enable("TakesTheNameAsItIs", "../a b", {set_up("../a b")}, {}, {empty_folder("/usr/kumel/zembrath/a b")}),
-        enable("TakesPercentSignsAsTheyAre", "%s%n", {set_up("%s%n")}, {}, {empty_folder(root + "%s%n")}),
-        enable("TakesAnEmptyNameForTheRoot", ",=700", {exists_already(""), exists_already("")}, {}, {}),
+        enable("UsesTheNameUnchanged", "../a b", {set_up("../a b")}, {}, {empty_folder("/usr/kumel/zembrath/a b")}),
+        enable("UsesPercentSignsUnchanged", "%s%n", {set_up("%s%n")}, {}, {empty_folder(root + "%s%n")}),
+        enable("TreatsAnEmptyNameAsTheRoot", ",=700", {exists_already(""), exists_already("")}, {}, {}),
         enable("FailsOnAFile", "abc", {failed("abc", "20", "Not a directory")}, {file(root + "abc")}, {}),
         enable("FailsOnALinkThatLeadsNowhere", "abc", {failed("abc", "20", "Not a directory")},
                {soft_link(root + "abc", "nowhere")}, {}),
@@ -83,15 +86,16 @@ INSTANTIATE_TEST_SUITE_P(
         product("DisableRemovesNothing", {"DISABLELOGGING", "ZMLOGDIR:x=755,y"},
                 {not_done("x", "disable"), not_done("y", "disable")}, {folder(root + "x"), file(root + "y")}, {}),
     }),
-    name_of_logging_row);
+    name_of_row);
 
 LogLine said_of_manager(int level, const std::string& text) {
     return logged(level, "process_mmlogdir", text);
 }
 
-Outcome manager_line(const std::string& action, const std::string& name, const std::string& rest, int level = 4) {
+Outcome manager_line(const std::string& action, const std::string& name, const std::string& rest,
+                     int level = information) {
     return {"PROCESS=MMLOGDIR:" + name + rest,
-            {said_of_manager(4, "Action=" + action + ", DIR=" + manager_root + "/" + name)},
+            {said_of_manager(information, "Action=" + action + ", DIR=" + manager_root + "/" + name)},
             level};
 }
 
@@ -105,45 +109,48 @@ Outcome manager_exists(const std::string& name) {
                         " STATUS=0 MSG=Log directory exists DIR=/usr/kumel/volmgr/debug/" + name + "\n");
 }
 
-Outcome manager_failed(const std::string& name, const std::string& error) {
+Outcome manager_failed(const std::string& name, const std::string& reason) {
     return manager_line(
         "enable", name,
-        " STATUS=1 MSG=Failed to create log directory DIR=/usr/kumel/volmgr/debug/" + name + " E=" + error + "\n", 16);
+        " STATUS=1 MSG=Failed to create log directory DIR=/usr/kumel/volmgr/debug/" + name + " E=" + reason + "\n",
+        error);
 }
 
-// The message is empty: a blank and the directory follow at once.
+// The message is empty, so a space and the directory follow at once.
 Outcome manager_not_done(const std::string& name, const std::string& action) {
     Outcome outcome = manager_line(action, name, " STATUS=0 MSG= DIR=/usr/kumel/volmgr/debug/" + name + "\n");
-    outcome.log.push_back(said_of_manager(16, "Invalid action=" + action));
+    outcome.log.push_back(said_of_manager(error, "Invalid action=" + action));
     return outcome;
 }
 
-LoggingCase manager(const std::string& name, const Request& request, const std::vector<Outcome>& outcomes,
+RequestCase manager(const std::string& name, const Request& request, const std::vector<Outcome>& outcomes,
                     const std::vector<FileState>& before, const std::vector<FileState>& after) {
-    LoggingCase row = {.name = name, .request = request, .before = before, .after = after};
+    RequestCase row = {.name = name, .request = request, .before = before, .after = after};
     add(row, "process_mmlogdir", outcomes);
     return row;
 }
 
-LoggingCase manager_enable(const std::string& name, const std::string& values, const std::vector<Outcome>& outcomes,
+RequestCase manager_enable(const std::string& name, const std::string& values, const std::vector<Outcome>& outcomes,
                            const std::vector<FileState>& before, const std::vector<FileState>& after) {
     return manager(name, {"ENABLELOGGING", "MMLOGDIR:" + values}, outcomes, before, after);
 }
 
-// The root cannot be created: one line for all values, and the status of the request.
-LoggingCase without_root(const std::string& name, const std::string& word, const FileState& before,
-                         const std::string& error) {
-    LoggingCase row = manager(
-        name, {word, "MMLOGDIR:a,b"},
-        {{"PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR=/usr/kumel/volmgr/debug E=" + error + "\n", {}, 16}},
-        {missing("/usr/kumel/volmgr"), before}, {});
+// The root cannot be created. There is one line for all values, and the request fails.
+RequestCase without_root(const std::string& name, const std::string& word, const FileState& before,
+                         const std::string& reason) {
+    RequestCase row =
+        manager(name, {word, "MMLOGDIR:a,b"},
+                {{"PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR=/usr/kumel/volmgr/debug E=" + reason + "\n",
+                  {},
+                  error}},
+                {missing("/usr/kumel/volmgr"), before}, {});
     row.status = 1;
     return row;
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Mmlogdir, LogDirectories,
-    testing::ValuesIn(std::vector<LoggingCase>{
+    testing::ValuesIn(std::vector<RequestCase>{
         manager_enable("CreatesRootAndDirectory", "abc", {manager_set_up("abc")}, {},
                        {folder(manager_root), empty_folder(manager_root + "/abc")}),
         manager_enable("FindsTheRoot", "abc", {manager_set_up("abc")}, {folder(manager_root)},
@@ -159,9 +166,9 @@ INSTANTIATE_TEST_SUITE_P(
         manager_enable("GoesOnAfterAFailure", "a/b,c",
                        {manager_failed("a/b", "2 (No such file or directory)"), manager_set_up("c")},
                        {folder(manager_root)}, {empty_folder(manager_root + "/c")}),
-        manager_enable("TakesAnEmptyNameForTheRoot", ",", {manager_exists(""), manager_exists("")},
+        manager_enable("TreatsAnEmptyNameAsTheRoot", ",", {manager_exists(""), manager_exists("")},
                        {folder(manager_root)}, {}),
-        manager_enable("TakesTheNameAsItIs", "../%s", {manager_set_up("../%s")}, {folder(manager_root)},
+        manager_enable("UsesTheNameUnchanged", "../%s", {manager_set_up("../%s")}, {folder(manager_root)},
                        {empty_folder("/usr/kumel/volmgr/%s")}),
         manager_enable("FailsBelowARootThatIsAFile", "abc", {manager_failed("abc", "20 (Not a directory)")},
                        {file(manager_root)}, {}),
@@ -179,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(
                      "2 (No such file or directory)"),
         without_root("TheFolderAboveTheRootIsAFile", "RESETLOGGING", file("/usr/kumel/volmgr"), "20 (Not a directory)"),
     }),
-    name_of_logging_row);
+    name_of_row);
 
 class LogDirectory : public ProductTest {};
 

@@ -1,14 +1,14 @@
 #include "tests/end_to_end/logging/logging_case.h"
 
 #include <array>
-#include <numeric>
-#include <ostream>
 
 #include "tests/end_to_end/logging/tree_snapshot.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_tree.h"
 
 namespace {
+
+using log_level::information;
 
 std::string action_of(const std::string& word) {
     if (word == "ENABLELOGGING") {
@@ -17,12 +17,13 @@ std::string action_of(const std::string& word) {
     return word == "DISABLELOGGING" ? "disable" : "reset";
 }
 
-std::vector<LogLine> whole_log(const LoggingCase& row) {
+std::vector<LogLine> whole_log(const RequestCase& row) {
     const std::string& word = row.request.front();
-    std::vector<LogLine> lines = {{4, "handle_logging", action_of(word) + " logging C=" + word}};
+    std::vector<LogLine> lines = {{information, "handle_logging", action_of(word) + " logging C=" + word}};
     lines.insert(lines.end(), row.log.begin(), row.log.end());
-    for (const std::string& line : row.answer) {
-        lines.push_back(logged(4, "handle_logging", "Responding (len=" + std::to_string(line.size()) + ") " + line));
+    for (const std::string& line : row.answer.lines()) {
+        lines.push_back(
+            logged(information, "handle_logging", "Responding (len=" + std::to_string(line.size()) + ") " + line));
     }
     return lines;
 }
@@ -37,23 +38,15 @@ std::vector<std::string> paths_of(const std::vector<FileState>& states) {
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, const LoggingCase& row) {
-    return out << row.name;
+void check_logging(const RequestCase& row) {
+    prepare(row);
+    check_logging_in_place(row);
 }
 
-void check(const LoggingCase& row) {
-    make_product_tree();
-    for (const FileState& state : row.before) {
-        make(state);
-    }
-    row.prepare();
-    check_in_place(row);
-}
-
-void check_in_place(const LoggingCase& row, const AgentOptions& options) {
+void check_logging_in_place(const RequestCase& row, const AgentOptions& options) {
     const TreeSnapshot before;
     const AgentRun run = run_agent(row.request, options);
-    EXPECT_EQ(run.output(), std::accumulate(row.answer.begin(), row.answer.end(), std::string()));
+    EXPECT_EQ(run.output(), row.answer.text());
     EXPECT_EQ(run.status(), row.status);
     EXPECT_EQ(run.exit_status(), row.status & 0xff);
     EXPECT_THAT(run.request_log(), LogIs(whole_log(row)));
@@ -63,13 +56,9 @@ void check_in_place(const LoggingCase& row, const AgentOptions& options) {
     }
 }
 
-std::string name_of_logging_row(const testing::TestParamInfo<LoggingCase>& row) {
-    return row.param.name;
-}
-
-void add(LoggingCase& row, const std::string& tag, const std::vector<Outcome>& outcomes) {
+void add(RequestCase& row, const std::string& tag, const std::vector<Outcome>& outcomes) {
     for (const Outcome& outcome : outcomes) {
-        row.answer.push_back(outcome.line);
+        row.answer += outcome.line;
         row.log.insert(row.log.end(), outcome.log.begin(), outcome.log.end());
         row.log.push_back(logged(outcome.level, tag, outcome.line));
     }

@@ -6,25 +6,29 @@ namespace main_configuration_case {
 
 namespace {
 
+using log_level::detail;
+using log_level::error;
+using log_level::information;
+
 const std::string trust = "SERVER = localhost\n";
 
-LoggingCase row_of(const Change& change, const std::string& outcome, int level) {
-    LoggingCase row = {.name = change.name,
+RequestCase row_of(const Change& change, const std::string& outcome, int level) {
+    RequestCase row = {.name = change.name,
                        .request = {"ENABLELOGGING", "QRCONF:" + change.values},
                        .before = {file(main_configuration, trust + change.before)},
-                       .log = {said(2, "current global VERBOSE=" + std::to_string(change.global_verbosity))}};
+                       .log = {said(detail, "current global VERBOSE=" + std::to_string(change.global_verbosity))}};
     row.log.insert(row.log.end(), change.log.begin(), change.log.end());
     for (const std::string& name : change.names) {
-        row.answer.push_back("PROCESS=QRCONF:" + name + outcome);
-        row.log.push_back(said(level, row.answer.back()));
+        row.answer += "PROCESS=QRCONF:" + name + outcome;
+        row.log.push_back(said(level, row.answer.lines().back()));
     }
     return row;
 }
 
 }  // namespace
 
-LoggingCase applied(const Change& change) {
-    LoggingCase row = row_of(change, " STATUS=0 MSG=Set up\n", 4);
+RequestCase applied(const Change& change) {
+    RequestCase row = row_of(change, " STATUS=0 MSG=Set up\n", information);
     row.after.push_back(lock_of(main_configuration));
     if (change.after != change.before) {
         row.after.push_back(file(main_configuration, trust + change.after));
@@ -32,11 +36,11 @@ LoggingCase applied(const Change& change) {
     return row;
 }
 
-LoggingCase refused(const Change& change) {
-    LoggingCase row = row_of(change,
+RequestCase rejected(const Change& change) {
+    RequestCase row = row_of(change,
                              " STATUS=1 MSG=invalid qr.conf input (RV=5902 a key or value is not one that qr.conf may "
                              "be given)\n",
-                             16);
+                             error);
     row.status = 5902;
     return row;
 }

@@ -1,30 +1,30 @@
-// What the tables of the category QRCONF share.
+// Rows for the tables of the category QRCONF.
 #pragma once
 
 #include "tests/end_to_end/logging/logging_case.h"
 
 namespace main_configuration_case {
 
-// A request for QRCONF and what becomes of the lines of qr.conf behind the one that trusts this host.
+// A request for QRCONF, and the lines of qr.conf after the one that lists this host.
 struct Change {
     std::string name;
     // The values of the category, without "QRCONF:".
     std::string values;
     std::string before = {};
-    // The lines afterwards; equal to those before when the file is not written anew.
+    // The lines afterwards. If they equal the lines before, the file is not rewritten.
     std::string after = {};
     // The names in the response lines, one for each value.
     std::vector<std::string> names = {};
-    // What is logged for the values.
+    // The log lines for the values.
     std::vector<LogLine> log = {};
     int global_verbosity = 0;
 };
 
-// The change is made.
-[[nodiscard]] LoggingCase applied(const Change& change);
+// The library makes the change.
+[[nodiscard]] RequestCase applied(const Change& change);
 
-// The library refuses the text: every line tells it, and nothing is changed.
-[[nodiscard]] LoggingCase refused(const Change& change);
+// The library rejects the text. Every response line reports it, and nothing changes.
+[[nodiscard]] RequestCase rejected(const Change& change);
 
 [[nodiscard]] LogLine said(int level, const std::string& text);
 

@@ -1,4 +1,4 @@
-// Category QRCONF: which lines of qr.conf are set, zeroed and removed, and which texts are refused.
+// Category QRCONF: the lines of qr.conf that change, and the texts that are rejected.
 #include "tests/end_to_end/logging/main_configuration_case.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
@@ -6,17 +6,20 @@
 
 namespace {
 
+using log_level::detail;
+using log_level::error;
+
 using main_configuration_case::applied;
-using main_configuration_case::refused;
+using main_configuration_case::rejected;
 using main_configuration_case::said;
 
-class MainConfiguration : public LoggingTable {};
+class MainConfiguration : public RequestTable {};
 
-TEST_P(MainConfiguration, Row) {
-    check(GetParam());
+TEST_P(MainConfiguration, AnswersLogsAndChangesFiles) {
+    check_logging(GetParam());
 }
 
-LoggingCase set(const std::string& name, const std::string& value, const std::string& before,
+RequestCase set(const std::string& name, const std::string& value, const std::string& before,
                 const std::string& after) {
     return applied(
         {.name = name, .values = value, .before = before, .after = after, .names = {value.substr(0, value.find('='))}});
@@ -24,8 +27,8 @@ LoggingCase set(const std::string& name, const std::string& value, const std::st
 
 INSTANTIATE_TEST_SUITE_P(
     Set, MainConfiguration,
-    testing::ValuesIn(std::vector<LoggingCase>{
-        set("AddsAKeyInCapitals", "tapemgr_verbose=3", "", "TAPEMGR_VERBOSE = 3\n"),
+    testing::ValuesIn(std::vector<RequestCase>{
+        set("AddsAKeyInUpperCase", "tapemgr_verbose=3", "", "TAPEMGR_VERBOSE = 3\n"),
         set("LevelFiveIsMeantWhenNoneIsNamed", "REQD_VERBOSE", "", "REQD_VERBOSE = 5\n"),
         set("ReplacesAKeyInItsPlace", "Jobd_Verbose=4", "A = 1\nJOBD_VERBOSE = 1\nB = 2\n",
             "A = 1\nJOBD_VERBOSE = 4\nB = 2\n"),
@@ -59,22 +62,22 @@ INSTANTIATE_TEST_SUITE_P(
                  .after = "X = 2\n",
                  .names = {"X", "X"}}),
     }),
-    name_of_logging_row);
+    name_of_row);
 
 // Level "-1" while the global verbosity is 0.
-LoggingCase reset(const std::string& name, const std::string& key, const std::string& before, const std::string& after,
+RequestCase reset(const std::string& name, const std::string& key, const std::string& before, const std::string& after,
                   const std::vector<LogLine>& log = {}) {
     return applied({.name = name, .values = key + "=-1", .before = before, .after = after, .names = {key}, .log = log});
 }
 
-LoggingCase removed(const std::string& name, const std::string& key, const std::string& before,
+RequestCase removed(const std::string& name, const std::string& key, const std::string& before,
                     const std::string& after) {
-    return reset(name, key, before, after, {said(2, "Removing '" + key + "' from qr.conf")});
+    return reset(name, key, before, after, {said(detail, "Removing '" + key + "' from qr.conf")});
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Reset, MainConfiguration,
-    testing::ValuesIn(std::vector<LoggingCase>{
+    testing::ValuesIn(std::vector<RequestCase>{
         reset("ZeroesTheGlobalVerbosity", "VERBOSE", "VERBOSE = 0 \n", "VERBOSE = 0\n"),
         reset("ZeroesAKeyThatIsNoVerbosity", "Foo", "FOO = 3\n", "FOO = 0\n"),
         reset("ZeroesAKeyWithVerboseAtItsStart", "VERBOSE_X", "", "VERBOSE_X = 0\n"),
@@ -95,38 +98,39 @@ INSTANTIATE_TEST_SUITE_P(
                  .before = "B_VERBOSE = 1\nA_VERBOSE = 1\n",
                  .after = "B_VERBOSE = 5\nJOBD_VERBOSE = 0\n",
                  .names = {"A_VERBOSE", "B_VERBOSE", "jobd_verbose"},
-                 .log = {said(2, "Removing 'A_VERBOSE' from qr.conf"),
-                         {2, "isqrconfstructmember", "qr.conf structure member: 8 JOBD_VERBOSE"}}}),
-        // The last setting of a key holds, be it a removal.
+                 .log = {said(detail, "Removing 'A_VERBOSE' from qr.conf"),
+                         {detail, "isqrconfstructmember", "qr.conf structure member: 8 JOBD_VERBOSE"}}}),
+        // The last setting of a key counts, even if it is a removal.
         applied({.name = "AfterSettingTheSameKeyRemovesIt",
                  .values = "A_VERBOSE=3,A_VERBOSE=-1",
                  .before = "A_VERBOSE = 1\n",
                  .names = {"A_VERBOSE", "A_VERBOSE"},
-                 .log = {said(2, "Removing 'A_VERBOSE' from qr.conf")}}),
+                 .log = {said(detail, "Removing 'A_VERBOSE' from qr.conf")}}),
     }),
-    name_of_logging_row);
+    name_of_row);
 
-// The keys that are members of the configuration record, by their index; in capitals, small letters and both.
-std::vector<LoggingCase> rows_of_structure_members() {
+// The keys that are members of the configuration record, by their index, in upper, lower and mixed case.
+std::vector<RequestCase> rows_of_structure_members() {
     const std::vector<std::string> members = {"TAPEMGR", "SESSMGR", "CATMGR",  "REQD", "PROXYD",
                                               "OFFSITE", "SCHEDD",  "DISKMGR", "JOBD"};
-    std::vector<LoggingCase> rows;
+    std::vector<RequestCase> rows;
     for (std::size_t i = 0; i < members.size(); ++i) {
         const std::string key = members[i] + "_VERBOSE";
-        const LogLine found = {2, "isqrconfstructmember", "qr.conf structure member: " + std::to_string(i) + " " + key};
+        const LogLine found = {detail, "isqrconfstructmember",
+                               "qr.conf structure member: " + std::to_string(i) + " " + key};
         rows.push_back(reset("Zeroes" + members[i], key, key + " = 5\n", key + " = 0\n", {found}));
         rows.push_back(reset("Adds" + members[i], members[i] + "_verbose", "", key + " = 0\n", {found}));
     }
     rows.push_back(reset("InAnyCase", "jObD_vErBoSe", "", "JOBD_VERBOSE = 0\n",
-                         {{2, "isqrconfstructmember", "qr.conf structure member: 8 JOBD_VERBOSE"}}));
+                         {{detail, "isqrconfstructmember", "qr.conf structure member: 8 JOBD_VERBOSE"}}));
     return rows;
 }
 
 INSTANTIATE_TEST_SUITE_P(StructureMember, MainConfiguration, testing::ValuesIn(rows_of_structure_members()),
-                         name_of_logging_row);
+                         name_of_row);
 
-// With global debug logging on, "-1" is a level like any other.
-LoggingCase verbose(const std::string& name, int global, const std::string& key) {
+// While global debug logging is on, "-1" is a level like any other.
+RequestCase verbose(const std::string& name, int global, const std::string& key) {
     const std::string global_line = "VERBOSE = " + std::to_string(global) + "\n";
     return applied({.name = name,
                     .values = key + "=-1",
@@ -138,79 +142,79 @@ LoggingCase verbose(const std::string& name, int global, const std::string& key)
 
 INSTANTIATE_TEST_SUITE_P(
     GlobalVerbosity, MainConfiguration,
-    testing::ValuesIn(std::vector<LoggingCase>{
+    testing::ValuesIn(std::vector<RequestCase>{
         verbose("WritesMinusOneForAnyProcess", 3, "MYPROC_VERBOSE"),
         verbose("WritesMinusOneForAStructureMember", 3, "JOBD_VERBOSE"),
         verbose("WritesMinusOneForAnyKey", 3, "FOO"),
-        verbose("IsOnWhenItIsNegative", -1, "MYPROC_VERBOSE"),
+        verbose("IsOnIfItIsNegative", -1, "MYPROC_VERBOSE"),
         applied({.name = "WritesMinusOneForItself",
                  .values = "VERBOSE=-1",
                  .before = "VERBOSE = 3\n",
                  .after = "VERBOSE = -1\n",
                  .names = {"VERBOSE"},
                  .global_verbosity = 3}),
-        removed("IsOffWhenItIsNoNumber", "X_VERBOSE", "VERBOSE = high\nX_VERBOSE = 1\n", "VERBOSE = high\n"),
-        removed("IsOffWhenItIsNoNumberOf32Bits", "X_VERBOSE", "VERBOSE = 2147483648\nX_VERBOSE = 1\n",
+        removed("IsOffIfItIsNoNumber", "X_VERBOSE", "VERBOSE = high\nX_VERBOSE = 1\n", "VERBOSE = high\n"),
+        removed("IsOffIfItIsNoNumberOf32Bits", "X_VERBOSE", "VERBOSE = 2147483648\nX_VERBOSE = 1\n",
                 "VERBOSE = 2147483648\n"),
-        removed("IsThatOfTheFirstLine", "X_VERBOSE", "VERBOSE = 0\nVERBOSE = 3\nX_VERBOSE = 1\n",
+        removed("IsReadFromTheFirstLine", "X_VERBOSE", "VERBOSE = 0\nVERBOSE = 3\nX_VERBOSE = 1\n",
                 "VERBOSE = 0\nVERBOSE = 3\n"),
-        removed("IsNotThatOfARemark", "X_VERBOSE", "#VERBOSE = 3\nX_VERBOSE = 1\n", "#VERBOSE = 3\n"),
-        applied({.name = "IsThatOfTheStartOfTheRequest",
+        removed("IsNotReadFromAComment", "X_VERBOSE", "#VERBOSE = 3\nX_VERBOSE = 1\n", "#VERBOSE = 3\n"),
+        applied({.name = "IsReadAtTheStartOfTheRequest",
                  .values = "VERBOSE=0,X_VERBOSE=-1",
                  .before = "VERBOSE = 3\n",
                  .after = "VERBOSE = 0\nX_VERBOSE = -1\n",
                  .names = {"VERBOSE", "X_VERBOSE"},
                  .global_verbosity = 3}),
     }),
-    name_of_logging_row);
+    name_of_row);
 
-LoggingCase refusal(const std::string& name, const std::string& value) {
-    return refused({.name = name, .values = value, .before = "X = 1\n", .names = {value.substr(0, value.find('='))}});
+RequestCase rejection(const std::string& name, const std::string& value) {
+    return rejected({.name = name, .values = value, .before = "X = 1\n", .names = {value.substr(0, value.find('='))}});
 }
 
-INSTANTIATE_TEST_SUITE_P(Refused, MainConfiguration,
-                         testing::ValuesIn(std::vector<LoggingCase>{
-                             refusal("Server", "SERVER=evil.example.test"),
-                             refusal("ServerInAnyCase", "sErVeR=evil.example.test"),
-                             refusal("ServerToBeZeroed", "SERVER=-1"),
-                             refusal("ServerBehindANewlineInALevel", "X=2\nSERVER=evil"),
-                             refusal("ServerBehindANewlineInAName", "X\nSERVER=evil"),
-                             refusal("KeyThatBeginsWithADigit", "1X=2"),
-                             refusal("KeyThatBeginsWithAnUnderscore", "_X=2"),
-                             refusal("KeyWithABlank", "X Y=2"),
-                             refusal("KeyWithABlankAtItsEnd", "X =2"),
-                             refusal("KeyWithABlankAtItsStart", " X=2"),
-                             refusal("KeyWithAHyphen", "X-Y=2"),
-                             refusal("KeyBeyondAscii", "\xc3\xa4=2"),
-                             refusal("EmptyKey", "=2"),
-                             refusal("LevelWithATab", "X=\t2"),
-                             refusal("LevelWithACarriageReturn", "X=2\r"),
-                             refusal("LevelWithADelete", "X=\x7f"),
-                             refusal("LevelWithAByteOne", "X=\x01"),
-                             refusal("LevelWithANewlineAtItsEnd", "X=2\n"),
-                             refusal("VerbosityThatIsNoNumber", "X_VERBOSE=high"),
-                             refusal("VerbosityInSmallLettersThatIsNoNumber", "x_verbose=high"),
-                             refusal("EmptyVerbosity", "X_VERBOSE="),
-                             refusal("VerbosityWithABlank", "X_VERBOSE= 2"),
-                             refusal("VerbosityBeyond32Bits", "X_VERBOSE=2147483648"),
-                             refusal("GlobalVerbosityThatIsNoNumber", "VERBOSE=2x"),
-                             refusal("EmptyGlobalVerbosity", "VERBOSE="),
-                             refused({.name = "OneOfSeveralRefusesAll",
-                                      .values = "X=2,1Y=3,Z=4",
-                                      .before = "X = 1\n",
-                                      .names = {"X", "1Y", "Z"}}),
-                             refused({.name = "EmptyValues", .values = ",", .before = "X = 1\n", .names = {"", ""}}),
-                             refused({.name = "ServerBehindANewlineInARemoval",
-                                      .values = "X_VERBOSE\nSERVER=-1",
-                                      .before = "X = 1\n",
-                                      .names = {"X_VERBOSE\nSERVER"},
-                                      .log = {said(2, "Removing 'X_VERBOSE\nSERVER' from qr.conf")}}),
+INSTANTIATE_TEST_SUITE_P(Rejection, MainConfiguration,
+                         testing::ValuesIn(std::vector<RequestCase>{
+                             rejection("Server", "SERVER=evil.example.test"),
+                             rejection("ServerInAnyCase", "sErVeR=evil.example.test"),
+                             rejection("ServerToBeZeroed", "SERVER=-1"),
+                             rejection("ServerAfterANewlineInALevel", "X=2\nSERVER=evil"),
+                             rejection("ServerAfterANewlineInAName", "X\nSERVER=evil"),
+                             rejection("KeyThatBeginsWithADigit", "1X=2"),
+                             rejection("KeyThatBeginsWithAnUnderscore", "_X=2"),
+                             rejection("KeyWithASpace", "X Y=2"),
+                             rejection("KeyWithATrailingSpace", "X =2"),
+                             rejection("KeyWithALeadingSpace", " X=2"),
+                             rejection("KeyWithAHyphen", "X-Y=2"),
+                             rejection("KeyBeyondAscii", "\xc3\xa4=2"),
+                             rejection("EmptyKey", "=2"),
+                             rejection("LevelWithATab", "X=\t2"),
+                             rejection("LevelWithACarriageReturn", "X=2\r"),
+                             rejection("LevelWithADelete", "X=\x7f"),
+                             rejection("LevelWithAByteOne", "X=\x01"),
+                             rejection("LevelWithANewlineAtItsEnd", "X=2\n"),
+                             rejection("VerbosityThatIsNoNumber", "X_VERBOSE=high"),
+                             rejection("VerbosityInLowerCaseThatIsNoNumber", "x_verbose=high"),
+                             rejection("EmptyVerbosity", "X_VERBOSE="),
+                             rejection("VerbosityWithASpace", "X_VERBOSE= 2"),
+                             rejection("VerbosityBeyond32Bits", "X_VERBOSE=2147483648"),
+                             rejection("GlobalVerbosityThatIsNoNumber", "VERBOSE=2x"),
+                             rejection("EmptyGlobalVerbosity", "VERBOSE="),
+                             rejected({.name = "OneOfSeveralRejectsAll",
+                                       .values = "X=2,1Y=3,Z=4",
+                                       .before = "X = 1\n",
+                                       .names = {"X", "1Y", "Z"}}),
+                             rejected({.name = "EmptyValues", .values = ",", .before = "X = 1\n", .names = {"", ""}}),
+                             rejected({.name = "ServerAfterANewlineInARemoval",
+                                       .values = "X_VERBOSE\nSERVER=-1",
+                                       .before = "X = 1\n",
+                                       .names = {"X_VERBOSE\nSERVER"},
+                                       .log = {said(detail, "Removing 'X_VERBOSE\nSERVER' from qr.conf")}}),
                          }),
-                         name_of_logging_row);
+                         name_of_row);
 
 class MainConfigurationFile : public ProductTest {};
 
-TEST_F(MainConfigurationFile, IsChangedAlikeByEveryAction) {
+TEST_F(MainConfigurationFile, ChangesInTheSameWayForEveryAction) {
     for (const std::string word : {"ENABLELOGGING", "DISABLELOGGING", "RESETLOGGING"}) {
         write_file(main_configuration, "SERVER = localhost\nA_VERBOSE = 1\n");
         EXPECT_EQ(run_agent({word, "QRCONF:A_VERBOSE=-1,B"}).output(),
@@ -219,29 +223,29 @@ TEST_F(MainConfigurationFile, IsChangedAlikeByEveryAction) {
     }
 }
 
-// What an earlier argument wrote is not read again: the verbosity is that of the agent's start.
+// The agent reads the verbosity when it starts, and not again after an earlier argument has written it.
 TEST_F(MainConfigurationFile, IsReadOnceForAllArgumentsOfARequest) {
     write_file(main_configuration, "SERVER = localhost\nVERBOSE = 3\n");
     const AgentRun run = run_agent({"RESETLOGGING", "QRCONF:VERBOSE=0", "QRCONF:X_VERBOSE=-1"});
     EXPECT_EQ(read_file(main_configuration), "SERVER = localhost\nVERBOSE = 0\nX_VERBOSE = -1\n");
-    EXPECT_THAT(run.log, testing::Not(LogHas(said(2, "current global VERBOSE=0"))));
+    EXPECT_THAT(run.log, testing::Not(LogHas(said(detail, "current global VERBOSE=0"))));
 }
 
-TEST_F(MainConfigurationFile, ThatCannotBeLockedIsAFailureOfEveryLineAndOfTheRequest) {
+TEST_F(MainConfigurationFile, FailsEveryLineAndTheRequestWhenItCannotBeLocked) {
     make_folder(main_configuration + ".lock");
     const AgentRun run = run_agent({"ENABLELOGGING", "QRCONF:A,B=2"});
-    // The status line tells the same status in the same words.
+    // The status line has the same status and text.
     const std::string text = run.status_line().substr(std::string("EXIT STATUS 6021 ").size());
     const std::string outcome =
         " STATUS=1 MSG=qr.conf update failed (RV=6021 " + text.substr(0, text.size() - 1) + ")\n";
     EXPECT_THAT(text, testing::EndsWith("Is a directory\n"));
     EXPECT_EQ(run.output(), "PROCESS=QRCONF:A" + outcome + "PROCESS=QRCONF:B" + outcome);
     EXPECT_EQ(run.status(), 6021);
-    EXPECT_THAT(run.log, LogHas(said(16, "PROCESS=QRCONF:B" + outcome)));
+    EXPECT_THAT(run.log, LogHas(said(error, "PROCESS=QRCONF:B" + outcome)));
     EXPECT_EQ(read_file(main_configuration), "SERVER = localhost\n");
 }
 
-TEST_F(MainConfigurationFile, WhoseNewFilesNameIsTakenIsAFailureThatSaysSo) {
+TEST_F(MainConfigurationFile, ReportsThatTheNameOfTheNewFileIsTaken) {
     make_folder("/usr/kumel/zembrath/.qr.conf.new");
     const AgentRun run = run_agent({"ENABLELOGGING", "QRCONF:A"});
     EXPECT_EQ(
@@ -254,7 +258,7 @@ TEST_F(MainConfigurationFile, WhoseNewFilesNameIsTakenIsAFailureThatSaysSo) {
     EXPECT_EQ(read_file(main_configuration), "SERVER = localhost\n");
 }
 
-TEST_F(MainConfigurationFile, BehindALinkIsReplacedWhereTheLinkLeads) {
+TEST_F(MainConfigurationFile, IsReplacedWhereALinkToItLeads) {
     const std::string real = "/usr/kumel/elsewhere/real.conf";
     write_file(real, "SERVER = localhost\n");
     remove_tree(main_configuration);

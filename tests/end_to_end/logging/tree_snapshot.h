@@ -1,4 +1,4 @@
-// All that a logging request could change, for telling what it did change.
+// Every file that a logging request could change, to see what it did change.
 #pragma once
 
 #include <sys/types.h>
@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-// The files below /usr/kumel, /opt and /tmp, and /etc/rkregistry.cfg, as they are now; the agent's own log is left out.
+// The files below /usr/kumel, /opt and /tmp, and /etc/rkregistry.cfg, as they are now, without the agent's own log.
 class TreeSnapshot {
   public:
     TreeSnapshot();
 
-    // Returns the paths that came, went or changed: another file of the same name, another text, mode or owner.
+    // Returns the paths that were made, removed or changed: another file with the name, another text, mode or owner.
     [[nodiscard]] std::vector<std::string> changes_since(const TreeSnapshot& earlier) const;
 
   private:
@@ -21,7 +21,7 @@ class TreeSnapshot {
         mode_t mode = 0;
         uid_t user = 0;
         gid_t group = 0;
-        // What a file holds, or what a link points to.
+        // The text of a file, or the target of a link.
         std::string text;
 
         bool operator==(const Entry&) const = default;

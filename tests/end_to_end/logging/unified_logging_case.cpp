@@ -1,8 +1,12 @@
 #include "tests/end_to_end/logging/unified_logging_case.h"
 
+#include <ostream>
+
 namespace unified_logging {
 
 namespace {
+
+using log_level::detail;
 
 constexpr const char* tag = "process_ktul_loglevel";
 
@@ -15,9 +19,13 @@ std::string store_of(const std::string& argument) {
 
 }  // namespace
 
-LoggingCase row_of(const StoreChange& change) {
+std::ostream& operator<<(std::ostream& out, const StoreChange& change) {
+    return out << change.name;
+}
+
+RequestCase row_of(const StoreChange& change) {
     const std::string path = store_of(change.argument);
-    LoggingCase row = {.name = change.name,
+    RequestCase row = {.name = change.name,
                        .request = {"ENABLELOGGING", change.argument},
                        .status = change.status,
                        .log = change.defaults};
@@ -39,14 +47,14 @@ LogLine said(int level, const std::string& text) {
 }
 
 std::vector<LogLine> defaults(int debug, int diagnostic) {
-    return {said(2, "Default DbgLvl=" + std::to_string(debug) + " DiagLvl=" + std::to_string(diagnostic))};
+    return {said(detail, "Default DbgLvl=" + std::to_string(debug) + " DiagLvl=" + std::to_string(diagnostic))};
 }
 
 std::vector<LogLine> current(const std::string& product_and_originator, int debug, int diagnostic,
                              const std::vector<LogLine>& more) {
     const std::string of = "Current setting " + product_and_originator;
-    std::vector<LogLine> lines = {said(2, of + " DbgLvl=" + std::to_string(debug)),
-                                  said(2, of + " DiagLvl=" + std::to_string(diagnostic))};
+    std::vector<LogLine> lines = {said(detail, of + " DbgLvl=" + std::to_string(debug)),
+                                  said(detail, of + " DiagLvl=" + std::to_string(diagnostic))};
     lines.insert(lines.end(), more.begin(), more.end());
     return lines;
 }

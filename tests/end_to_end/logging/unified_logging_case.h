@@ -1,6 +1,7 @@
-// What the tables of the unified logging categories share.
+// Rows for the tables of the unified logging categories.
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 
 #include "tests/end_to_end/logging/logging_case.h"
@@ -9,30 +10,32 @@ namespace unified_logging {
 
 inline const std::string store = "/usr/kumel/ktul/51216.conf";
 
-// A request for one category and what becomes of the store file of its product.
+// A request for one category, and the store file of its product.
 struct StoreChange {
     std::string name;
     std::string argument;
-    // The store file; none when there is no such file.
+    // The store file before the request; nothing if it is missing.
     std::optional<std::string> before = std::nullopt;
-    // The store file afterwards; none when it is not written anew.
+    // The store file afterwards; nothing if it is not rewritten.
     std::optional<std::string> after = std::nullopt;
-    // What the log tells of the product's defaults.
+    // The log lines about the defaults of the product.
     std::vector<LogLine> defaults = {};
     std::vector<Outcome> outcomes = {};
     int status = 0;
-    // Whether a file that is not written anew was locked, to see whether anything changes.
+    // Whether the request locks a file that it does not rewrite.
     bool locked = false;
 };
 
-[[nodiscard]] LoggingCase row_of(const StoreChange& change);
+std::ostream& operator<<(std::ostream& out, const StoreChange& change);
 
-// A message of the handler.
+[[nodiscard]] RequestCase row_of(const StoreChange& change);
+
+// A log line of the handler.
 [[nodiscard]] LogLine said(int level, const std::string& text);
 
 [[nodiscard]] std::vector<LogLine> defaults(int debug, int diagnostic);
 
-// The levels of an originator before the change, and more that is said.
+// The log lines about the levels of an originator before the change, followed by more lines.
 [[nodiscard]] std::vector<LogLine> current(const std::string& product_and_originator, int debug, int diagnostic,
                                            const std::vector<LogLine>& more = {});
 

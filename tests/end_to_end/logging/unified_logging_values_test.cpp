@@ -1,10 +1,14 @@
-// Categories ZMKTUL, QPKTUL and SEARCHKTUL: what a value may look like, and what can fail.
+// Categories ZMKTUL, QPKTUL and SEARCHKTUL: the forms of a value, and failures.
 #include "tests/end_to_end/logging/unified_logging_case.h"
 #include "tests/support/log_matchers.h"
 #include "tests/support/product_test.h"
 #include "tests/support/test_files.h"
 
 namespace {
+
+using log_level::detail;
+using log_level::error;
+using log_level::information;
 
 using unified_logging::current;
 using unified_logging::defaults;
@@ -15,15 +19,11 @@ using unified_logging::StoreChange;
 
 class UnifiedLoggingValue : public testing::TestWithParam<StoreChange> {};
 
-TEST_P(UnifiedLoggingValue, Row) {
-    check(row_of(GetParam()));
+TEST_P(UnifiedLoggingValue, AnswersLogsAndChangesFiles) {
+    check_logging(row_of(GetParam()));
 }
 
-std::string name_of_change(const testing::TestParamInfo<StoreChange>& row) {
-    return row.param.name;
-}
-
-// Outcomes of originators of the product 51216 that have no entries of their own, and of 112 neither.
+// Outcomes for originators of the product 51216. Neither they nor 112 have entries.
 Outcome set(const std::string& originator, const std::string& level) {
     return {"PROCESS=ZMKTUL:" + originator + " STATUS=0 MSG=DEBUG:" + originator + "=1," + originator + "=" + level +
                 " DIAG:" + originator + "=6," + originator + "=6\n",
@@ -32,13 +32,13 @@ Outcome set(const std::string& originator, const std::string& level) {
 
 Outcome left(const std::string& originator) {
     Outcome outcome = set(originator, "1");
-    outcome.log.push_back(said(4, "No change required PID=51216 OID=" + originator + " [1, 6]"));
+    outcome.log.push_back(said(information, "No change required PID=51216 OID=" + originator + " [1, 6]"));
     return outcome;
 }
 
-Outcome refused(const std::string& originator, const std::string& level) {
+Outcome rejected(const std::string& originator, const std::string& level) {
     return {"PROCESS=ZMKTUL:" + originator + " STATUS=1 MSG=failed to set debug level RV=22 LVL=" + level + "\n",
-            current("P=51216 O=" + originator, 1, 6), 16};
+            current("P=51216 O=" + originator, 1, 6), error};
 }
 
 Outcome not_loaded(const std::string& originator) {
@@ -69,12 +69,12 @@ INSTANTIATE_TEST_SUITE_P(
                {set("0", "6"),
                 {"PROCESS=ZMKTUL:0 STATUS=0 MSG=DEBUG:0=6,0=1 "
                  "DIAG:0=6,0=6\n",
-                 current("P=51216 O=0", 6, 6, {said(2, "Removing '0.DebugLevel' line")})}},
+                 current("P=51216 O=0", 6, 6, {said(detail, "Removing '0.DebugLevel' line")})}},
                ""),
         values("TheLeadingDigitsCount", "111x=4y", {set("111", "4")}, "111.DebugLevel=4\n"),
-        values("BlanksBeforeANumberDoNotCount", " 111=\t5", {set("111", "5")}, "111.DebugLevel=5\n"),
-        values("APlusSignMayBeginANumber", "+111=+5", {set("111", "5")}, "111.DebugLevel=5\n"),
-        values("NumbersAreDecimal", "0111=010", {refused("111", "10")}, std::nullopt),
+        values("SpacesBeforeANumberAreSkipped", " 111=\t5", {set("111", "5")}, "111.DebugLevel=5\n"),
+        values("ANumberMayBeginWithAPlusSign", "+111=+5", {set("111", "5")}, "111.DebugLevel=5\n"),
+        values("NumbersAreDecimal", "0111=010", {rejected("111", "10")}, std::nullopt),
         values("HexadecimalDigitsAreText", "0x6F=0x5", {set("0", "0")}, "0.DebugLevel=0\n"),
         values("TheFirstEqualsSignSplits", "111=4=5", {set("111", "4")}, "111.DebugLevel=4\n"),
         values("AnOriginatorIsKeptIn32Bits", "4294967407=3", {set("111", "3")}, "111.DebugLevel=3\n"),
@@ -84,13 +84,13 @@ INSTANTIATE_TEST_SUITE_P(
         values("ANegativeOriginatorIsTheLargestOne", "-1=3", {set("-1", "3")}, "4294967295.DebugLevel=3\n"),
         values("AnOriginatorBeyond64BitsIsTheLargestOne", "99999999999999999999=3", {set("-1", "3")},
                "4294967295.DebugLevel=3\n"),
-        values("ALevelBeyond64BitsIsMinusOne", "111=99999999999999999999", {refused("111", "-1")}, std::nullopt),
+        values("ALevelBeyond64BitsIsMinusOne", "111=99999999999999999999", {rejected("111", "-1")}, std::nullopt),
         values("ALevelBelow64BitsIsZero", "111=-99999999999999999999", {set("111", "0")}, "111.DebugLevel=0\n"),
         values("EveryValueIsProcessedInOrder", "117=2,111=3,117=1,113=1",
                {set("117", "2"),
                 set("111", "3"),
                 {"PROCESS=ZMKTUL:117 STATUS=0 MSG=DEBUG:117=2,117=1 DIAG:117=6,117=6\n",
-                 current("P=51216 O=117", 2, 6, {said(2, "Removing '117.DebugLevel' line")})},
+                 current("P=51216 O=117", 2, 6, {said(detail, "Removing '117.DebugLevel' line")})},
                 left("113")},
                "111.DebugLevel=3\n"),
         values(
@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
             "10.DebugLevel=0\n12.DebugLevel=2\n13.DebugLevel=3\n14.DebugLevel=4\n15.DebugLevel=5\n16.DebugLevel=6\n"),
         values("NothingIsWrittenWhenTheLevelsAreRight", "111=1", {left("111")}, std::nullopt),
     }),
-    name_of_change);
+    name_of_row);
 
 StoreChange bad_entry(const std::string& name, const std::string& line) {
     return {.name = name,
@@ -115,54 +115,54 @@ INSTANTIATE_TEST_SUITE_P(BadEntry, UnifiedLoggingValue,
                              bad_entry("Text", "111.DebugLevel=high"),
                              bad_entry("Empty", "111.DebugLevel="),
                              bad_entry("DiagnosticLevel", "111.DiagnosticLevel=x"),
-                             bad_entry("LeadingBlank", "111.DebugLevel= 1"),
-                             bad_entry("TrailingBlank", "111.DebugLevel=1 "),
+                             bad_entry("LeadingSpace", "111.DebugLevel= 1"),
+                             bad_entry("TrailingSpace", "111.DebugLevel=1 "),
                              bad_entry("CarriageReturn", "111.DebugLevel=1\r"),
                              bad_entry("TooLarge", "111.DebugLevel=2147483648"),
                              bad_entry("TooSmall", "111.DebugLevel=-2147483649"),
                              bad_entry("BesideAGoodOne", "111.DebugLevel=1\n111.DebugLevel=x"),
                          }),
-                         name_of_change);
+                         name_of_row);
 
 const std::vector<StoreChange> failures = {
     {.name = "AStoreThatIsMissingIsNotCreated",
      .argument = "ZMKTUL:111,117",
      .outcomes = {not_loaded("111"), not_loaded("117")},
      .status = 5772},
-    {.name = "ALaterGoodValueIsProcessedAndDoesNotMendTheStatus",
+    {.name = "ALaterGoodValueIsProcessedButKeepsTheFailedStatus",
      .argument = "ZMKTUL:111,117=3",
      .before = "111.DebugLevel=x\n",
      .after = "111.DebugLevel=x\n117.DebugLevel=3\n",
      .defaults = defaults(1, 6),
      .outcomes = {not_loaded("111"), set("117", "3")},
      .status = 5772},
-    {.name = "AnEarlierGoodValueDoesNotMendTheStatus",
+    {.name = "AnEarlierGoodValueKeepsTheFailedStatus",
      .argument = "ZMKTUL:117=3,111",
      .before = "111.DebugLevel=x\n",
      .after = "111.DebugLevel=x\n117.DebugLevel=3\n",
      .defaults = defaults(1, 6),
      .outcomes = {set("117", "3"), not_loaded("111")},
      .status = 5772},
-    {.name = "ARefusedLevelSkipsTheWriteAndIsNoFailureOfTheRequest",
+    {.name = "ARejectedLevelFailsOnlyItsLine",
      .argument = "ZMKTUL:111=7,117=3",
      .before = "111.DiagnosticLevel=4\n",
      .after = "111.DiagnosticLevel=4\n117.DebugLevel=3\n",
      .defaults = defaults(1, 6),
      .outcomes = {{"PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level RV=22 LVL=7\n",
-                   current("P=51216 O=111", 1, 4), 16},
+                   current("P=51216 O=111", 1, 4), error},
                   set("117", "3")}},
-    {.name = "ANegativeLevelIsRefused",
+    {.name = "ANegativeLevelIsRejected",
      .argument = "ZMKTUL:111=-1",
      .before = "",
      .defaults = defaults(1, 6),
-     .outcomes = {refused("111", "-1")}},
-    {.name = "ALevelThatIsNotSetCannotBeRefused",
+     .outcomes = {rejected("111", "-1")}},
+    {.name = "ALevelThatIsNotSetCannotBeRejected",
      .argument = "ZMKTUL:111=7",
      .before = "111.DebugLevel=7\n111.DiagnosticLevel=4\n",
      .after = "111.DebugLevel=7\n",
      .defaults = defaults(1, 6),
      .outcomes = {{"PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=7,111=7 DIAG:111=4,111=6\n",
-                   current("P=51216 O=111", 7, 4, {said(2, "Removing '111.DiagnosticLevel' line")})}}},
+                   current("P=51216 O=111", 7, 4, {said(detail, "Removing '111.DiagnosticLevel' line")})}}},
     {.name = "AnyNumberInTheStoreIsAccepted",
      .argument = "ZMKTUL:111=2",
      .before = "111.DebugLevel=-2147483648\n112.DebugLevel=2147483647\n",
@@ -170,18 +170,18 @@ const std::vector<StoreChange> failures = {
      .defaults = defaults(2147483647, 6),
      .outcomes = {{"PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=-2147483648,111=2 DIAG:111=6,111=6\n",
                    current("P=51216 O=111", -2147483648, 6)}}},
-    // They are then thought to be 1 and 6, though the one that is a number goes on being effective.
-    {.name = "DefaultsThatCannotBeReadAreNotTold",
+    // The agent then assumes 1 and 6, although the product still uses the default that is a number.
+    {.name = "DefaultsThatCannotBeReadAreNotLogged",
      .argument = "ZMKTUL:111=1",
      .before = "112.DebugLevel=x\n112.DiagnosticLevel=4\n",
      .outcomes = {{"PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=1,111=1 DIAG:111=4,111=6\n",
-                   current("P=51216 O=111", 1, 4, {said(2, "Removing '111.DiagnosticLevel' line")})}},
+                   current("P=51216 O=111", 1, 4, {said(detail, "Removing '111.DiagnosticLevel' line")})}},
      .locked = true},
 };
 
-INSTANTIATE_TEST_SUITE_P(Failures, UnifiedLoggingValue, testing::ValuesIn(failures), name_of_change);
+INSTANTIATE_TEST_SUITE_P(Failures, UnifiedLoggingValue, testing::ValuesIn(failures), name_of_row);
 
-// The originator whose diagnostic level is nobody's business is told to have level 6 all the same.
+// The agent never changes the diagnostic level of originator 156, and still reports level 6 for it.
 const std::vector<StoreChange> originator_156 = {
     {.name = "ItsDiagnosticEntryIsNotRemoved",
      .argument = "ZMKTUL:156=0",
@@ -208,10 +208,10 @@ const std::vector<StoreChange> originator_156 = {
      .after = "",
      .defaults = defaults(1, 6),
      .outcomes = {{"PROCESS=ZMKTUL:156 STATUS=0 MSG=DEBUG:156=3,156=1 DIAG:156=6,156=6\n",
-                   current("P=51216 O=156", 3, 6, {said(2, "Removing '156.DebugLevel' line")})}}},
+                   current("P=51216 O=156", 3, 6, {said(detail, "Removing '156.DebugLevel' line")})}}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Originator156, UnifiedLoggingValue, testing::ValuesIn(originator_156), name_of_change);
+INSTANTIATE_TEST_SUITE_P(Originator156, UnifiedLoggingValue, testing::ValuesIn(originator_156), name_of_row);
 
 StoreChange other_lines(const std::string& name, const std::string& text, const std::string& kept) {
     return {.name = name,
@@ -235,11 +235,11 @@ INSTANTIATE_TEST_SUITE_P(
         other_lines("MayHoldAnyBytes", std::string("a\0b\r\n\xff\x01\n", 8), std::string("a\0b\r\n\xff\x01\n", 8)),
         other_lines("MayBeBadEntriesOfOtherOriginators", "117.DebugLevel=x\n", "117.DebugLevel=x\n"),
     }),
-    name_of_change);
+    name_of_row);
 
 class UnifiedLoggingStore : public ProductTest {};
 
-TEST_F(UnifiedLoggingStore, ThatCannotBeLockedIsAFailureOfTheLineAlone) {
+TEST_F(UnifiedLoggingStore, FailsOnlyTheLineWhenItCannotBeLocked) {
     write_file(store, "111.DebugLevel=2\n");
     make_folder(store + ".lock");
     const AgentRun run = run_agent({"ENABLELOGGING", "ZMKTUL:111=3,111"});
@@ -247,21 +247,22 @@ TEST_F(UnifiedLoggingStore, ThatCannotBeLockedIsAFailureOfTheLineAlone) {
               "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=21 LVL=3\n"
               "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=21 LVL=6\n");
     EXPECT_EQ(run.status(), 0);
-    EXPECT_THAT(run.log, LogHas(said(16, "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=21 LVL=3\n")));
+    EXPECT_THAT(run.log, LogHas(said(error, "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=21 LVL=3\n")));
     EXPECT_EQ(read_file(store), "111.DebugLevel=2\n");
 }
 
-TEST_F(UnifiedLoggingStore, BehindALinkIsReplacedWhereTheLinkLeads) {
+TEST_F(UnifiedLoggingStore, IsReplacedWhereALinkToItLeads) {
     const std::string real = "/usr/kumel/elsewhere/real.conf";
     write_file(real, "111.DebugLevel=2\n");
     make_link(real, store);
-    check_in_place({.name = "",
-                    .request = {"DISABLELOGGING", "ZMKTUL:111=1"},
-                    .answer = {"PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=2,111=1 DIAG:111=6,111=6\n"},
-                    .log = {defaults(1, 6)[0], current("P=51216 O=111", 2, 6)[0], current("P=51216 O=111", 2, 6)[1],
-                            said(2, "Removing '111.DebugLevel' line"),
-                            said(4, "PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=2,111=1 DIAG:111=6,111=6\n")},
-                    .after = {file(real, ""), lock_of(store), lock_of(real)}});
+    check_logging_in_place(
+        {.name = "",
+         .request = {"DISABLELOGGING", "ZMKTUL:111=1"},
+         .answer = {"PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=2,111=1 DIAG:111=6,111=6\n"},
+         .log = {defaults(1, 6)[0], current("P=51216 O=111", 2, 6)[0], current("P=51216 O=111", 2, 6)[1],
+                 said(detail, "Removing '111.DebugLevel' line"),
+                 said(information, "PROCESS=ZMKTUL:111 STATUS=0 MSG=DEBUG:111=2,111=1 DIAG:111=6,111=6\n")},
+         .after = {file(real, ""), lock_of(store), lock_of(real)}});
 }
 
 TEST_F(UnifiedLoggingStore, KeepsItsModeAndIsLockedByAPrivateFile) {

@@ -3,23 +3,26 @@
 
 namespace {
 
+using log_level::error;
+using log_level::information;
+
 const std::string vm_conf = "/usr/kumel/volmgr/vm.conf";
 const std::string copy_of_vm_conf = vm_conf + ".new";
 const std::string done = "PROCESS=VMCONF:daemon1 STATUS=0 MSG=Set debug logging\n";
 
 LogLine said(const std::string& line) {
-    return logged(4, "process_vmconf", line);
+    return logged(information, "process_vmconf", line);
 }
 
 LogLine set_failed(const std::string& text) {
-    return {16, "set_parameter_value", text};
+    return {error, "set_parameter_value", text};
 }
 
 LogLine unset_failed(const std::string& text) {
-    return {16, "unset_parameter", text};
+    return {error, "unset_parameter", text};
 }
 
-LoggingCase edit(const std::string& name, const std::string& word, const std::string& before,
+RequestCase edit(const std::string& name, const std::string& word, const std::string& before,
                  const std::string& after) {
     return {.name = name,
             .request = {word, "VMCONF:daemon1"},
@@ -29,40 +32,41 @@ LoggingCase edit(const std::string& name, const std::string& word, const std::st
             .after = {file(vm_conf, after)}};
 }
 
-LoggingCase enable(const std::string& name, const std::string& before, const std::string& after) {
+RequestCase enable(const std::string& name, const std::string& before, const std::string& after) {
     return edit(name, "ENABLELOGGING", before, after);
 }
 
-// The file has no such line, and is not touched.
-LoggingCase nothing_to_disable(const std::string& name, const std::string& word, const std::string& text) {
-    LoggingCase row = edit(name, word, text, "");
-    row.log = {{4, "unset_parameter", "Parameter VERBOSE is not set in file " + vm_conf}, said(done)};
+// The file has no such line and does not change.
+RequestCase nothing_to_disable(const std::string& name, const std::string& word, const std::string& text) {
+    RequestCase row = edit(name, word, text, "");
+    row.log = {{information, "unset_parameter", "Parameter VERBOSE is not set in file " + vm_conf}, said(done)};
     row.after = {};
     return row;
 }
 
-class VolumeManager : public LoggingTable {};
+class VolumeManager : public RequestTable {};
 
-TEST_P(VolumeManager, Row) {
-    check(GetParam());
+TEST_P(VolumeManager, AnswersLogsAndChangesFiles) {
+    check_logging(GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Enable, VolumeManager,
-    testing::ValuesIn(std::vector<LoggingCase>{
+    testing::ValuesIn(std::vector<RequestCase>{
         enable("AppendsTheLine", "A = 1\n", "A = 1\nVERBOSE\n"),
         enable("FillsAnEmptyFile", "", "VERBOSE\n"),
         enable("RewritesAFileThatHasTheLine", "A\nVERBOSE\nB\n", "A\nVERBOSE\nB\n"),
-        enable("SwitchesACommentedLineOn", "#VERBOSE\n", "VERBOSE\n"),
+        enable("UncommentsALine", "#VERBOSE\n", "VERBOSE\n"),
         enable("ReplacesTheWholeLine", "VERBOSE=2\n", "VERBOSE\n"),
         enable("ReplacesALineThatHoldsTheWordAnywhere", "  MY_VERBOSE_X = 1\n", "VERBOSE\n"),
         enable("ReplacesEveryActiveLine", "VERBOSE 1\nA\nVERBOSE 2\n", "VERBOSE\nA\nVERBOSE\n"),
         enable("LeavesCommentedLinesBesideAnActiveOne", "#VERBOSE\nVERBOSE\n# VERBOSE = 1\n",
                "#VERBOSE\nVERBOSE\n# VERBOSE = 1\n"),
-        enable("ReplacesTheFirstCommentedLineAlone", "#VERBOSE 1\n#VERBOSE 2\n", "VERBOSE\n#VERBOSE 2\n"),
-        enable("TakesATrailingRemarkForAComment", "VERBOSE # on\n", "VERBOSE\n"),
-        enable("LeavesALineWithATrailingRemarkBesideAnActiveOne", "VERBOSE # on\nVERBOSE\n", "VERBOSE # on\nVERBOSE\n"),
-        enable("LooksForCapitalsOnly", "verbose\nVerbose\n", "verbose\nVerbose\nVERBOSE\n"),
+        enable("ReplacesOnlyTheFirstCommentedLine", "#VERBOSE 1\n#VERBOSE 2\n", "VERBOSE\n#VERBOSE 2\n"),
+        enable("TreatsALineWithATrailingCommentAsCommented", "VERBOSE # on\n", "VERBOSE\n"),
+        enable("LeavesALineWithATrailingCommentBesideAnActiveOne", "VERBOSE # on\nVERBOSE\n",
+               "VERBOSE # on\nVERBOSE\n"),
+        enable("LooksOnlyForUpperCase", "verbose\nVerbose\n", "verbose\nVerbose\nVERBOSE\n"),
         enable("EndsTheLastLine", "A", "A\nVERBOSE\n"),
         enable("EndsTheLastLineThatItReplaces", "#VERBOSE", "VERBOSE\n"),
         enable("KeepsBlankLines", "\n \n\t\n\n", "\n \n\t\n\nVERBOSE\n"),
@@ -70,22 +74,22 @@ INSTANTIATE_TEST_SUITE_P(
         enable("WritesItsOwnLineWithoutACarriageReturn", "A\r\nVERBOSE\r\n", "A\r\nVERBOSE\n"),
         enable("KeepsBytesThatAreNotText", std::string("a\0b\n\xff\x01\x7f\n", 8),
                std::string("a\0b\n\xff\x01\x7f\nVERBOSE\n", 16)),
-        enable("FindsTheWordBehindAZeroByte", std::string("a\0VERBOSE\nb\n", 12), "VERBOSE\nb\n"),
+        enable("FindsTheWordAfterAZeroByte", std::string("a\0VERBOSE\nb\n", 12), "VERBOSE\nb\n"),
         enable("KeepsALongLine", std::string(1'000'000, 'x'), std::string(1'000'000, 'x') + "\nVERBOSE\n"),
     }),
-    name_of_logging_row);
+    name_of_row);
 
-// Disable and reset are one.
-std::vector<LoggingCase> rows_of_disabling(const std::string& word) {
+// Disabling and resetting do the same.
+std::vector<RequestCase> rows_of_disabling(const std::string& word) {
     return {
-        edit("CommentsTheLineOut", word, "A\nVERBOSE\nB\n", "A\n#VERBOSE\nB\n"),
+        edit("CommentsOutTheLine", word, "A\nVERBOSE\nB\n", "A\n#VERBOSE\nB\n"),
         edit("CommentsOutEveryLineThatBeginsWithTheWord", word, "VERBOSE_X = 1\nA\nVERBOSE\nVERBOSE\n",
              "#VERBOSE_X = 1\nA\n#VERBOSE\n#VERBOSE\n"),
         edit("LeavesLinesWithTheWordElsewhere", word, " VERBOSE\n#VERBOSE\nMY_VERBOSE\nVERBOSE\n",
              " VERBOSE\n#VERBOSE\nMY_VERBOSE\n#VERBOSE\n"),
         edit("EndsTheLastLine", word, "A\nVERBOSE", "A\n#VERBOSE\n"),
         edit("KeepsCarriageReturns", word, "A\r\nVERBOSE\r\n", "A\r\n#VERBOSE\r\n"),
-        edit("KeepsATrailingRemark", word, "VERBOSE # on\n", "#VERBOSE # on\n"),
+        edit("KeepsATrailingComment", word, "VERBOSE # on\n", "#VERBOSE # on\n"),
         edit("KeepsBytesThatAreNotText", word, std::string("a\0\n\xff\nVERBOSE\0x\n", 15),
              std::string("a\0\n\xff\n#VERBOSE\0x\n", 16)),
         nothing_to_disable("LeavesAFileWhereTheLineIsCommented", word, "#VERBOSE\nA = 1\n"),
@@ -95,14 +99,12 @@ std::vector<LoggingCase> rows_of_disabling(const std::string& word) {
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(Disable, VolumeManager, testing::ValuesIn(rows_of_disabling("DISABLELOGGING")),
-                         name_of_logging_row);
-INSTANTIATE_TEST_SUITE_P(Reset, VolumeManager, testing::ValuesIn(rows_of_disabling("RESETLOGGING")),
-                         name_of_logging_row);
+INSTANTIATE_TEST_SUITE_P(Disable, VolumeManager, testing::ValuesIn(rows_of_disabling("DISABLELOGGING")), name_of_row);
+INSTANTIATE_TEST_SUITE_P(Reset, VolumeManager, testing::ValuesIn(rows_of_disabling("RESETLOGGING")), name_of_row);
 
-// One line for each entry, whatever the entry says.
-LoggingCase entries(const std::string& name, const std::string& argument, const std::vector<std::string>& answer) {
-    LoggingCase row = enable(name, "A\n", "A\nVERBOSE\n");
+// One response line for each entry, with any text.
+RequestCase entries(const std::string& name, const std::string& argument, const std::vector<std::string>& answer) {
+    RequestCase row = enable(name, "A\n", "A\nVERBOSE\n");
     row.request = {"ENABLELOGGING", argument};
     row.answer = answer;
     row.log.clear();
@@ -113,8 +115,8 @@ LoggingCase entries(const std::string& name, const std::string& argument, const 
 }
 
 INSTANTIATE_TEST_SUITE_P(Entries, VolumeManager,
-                         testing::ValuesIn(std::vector<LoggingCase>{
-                             entries("OneChangeForTwoEntries", "VMCONF:daemon1,daemon2",
+                         testing::ValuesIn(std::vector<RequestCase>{
+                             entries("ShareOneChange", "VMCONF:daemon1,daemon2",
                                      {"PROCESS=VMCONF:daemon1 STATUS=0 MSG=Set debug logging\n",
                                       "PROCESS=VMCONF:daemon2 STATUS=0 MSG=Set debug logging\n"}),
                              entries("AreNotInterpreted", "VMCONF:a=1,,%s%n,b c",
@@ -124,17 +126,17 @@ INSTANTIATE_TEST_SUITE_P(Entries, VolumeManager,
                                       "PROCESS=VMCONF:b c STATUS=0 MSG=Set debug logging\n"}),
                              entries("MayHoldANewline", "VMCONF:a\nb",
                                      {"PROCESS=VMCONF:a\nb STATUS=0 MSG=Set debug logging\n"}),
-                             entries("MayBeTwiceTheSame", "VMCONF:a,a",
+                             entries("MayRepeat", "VMCONF:a,a",
                                      {"PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\n",
                                       "PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\n"}),
                          }),
-                         name_of_logging_row);
+                         name_of_row);
 
 const std::string not_found = "Could not open file " + vm_conf + " E=2 (No such file or directory)";
 const std::string no_copy = "Could not open file " + copy_of_vm_conf + " for writing E=21 (Is a directory)";
 const std::string no_rename = "Failed to rename " + copy_of_vm_conf + " to " + vm_conf + " E=21 (Is a directory)";
 
-LoggingCase failure(const std::string& name, const std::string& word, const std::vector<FileState>& before,
+RequestCase failure(const std::string& name, const std::string& word, const std::vector<FileState>& before,
                     const LogLine& message) {
     const std::string status = word == "ENABLELOGGING" ? "5803" : "5804";
     const std::string line = "PROCESS=VMCONF:daemon1 STATUS=" + status + " MSG=" + message.text + "\n";
@@ -145,22 +147,22 @@ LoggingCase failure(const std::string& name, const std::string& word, const std:
             .log = {message, said(line)}};
 }
 
-LoggingCase two_entries(LoggingCase row) {
+RequestCase two_entries(RequestCase row) {
     row.request[1] += ",daemon2";
-    row.answer.push_back("PROCESS=VMCONF:daemon2" + row.answer[0].substr(row.answer[0].find(" STATUS")));
-    row.log.push_back(said(row.answer[1]));
+    row.answer += "PROCESS=VMCONF:daemon2" + row.answer.lines()[0].substr(row.answer.lines()[0].find(" STATUS"));
+    row.log.push_back(said(row.answer.lines()[1]));
     return row;
 }
 
-// A folder in the file's place can be opened and has no lines; only the rename over it fails, and leaves the copy.
-LoggingCase failed_rename() {
-    LoggingCase row = failure("RenameFailsAndLeavesTheCopy", "ENABLELOGGING", {folder(vm_conf)}, set_failed(no_rename));
+// A folder in place of the file opens and has no lines. Only the rename over it fails, and the copy stays.
+RequestCase failed_rename() {
+    RequestCase row = failure("RenameFailsAndLeavesTheCopy", "ENABLELOGGING", {folder(vm_conf)}, set_failed(no_rename));
     row.after = {file(copy_of_vm_conf, "VERBOSE\n")};
     return row;
 }
 
 INSTANTIATE_TEST_SUITE_P(Failure, VolumeManager,
-                         testing::ValuesIn(std::vector<LoggingCase>{
+                         testing::ValuesIn(std::vector<RequestCase>{
                              two_entries(failure("EnableNeedsTheFile", "ENABLELOGGING", {}, set_failed(not_found))),
                              two_entries(failure("DisableNeedsTheFile", "DISABLELOGGING", {}, unset_failed(not_found))),
                              failure("ResetNeedsTheFile", "RESETLOGGING", {}, unset_failed(not_found)),
@@ -172,28 +174,28 @@ INSTANTIATE_TEST_SUITE_P(Failure, VolumeManager,
                                      {file(vm_conf, "VERBOSE\n"), folder(copy_of_vm_conf)}, unset_failed(no_copy)),
                              failed_rename(),
                          }),
-                         name_of_logging_row);
+                         name_of_row);
 
-LoggingCase with(LoggingCase row, const FileState& state) {
+RequestCase with(RequestCase row, const FileState& state) {
     row.before.push_back(state);
     return row;
 }
 
-LoggingCase through_a_link() {
-    LoggingCase row = enable("ReplacesALinkByAFile", "", "A\nVERBOSE\n");
+RequestCase through_a_link() {
+    RequestCase row = enable("ReplacesALinkByAFile", "", "A\nVERBOSE\n");
     row.before = {file("/usr/kumel/real.conf", "A\n"), soft_link(vm_conf, "/usr/kumel/real.conf")};
     return row;
 }
 
-LoggingCase over_a_stale_copy() {
-    LoggingCase row = with(enable("EmptiesAStaleCopy", "A\n", "A\nVERBOSE\n"),
+RequestCase over_a_stale_copy() {
+    RequestCase row = with(enable("EmptiesAStaleCopy", "A\n", "A\nVERBOSE\n"),
                            file(copy_of_vm_conf, "stale, and longer than the new text\n"));
     row.after.push_back(missing(copy_of_vm_conf));
     return row;
 }
 
 INSTANTIATE_TEST_SUITE_P(Copy, VolumeManager,
-                         testing::ValuesIn(std::vector<LoggingCase>{
+                         testing::ValuesIn(std::vector<RequestCase>{
                              with(nothing_to_disable("IsNotNeededWhenNothingIsToBeUnset", "DISABLELOGGING", "A\n"),
                                   folder(copy_of_vm_conf)),
                              with(nothing_to_disable("IsLeftWhenNothingIsToBeUnset", "DISABLELOGGING", "A\n"),
@@ -201,6 +203,6 @@ INSTANTIATE_TEST_SUITE_P(Copy, VolumeManager,
                              over_a_stale_copy(),
                              through_a_link(),
                          }),
-                         name_of_logging_row);
+                         name_of_row);
 
 }  // namespace
