@@ -1,15 +1,15 @@
-// Bounded formatted prints. Log lines, response lines and paths have fixed sizes that peers and tools rely on.
+// Text that is cut to the size of a buffer. Log lines, response lines and paths have fixed sizes, on which peers and
+// tools rely.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
-// The size of the largest buffer that any line or path has.
+// The size of the largest buffer for a line or path.
 inline constexpr std::size_t largest_text = 2048;
 
-// Formats as into a character buffer of `size` bytes, 1 to largest_text: at most size - 1 of them are text, what is
-// longer is cut.
+// Formats like printf and cuts the result to `size` - 1 bytes. `size` is 1 to largest_text.
 std::string bounded_print(std::size_t size, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-// Returns what fits of `text` into a character buffer of `size` bytes: its first size - 1 bytes at most.
+// Returns at most the first `size` - 1 bytes of the text.
 std::string bounded_copy(std::size_t size, const std::string& text);

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Returns false where the system does not allow it. That a number is not open is no failure.
+// Returns false if the system does not allow it. A number that is not an open descriptor counts as success.
 bool keep_from_programs(int fd) {
     return fcntl(fd, F_SETFD, FD_CLOEXEC) == 0 || errno == EBADF;
 }
@@ -25,8 +25,8 @@ int descriptor_named(const char* name) {
     return fd;
 }
 
-// Returns whether the listing could be believed. One that does not list the descriptor it is read from is not this
-// process's, as where /proc is an ordinary folder.
+// Returns whether the listing can be trusted. A listing that lacks the descriptor from which it is read is not that of
+// this process: /proc may be an ordinary folder.
 bool keep_listed_from_programs(int first) {
     const Directory listing(opendir("/proc/self/fd"));
     if (!listing) {
@@ -43,9 +43,9 @@ bool keep_listed_from_programs(int first) {
     return lists_itself;
 }
 
-// Tries every number that a descriptor is likely to have. The soft limit says little: descriptors stay open above a
-// limit that is lowered later. The hard limit can be a billion, which would take minutes; 2^20 is the kernel's default
-// for the highest hard limit of all.
+// Tries every number that a descriptor is likely to have. The soft limit is no bound: descriptors stay open above a
+// limit that is lowered later. The hard limit can be a billion, which would take minutes, so the loop ends at 2^20, the
+// kernel's default for the highest hard limit.
 void keep_possible_from_programs(int first) {
     constexpr rlim_t fewest = rlim_t{1} << 16;
     constexpr rlim_t most = rlim_t{1} << 20;
@@ -59,7 +59,7 @@ void keep_possible_from_programs(int first) {
 }  // namespace
 
 void keep_descriptors_from_programs(int first) {
-    // Linux 5.11 marks them all in one call; earlier kernels do not know the flag, or not even the call.
+    // Linux 5.11 and later mark them all in one call. Earlier kernels lack the flag or the call.
     if (close_range(static_cast<unsigned>(first), ~0U, CLOSE_RANGE_CLOEXEC) == 0 || keep_listed_from_programs(first)) {
         return;
     }

@@ -28,8 +28,8 @@
 
 namespace {
 
-// Leaves descriptors 0, 1 and 2 pointing at "/dev/null" and returns a private duplicate of the socket. The
-// exits are plain ones: there is no log and no peer to tell yet.
+// Points descriptors 0, 1 and 2 at "/dev/null" and returns a private duplicate of the socket. A failure ends the
+// process without a message: the log is not open and the peer not verified yet.
 Descriptor take_over_socket() {
     if (redirect_fd(STDOUT_FILENO) != 0) {
         exit(exit_status::stdout_not_redirected);
@@ -37,13 +37,13 @@ Descriptor take_over_socket() {
     if (redirect_fd(STDERR_FILENO) != 0) {
         exit(exit_status::stderr_not_redirected);
     }
-    // Not fcntl's F_DUPFD_CLOEXEC: the exit status reports the failure of dup.
+    // Not fcntl with F_DUPFD_CLOEXEC: the exit status reports that dup failed.
     Descriptor socket(dup(STDIN_FILENO));
     if (!socket.valid()) {
         exit(exit_status::socket_not_duplicated);
     }
-    // What a program that the agent runs inherits is decided where it is run: neither the socket as such, nor what the
-    // network service left open.
+    // Programs inherit neither the socket nor what the network service left open. The code that runs a program gives it
+    // what it needs.
     fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
     keep_descriptors_from_programs(STDERR_FILENO + 1);
     if (redirect_fd(STDIN_FILENO) != 0) {
@@ -52,7 +52,7 @@ Descriptor take_over_socket() {
     return socket;
 }
 
-// The log is opened whether or not the configuration could be read, so that it can tell that it could not.
+// Opens the log even if the configuration cannot be read, because the log reports that.
 void read_configuration_and_open_log() {
     constexpr int log_mode = 0666;
     const int result = ZM_read_master_config();
@@ -64,8 +64,8 @@ void read_configuration_and_open_log() {
     }
 }
 
-// Sends the final line. What the peer sent and nobody read, such as the request of a peer that is refused, is thrown
-// away then: closing the socket on it would reset the connection, and that can overtake the line.
+// Sends the final line, then reads and drops what the peer has sent, such as the request of a rejected peer. Closing a
+// socket with unread data resets the connection, and the peer could lose the line.
 void send_final_status(int status, int socket) {
     constexpr int most_reads = 256;
     std::array<char, 4096> unread;
@@ -74,7 +74,7 @@ void send_final_status(int status, int socket) {
     }
 }
 
-// Ends a process whose request never came to be known, once the peer has been told the status.
+// Reports the status to the peer and ends a process that never received a request.
 [[noreturn]] void report_and_exit(int status, int socket) {
     send_final_status(status, socket);
     myexit(status);
@@ -132,14 +132,14 @@ int main() {
     const Descriptor socket = take_over_socket();
     survive_file_size_limit();
     read_configuration_and_open_log();
-    signal(SIGPIPE, SIG_IGN);  // a closed peer is an error of the write, not the end of the process
-    signal(SIGCHLD, SIG_DFL);  // a service that ignores its children must not make the agent lose its own
+    signal(SIGPIPE, SIG_IGN);  // writing to a closed peer fails instead of ending the process
+    signal(SIGCHLD, SIG_DFL);  // the agent must be able to wait for its children, even if the service ignores its own
     verify_peer(socket.get());
     const RequestVector request = receive_request(socket.get());
     const int status = process_request(request, socket.get());
     perform_cleanup_on_failure(request[0], status);
     logmsgf(log_level::information, c_pname, "closing peer SOCK (%d) in QAS NSC=%d", socket.get(), status);
     send_final_status(status, socket.get());
-    // Unlike the early exits the status is returned as it is, and the parent sees its low eight bits.
+    // Unlike myexit, this returns the status unchanged. The parent sees its low eight bits.
     return status;
 }

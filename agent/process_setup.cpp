@@ -29,7 +29,8 @@ void myexit(int status) {
 void mywinsock_start() {}
 
 void survive_file_size_limit() {
-    // Caught and not ignored: a program inherits what is ignored, and gets the default of what is caught.
+    // Catches the signal instead of ignoring it: exec resets a caught signal to its default, but leaves an ignored one
+    // ignored.
     struct sigaction caught {};
     caught.sa_handler = [](int) {};
     caught.sa_flags = SA_RESTART;
@@ -51,7 +52,7 @@ int redirect_fd(int fd) {
         return -1;
     }
     if (dup2(null.get(), fd) == -1) {
-        // Told in the log only: a start-up that got this far goes on.
+        // Not a failure, on purpose: start-up continues.
         logmsgf(log_level::error, tag, "dup failed fd=%d new=%d", null.get(), fd);
     }
     return 0;
@@ -75,8 +76,7 @@ int setup_comms_w_client(int socket) {
         logmsgf(log_level::error, tag, "peer user info unavailable");
         return status::peer_not_root;
     }
-    // Users of another kind than the operating system's pass whatever their flags: the network layer that
-    // identified them answers for them.
+    // The network layer vouches for users of other kinds than the operating system's. They pass with any flags.
     if (user_type == operating_system_user &&
         (flags & (peer_flag::user_is_root | peer_flag::user_is_privileged)) == 0) {
         logmsgf(log_level::error, tag, "peer is not root user");

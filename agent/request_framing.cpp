@@ -17,13 +17,13 @@ constexpr int longest_argument = 2047;
 
 int receive_inputs_from_client(int socket, RequestVector& request) {
     int error = 0;
-    // Only the low 32 bits of the count are its value.
+    // The count is the low 32 bits of the number.
     const auto count = static_cast<std::int32_t>(get_long(socket, xnet_get_max_timeout(), &error));
     if (count <= 0) {
         logmsgf(log_level::error, tag, "failure receiving #args E=%d (%s)", error, strerror(error));
         return status::request_not_received;
     }
-    // The announced count is not believed for memory: only what arrives takes room.
+    // Reserves no memory for the announced count, which may be false.
     std::array<char, longest_argument + 1> buffer;
     for (std::int32_t i = 0; i != count; ++i) {
         buffer[0] = '\0';

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr std::size_t status_line_size = 512;
-constexpr int wide_buffer = 4 << 20;  // some ten thousand lines; the kernel gives what it allows
+constexpr int wide_buffer = 4 << 20;  // about ten thousand lines; the kernel may grant less
 constexpr timespec retry_pause = {.tv_sec = 0, .tv_nsec = 10'000'000};
 
 }  // namespace
@@ -24,7 +24,7 @@ int socksend(int socket, const char* text, unsigned long length) {
     constexpr const char* tag = "socksend";
     const int total = static_cast<int>(length);
     int sent = 0;
-    int attempt = 0;  // counts every write, also those that fail
+    int attempt = 0;  // counts failed writes too
     while (sent != total) {
         const ssize_t count = write(socket, text + sent, length - static_cast<unsigned long>(sent));
         ++attempt;
@@ -36,7 +36,7 @@ int socksend(int socket, const char* text, unsigned long length) {
                     strerror(EAGAIN));
             nanosleep(&retry_pause, nullptr);
         } else {
-            // EINTR too: nothing in this process catches signals, so one that gets here is not to be sat out.
+            // EINTR is fatal too: no signal handler of this process interrupts a write.
             const SystemError error;
             logmsgf(log_level::error, tag, "send failed, fatal I=%d M=%s L=%d FD=%d E=%d %s", attempt, text, total,
                     socket, error.number, error.text());

@@ -1,15 +1,15 @@
-// The way back to the peer: everything that the agent itself says goes through socksend.
+// Sends lines to the peer. Everything that the agent itself answers goes through socksend.
 #pragma once
 
-// Writes `length` bytes of `text` (which is NUL-terminated as well) to the socket, in as many writes as it
-// takes. Returns `length`, or -1 after a fatal write error, and then errno tells it and the rest is unsent.
-// Waits without limit for a peer that does not drain a non-blocking socket.
+// Writes `length` bytes of `text` to the socket, in as many writes as needed. `text` must also be NUL-terminated,
+// because it is logged. Returns `length`, or -1 with errno set after a write error, and then the rest is unsent. Waits
+// without limit while a non-blocking socket is full.
 int socksend(int socket, const char* text, unsigned long length);
 
-// Makes room for many lines in the sending buffer of a local socket, so that a peer that reads slowly does not cost a
-// pause every few hundred lines. TCP widens its buffers by itself, and would no longer do so.
+// Enlarges the send buffer of a local socket, so that a slow peer does not cause a pause every few hundred lines.
+// Leaves TCP sockets alone: the kernel enlarges their buffers itself, and would stop doing so.
 void widen_sending_buffer(int socket);
 
-// Sends the final line: "EXIT STATUS", the status, its text. Cut to 511 characters, and a line that is cut
-// loses its newline. That it could not be sent is only logged.
+// Sends the final line: "EXIT STATUS", the status and its text. A line of more than 511 characters is cut and loses its
+// newline. A failure to send is only logged.
 void qas_report_exit_status(int status, int socket);

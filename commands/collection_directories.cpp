@@ -22,8 +22,8 @@ constexpr const char* collection_prefix = "zmla";
 constexpr std::size_t default_directory_size = 1024;
 constexpr mode_t collection_mode = 0755;
 
-// Returns why the base name is not that of a collection result, "zmla-", 29 digits, "-", 6 characters; null
-// when it is.
+// Returns why the base name is not that of a collection result ("zmla-", 29 digits, "-", 6 characters), or null if it
+// is.
 const char* find_name_error(const std::string& name) {
     constexpr std::size_t middle_length = 29;
     constexpr std::size_t end_length = 6;
@@ -61,7 +61,8 @@ bool is_valid_zmladir(const std::string& directory) {
     return true;
 }
 
-// Removes one directory if its name allows that. Sets the answer, which lacks its newline; returns the status.
+// Removes one directory if its name is valid. Sets `answer` to the line for the peer, without newline. Returns the
+// status.
 int clean_up_directory(const std::string& directory, std::string& answer) {
     if (!is_valid_zmladir(directory)) {
         answer = cleanup_key::refused + directory;
@@ -116,7 +117,7 @@ int perform_cleanup_zmladir(const RequestVector& request, int socket) {
     for (std::size_t i = 1; i < request.size(); ++i) {
         std::string answer;
         result = clean_up_directory(request[i], answer);
-        // An error in the log even when all went well: a removal is to be seen there.
+        // Logged at error level even after a success, so that removals are visible.
         logmsgf(log_level::error, tag, "Cleanup result D=%s #D=%d NSC=%d M=%s", request[i].c_str(), static_cast<int>(i),
                 result, answer.c_str());
         answer += '\n';

@@ -40,14 +40,14 @@ int send_package(const std::string& path, int socket) {
     return status::success;
 }
 
-// Whether this user may examine entries of the directory: the kernel asks for the same permission to find ".".
+// Returns whether this user may examine entries of the directory. Finding "." needs the same permission.
 bool is_searchable(DIR* directory) {
     struct stat state {};
     return fstatat(dirfd(directory), ".", &state, 0) == 0;
 }
 
-// Reports one entry of a listed directory, and skips a directory. `knows_files` says that what the directory itself
-// calls a plain file needs no query. Returns as list_dir_and_send_output.
+// Reports one entry of a listed directory, unless it is a directory itself. If `knows_files` is set, a plain file needs
+// no stat: the type in `entry` is enough. Returns the status of list_dir_and_send_output.
 int list_entry(const std::string& directory, const dirent& entry, bool knows_files, int socket) {
     const std::string path = bounded_print(entry_path_size, "%s%s%s", directory.c_str(), "/", entry.d_name);
     const bool is_whole = directory.size() + 1 + strlen(entry.d_name) < entry_path_size;
@@ -55,7 +55,7 @@ int list_entry(const std::string& directory, const dirent& entry, bool knows_fil
         return send_package(path, socket);
     }
     struct stat state {};
-    // Follows links on purpose: a package may be a link to where it was really written.
+    // Follows links, because a package may be a link to a file elsewhere.
     if (stat(path.c_str(), &state) != 0) {
         const SystemError error;
         logmsgf(log_level::error, "list_dir_and_send_output", "Can't access %s rv=%d E=%d (%s)", path.c_str(),
@@ -69,8 +69,8 @@ bool exists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
 }
 
-// Sets `target` to the directory, or to its parent when only that exists. Tries one level up and no further: a
-// collection directory may not be there yet, but its parent must be.
+// Sets `target` to the directory, or to its parent if only that exists. Goes up no further: a collection directory may
+// not exist yet, but its parent must.
 bool choose_space_target(const std::string& directory, std::string& target) {
     constexpr const char* tag = "calc_free_space_send_output";
     target = directory;
@@ -104,7 +104,7 @@ int list_dir_and_send_output(std::string directory, int socket) {
     widen_sending_buffer(socket);
     const bool knows_files = is_searchable(stream.get());
     int result = status::success;
-    // A read error ends the listing as the end of the directory does.
+    // A read error ends the listing like the end of the directory.
     while (result == status::success) {
         const dirent* entry = readdir(stream.get());
         if (entry == nullptr) {
@@ -134,7 +134,7 @@ int calc_free_space_send_output(std::string directory, int socket) {
                 error.text());
         return status::directory_failed;
     }
-    // Counted in blocks of f_bsize, and free is what an unprivileged user may use.
+    // Counts in blocks of f_bsize. Free space is what an unprivileged user may use.
     const std::uint64_t block = space.f_bsize;
     const std::uint64_t free_space = (block * space.f_bavail) >> bytes_to_mebibytes_shift;
     const std::uint64_t total_space = (block * space.f_blocks) >> bytes_to_mebibytes_shift;

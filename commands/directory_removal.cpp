@@ -19,13 +19,13 @@ namespace {
 constexpr const char* tag = "remove_directory";
 constexpr std::size_t entry_path_size = 2048;
 
-// Only this user can have put a link there.
+// Returns whether only this user can create entries, such as links, in the folder.
 bool is_written_by_this_user_only(int folder) {
     struct stat state {};
     return fstat(folder, &state) == 0 && state.st_uid == geteuid() && (state.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-// An open directory. Nobody can put another one in the place of what is named relative to it.
+// An open directory. Names relative to it lead to its entries even if another user replaces a part of its path.
 struct Folder {
     explicit Folder(int fd) : descriptor(fd), has_trusted_links(is_written_by_this_user_only(fd)) {}
 
@@ -38,11 +38,11 @@ bool is_link(const Folder& folder, const char* name) {
     return fstatat(folder.descriptor, name, &state, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(state.st_mode);
 }
 
-// Whatever has come to have the name since it was looked at, only a trusted link is followed.
+// Follows only a trusted link, even if the name became a link after it was examined.
 Directory open_directory(const Folder& folder, const char* name) {
     constexpr int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
     Descriptor directory(openat(folder.descriptor, name, flags | O_NOFOLLOW));
-    // Linux reports a link, too, as something that is not a directory.
+    // Linux reports ENOTDIR for a link too.
     if (!directory.valid() && errno == ENOTDIR) {
         if (!is_link(folder, name)) {
             errno = ENOTDIR;
@@ -61,12 +61,12 @@ Directory open_directory(const Folder& folder, const char* name) {
 
 enum class EntryKind { directory, other, inaccessible };
 
-// One removal. What it acts on is named relative to open directories; the path is what its messages show.
+// One removal. It works relative to open directories. The path is for messages, and for the limits of a path.
 class Removal {
   public:
     Removal(const char* path, int option) : path_(path), option_(option) {}
 
-    // Removes the directory that has the name in the folder, and that the path shows.
+    // Removes the directory `name` in `parent`, which has the path path_.
     int remove(const Folder& parent, const char* name) {
         Directory stream = open_directory(parent, name);
         if (!stream) {
@@ -93,8 +93,8 @@ class Removal {
     }
 
   private:
-    // Empties the directory, up to the first entry that cannot be removed. A read error ends the reading as the end of
-    // the directory does.
+    // Removes the entries of the directory and stops at the first that cannot be removed. A read error ends the reading
+    // like the end of the directory.
     int remove_entries(DIR* stream) {
         const Folder folder(dirfd(stream));
         const std::size_t length = path_.size();
@@ -114,7 +114,8 @@ class Removal {
     }
 
     int remove_entry(const Folder& folder, const dirent& entry) {
-        // What the directory itself calls a plain file needs no query, unless it turns out to be something else by now.
+        // The directory lists a plain file, so no query is needed. If it is something else by now, unlinkat fails and
+        // the entry is examined.
         if (entry.d_type == DT_REG && path_fits() && unlinkat(folder.descriptor, entry.d_name, 0) == 0) {
             return status::success;
         }
@@ -139,11 +140,10 @@ class Removal {
 
     [[nodiscard]] bool path_fits() const { return path_.size() < entry_path_size; }
 
-    // Follows trusted links, so that a link to a directory counts as the directory. Leaves errno for what is
-    // inaccessible.
+    // Follows trusted links: a link to a directory counts as a directory. Sets errno if the entry is inaccessible.
     [[nodiscard]] EntryKind examine(const Folder& folder, const dirent& entry) const {
         if (!path_fits()) {
-            errno = ENAMETOOLONG;  // its path, cut to the buffer, would name something else
+            errno = ENAMETOOLONG;  // its path, cut to the size of the buffer, would name another file
             return EntryKind::inaccessible;
         }
         if (folder.has_trusted_links && entry.d_type != DT_DIR && is_behind_too_many_links()) {
@@ -160,8 +160,8 @@ class Removal {
         return S_ISDIR(state.st_mode) ? EntryKind::directory : EntryKind::other;
     }
 
-    // The kernel limits the links of one path. Relative to open directories it would follow a loop of them for ever, so
-    // the whole path is asked for too. A wrong answer only leaves an entry in place.
+    // The kernel limits the links in one path. Names relative to open directories never reach that limit, and a loop of
+    // links would never end, so this examines the whole path. A wrong answer only leaves an entry in place.
     [[nodiscard]] bool is_behind_too_many_links() const {
         struct stat state {};
         return stat(path_.c_str(), &state) != 0 && errno == ELOOP;
@@ -172,7 +172,7 @@ class Removal {
             return remove(folder, name);
         }
         logmsgf(log_level::warning, tag, "not removing internal dir (%s)", path_.c_str());
-        errno = ENOTEMPTY;  // what the answer to the peer says in the end
+        errno = ENOTEMPTY;  // the answer to the peer shows this error
         return status::directory_failed;
     }
 
@@ -189,8 +189,7 @@ class Removal {
     int option_;
 };
 
-// The name of a directory, without the slashes after it, which would lead through a link; and the path of the folder
-// that holds it.
+// A directory: the path of the folder that holds it, and its name without trailing slashes, which would follow a link.
 struct Place {
     std::string folder = ".";
     std::string name;

@@ -23,7 +23,7 @@ namespace {
 
 constexpr const char* tag = "execute_cmd_send_output";
 
-// Slots of the child's vector of pointers. The file to execute and the closing null pointer take two of them.
+// Slots of the child's argument vector. Two of them are for the tool's path and the final null pointer.
 constexpr int argv_slots = 512;
 constexpr std::size_t most_elements = argv_slots - 2;
 
@@ -39,15 +39,15 @@ void point_at_socket(int socket, int fd, const char* name) {
     }
 }
 
-// Leaves the socket's own descriptor open too.
+// Keeps the socket's own descriptor open.
 void setup_child_stdfds(int socket) {
     point_at_socket(socket, STDIN_FILENO, "stdin");
     point_at_socket(socket, STDOUT_FILENO, "stdout");
     point_at_socket(socket, STDERR_FILENO, "stderr");
 }
 
-// Fills the vector with pointers to the path and to the request's own texts, which outlive it. The command word
-// is not passed. Returns false, with nothing filled, when there are more elements than slots.
+// Fills `argv` with pointers to the path and to the texts of the request, except the command word. Both must outlive
+// it. Returns false and fills nothing if the request has too many elements.
 bool setup_execvp_argv(const RequestVector& request, const std::string& path, std::array<char*, argv_slots>& argv) {
     constexpr const char* argv_tag = "setup_execvp_argv";
     const int elements = static_cast<int>(request.size());
@@ -60,15 +60,15 @@ bool setup_execvp_argv(const RequestVector& request, const std::string& path, st
     argv[0] = const_cast<char*>(path.c_str());
     for (std::size_t i = 1; i < request.size(); ++i) {
         argv[i] = const_cast<char*>(request[i].c_str());
-        // The place is counted from the file's slot, so the first argument is the second.
+        // The index counts the path as 1, so the first argument has 2.
         logmsgf(log_level::information, argv_tag, "adding arg A=%s I=%d", argv[i], static_cast<int>(i) + 1);
     }
     argv[request.size()] = nullptr;
     return true;
 }
 
-// Tools expect streams that wait for a slow reader: on a socket that somebody left non-blocking they would lose output.
-// A failure changes nothing for tools that can do without.
+// Tools expect blocking streams and would lose output on a non-blocking socket. Ignores a failure: the tool may still
+// work.
 void clear_nonblocking(int socket) {
     const int flags = fcntl(socket, F_GETFL);
     if (flags != -1 && (flags & O_NONBLOCK) != 0) {
@@ -81,7 +81,7 @@ void clear_nonblocking(int socket) {
     const std::string path = getcommandpath(request[0]);
     std::array<char*, argv_slots> argv;
     if (setup_execvp_argv(request, path, argv)) {
-        // Of all that the agent holds, the tool gets its three streams and the socket.
+        // The tool inherits only its three standard streams and the socket.
         fcntl(socket, F_SETFD, 0);
         const int result = execvp(path.c_str(), argv.data());
         logmsgf(log_level::error, tag, "execvp() failed C=%s EC=%d", path.c_str(), result);
@@ -89,7 +89,7 @@ void clear_nonblocking(int socket) {
     exit(status::tool_not_executed);
 }
 
-// Waits for the child. Returns its exit code, status::tool_killed, or nothing when it could not be waited for.
+// Waits for the child. Returns its exit code, status::tool_killed, or nothing if waitpid fails.
 std::optional<int> wait_for_tool(pid_t child, const std::string& path) {
     int word = 0;
     if (waitpid(child, &word, 0) == -1) {
@@ -107,8 +107,8 @@ std::optional<int> wait_for_tool(pid_t child, const std::string& path) {
     return code;
 }
 
-// Finds out whether the peer is still there and waiting: it is when there is nothing to read. Returns 0, or the
-// status that the request then has, whatever the tool's was.
+// Checks that the peer is still connected and waiting, so that there is nothing to read. Returns 0, or the status that
+// replaces the tool's.
 int probe_peer(int socket) {
     const int result = fcntl(socket, F_SETFL, O_NONBLOCK);
     if (result == -1) {
@@ -123,7 +123,7 @@ int probe_peer(int socket) {
     logmsgf(log_level::detail, tag, "recv return value=%zd ERRNO=%d (%s)", received, left_by_recv.number,
             left_by_recv.text());
     if (received != -1) {
-        // Tells what recv returned, in the place of a status: 0 for a peer that has closed, 1 for one that sent more.
+        // NSC shows the result of recv, not a status: 0 if the peer has closed the connection, 1 if it has sent more.
         logmsgf(log_level::error, tag, "Peer socket is closed NSC=%zd", received);
         return status::peer_closed;
     }

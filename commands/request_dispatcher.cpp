@@ -16,7 +16,7 @@
 
 namespace {
 
-// A request for a support tool, made ready to run: the arguments of its own, and where it will collect.
+// A prepared request for a support tool: its arguments, and the directories in which it collects.
 struct Collection {
     RequestVector request;
     std::string temporary;
@@ -55,8 +55,7 @@ int run_zmsu(const RequestVector& request, int socket) {
     return list_dir_and_send_output(collection.temporary, socket);
 }
 
-// The tool only tells its sizes, so its status does not count and its directory goes at once: g_termdir stays
-// empty.
+// The tool only prints sizes, so its status is ignored and its directory is removed at once. g_termdir stays empty.
 int calculate_log_size(const RequestVector& request, int socket) {
     Collection collection;
     const int prepared = prepare_collection(request, collection);
@@ -72,7 +71,7 @@ int calculate_log_size(const RequestVector& request, int socket) {
     return result;
 }
 
-// Answers every directory, also after a failure; the last one's status is the request's.
+// Continues after a failure. Returns the status of the last directory.
 int get_disk_space(const RequestVector& request, int socket) {
     int result = status::success;
     for (std::size_t i = 1; i < request.size(); ++i) {
@@ -119,7 +118,7 @@ int perform_request_send_output(const RequestVector& request, int socket) {
             return row.handler(request, socket);
         }
     }
-    // A word that is accepted but has no handler yet, FETCHFILE, succeeds and is told by the log alone.
+    // FETCHFILE is accepted but has no handler yet. It succeeds and is only logged.
     logmsgf(log_level::error, "perform_request_send_output", "Command %s is not supported", request[0].c_str());
     return status::success;
 }

@@ -1,4 +1,4 @@
-// The logging categories, each a component of the product with a place of its own for its debug settings.
+// The logging categories. The components of each keep their debug settings in their own place and format.
 #pragma once
 
 #include <string>
@@ -6,6 +6,6 @@
 #include "logging_config/response_lines.h"
 #include "logging_config/values.h"
 
-// Hands the values of one category argument to the category's handler, which appends its response lines.
-// Returns the handler's status, or 0 for a category that nobody knows.
+// Calls the category's handler, which appends its response lines. Returns the handler's status, or 0 for an unknown
+// category.
 int process_category(const std::string& category, const Values& values, Responses& responses, const char* action);

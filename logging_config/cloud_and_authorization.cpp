@@ -6,7 +6,7 @@
 
 namespace {
 
-// Where a component keeps its log level, and the level of a value without one.
+// Where a component keeps its log level, and the default level.
 struct LevelEntry {
     setting::KeyValue place;
     const char* default_level;
@@ -15,7 +15,7 @@ struct LevelEntry {
 constexpr LevelEntry storage_server = {setting::storage_server, "5"};
 constexpr LevelEntry recovery_server = {setting::recovery_server, "5"};
 constexpr LevelEntry store_container = {setting::store_container, "5"};
-// The default is written with its quotation marks; a peer's own level as it was sent.
+// The default level includes quotation marks. A level of the peer is written as sent.
 constexpr LevelEntry authorization = {setting::authorization, "\"6\""};
 
 int set_level(const std::string& category, const std::string& value, Responses& responses, const LevelEntry& entry) {
@@ -39,7 +39,7 @@ int process_corvid(std::string category, const Values& values, Responses& respon
         std::string name;
         std::string ignored_level;
         split_lhs_rhs(value, name, ignored_level);
-        // Unknown names are not rejected: they are the recovery server's.
+        // Unknown names are not rejected: they select the recovery server.
         result |= set_level(category, value, responses,
                             name == setting::storage_server_name ? storage_server : recovery_server);
     }

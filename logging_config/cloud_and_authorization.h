@@ -6,9 +6,9 @@
 #include "logging_config/response_lines.h"
 #include "logging_config/values.h"
 
-// Each sets the level of every value NAME=LEVEL, or the category's default for NAME alone, and appends one line for
-// it. They return the bitwise OR of the single results: 0 only when every one is 0. In CORVID the name "zmwqf" goes
-// to the storage server's file and every other name to the recovery server's.
+// Set the level of each value NAME=LEVEL, or the category's default level for a value without "=", and append one line
+// for each value. Return the bitwise OR of the single results, which is 0 only if all succeeded. In CORVID the name
+// "zmwqf" selects the storage server's file, and any other name the recovery server's.
 int process_corvid(std::string category, const Values& values, Responses& responses);
 int process_cloud(std::string category, const Values& values, Responses& responses);
 int process_holkaz(std::string category, const Values& values, Responses& responses);

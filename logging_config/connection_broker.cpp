@@ -12,8 +12,7 @@ namespace {
 
 constexpr const char* fixed_arguments = " -a -p 50936 -o 103 -s DebugLevel=";
 
-// Returns the text so that the shell passes it on letter for letter: as it is when it holds nothing that means
-// anything to a shell, else in single quotes.
+// Quotes the text so that the shell passes it on unchanged. A text without special characters needs no quotes.
 std::string quote_for_shell(const std::string& text) {
     constexpr const char* harmless = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.+=-";
     if (text.find_first_not_of(harmless) == std::string::npos) {
@@ -40,7 +39,8 @@ int extract_kob_values(const Values& values, std::string& name, std::string& lev
         return status::kob_arguments_not_valid;
     }
     split_lhs_rhs(values[0], name, level);
-    // The low 32 of 64 bits, also where a long has 32; taken as unsigned, so that a negative level is too high.
+    // Takes the low 32 bits of a conversion to 64 bits, even if a long has 32. They are unsigned, so that a negative
+    // level is too high.
     const auto value = static_cast<std::uint32_t>(strtoll(level.c_str(), nullptr, 10));
     if (value <= highest_level && name == connection_broker::name) {
         return status::success;
@@ -62,7 +62,7 @@ int process_kob(std::string category, const Values& values, Responses& responses
     const std::string command = connection_broker::tool + (fixed_arguments + quote_for_shell(level));
     logmsgf(log_level::information, tag, "For C=%s CA=%s executing cmd=%s", category.c_str(), level.c_str(),
             command.c_str());
-    // The raw wait status is passed on undecoded, in the line and as the result.
+    // The line and the result hold the wait status undecoded.
     const int result = system(command.c_str());
     const std::string line = compose({.label = process_label(category, name),
                                       .status = result,

@@ -27,10 +27,10 @@ int edit_property(const std::string& action, const setting::KeyValue& property, 
         return unset_parameter(property.file, property.key, property.separator, message.data(), message.size(),
                                comment_mark);
     }
-    return status::success;  // an action of another name edits nothing and is no failure
+    return status::success;  // an unknown action changes nothing and succeeds
 }
 
-// The message of the first edit is cleared by the second, so only the latest one's is told.
+// The second edit clears the message of the first, so only the last message is reported.
 int edit_properties(const std::string& action, const std::string& mask, Message& message) {
     const int result = edit_property(action, setting::console_commands, "true", message);
     return result == status::success ? edit_property(action, setting::console_mask, mask, message) : result;
@@ -56,7 +56,7 @@ int process_javagui(std::string category, const Values& values, Responses& respo
         std::string name;
         std::string mask = "0x00040000";
         split_lhs_rhs(value, name, mask);
-        // One request edits the file once: the masks of later values are never used, their lines repeat the outcome.
+        // A request edits the file once. The masks of later values are ignored, and their lines repeat the outcome.
         if (!edited) {
             result = edit_properties(action, mask, message);
             edited = true;

@@ -6,7 +6,7 @@
 #include "logging_config/response_lines.h"
 #include "logging_config/values.h"
 
-// Turns command tracing and the debug mask on for "enable", comments both out for "disable" and "reset". The first
-// value NAME=MASK sets the mask; the file is edited once for all values. Appends one line for each value.
-// Returns 0: a failure is told by the lines alone.
+// For "enable", sets command tracing and the debug mask; for "disable" and "reset", comments both out. Edits the file
+// once, with MASK of the first value NAME=MASK, and appends one line for each value. Returns 0: failures are reported
+// only in the lines.
 int process_javagui(std::string category, const Values& values, Responses& responses, std::string action);

@@ -26,11 +26,11 @@ constexpr std::size_t line_size = 2048;
 
 using Message = std::array<char, message_size>;
 
-// The outcome of the edit of each file of one request: its status and message.
+// Status and message of each file that the request has edited, by path.
 using Outcomes = std::map<std::string, std::pair<int, std::string>>;
 
-// Sets a component's logging unless an earlier component of the request has edited the same file: then its outcome is
-// repeated, even when this one asks for another value.
+// Sets the logging of a component. If an earlier component of the request has the same file, repeats its outcome, even
+// if this component asks for another value.
 int set_component_logging(const std::string& component, const std::string& value, Outcomes& outcomes,
                           Message& message) {
     std::string path;
@@ -55,7 +55,7 @@ int set_component_logging(const std::string& component, const std::string& value
 
 int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, unsigned long size) {
     constexpr const char* tag = "get_kpa_conf_filepath";
-    // Non-blocking: whatever has the name, opening it must not wait for another process.
+    // Non-blocking, so that opening never waits for another process, even if the file is a pipe.
     const Descriptor file(open(registry.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.valid()) {
         const SystemError failure;
@@ -69,7 +69,7 @@ int get_kpa_conf_filepath(std::string registry, std::string& path, char* error, 
         if (contains(line, deduplication::registry_marker)) {
             std::string ignored_key;
             split_lhs_rhs(std::string(line), ignored_key, path);
-            // The system ends a name at a zero byte. Whatever is put together with the path has to end it there too.
+            // System calls end a path at a zero byte. Names that are made from the path must end there too.
             path.resize(strlen(path.c_str()));
             return status::success;
         }

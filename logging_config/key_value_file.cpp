@@ -19,7 +19,7 @@
 
 namespace {
 
-// Where an operation tells what it has to tell: the caller's buffer, then the debug log.
+// Writes the messages of an operation into the caller's buffer and the debug log.
 class Report {
   public:
     Report(const char* operation, char* buffer, unsigned long size)
@@ -39,7 +39,7 @@ class Report {
     unsigned long size_;
 };
 
-// Non-blocking, as the copy: whatever has the name, opening it must not wait for another process.
+// Non-blocking, like the copy, so that opening never waits for another process, even if the file is a pipe.
 Descriptor open_for_reading(const std::string& path, const Report& report) {
     Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.valid()) {
@@ -49,7 +49,7 @@ Descriptor open_for_reading(const std::string& path, const Report& report) {
     return file;
 }
 
-// Reads the file into `text` and returns its lines, each of which a newline follows there.
+// Reads the file into `text` and returns its lines. A newline follows each of them in `text`, also the last.
 std::vector<std::string_view> read_lines(Descriptor file, std::string& text) {
     static_cast<void>(read_all(file.get(), text));
     if (!text.empty() && text.back() != '\n') {
@@ -58,14 +58,14 @@ std::vector<std::string_view> read_lines(Descriptor file, std::string& text) {
     return split_lines(text);
 }
 
-// The new copy of the file, line by line, until it takes the file's place.
+// The new copy of the file. It is written line by line and then replaces the file.
 class NewCopy {
   public:
-    // The system ends the file's name at a zero byte; the copy's name goes on from there.
+    // System calls end a path at a zero byte, so the name of the copy continues there.
     explicit NewCopy(const std::string& path) : path_(path), name_(path.substr(0, path.find('\0')) + ".new") {}
 
-    // A stale copy is truncated and used again, with the mode it has; a link in its place is not followed, for the
-    // folder may be another user's.
+    // Truncates and reuses a stale copy, which keeps its mode. Does not follow a link, because the folder may be
+    // another user's.
     bool open(const Report& report) {
         constexpr mode_t mode = 0666;  // less the umask, as for any new file
         constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
@@ -75,7 +75,7 @@ class NewCopy {
 
     void write(std::string_view line) { write_now(std::string(line) + '\n'); }
 
-    // Writes a line of read_lines as it is, with the newline that follows it.
+    // Writes a line of read_lines unchanged, with the newline that follows it.
     void write_unchanged(std::string_view line) { write_now({line.data(), line.size() + 1}); }
 
     bool replace_file(const Report& report) {
@@ -94,9 +94,9 @@ class NewCopy {
     }
 
   private:
-    // Each line goes out at once, so what a reader of the copy sees is always whole lines. A write that fails is
-    // ignored on purpose: only opening and renaming may fail a change. A limit on the size of files is no failure of
-    // the disk, though: this process was not given the room for a whole copy, as if it could not open one.
+    // Writes each line at once, so that readers of the copy only see whole lines. Ignores failures on purpose: only
+    // opening and renaming may fail a change. A copy beyond the file size limit is the exception: it counts as one that
+    // cannot be opened.
     void write_now(std::string_view line) {
         if (!write_all(file_.get(), line) && errno == EFBIG) {
             is_cut_ = true;
@@ -116,13 +116,13 @@ class NewCopy {
     bool is_cut_ = false;
 };
 
-// A line that holds a setting and a trailing "#" remark counts as commented too: lines are never split.
+// A line with a setting and a "#" remark after it counts as commented too.
 bool is_commented(std::string_view line) {
     return contains(line, comment_mark);
 }
 
-// Switches a commented line back on: every "#", not only the first, becomes a space, and leading blanks go. A line
-// of blanks alone stays as it then is.
+// Switches a commented line back on: replaces every "#" by a space, then removes leading blanks. If only blanks are
+// left, they stay.
 std::string restore(std::string_view line) {
     std::string restored(line);
     for (char& byte : restored) {
@@ -136,7 +136,7 @@ std::string restore(std::string_view line) {
 
 enum class Goal { make_active, restore_commented };
 
-// Decides line by line what set_parameter_value writes.
+// Decides for each line what set_parameter_value writes.
 class SettingEditor {
   public:
     SettingEditor(std::string match, const std::string& value, Goal goal)
@@ -148,7 +148,7 @@ class SettingEditor {
         }
     }
 
-    // What it returns stands until the next call.
+    // The result is valid until the next call.
     std::string_view edit(std::string_view line) {
         if (!contains(line, match_)) {
             return line;
@@ -192,7 +192,7 @@ int set_parameter_value(std::string path, std::string key, std::string separator
     if (!file.valid()) {
         return status::parameter_not_set;
     }
-    // Before the file is read, and also when nothing will change: a folder that takes no copy fails here.
+    // Opened even if nothing will change: a folder that allows no copy is always a failure.
     NewCopy copy(path);
     if (!copy.open(report)) {
         return status::parameter_not_set;
@@ -228,7 +228,7 @@ int unset_parameter(std::string path, std::string key, std::string separator, ch
     }
     std::string text;
     const std::vector<std::string_view> lines = read_lines(std::move(file), text);
-    // Unlike in set_parameter_value the setting must begin the line: leading blanks or a "#" make it another.
+    // Unlike in set_parameter_value, the setting must begin the line, without blanks or "#" before it.
     const std::string match = key + separator;
     const auto is_set = [&](std::string_view line) { return line.starts_with(match); };
     if (std::none_of(lines.begin(), lines.end(), is_set)) {

@@ -1,15 +1,14 @@
-// The editor of key-value files: "KEY = value", "KEY=value" or a bare keyword on each line, and "#" for what is
-// switched off. What it calls a setting is the key immediately followed by the separator, compared to the
-// letter.
+// The editor of key-value files. Each line of a file is "KEY = value", "KEY=value" or a bare keyword; "#" marks what is
+// switched off. A setting is the key immediately followed by the separator, compared byte for byte.
 //
-// A change is a whole new copy under the path with ".new" behind it, renamed over the file. The copy is a new file,
-// with the mode of new files and this process as its owner; no lock is taken; write errors are ignored.
-// Only opening and renaming can fail, and a rename that fails leaves the copy behind. A copy that is larger than this
-// process may write (EFBIG) counts as one that could not be opened, and stays too. These rules are fixed, and they are
-// not those of the files that the platform library rewrites.
+// A change writes a new file, the path with ".new" appended, and renames it over the old file. The new file has the
+// default mode, and this process owns it. No lock is taken. Write errors are ignored: only opening and renaming can
+// fail. If renaming fails, the new file stays. A file beyond the file size limit of this process (EFBIG) fails like one
+// that cannot be opened, and stays too. The components and their tools expect these rules. The files of the platform
+// library have other ones.
 //
-// What is to be told goes into the caller's error buffer of `size` bytes, bounded and terminated, and from there
-// into the debug log. The buffer stays as it is when there is nothing to tell, so callers clear it.
+// Messages go into the caller's buffer `error` of `size` bytes, cut and NUL-terminated, and into the debug log. Without
+// a message the buffer keeps its content, so callers clear it.
 #pragma once
 
 #include <string>
@@ -17,7 +16,7 @@
 // Marks a line that is switched off.
 inline constexpr const char* comment_mark = "#";
 
-// Values of the argument `set`.
+// Values of the argument `set`. Any other number means make_active.
 namespace set_flag {
 
 inline constexpr int restore_commented = 0;
@@ -25,16 +24,18 @@ inline constexpr int make_active = 1;
 
 }  // namespace set_flag
 
-// Makes key, separator and value a line of the file. With `set` non-zero every active line that contains the
-// setting anywhere is replaced, else the first commented one, else the line is appended; a line that contains "#"
-// anywhere counts as commented. With `set` zero the first commented line that holds the whole new line is
-// switched back on when no active one is there; when there is none either, that is told, and is no failure. Returns 0
-// or status::parameter_not_set. A missing file is not created.
+// Makes key, separator and value one line of the file. Does not create a missing file. Returns 0 or
+// status::parameter_not_set.
+//
+// make_active replaces every active line that contains the setting anywhere, or else the first commented line that
+// contains it, or else appends the line. A line that contains "#" anywhere counts as commented.
+//
+// restore_commented switches the first commented line that contains the whole new line back on, unless a line with the
+// setting is active. If it finds neither, it reports that and succeeds.
 int set_parameter_value(std::string path, std::string key, std::string separator, std::string value, char* error,
                         unsigned long size, int set);
 
-// Puts `comment` in front of every line that begins with the setting, or drops these lines when `comment` is empty. A
-// file without such a line is not touched; that is told, and is no failure. Returns 0 or
-// status::parameter_not_unset.
+// Puts `comment` in front of every line that begins with the setting, or removes these lines if `comment` is empty. If
+// there is no such line, reports that, leaves the file alone and succeeds. Returns 0 or status::parameter_not_unset.
 int unset_parameter(std::string path, std::string key, std::string separator, char* error, unsigned long size,
                     std::string comment);

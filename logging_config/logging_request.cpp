@@ -8,9 +8,9 @@
 
 namespace {
 
-// Logs an argument that is not of the form. On purpose the message's format goes where the tag belongs and the
-// argument where the format belongs: the log shows both, and no tag. Every "%" is doubled, so the argument appears
-// letter for letter and nothing in it is interpreted.
+// Logs a malformed argument. On purpose, the message is passed as the tag and the argument as the format, so the log
+// line has no other tag. Every "%" is doubled, so that the log shows the argument unchanged and nothing in it is
+// interpreted.
 void log_malformed_argument(const std::string& argument, std::size_t colon) {
     std::string format;
     for (const char byte : argument) {
@@ -18,7 +18,7 @@ void log_malformed_argument(const std::string& argument, std::size_t colon) {
     }
     const int position = colon == std::string::npos ? -1 : static_cast<int>(colon);
 #pragma GCC diagnostic push
-// Safe: the only directives left in the text are doubled percent signs, which take no argument.
+// Safe: the only directive in the text is "%%", which takes no argument.
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     logmsgf(log_level::error, "Invalid 'ctgy:args' format: %s Position=%d RV=%d", format.c_str(), position,
             status::logging_argument_not_valid);
@@ -62,7 +62,7 @@ int handle_logging(const RequestVector& request, int socket, const char* action)
         if (result != status::success) {
             return result;
         }
-        // The status is the last category's: an earlier failure is told by its response lines.
+        // The status is the last category's. Earlier failures are reported only in their response lines.
         result = process_category(category, values, responses, action);
     }
     return send_responses(responses, socket, result);

@@ -52,9 +52,8 @@ bool isqrconfspecialmember(const std::string& name) {
     return true;
 }
 
-// Returns the configuration text line that resets a key while global debug logging is off: zero it, or remove
-// it. The special member is looked for among the "_VERBOSE" keys alone, so its own name never gets
-// that far; the order of the tests is deliberate.
+// Returns the line of configuration text that sets a key to 0 or removes it. The order of the tests is deliberate: only
+// keys with "_VERBOSE" come to the last test, so it never finds the special member.
 std::string reset_line(const std::string& name, const std::string& key) {
     if (!contains(key, main_key::verbose_suffix) || isqrconfstructmember(key) || isqrconfspecialmember(name)) {
         return key + "=0\n";
@@ -71,10 +70,10 @@ std::string configuration_line(const std::string& name, const std::string& level
     return key + "=" + level + "\n";
 }
 
-// Parses the text and applies it to this host. Returns 0, or the library's status with `message` telling it.
+// Parses the text and applies it to this host. Returns 0, or the library's status with `message` set.
 int apply_configuration(std::string text, std::string& message) {
     ConfigRecord record{};
-    ConfigRecord other;  // the library wants a second record and reads nothing from it
+    ConfigRecord other;  // required, but the library reads nothing from it
     int result = ParseConfigExA(text.data(), &record, &other, parse_option);
     if (result != 0) {
         message = bounded_print(message_size, "invalid qr.conf input (RV=%d %s)", result, getECmsg(result));
@@ -103,7 +102,7 @@ int process_qrconf(std::string category, const Values& entries, Responses& respo
     }
     std::string message = "Set up";
     const int result = apply_configuration(text, message);
-    // One update, one outcome: every line carries the same flag, not the library's status.
+    // The update has one outcome for all lines: status 0 or 1, not the library's status.
     const bool failed = result != 0;
     for (const std::string& label : labels) {
         const ProcessLine line = {

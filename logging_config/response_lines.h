@@ -40,5 +40,5 @@ std::string process_label(const std::string& category, const std::string& proces
 // Composes the line, with its newline, and cuts it to `size` - 1 bytes. Each category has its own size.
 std::string compose(const ProcessLine& line, std::size_t size);
 
-// Appends a line to the responses, and logs it.
+// Logs a line and appends it to the responses.
 void respond(int level, const char* tag, const std::string& line, Responses& responses);

@@ -1,5 +1,5 @@
-// What the logging requests change: the one list of categories, files, keys and log directories. The categories' own
-// code and zmlogstate, which shows, saves and restores the same settings, both read it.
+// What logging requests change: categories, files, keys and log directories. The handlers of the categories use this
+// list, and so does zmlogstate, which shows, saves and restores the same settings.
 #pragma once
 
 #include <array>
@@ -53,15 +53,15 @@ namespace main_key {
 inline constexpr const char* verbose = "VERBOSE";
 inline constexpr const char* verbose_suffix = "_VERBOSE";
 
-// Fixed members of the configuration record, which cannot be removed, only zeroed.
+// Fixed members of the configuration record. They cannot be removed, only set to 0.
 inline constexpr std::array structure_members = {"TAPEMGR_VERBOSE", "SESSMGR_VERBOSE", "CATMGR_VERBOSE",
                                                  "REQD_VERBOSE",    "PROXYD_VERBOSE",  "OFFSITE_VERBOSE",
                                                  "SCHEDD_VERBOSE",  "DISKMGR_VERBOSE", "JOBD_VERBOSE"};
 
 }  // namespace main_key
 
-// The file of all deduplication components but one is named in their registry: it is what follows the first "=" of the
-// first line that contains the marker.
+// One deduplication component has a fixed file. The registry names the file of all others: it is the text after the
+// first "=" in the first line that contains the marker.
 namespace deduplication {
 
 inline constexpr const char* registry = "/etc/rkregistry.cfg";
@@ -75,7 +75,7 @@ inline constexpr const char* value_suffix = ",thread";
 
 }  // namespace deduplication
 
-// The connection broker keeps its level itself: its tool changes it, and nothing reports it.
+// The connection broker's tool sets its level. Nothing reports the level.
 namespace connection_broker {
 
 inline constexpr const char* tool = "/opt/HOLKkob/bin/ktlogcfg";
@@ -96,7 +96,7 @@ inline constexpr const char* plugin_name = "rkplugin";
 inline constexpr KeyValue plugin_level = {"/usr/kumel/lib/stg-plugins/rk.conf", "LOGLEVEL", " = "};
 inline constexpr KeyValue plugin_log = {plugin_level.file, "DEBUGLOG", " = "};
 
-// The name of the storage server in requests; any other is the recovery server's.
+// The name that selects the storage server in requests. Any other name selects the recovery server.
 inline constexpr const char* storage_server_name = "zmwqf";
 inline constexpr KeyValue storage_server = {"/usr/kumel/lib/stg-plugins/wqf.conf", "WQF:LOGLEVEL", "="};
 inline constexpr KeyValue recovery_server = {"/usr/kumel/lib/stg-plugins/hlt.conf", "HLT:LOGLEVEL", "="};
@@ -105,10 +105,10 @@ inline constexpr KeyValue store_container = {"/usr/kumel/lib/stg-plugins/skyhold
 inline constexpr KeyValue console_commands = {"/usr/kumel/java/Debug.properties", "printcmds", "="};
 inline constexpr KeyValue console_mask = {console_commands.file, "debugMask", "="};
 
-// Key and default value stand in the file with their quotation marks.
+// The file has the key and the default value in quotation marks.
 inline constexpr KeyValue authorization = {"/usr/kumel/zembrath/sec/az/bin/HOLKaz.conf", "\"DebugLevel\"", "="};
 
-// A bare keyword: neither separator nor value.
+// A bare keyword without separator and value.
 inline constexpr KeyValue volume_manager = {"/usr/kumel/volmgr/vm.conf", "VERBOSE", ""};
 
 }  // namespace setting

@@ -15,7 +15,7 @@ constexpr std::size_t line_size = 2048;
 
 using Message = std::array<char, message_size>;
 
-// The notice of the first edit is dropped, that of the second one told. An active "DEBUGLOG" stays as it is.
+// Drops a notice of the first edit and reports one of the second. Does not change an active "DEBUGLOG".
 int set_plugin_logging(const std::string& level, Message& message) {
     constexpr setting::KeyValue where = setting::plugin_level;
     const int result = set_parameter_value(where.file, where.key, where.separator, level, message.data(),
@@ -43,7 +43,7 @@ std::string describe_plugin_outcome(int result, const Message& message) {
 
 int process_rkplugin(std::string category, const Values& values, Responses& responses) {
     constexpr const char* tag = "process_rkplugin";
-    // The rejection is advisory: the first value is applied all the same.
+    // The rejection is only a remark: the first value is applied all the same.
     if (values.size() != 1 || values[0] != setting::plugin_name) {
         respond(log_level::error, tag,
                 compose({.label = category::rkplugin,

@@ -6,7 +6,7 @@
 #include "logging_config/response_lines.h"
 #include "logging_config/values.h"
 
-// Sets "LOGLEVEL" to the level of the one value "rkplugin" or NAME=LEVEL (10 for NAME alone), and restores a
-// commented "DEBUGLOG". Any other list of values gets a line that rejects it, and its first value is applied all
-// the same. Returns 0.
+// Sets "LOGLEVEL" to LEVEL of the first value NAME=LEVEL, or to 10 without "=", and switches a commented "DEBUGLOG"
+// back on. Appends one line for it. Before that, any values other than exactly one "rkplugin" get a line that rejects
+// them; the first value is applied all the same. Returns 0: failures are reported only in the lines.
 int process_rkplugin(std::string category, const Values& values, Responses& responses);

@@ -17,7 +17,7 @@ namespace {
 constexpr const char* tag = "process_ktul_loglevel";
 constexpr std::size_t line_size = 1024;
 
-// The product whose defaults are known.
+// The only product whose defaults are read.
 constexpr int product_with_defaults = ktul::zmktul_product;
 
 // The originator whose diagnostic level is never changed.
@@ -37,7 +37,7 @@ struct HandleRelease {
 };
 using Handle = std::unique_ptr<holkLogCfg, HandleRelease>;
 
-// Null when the configuration could not be loaded.
+// Returns null if the configuration cannot be loaded.
 Handle load(int product, unsigned long originator) {
     holkLogCfg* handle = nullptr;
     return Handle(holkLogReadCfg(product, originator, &handle) == 0 ? handle : nullptr);
@@ -56,8 +56,8 @@ Levels read_defaults(int product) {
     return defaults;
 }
 
-// What one value asks for. Text that is no number reads as 0, on purpose: nothing is validated. Of a large number the
-// low 32 bits count, on every processor: it is read with 64 bits also where a long has 32.
+// What one value asks for. On purpose nothing is validated: a text that is no number means 0, and only the low 32 bits
+// of a large number count. The conversion has 64 bits even if a long has 32.
 struct Wanted {
     std::uint32_t originator;
     int level;
@@ -71,7 +71,7 @@ Wanted parse(const std::string& value) {
             static_cast<int>(strtoll(level.c_str(), nullptr, 10))};
 }
 
-// Puts the numbers after their separators.
+// Puts each number after its separator.
 std::string describe_levels(const std::array<int, process_message::levels_set.size()>& numbers) {
     std::string text;
     for (std::size_t i = 0; i < numbers.size(); ++i) {
@@ -80,7 +80,7 @@ std::string describe_levels(const std::array<int, process_message::levels_set.si
     return text;
 }
 
-// Changes the levels of originators of one product, one response line each.
+// Changes the levels of a product's originators. Adds one response line for each.
 class LevelChange {
   public:
     LevelChange(std::string category, int product, Responses& responses)
@@ -123,7 +123,7 @@ class LevelChange {
         return current;
     }
 
-    // Removes the originator's entry instead of writing level 1 where that is the product's default.
+    // Removes the originator's entry instead of writing level 1 if that is the product's default.
     int change_debug(const Wanted& wanted, const Levels& current, holkLogCfg* handle) const {
         if (current.debug == wanted.level) {
             return 0;
@@ -161,7 +161,7 @@ class LevelChange {
         return {.label = process_label(category_, std::to_string(shown(wanted))), .status = status, .message = message};
     }
 
-    // The new diagnostic level reads 6 also for the originator whose level was left alone.
+    // Shows 6 as the new diagnostic level even for the originator whose level is never changed.
     void respond_success(const Wanted& wanted, const Levels& current) {
         const int originator = shown(wanted);
         const std::string message = describe_levels({originator, current.debug, originator, wanted.level, originator,
