@@ -1,8 +1,6 @@
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/uio.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -72,10 +70,10 @@ class ValueReader {
         length = prefix.length();
         const bool is_malformed = prefix.state() == Prefix::State::malformed;
         if (is_malformed || length > longest) {
-            const int error = take(seen, nullptr, 0);
+            const int error = pass_over(seen);
             return error != 0 ? error : is_malformed ? EPROTO : EMSGSIZE;
         }
-        if (const int error = take(seen, text, length + 1)) {
+        if (const int error = take_text(seen, text, length + 1, longest + 1)) {
             return error;
         }
         return text[length] == ',' ? 0 : EPROTO;
@@ -88,46 +86,55 @@ class ValueReader {
     int look_at_prefix(Prefix& prefix, std::size_t& seen) const {
         for (;;) {
             std::array<char, longest_prefix> bytes;
-            iovec part = {.iov_base = bytes.data(), .iov_len = bytes.size()};
             std::size_t count = 0;
-            if (const int error = receive(&part, 1, MSG_PEEK, count)) {
+            if (const int error = receive(bytes.data(), bytes.size(), MSG_PEEK, count)) {
                 return error;
             }
             seen = prefix.take({bytes.data(), count});
             if (prefix.state() != Prefix::State::incomplete) {
                 return 0;
             }
-            if (const int error = take(seen, nullptr, 0)) {
+            if (const int error = pass_over(seen)) {
                 return error;
             }
         }
     }
 
-    // Takes `seen` bytes of the prefix, and the `size` bytes of text after them.
-    int take(std::size_t seen, char* text, std::size_t size) const {
-        std::array<char, longest_prefix> passed_over;
-        while (seen + size > 0) {
-            std::array<iovec, 2> parts = {iovec{.iov_base = passed_over.data(), .iov_len = seen},
-                                          iovec{.iov_base = text, .iov_len = size}};
+    // Takes `seen` bytes of the prefix, and the `size` bytes of text after them: in one call where `text` has room for
+    // both.
+    int take_text(std::size_t seen, char* text, std::size_t size, std::size_t room) const {
+        if (seen + size > room) {
+            const int error = pass_over(seen);
+            return error != 0 ? error : take(text, size);
+        }
+        if (const int error = take(text, seen + size)) {
+            return error;
+        }
+        memmove(text, text + seen, size);
+        return 0;
+    }
+
+    int pass_over(std::size_t seen) const {
+        std::array<char, longest_prefix> bytes;
+        return take(bytes.data(), seen);
+    }
+
+    int take(char* bytes, std::size_t size) const {
+        while (size > 0) {
             std::size_t count = 0;
-            if (const int error = receive(parts.data(), parts.size(), 0, count)) {
+            if (const int error = receive(bytes, size, 0, count)) {
                 return error;
             }
-            const std::size_t of_seen = std::min(count, seen);
-            seen -= of_seen;
-            text += count - of_seen;
-            size -= count - of_seen;
+            bytes += count;
+            size -= count;
         }
         return 0;
     }
 
     // Receives at least one byte.
-    int receive(iovec* parts, std::size_t number, int flags, std::size_t& count) const {
-        msghdr message{};
-        message.msg_iov = parts;
-        message.msg_iovlen = number;
+    int receive(char* bytes, std::size_t size, int flags, std::size_t& count) const {
         for (;;) {
-            const ssize_t received = recvmsg(socket_, &message, flags | MSG_DONTWAIT);
+            const ssize_t received = recv(socket_, bytes, size, flags | MSG_DONTWAIT);
             if (received > 0) {
                 count = static_cast<std::size_t>(received);
                 return 0;

@@ -31,27 +31,16 @@ int resolve(const std::string& path, std::string& target) {
     return 0;
 }
 
-// Two names may lead to one file, so a file behind a link is locked under its own name too.
-int lock_behind_link(const std::string& path, const std::string& target, Descriptor& lock) {
-    struct stat state {};
-    if (lstat(path.c_str(), &state) != 0) {
-        return errno;
-    }
-    return S_ISLNK(state.st_mode) ? lock_name(target, lock) : 0;
-}
-
 // A file about to be replaced: its folder, its name in there, what it holds.
 class Replacement {
   public:
-    // `target` is an absolute path without links.
-    explicit Replacement(const std::string& target)
-        : folder_path_(target.substr(0, target.rfind('/') + 1)), name_(target.substr(folder_path_.size())) {}
+    explicit Replacement(const std::string& path)
+        : folder_path_(path.substr(0, path.rfind('/') + 1)), name_(path.substr(folder_path_.size())) {}
 
+    // Fails with ELOOP when the name is a symbolic link.
     int read_old(std::string& text) {
-        // For names in it alone, which takes no right to read it: a text that stays as it is needs none.
-        folder_.reset(open(folder_path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-        if (!folder_.valid()) {
-            return errno;
+        if (const int error = open_folder()) {
+            return error;
         }
         // Non-blocking: whatever has the name, opening it must not wait for another process.
         old_.reset(openat(folder_.get(), name_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
@@ -65,10 +54,9 @@ class Replacement {
     }
 
     int replace(const std::string& text) {
-        // Before anything is written, for a change in a folder that cannot be flushed is not safe.
-        const Descriptor flushable(openat(folder_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (!flushable.valid()) {
-            return errno;
+        // Before anything is written: a change in a folder that cannot be flushed is not safe.
+        if (flush_error_ != 0) {
+            return flush_error_;
         }
         Descriptor file;
         if (const int error = create_new(file)) {
@@ -82,10 +70,20 @@ class Replacement {
             unlinkat(folder_.get(), new_name_.c_str(), 0);
             return error;
         }
-        return fsync(flushable.get()) == 0 ? 0 : errno;
+        return fsync(folder_.get()) == 0 ? 0 : errno;
     }
 
   private:
+    // A folder that may not be read cannot be flushed, but a text that stays as it is needs no flush.
+    int open_folder() {
+        folder_.reset(open(folder_path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!folder_.valid()) {
+            flush_error_ = errno;
+            folder_.reset(open(folder_path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        }
+        return folder_.valid() ? 0 : errno;
+    }
+
     // The lock makes a fixed name safe, and a fixed name lets the next rewrite clear away what a crash left. EEXIST
     // means that something else has the name, and nothing but that: the status texts rely on it.
     int create_new(Descriptor& file) const {
@@ -153,18 +151,33 @@ class Replacement {
     std::string name_;
     std::string new_name_ = "." + name_ + ".new";  // nothing that a user would keep a draft under
     Descriptor folder_;
+    int flush_error_ = 0;  // why the folder cannot be flushed
     Descriptor old_;
     struct stat old_state_ {};
 };
 
-int rewrite_locked(const std::string& target, const Edit& edit) {
-    Replacement replacement(target);
-    std::string old_text;
-    if (const int error = replacement.read_old(old_text)) {
-        return error;
-    }
+int replace_edited(Replacement& replacement, const std::string& old_text, const Edit& edit) {
     const std::optional<std::string> new_text = edit(old_text);
     return new_text ? replacement.replace(*new_text) : 0;
+}
+
+// Two names may lead to one file, so the file that a link leads to is locked under its own name too.
+int rewrite_link_target(const std::string& path, const Edit& edit) {
+    std::string target;
+    if (const int error = resolve(path, target)) {
+        return error;
+    }
+    if (target == path) {
+        return ELOOP;  // no link any more, and its name is locked already
+    }
+    Descriptor lock;
+    if (const int error = lock_name(target, lock)) {
+        return error;
+    }
+    Replacement replacement(target);
+    std::string old_text;
+    const int error = replacement.read_old(old_text);
+    return error == 0 ? replace_edited(replacement, old_text, edit) : error;
 }
 
 }  // namespace
@@ -188,15 +201,13 @@ int rewrite_file(const std::string& path, const Edit& edit) {
     if (const int error = lock_name(path, lock)) {
         return error;
     }
-    std::string target;
-    if (const int error = resolve(path, target)) {
-        return error;
+    Replacement replacement(path);
+    std::string old_text;
+    const int error = replacement.read_old(old_text);
+    if (error == ELOOP) {
+        return rewrite_link_target(path, edit);
     }
-    Descriptor target_lock;
-    if (const int error = lock_behind_link(path, target, target_lock)) {
-        return error;
-    }
-    return rewrite_locked(target, edit);
+    return error == 0 ? replace_edited(replacement, old_text, edit) : error;
 }
 
 }  // namespace platform_library

@@ -30,7 +30,6 @@ struct Fault {
 
 const Fault faults_before_the_rename[] = {
     {"name not locked", ENOLCK, &Faults::name_not_locked},
-    {"name not examined", EIO, &Faults::path_not_examined},
     {"old file not examined", EIO, &Faults::file_not_examined},
     {"old file not read", EIO, &Faults::file_not_read},
     {"new file not examined", EIO, &Faults::file_not_examined, 0, 1},

@@ -102,7 +102,7 @@ extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int fd, void* bytes, size_t count);
 ssize_t __real_write(int fd, const void* bytes, size_t count);
-ssize_t __real_recvmsg(int fd, msghdr* message, int flags);
+ssize_t __real_recv(int fd, void* bytes, size_t count, int flags);
 int __real_getsockopt(int fd, int level, int name, void* value, socklen_t* size);
 int __real_poll(pollfd* watched, nfds_t count, int timeout);
 pid_t __real_fork();
@@ -110,7 +110,6 @@ int __real_pipe2(int* ends, int flags);
 int __real_fsync(int fd);
 int __real_flock(int fd, int operation);
 int __real_fstat(int fd, struct stat* state);
-int __real_lstat(const char* path, struct stat* state);
 int __real_fchown(int fd, uid_t user, gid_t group);
 int __real_fchmod(int fd, mode_t mode);
 int __real_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags);
@@ -160,7 +159,7 @@ ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
     return __real_write(fd, bytes, length);
 }
 
-ssize_t __wrap_recvmsg(int fd, msghdr* message, int flags) {
+ssize_t __wrap_recv(int fd, void* bytes, size_t count, int flags) {
     ++system_calls::receptions;
     if (happens(faults.receptions_interrupted)) {
         return fail(EINTR);
@@ -168,7 +167,7 @@ ssize_t __wrap_recvmsg(int fd, msghdr* message, int flags) {
     if (faults.reception_refused != 0) {
         return fail(std::exchange(faults.reception_refused, 0));
     }
-    return __real_recvmsg(fd, message, flags);
+    return __real_recv(fd, bytes, count, flags);
 }
 
 int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
@@ -250,10 +249,6 @@ int __wrap_fstat(int fd, struct stat* state) {
         state->st_gid = faults.pretended_owner->group;
     }
     return result;
-}
-
-int __wrap_lstat(const char* path, struct stat* state) {
-    return faults.path_not_examined != 0 ? fail(faults.path_not_examined) : __real_lstat(path, state);
 }
 
 int __wrap_fchown(int fd, uid_t user, gid_t group) {

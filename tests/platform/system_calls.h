@@ -39,7 +39,6 @@ struct Faults {
     int writes_interrupted = 0;         // so many writes
     int file_not_examined = 0;          // fstat
     int examinations_before_that = 0;
-    int path_not_examined = 0;  // lstat
     int file_not_flushed = 0;
     int folder_not_flushed = 0;
     int file_not_renamed = 0;
