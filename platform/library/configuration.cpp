@@ -28,13 +28,23 @@ bool is_key_byte(char byte) {
     return is_letter(byte) || (byte >= '0' && byte <= '9') || byte == '_';
 }
 
+bool is_blank(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\r';
+}
+
 std::string_view strip(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) {
-        return {};
+    while (!text.empty() && is_blank(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    while (!text.empty() && is_blank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+// Every request reads the configuration, and few of its keys have the length of one that counts.
+bool is_key(std::string_view key, std::string_view folded) {
+    return key.size() == folded.size() && fold_key(key) == folded;
 }
 
 int parse_network_timeout(std::string_view value) {
@@ -54,13 +64,12 @@ void read_configuration(std::string_view text) {
         if (!entry) {
             return;
         }
-        const std::string key = fold_key(entry->key);
-        if (key == "SERVER") {
+        if (is_key(entry->key, "SERVER")) {
             host.servers.emplace_back(entry->value);
-        } else if (key == "VERBOSE" && !verbose_seen) {
+        } else if (!verbose_seen && is_key(entry->key, "VERBOSE")) {
             verbose_seen = true;
             master.VERBOSE = parse_int32(entry->value).value_or(0);
-        } else if (key == "NETWORK_TIMEOUT" && !timeout_seen) {
+        } else if (!timeout_seen && is_key(entry->key, "NETWORK_TIMEOUT")) {
             timeout_seen = true;
             host.network_timeout = parse_network_timeout(entry->value);
         }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -28,9 +29,10 @@ struct DebugLog {
     Descriptor file;
     // Whether the last line is known to lack its newline, because the disk was full or its process was killed.
     bool is_torn = false;
-    // The second of the last message, and its "HH:MM:SS".
+    // The last message's second, and the head of its lines: "HH:MM:SS.mmm [PID] <".
+    std::array<char, 64> head{};
+    std::size_t head_length = 0;
     time_t second = -1;
-    std::array<char, 16> time_of_day{};
     // The ID of this process, or 0 before its first message.
     pid_t process = 0;
 };
@@ -49,15 +51,6 @@ timespec time_now() {
     return now;
 }
 
-const char* time_of_day(time_t second) {
-    if (second != debug_log.second) {
-        const tm local = local_time(second);
-        strftime(debug_log.time_of_day.data(), debug_log.time_of_day.size(), "%H:%M:%S", &local);
-        debug_log.second = second;
-    }
-    return debug_log.time_of_day.data();
-}
-
 // Returns the process ID. Asks the system once in each process.
 pid_t this_process() {
     static const bool child_asks_again = pthread_atfork(nullptr, nullptr, [] { debug_log.process = 0; }) == 0;
@@ -65,6 +58,31 @@ pid_t this_process() {
         debug_log.process = getpid();
     }
     return debug_log.process;
+}
+
+constexpr std::size_t milliseconds_place = sizeof "HH:MM:SS." - 1;
+
+void make_head(time_t second, pid_t process) {
+    const tm local = local_time(second);
+    const int length = snprintf(debug_log.head.data(), debug_log.head.size(), "%02d:%02d:%02d.000 [%d] <",
+                                local.tm_hour, local.tm_min, local.tm_sec, process);
+    debug_log.head_length = static_cast<std::size_t>(length);
+    debug_log.second = second;
+}
+
+// Returns the head of a line of now. Formats it once a second, and sets the milliseconds in it.
+std::string_view head_of_now() {
+    const timespec now = time_now();
+    const pid_t known = debug_log.process;
+    const pid_t process = this_process();
+    if (now.tv_sec != debug_log.second || process != known) {
+        make_head(now.tv_sec, process);
+    }
+    auto milliseconds = static_cast<int>(now.tv_nsec / 1'000'000);
+    for (std::size_t i = 3; i-- > 0; milliseconds /= 10) {
+        debug_log.head[milliseconds_place + i] = static_cast<char>('0' + milliseconds % 10);
+    }
+    return {debug_log.head.data(), debug_log.head_length};
 }
 
 // A line of the log that is being composed.
@@ -87,25 +105,25 @@ class Line {
     }
 
     void append_head(int level) {
-        const timespec now = time_now();
-        std::array<char, 64> head;
-        const int milliseconds = static_cast<int>(now.tv_nsec / 1'000'000);
-        snprintf(head.data(), head.size(), "%s.%03d [%d] <%d> ", time_of_day(now.tv_sec), milliseconds, this_process(),
-                 level);
-        append(head.data());
+        append(head_of_now());
+        std::array<char, 16> digits;
+        const std::to_chars_result end = std::to_chars(digits.begin(), digits.end(), level);
+        append({digits.data(), static_cast<std::size_t>(end.ptr - digits.data())});
+        append("> ");
     }
 
     // Keeps text from a peer from becoming two lines or a terminal's escape sequence.
     void append_escaped(std::string_view text) {
-        std::size_t rest = 0;
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            if (must_be_escaped(text[i])) {
-                append(text.substr(rest, i - rest));
-                append_escape(text[i]);
-                rest = i + 1;
+        const char* rest = text.data();
+        const char* const end = rest + text.size();
+        for (const char* byte = rest; byte != end; ++byte) {
+            if (must_be_escaped(*byte)) {
+                append({rest, static_cast<std::size_t>(byte - rest)});
+                append_escape(*byte);
+                rest = byte + 1;
             }
         }
-        append(text.substr(rest));
+        append({rest, static_cast<std::size_t>(end - rest)});
     }
 
     void append_message(const char* format, va_list arguments) {
