@@ -11,7 +11,7 @@ TOP = 96
 ROW = 46
 FONT = "font-family='DejaVu Sans, Verdana, sans-serif'"
 
-# The columns: a title, what stands under it, and where its line is.
+# The columns: title, subtitle, and the position of the line.
 COLUMNS = {
     "command": ("zmlogadm", "root on a listed server", 120),
     "service": ("network service", "systemd or inetd", 350),
@@ -19,7 +19,7 @@ COLUMNS = {
     "files": ("files and tools", "of this host", 820),
 }
 
-# The arrows, from top to bottom: from, to, the text above, and the way it is drawn.
+# The arrows, from top to bottom: start, end, the text above, and the kind.
 STEPS = [
     ("command", "service", "connects from a port below 1024", "call"),
     ("service", "agent", "starts it, socket = descriptor 0", "call"),
