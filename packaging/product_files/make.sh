@@ -18,7 +18,7 @@ make_folder() {
         mkdir -m 755 "$1"
         note "$1"
     elif [ ! -d "$1" ]; then
-        echo "zmlogadmagent: $1 is no directory; it is left as it is" >&2
+        echo "zmlogadmagent: $1 is not a directory; it is left" >&2
     fi
 }
 

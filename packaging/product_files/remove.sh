@@ -35,7 +35,7 @@ remove_configuration() {
         if cmp -s "$made_configuration" "$1"; then
             rm -f "$1"
         else
-            echo "zmlogadmagent: $1 has been changed; it is left"
+            echo "zmlogadmagent: $1 was changed; it is left"
         fi
     fi
     remove_lock "$1.lock"

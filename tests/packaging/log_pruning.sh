@@ -58,9 +58,9 @@ check_settings() {
     printf 'LOG_DAYS=$(touch /tmp/pwned)\nLOG_MEGABYTES=08\nOTHER=1\n' >$settings
     begin 0:300 31:300 32:0
     check "settings that are none are named" is $prune -- "\
-zmlogadmagent-prune-logs: $settings: LOG_DAYS is no number
-zmlogadmagent-prune-logs: $settings: LOG_MEGABYTES is no number
-zmlogadmagent-prune-logs: $settings: what is \"OTHER\"?
+zmlogadmagent-prune-logs: $settings: LOG_DAYS is not a number
+zmlogadmagent-prune-logs: $settings: LOG_MEGABYTES is not a number
+zmlogadmagent-prune-logs: $settings: unknown setting \"OTHER\"
 $logs/log.$(day 32) removed: older than 31 days"
     check "they are not run" test ! -e /tmp/pwned
     rm $settings
