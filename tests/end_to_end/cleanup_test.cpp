@@ -48,7 +48,7 @@ LogLine not_removed(const std::string& path) {
 }
 
 // A request for a directory with another name, which the agent rejects for that reason.
-RequestCase refusal(const std::string& name, const std::string& directory, const std::string& reason) {
+RequestCase rejection(const std::string& name, const std::string& directory, const std::string& reason) {
     return {
         .name = name,
         .request = {"CLEANUP", directory},
@@ -60,8 +60,8 @@ RequestCase refusal(const std::string& name, const std::string& directory, const
 }
 
 // The same with an existing directory, which stays with its file.
-RequestCase refusal_of_a_directory(const std::string& name, const std::string& directory, const std::string& reason) {
-    RequestCase row = refusal(name, directory, reason);
+RequestCase rejection_of_a_directory(const std::string& name, const std::string& directory, const std::string& reason) {
+    RequestCase row = rejection(name, directory, reason);
     row.before = {file(directory + "/file", "kept")};
     row.after = {file(directory + "/file", "kept")};
     return row;
@@ -79,32 +79,32 @@ constexpr const char* length_error = "The middle is not 29 chars";
 constexpr const char* digits_error = "The middle is not all digits";
 constexpr const char* end_error = "The end is not 6 chars";
 
-const std::vector<RequestCase> refusals = {
-    refusal_of_a_directory("OtherName", "/tmp/logs", format_error),
-    refusal_of_a_directory("TwoPieces", "/tmp/zmla-" + middle, format_error),
-    refusal_of_a_directory("FourPieces", good + "-x", format_error),
-    refusal_of_a_directory("DashAtTheEnd", good + "-", format_error),
-    refusal_of_a_directory("NoDashBeforeTheEnd", "/tmp/zmla-" + middle + "abcdef", format_error),
-    refusal("TrailingSlash", good + "/", format_error),
-    refusal("Root", "/", format_error),
-    refusal("ParentBehindTheName", good + "/..", format_error),
-    refusal_of_a_directory("PrefixInCapitals", "/tmp/ZMLA-" + middle + "-abcdef", prefix_error),
-    refusal_of_a_directory("LongerPrefix", "/tmp/xzmla-" + middle + "-abcdef", prefix_error),
-    refusal_of_a_directory("EmptyPrefix", "/tmp/-" + middle + "-abcdef", prefix_error),
-    refusal("RelativePathWithAFolder", "tmp/" + good_name, prefix_error),
-    refusal("RelativePathFromTheParent", "../" + good_name, prefix_error),
-    refusal_of_a_directory("ShortMiddle", "/tmp/zmla-1234-abcdef", length_error),
-    refusal_of_a_directory("MiddleOf28", "/tmp/zmla-" + middle.substr(1) + "-abcdef", length_error),
-    refusal_of_a_directory("MiddleOf30", "/tmp/zmla-" + middle + "0-abcdef", length_error),
-    refusal_of_a_directory("LetterInTheMiddle", "/tmp/zmla-" + middle.substr(1) + "a-abcdef", digits_error),
-    refusal_of_a_directory("BlankInTheMiddle", "/tmp/zmla- " + middle.substr(1) + "-abcdef", digits_error),
-    refusal_of_a_directory("EndOf5", "/tmp/zmla-" + middle + "-abcde", end_error),
-    refusal_of_a_directory("EndOf7", "/tmp/zmla-" + middle + "-abcdefg", end_error),
-    refusal_of_a_directory("EmptyEnd", "/tmp/zmla-" + middle + "-", end_error),
-    refusal("EndOf6WithATrailingBlank", "/tmp/zmla-" + middle + "-abcde ", end_error),
+const std::vector<RequestCase> rejections = {
+    rejection_of_a_directory("OtherName", "/tmp/logs", format_error),
+    rejection_of_a_directory("TwoPieces", "/tmp/zmla-" + middle, format_error),
+    rejection_of_a_directory("FourPieces", good + "-x", format_error),
+    rejection_of_a_directory("DashAtTheEnd", good + "-", format_error),
+    rejection_of_a_directory("NoDashBeforeTheEnd", "/tmp/zmla-" + middle + "abcdef", format_error),
+    rejection("TrailingSlash", good + "/", format_error),
+    rejection("Root", "/", format_error),
+    rejection("ParentAfterTheName", good + "/..", format_error),
+    rejection_of_a_directory("PrefixInUpperCase", "/tmp/ZMLA-" + middle + "-abcdef", prefix_error),
+    rejection_of_a_directory("LongerPrefix", "/tmp/xzmla-" + middle + "-abcdef", prefix_error),
+    rejection_of_a_directory("EmptyPrefix", "/tmp/-" + middle + "-abcdef", prefix_error),
+    rejection("RelativePathWithAFolder", "tmp/" + good_name, prefix_error),
+    rejection("RelativePathFromTheParent", "../" + good_name, prefix_error),
+    rejection_of_a_directory("ShortMiddle", "/tmp/zmla-1234-abcdef", length_error),
+    rejection_of_a_directory("MiddleOf28", "/tmp/zmla-" + middle.substr(1) + "-abcdef", length_error),
+    rejection_of_a_directory("MiddleOf30", "/tmp/zmla-" + middle + "0-abcdef", length_error),
+    rejection_of_a_directory("LetterInTheMiddle", "/tmp/zmla-" + middle.substr(1) + "a-abcdef", digits_error),
+    rejection_of_a_directory("SpaceInTheMiddle", "/tmp/zmla- " + middle.substr(1) + "-abcdef", digits_error),
+    rejection_of_a_directory("EndOf5", "/tmp/zmla-" + middle + "-abcde", end_error),
+    rejection_of_a_directory("EndOf7", "/tmp/zmla-" + middle + "-abcdefg", end_error),
+    rejection_of_a_directory("EmptyEnd", "/tmp/zmla-" + middle + "-", end_error),
+    rejection("EndOf6WithATrailingSpace", "/tmp/zmla-" + middle + "-abcde ", end_error),
 };
 
-INSTANTIATE_TEST_SUITE_P(Rejection, Cleanup, testing::ValuesIn(refusals), name_of_row);
+INSTANTIATE_TEST_SUITE_P(Rejection, Cleanup, testing::ValuesIn(rejections), name_of_row);
 
 const std::vector<RequestCase> removals = {
     {.name = "NoDirectory", .request = {"CLEANUP"}},

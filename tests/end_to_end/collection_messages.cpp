@@ -4,14 +4,9 @@
 #include <cstring>
 
 #include "tests/end_to_end/tool_messages.h"
-#include "tests/support/stand_in_tool.h"
 
 using log_level::error;
 using log_level::information;
-
-std::function<void()> with_tool(const std::string& tool, const std::vector<std::string>& steps) {
-    return [tool, steps] { install_tool(tool, steps); };
-}
 
 LogLine chosen(const std::string& collection) {
     return {information, "get_zmcplogs_temp_destdir",

@@ -1,7 +1,6 @@
-// What requests with a collection directory have in common: the tools that collect, and the agent's messages.
+// Requests with a collection directory: its paths, and the agent's messages about it.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,9 +13,6 @@
 inline const std::string evidence = default_collection_folder;
 inline const std::string evidence_temporary = evidence + "/<temporary>";
 inline const std::string c_temporary = "/tmp/c/<temporary>";
-
-// Returns a preparation that installs a tool of these steps.
-[[nodiscard]] std::function<void()> with_tool(const std::string& tool, const std::vector<std::string>& steps);
 
 // The message that names the temporary directory of a request.
 [[nodiscard]] LogLine chosen(const std::string& collection);

@@ -88,7 +88,7 @@ const std::vector<RequestCase> requests_without_work = {
 INSTANTIATE_TEST_SUITE_P(NothingToDo, LoggingRequest, testing::ValuesIn(requests_without_work), name_of_row);
 
 // A single malformed argument.
-RequestCase refusal(const std::string& name, const std::string& argument, const std::string& logged) {
+RequestCase rejection(const std::string& name, const std::string& argument, const std::string& logged) {
     return {
         .name = name,
         .request = {"ENABLELOGGING", argument},
@@ -99,14 +99,14 @@ RequestCase refusal(const std::string& name, const std::string& argument, const 
     };
 }
 
-const std::vector<RequestCase> refusals = {
-    refusal("NoColon", "VMCONF", "VMCONF"),
-    refusal("NothingBehindTheColon", "VMCONF:", "VMCONF:"),
-    refusal("ColonAlone", ":", ":"),
-    refusal("Empty", "", ""),
-    refusal("CommasAlone", "a,b", "a,b"),
-    refusal("PercentSigns", "%s%d%n%%", "%s%d%n%%"),
-    refusal("Newline", "VMCONF\nx", "VMCONF\\nx"),
+const std::vector<RequestCase> rejections = {
+    rejection("NoColon", "VMCONF", "VMCONF"),
+    rejection("NothingAfterTheColon", "VMCONF:", "VMCONF:"),
+    rejection("OnlyAColon", ":", ":"),
+    rejection("Empty", "", ""),
+    rejection("CommaWithoutAColon", "a,b", "a,b"),
+    rejection("PercentSigns", "%s%d%n%%", "%s%d%n%%"),
+    rejection("Newline", "VMCONF\nx", "VMCONF\\nx"),
     {
         .name = "AfterAGoodOneWithoutAnAnswer",
         .request = {"ENABLELOGGING", "VMCONF:x", "ZMLOGDIR:y", "VMCONF", "ZMLOGDIR:z"},
@@ -118,7 +118,7 @@ const std::vector<RequestCase> refusals = {
     },
 };
 
-INSTANTIATE_TEST_SUITE_P(Rejection, LoggingRequest, testing::ValuesIn(refusals), name_of_row);
+INSTANTIATE_TEST_SUITE_P(Rejection, LoggingRequest, testing::ValuesIn(rejections), name_of_row);
 
 const LogLine invalid_disable = {error, "process_zmulogdir", "Invalid action=disable"};
 const LogLine invalid_reset = {error, "process_zmulogdir", "Invalid action=reset"};
@@ -173,8 +173,8 @@ const std::vector<RequestCase> splits = {
     split("EmptyValueInTheMiddle", "ZMLOGDIR:a,,b", {"a", "", "b"}),
     split("EmptyLastValue", "ZMLOGDIR:a,", {"a", ""}),
     split("EmptyFirstValue", "ZMLOGDIR:,a", {"", "a"}),
-    split("CommaAlone", "ZMLOGDIR:,", {"", ""}),
-    split("BlanksStay", "ZMLOGDIR: a , b ", {" a ", " b "}),
+    split("OnlyAComma", "ZMLOGDIR:,", {"", ""}),
+    split("KeepsSpaces", "ZMLOGDIR: a , b ", {" a ", " b "}),
     split("SecondColonBelongsToTheValue", "ZMLOGDIR:a:b,c", {"a:b", "c"}),
 };
 

@@ -1,5 +1,5 @@
-// Memory that runs out: linked into an agent, the allocation of the number that the variable ZMLA_ALLOCATION names
-// fails, and every later one too where the number ends in "+". The first that does leaves an empty file as a mark.
+// Allocations that fail, for an agent that links this file. The variable ZMLA_ALLOCATION has the number of the first
+// one; "+" after the number means that all later ones fail too. The first failure makes an empty file as a mark.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <cstdlib>
 
 // NOLINTBEGIN(bugprone-reserved-identifier, cppcoreguidelines-no-malloc, readability-inconsistent-*): the C library's
-// names, whose parameters have reserved ones.
+// functions and their reserved parameter names.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <ostream>
 
 namespace {
 
@@ -110,8 +111,20 @@ bool moves_stream(pid_t process, long call, const std::uint64_t* arguments) {
 
 }  // namespace
 
-// The end of a process cannot fail.
+std::ostream& operator<<(std::ostream& out, const FaultPlan& plan) {
+    return out << plan.name;
+}
+
+Fault fail_once(int error) {
+    return {.kind = Fault::Kind::error, .error = error};
+}
+
+Fault fail_ever_after(int error) {
+    return {.kind = Fault::Kind::error, .error = error, .ever_after = true};
+}
+
 bool can_happen(const Fault& fault, pid_t process, long call, const std::uint64_t* arguments) {
+    // The end of a process cannot fail.
     if (is_one_of(call, {SYS_exit, SYS_exit_group, SYS_rt_sigreturn})) {
         return false;
     }

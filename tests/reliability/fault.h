@@ -1,13 +1,13 @@
-// What goes wrong in a program, and at which of its system calls.
+// Faults of system calls: what goes wrong, and at which call.
 #pragma once
 
 #include <sys/types.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
-// A fault of the system calls that it can happen to: those of the program, and those of its children until they become
-// a tool.
+// A fault counts only the calls that it can happen to, of the program and of its children until they become a tool.
 struct Fault {
     enum class Kind {
         none,
@@ -22,6 +22,19 @@ struct Fault {
     // The number of the first call with the fault, counted from 1.
     int number = 0;
 };
+
+// A fault for tables. The number is set for each run.
+struct FaultPlan {
+    // A name in CamelCase.
+    std::string name;
+    Fault fault;
+};
+
+std::ostream& operator<<(std::ostream& out, const FaultPlan& plan);
+
+// Returns a fault that fails one call with the error, or all calls from that one on.
+[[nodiscard]] Fault fail_once(int error);
+[[nodiscard]] Fault fail_ever_after(int error);
 
 // Returns whether the fault can happen to this call of a stopped process.
 [[nodiscard]] bool can_happen(const Fault& fault, pid_t process, long call, const std::uint64_t* arguments);

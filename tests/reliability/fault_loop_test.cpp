@@ -1,4 +1,5 @@
-// Fails every system call of every kind of request, one after the other, and looks at what is left behind.
+// Fails every system call of every kind of request, one run for each, and checks the files, the answer and the next
+// request.
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -21,43 +22,30 @@
 
 namespace {
 
-struct Plan {
-    std::string name;
-    Fault fault;
-};
-
-std::ostream& operator<<(std::ostream& out, const Plan& plan) {
-    return out << plan.name;
-}
-
-Fault error(int number, bool ever_after) {
-    return {.kind = Fault::Kind::error, .error = number, .ever_after = ever_after};
-}
-
-// EINTR for ever is nothing that a system does, and whoever begins again after it would do so for ever.
-const std::vector<Plan> plans = {
-    {"InputOutputErrorOnce", error(EIO, false)},
-    {"InputOutputErrorEverAfter", error(EIO, true)},
-    {"NoSpaceOnce", error(ENOSPC, false)},
-    {"NoSpaceEverAfter", error(ENOSPC, true)},
-    {"NoDescriptorOnce", error(EMFILE, false)},
-    {"NoDescriptorEverAfter", error(EMFILE, true)},
-    {"NoMemoryOnce", error(ENOMEM, false)},
-    {"NoMemoryEverAfter", error(ENOMEM, true)},
-    {"InterruptedOnce", error(EINTR, false)},
+// No plan has EINTR ever after: no system does that, and a correct program would retry without end.
+const std::vector<FaultPlan> plans = {
+    {"InputOutputErrorOnce", fail_once(EIO)},
+    {"InputOutputErrorEverAfter", fail_ever_after(EIO)},
+    {"NoSpaceOnce", fail_once(ENOSPC)},
+    {"NoSpaceEverAfter", fail_ever_after(ENOSPC)},
+    {"NoDescriptorOnce", fail_once(EMFILE)},
+    {"NoDescriptorEverAfter", fail_ever_after(EMFILE)},
+    {"NoMemoryOnce", fail_once(ENOMEM)},
+    {"NoMemoryEverAfter", fail_ever_after(ENOMEM)},
+    {"InterruptedOnce", fail_once(EINTR)},
     {"ShortTransferOnce", {.kind = Fault::Kind::short_transfer}},
     {"ShortTransferEverAfter", {.kind = Fault::Kind::short_transfer, .ever_after = true}},
     {"KilledAtOnce", {.kind = Fault::Kind::kill}},
 };
 
-// What a path holds; nothing when it is missing.
+// The text of a path; nothing if it is missing.
 using State = std::optional<std::string>;
 
 State state_of(const ChangedPath& change) {
     if (!exists(change.path)) {
         return std::nullopt;
     }
-    // Of what is made it counts that it is there.
+    // Of a path that is made, only its existence counts.
     return change.rules == Rules::made ? "" : read_file(change.path);
 }
 
@@ -65,7 +53,7 @@ std::string folder_of(const std::string& path) {
     return path.substr(0, path.rfind('/'));
 }
 
-// The names in the folders of the rewritten files.
+// Returns the names in the folders of the rewritten files.
 std::set<std::string> names_beside(const Scenario& scenario) {
     std::set<std::string> names;
     for (const ChangedPath& change : scenario.changes) {
@@ -79,7 +67,7 @@ std::set<std::string> names_beside(const Scenario& scenario) {
     return names;
 }
 
-// What a scenario comes to when nothing goes wrong.
+// The outcome of a scenario without a fault.
 struct Expectation {
     std::vector<State> before;
     std::vector<State> after;
@@ -103,7 +91,7 @@ Expectation run_without_fault(const Scenario& scenario) {
     return expected;
 }
 
-// Whether it is made of whole lines, each a line of one text or of the other.
+// Returns whether the text consists of whole lines, each from one of the two texts.
 bool has_lines_of(const std::string& text, const std::string& before, const std::string& after) {
     const std::string all = "\n" + before + "\n" + after;
     std::istringstream lines(text);
@@ -119,7 +107,7 @@ bool is_of(long call, std::initializer_list<long> calls) {
     return std::find(calls.begin(), calls.end(), call) != calls.end();
 }
 
-// One run with a fault, and what has to be true of it.
+// The checks of one run with a fault.
 class Aftermath {
   public:
     Aftermath(const Scenario& scenario, const Expectation& expected, const Fault& fault, const FaultyRun& run)
@@ -137,12 +125,12 @@ class Aftermath {
     }
 
   private:
-    // The agent ends by itself, unless it was killed, gave up for want of memory, or was not even started whole.
+    // The agent ends by itself, unless it was killed, aborted without memory, or had not begun.
     void check_end() const {
         if (WIFSIGNALED(run_.wait_status)) {
             const int signal = WTERMSIG(run_.wait_status);
             const bool was_killed = signal == SIGKILL && fault_.kind == Fault::Kind::kill;
-            // The last resort of a C library whose abort fails too is an invalid instruction.
+            // A C library whose abort fails too ends with an invalid instruction.
             const bool gave_up = signal == SIGABRT || (signal == SIGSEGV && fault_.ever_after);
             EXPECT_TRUE(was_killed || gave_up || !run_.began) << "ended by signal " << signal;
         } else if (run_.received.find("EXIT STATUS ") != std::string::npos) {
@@ -150,7 +138,7 @@ class Aftermath {
         }
     }
 
-    // Sending fails, or the tool is not waited for and goes on.
+    // Sending fails, or the agent does not wait for the tool, which goes on writing.
     [[nodiscard]] bool status_line_may_not_be_last() const {
         return (fault_.ever_after && fault_.kind == Fault::Kind::error) || run_.first_call == SYS_wait4;
     }
@@ -170,13 +158,13 @@ class Aftermath {
         EXPECT_TRUE(now == before || now == after || (change.in_two_steps && is_mixed)) << change.path << ":\n"
                                                                                         << now.value_or("(missing)");
         const bool claimed = !change.claim.empty() && run_.received.find(change.claim) != std::string::npos;
-        EXPECT_TRUE(!claimed || now == after) << change.path << " is not what was said:\n" << run_.received;
+        EXPECT_TRUE(!claimed || now == after) << change.path << " is not as the answer says:\n" << run_.received;
         if (change.rules == Rules::safe_rewrite) {
             EXPECT_EQ(mode_of(change.path), 0640U) << change.path;
         }
     }
 
-    // Whoever is killed, or cannot remove a file, leaves it.
+    // A killed agent leaves its temporary file, and so does one that cannot remove it.
     [[nodiscard]] bool may_leave_temporary() const {
         return fault_.kind == Fault::Kind::kill || fault_.ever_after ||
                is_of(run_.first_call, {SYS_unlink, SYS_unlinkat}) || WIFSIGNALED(run_.wait_status);
@@ -189,9 +177,9 @@ class Aftermath {
     }
 
     void check_next_request() const {
-        // A tool that stays away is no fault of the next request's.
         const FaultyRun next = run_with_fault(connect_and_ask(scenario_), {});
         if (scenario_.name == "CleanUp") {
+            // The first run may have removed the directory, which changes the status.
             EXPECT_TRUE(next.status());
         } else {
             EXPECT_EQ(next.status(), expected_.status) << next.received;
@@ -211,7 +199,7 @@ class Aftermath {
     const FaultyRun& run_;
 };
 
-// Every call when all are asked for, else every fourth one, beginning with another one in each test.
+// The quick tests fail only every fourth call, and each test begins at another one.
 int stride() {
     constexpr int quick = 4;
     return getenv("ZMLA_ALL_FAULTS") != nullptr ? 1 : quick;
@@ -221,9 +209,9 @@ int first_number(const std::string& test) {
     return 1 + static_cast<int>(std::hash<std::string>()(test) % static_cast<std::size_t>(stride()));
 }
 
-class FaultLoop : public testing::TestWithParam<std::tuple<Scenario, Plan>> {};
+class FaultLoop : public testing::TestWithParam<std::tuple<Scenario, FaultPlan>> {};
 
-TEST_P(FaultLoop, NothingIsDamagedWhateverCallFails) {
+TEST_P(FaultLoop, DamagesNothingWhenAnyCallFails) {
     const auto& [scenario, plan] = GetParam();
     const Expectation expected = run_without_fault(scenario);
     Fault fault = plan.fault;
@@ -244,13 +232,13 @@ TEST_P(FaultLoop, NothingIsDamagedWhateverCallFails) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, FaultLoop, testing::Combine(testing::ValuesIn(scenarios()), testing::ValuesIn(plans)),
-                         [](const testing::TestParamInfo<std::tuple<Scenario, Plan>>& row) {
+                         [](const testing::TestParamInfo<std::tuple<Scenario, FaultPlan>>& row) {
                              return std::get<0>(row.param).name + std::get<1>(row.param).name;
                          });
 
 class AllocationLoop : public testing::TestWithParam<std::tuple<Scenario, bool>> {};
 
-TEST_P(AllocationLoop, NothingIsDamagedWhateverAllocationFails) {
+TEST_P(AllocationLoop, DamagesNothingWhenAnyAllocationFails) {
     const auto& [scenario, ever_after] = GetParam();
     const Expectation expected = run_without_fault(scenario);
     int number = first_number(scenario.name);

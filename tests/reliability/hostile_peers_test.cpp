@@ -1,4 +1,4 @@
-// Peers that mean harm, many at once: silent ones, slow ones, deaf ones, and those that hang up in the middle.
+// Many hostile peers at once: silent ones, slow ones, deaf ones, and those that close within a request.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr int request_not_received = 5763;
 constexpr int peer_not_root = 135;
-// What agents end with.
+// Exit statuses of agents.
 constexpr int served = 0;
 constexpr int peer_closed = 23;
 constexpr int output_not_sent = 5796 & 0xff;
@@ -34,7 +34,7 @@ class HostilePeers : public ProductTest {
         before_ = door_.state();
     }
 
-    // Agents that have verified their peer have read it.
+    // An agent has read the time-out when it has verified its peer.
     static void set_time_out(int seconds) {
         write_file(main_configuration, "SERVER = localhost\nNETWORK_TIMEOUT = " + std::to_string(seconds) + "\n");
     }
@@ -61,11 +61,11 @@ class HostilePeers : public ProductTest {
         good_ += count;
     }
 
-    // Until the agents of so many hostile peers know whom they have before them.
+    // Waits until the agents of that many hostile peers have verified them.
     void await_verified(int count) const { await_in_debug_log("verified credentials of peer", good_ + count); }
 
-    // The door is open, no process and no descriptor is left, and all agents ended as they should: good peers' with 0,
-    // the others with the status.
+    // Expects that the service still serves, that no process or descriptor is left, and that the agents of good peers
+    // have ended with 0 and the others with the status.
     void expect_nothing_left(int status) {
         serve_good_peers(1);
         door_.await_end_of_agents();
@@ -73,8 +73,8 @@ class HostilePeers : public ProductTest {
         EXPECT_EQ(door_.statuses_of_agents(), (std::set<int>{served, status}));
     }
 
-    // Each was told that its time was over.
-    void expect_left_in_time(const Peers& peers) {
+    // Expects that each peer was sent the status of a time-out.
+    void expect_timed_out(const Peers& peers) {
         const int count = static_cast<int>(peers.size());
         EXPECT_EQ(count_with_status(peers, request_not_received), count);
         EXPECT_EQ(count_in_debug_log("failure receiving #args E=110 (Connection timed out)"), count);
@@ -86,7 +86,7 @@ class HostilePeers : public ProductTest {
     int good_ = 0;
 };
 
-TEST_F(HostilePeers, ThatAreSilentAreLeftWhenTheirTimeIsOver) {
+TEST_F(HostilePeers, ThatAreSilentTimeOut) {
     constexpr int count = 200;
     set_time_out(1);
     Peers silent = connect(count);
@@ -94,11 +94,11 @@ TEST_F(HostilePeers, ThatAreSilentAreLeftWhenTheirTimeIsOver) {
     set_time_out(300);
     serve_good_peers();
     receive_all(silent);
-    expect_left_in_time(silent);
-    print_figure("silent peers: told that their time is over", count_with_status(silent, request_not_received));
+    expect_timed_out(silent);
+    print_figure("silent peers: timed out", count_with_status(silent, request_not_received));
 }
 
-TEST_F(HostilePeers, ThatAreSilentForLongLeaveTheDoorOpen) {
+TEST_F(HostilePeers, ThatStaySilentDoNotBlockTheService) {
     constexpr int count = 200;
     set_time_out(86400);
     Peers silent = connect(count);
@@ -113,21 +113,21 @@ TEST_F(HostilePeers, ThatAreSilentForLongLeaveTheDoorOpen) {
     expect_nothing_left(ended_early);
 }
 
-TEST_F(HostilePeers, ThatNobodyKnowsAreRefusedBeforeTheyAsk) {
+TEST_F(HostilePeers, ThatAreNotRootAreRejectedWithoutARequest) {
     constexpr int count = 200;
     set_time_out(86400);
-    Peers strangers;
+    Peers users;
     for (int i = 0; i < count; ++i) {
-        strangers.emplace_back(door_.connect_as_anybody());
+        users.emplace_back(door_.connect_as_anybody());
     }
     serve_good_peers();
-    receive_all(strangers);
-    EXPECT_EQ(count_with_status(strangers, peer_not_root), count);
+    receive_all(users);
+    EXPECT_EQ(count_with_status(users, peer_not_root), count);
     expect_nothing_left(peer_not_root);
 }
 
-// A time-out for each piece that arrives would hear them to their end.
-TEST_F(HostilePeers, ThatSendAByteNowAndThenAreLeftWhenTheTimeOfOneValueIsOver) {
+// If each piece that arrives started a new time-out, the agent would wait for their last byte.
+TEST_F(HostilePeers, ThatSendSlowlyTimeOutAfterTheTimeForOneValue) {
     constexpr int count = 50;
     const std::string value = netstring(std::string(100, '1'));
     set_time_out(1);
@@ -137,12 +137,12 @@ TEST_F(HostilePeers, ThatSendAByteNowAndThenAreLeftWhenTheTimeOfOneValueIsOver) 
     serve_good_peers();
     const std::size_t sent = receive_and_drip(slow, value, std::chrono::milliseconds(100));
     EXPECT_LT(sent, value.size());
-    expect_left_in_time(slow);
-    print_figure("slow peers: told that their time is over", count_with_status(slow, request_not_received));
+    expect_timed_out(slow);
+    print_figure("slow peers: timed out", count_with_status(slow, request_not_received));
 }
 
-// The agent and its tools have all the time that the peer takes, for a report may be long; nobody else waits for them.
-TEST_F(HostilePeers, ThatNeverReadWhatAToolSaysHoldTheirOwnAgentsAloneUntilTheyGo) {
+// A report may be long, so the agent and its tool wait for a slow reader without a time-out. No other peer waits.
+TEST_F(HostilePeers, ThatNeverReadTheOutputOfAToolBlockOnlyTheirOwnAgents) {
     constexpr int count = 16;
     install_tool(versioninfo_tool, {stand_in::run("exec yes")});
     Peers deaf = connect(count);
@@ -156,8 +156,8 @@ TEST_F(HostilePeers, ThatNeverReadWhatAToolSaysHoldTheirOwnAgentsAloneUntilTheyG
     print_figure("deaf peers of a tool: their agents that wait while good peers are served", count);
 }
 
-// More than a connection holds on its way: the agent itself waits.
-TEST_F(HostilePeers, ThatNeverReadWhatTheAgentSaysHoldTheirOwnAgentsAloneUntilTheyGo) {
+// The answer is larger than the buffers of a connection, so the agent itself waits.
+TEST_F(HostilePeers, ThatNeverReadTheAnswerBlockOnlyTheirOwnAgents) {
     constexpr int count = 2;
     std::string values = "VMCONF:";
     for (int i = 0; i < 5; ++i) {
@@ -176,17 +176,17 @@ TEST_F(HostilePeers, ThatNeverReadWhatTheAgentSaysHoldTheirOwnAgentsAloneUntilTh
     print_figure("deaf peers of the agent: agents that wait while good peers are served", count);
 }
 
-// Changes a file if it is whole, and only then.
+// Only the whole request changes the file.
 const std::string change = netstrings({"ENABLELOGGING", "QRCONF:JOBD_VERBOSE=5"});
 const std::string configuration_before = "SERVER = localhost\nNETWORK_TIMEOUT = 60\n";
 const std::string configuration_after = configuration_before + "JOBD_VERBOSE = 5\n";
 
-TEST_F(HostilePeers, ThatHangUpWithinARequestHaveNothingDoneForThem) {
+TEST_F(HostilePeers, ThatCloseWithinARequestChangeNothing) {
     write_file(main_configuration, configuration_before);
     Peers broken = connect(static_cast<int>(change.size()));
     for (std::size_t i = 0; i < broken.size(); ++i) {
         broken[i].send(change.substr(0, i));
-        broken[i].hang_up();
+        broken[i].close();
     }
     serve_good_peers();
     door_.await_end_of_agents();
@@ -194,17 +194,17 @@ TEST_F(HostilePeers, ThatHangUpWithinARequestHaveNothingDoneForThem) {
     EXPECT_EQ(count_in_debug_log("failed to receive args SC=5763"), static_cast<int>(change.size()));
     EXPECT_EQ(read_file(main_configuration), configuration_before);
     expect_nothing_left(ended_early);
-    print_figure("peers that hang up after each byte of a request: left without a change",
+    print_figure("peers that close after each byte of a request: left without a change",
                  count_in_debug_log("failed to receive args SC=5763"));
 }
 
-TEST_F(HostilePeers, ThatBreakOffWithinARequestHaveNothingDoneForThem) {
+TEST_F(HostilePeers, ThatResetWithinARequestChangeNothing) {
     write_file(main_configuration, configuration_before);
     Peers broken = connect(static_cast<int>(change.size()));
     await_verified(static_cast<int>(change.size()));
     for (std::size_t i = 0; i < broken.size(); ++i) {
         broken[i].send(change.substr(0, i));
-        broken[i].break_off();
+        broken[i].reset();
     }
     serve_good_peers();
     door_.await_end_of_agents();
@@ -213,7 +213,7 @@ TEST_F(HostilePeers, ThatBreakOffWithinARequestHaveNothingDoneForThem) {
     expect_nothing_left(ended_early);
 }
 
-TEST_F(HostilePeers, ThatHangUpAfterTheirRequestHaveItDone) {
+TEST_F(HostilePeers, ThatCloseAfterTheirRequestAreServed) {
     write_file(main_configuration, configuration_before);
     Peers gone = connect(1);
     gone[0].send(change);

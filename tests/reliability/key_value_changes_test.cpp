@@ -1,4 +1,4 @@
-// Changes of a key-value file, whose rules take no lock: what is certain, and how much is lost when many make them.
+// Changes of a key-value file, which take no lock: what is certain, and how much is lost when many programs write.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
@@ -46,8 +46,7 @@ bool is_level(std::string_view line) {
            line.find_first_not_of("0123456789", level_key.size()) == std::string_view::npos;
 }
 
-// Whether a text is the whole file: every line that nobody changes and one level, in their order, and behind them
-// nothing but whole notes.
+// Returns whether the text is the whole file: the unchanged lines and one level in order, followed only by whole notes.
 bool is_whole(const std::string& text) {
     if (!text.ends_with('\n')) {
         return false;
@@ -68,15 +67,15 @@ bool is_whole(const std::string& text) {
     return true;
 }
 
-// As another program does that adds a line to a log or a configuration: one write at the end of the file.
+// Adds a line as other programs do: with one write at the end of the file.
 void append_note(const std::string& note) {
     const Descriptor file(open(changed_file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
     if (!file.valid() || !write_all(file.get(), note_key + note + ".\n")) {
-        throw std::runtime_error("a note could not be appended");
+        throw std::runtime_error("cannot append a note");
     }
 }
 
-// What a reader saw while writers were at work.
+// What a reader saw while the writers ran.
 struct Reading {
     int reads = 0;
     int broken = 0;
@@ -112,19 +111,19 @@ class KeyValueFile : public ProductTest {
   protected:
     KeyValueFile() { write_file(changed_file, text_before); }
 
-    // Sets a level again and again. Returns how many times the agent said that it had not.
+    // Sets levels one after the other. Returns how many of them the agent reported as failed.
     [[nodiscard]] int set_levels(int writer) const {
-        int refused = 0;
+        int failed = 0;
         for (int i = 0; i < changes_; ++i) {
-            refused += is_done(ask_own_agent(set_level(std::to_string(writer * changes_ + i)))) ? 0 : 1;
+            failed += is_done(ask_own_agent(set_level(std::to_string(writer * changes_ + i)))) ? 0 : 1;
         }
-        return refused;
+        return failed;
     }
 
     [[nodiscard]] int append_notes(int writer) const {
         for (int i = 0; i < changes_; ++i) {
             append_note(std::to_string(writer) + " " + std::to_string(i));
-            (void)ask_own_agent({"FETCHFILE"});  // the time of a request goes by
+            (void)ask_own_agent({"FETCHFILE"});  // takes the time of a request
         }
         return 0;
     }
@@ -132,7 +131,7 @@ class KeyValueFile : public ProductTest {
     const int changes_ = share(25, 100);
 };
 
-TEST_F(KeyValueFile, IsWholeAtAnyTimeWhileOneAgentAfterTheOtherChangesIt) {
+TEST_F(KeyValueFile, IsAlwaysWholeWhenAgentsChangeItOneAfterTheOther) {
     Writers writer(1, [&](int number) { return set_levels(number); });
     const Reading reading = read_while_running(writer);
     EXPECT_EQ(writer.finish(), 0);
@@ -141,58 +140,58 @@ TEST_F(KeyValueFile, IsWholeAtAnyTimeWhileOneAgentAfterTheOtherChangesIt) {
               unchanged_lines("FIRST") + level_key + std::to_string(changes_ - 1) + "\n" + unchanged_lines("LAST"));
 }
 
-// The name of the copy is fixed and the same for all agents, so that one agent's copy can get in another's way: nothing
-// but the figures says how much of the file survives that.
-TEST_F(KeyValueFile, IsThereForTheNextAgentAfterManyAtOnce) {
+// All agents write their copy under the same fixed name, so agents that run at once can damage the file. Only the
+// figures show how much of it survives.
+TEST_F(KeyValueFile, CanBeChangedAfterManyAgentsAtOnce) {
     for (const int count : {2, 8, 64}) {
         write_file(changed_file, text_before);
         Writers writers(count, [&](int writer) { return set_levels(writer); });
         const Reading reading = read_while_running(writers);
-        const int refused = writers.finish();
+        const int failed = writers.finish();
         const int changes = count * changes_;
         const std::string name = "key-value file, " + std::to_string(count) + " agents: ";
-        print_figure(name + "changes, refused", changes, refused);
+        print_figure(name + "changes, failed", changes, failed);
         print_figure(name + "reads, not of a whole file", reading.reads, reading.broken);
-        print_figure(name + "lines that nobody changes, gone at the end", 40, 40 - count_unchanged_lines());
+        print_figure(name + "unchanged lines, missing at the end", 40, 40 - count_unchanged_lines());
         EXPECT_TRUE(is_done(ask_own_agent(set_level("7"))));
         EXPECT_NE(read_file(changed_file).find(level_key + "7\n"), std::string::npos);
     }
 }
 
-// Half of the writers are agents, half are programs that append lines.
-TEST_F(KeyValueFile, IsThereForTheNextAgentAfterManyAgentsAndOtherProgramsAtOnce) {
+// Half of the writers are agents, the others are programs that append lines.
+TEST_F(KeyValueFile, CanBeChangedAfterManyAgentsAndOtherProgramsAtOnce) {
     for (const int half : {1, 4, 32}) {
         write_file(changed_file, text_before);
         Writers writers(2 * half,
                         [&](int writer) { return writer % 2 == 0 ? set_levels(writer) : append_notes(writer); });
         const Reading reading = read_while_running(writers);
-        const int refused = writers.finish();
+        const int failed = writers.finish();
         const int changes = half * changes_;
         const std::string name =
             "key-value file, " + std::to_string(half) + " agents, " + std::to_string(half) + " other programs: ";
-        print_figure(name + "changes by agents, refused", changes, refused);
+        print_figure(name + "changes by agents, failed", changes, failed);
         print_figure(name + "lines appended, lost", changes, changes - count_notes());
         print_figure(name + "reads, not of a whole file", reading.reads, reading.broken);
-        // What one agent does is certain, whatever other programs do.
-        EXPECT_TRUE(half > 1 || (refused == 0 && reading.broken == 0 && is_whole(read_file(changed_file))));
+        // The work of a single agent is certain, whatever other programs do.
+        EXPECT_TRUE(half > 1 || (failed == 0 && reading.broken == 0 && is_whole(read_file(changed_file))));
         EXPECT_TRUE(is_done(ask_own_agent(set_level("7"))));
         EXPECT_NE(read_file(changed_file).find(level_key + "7\n"), std::string::npos);
     }
 }
 
-// Sets a value again and again, and looks at it before the next time. Returns how many did not stay: refused, or lost.
+// Sets values and reads each one back before the next one. Returns how many failed or were lost.
 int count_not_kept(int changes, const std::function<Request(int)>& request,
                    const std::function<std::string(int)>& line) {
     int lost = 0;
     for (int i = 0; i < changes; ++i) {
         const bool done = is_done(ask_own_agent(request(i)));
-        (void)ask_own_agent({"FETCHFILE"});  // the time of a request goes by
+        (void)ask_own_agent({"FETCHFILE"});  // takes the time of a request
         lost += done && read_file(plugin_file).find(line(i) + "\n") != std::string::npos ? 0 : 1;
     }
     return lost;
 }
 
-TEST_F(KeyValueFile, IsThereForTheNextAgentAfterTwoThatChangeDifferentSettings) {
+TEST_F(KeyValueFile, CanBeChangedAfterTwoAgentsThatChangeDifferentSettings) {
     write_file("/etc/rkregistry.cfg", "kpa.cfg=" + plugin_file + "\n");
     write_file(plugin_file, "Logging=none,thread\nLOGLEVEL = 1\n");
     Writers writers(2, [&](int writer) {

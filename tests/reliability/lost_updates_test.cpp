@@ -1,4 +1,4 @@
-// Many writers change one file that the platform library rewrites, each of its changes by an agent of its own.
+// Many writers change one file that the platform library rewrites, with an agent of its own for each change.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 
 namespace {
 
-// A file in which every change leaves a line of its own.
+// A file in which every change adds a line of its own.
 struct SharedFile {
     std::string name;
     std::string path;
@@ -51,14 +51,14 @@ class ManyWriters : public ProductTest {
     void change(const SharedFile& file) const {
         write_file(file.path, file.before);
         Writers writers(writers_, [&](int writer) {
-            int refused = 0;
+            int failed = 0;
             for (int i = 0; i < changes_; ++i) {
                 const AgentRun run = ask_own_agent(file.request(writer * changes_ + i));
-                refused += run.status() == 0 && run.output().find(" STATUS=0 ") != std::string::npos ? 0 : 1;
+                failed += run.status() == 0 && run.output().find(" STATUS=0 ") != std::string::npos ? 0 : 1;
             }
-            return refused;
+            return failed;
         });
-        EXPECT_EQ(writers.finish(), 0) << "changes refused";
+        EXPECT_EQ(writers.finish(), 0) << "changes failed";
     }
 
     void expect_all_kept(const SharedFile& file) const {
@@ -72,7 +72,7 @@ class ManyWriters : public ProductTest {
         print_figure(file.name + ": " + std::to_string(writers_) + " writers, changes made", all);
         print_figure(file.name + ": " + std::to_string(writers_) + " writers, changes kept", kept);
         EXPECT_EQ(kept, all);
-        EXPECT_EQ(static_cast<int>(lines.size()), all) << "lines that nobody wrote";
+        EXPECT_EQ(static_cast<int>(lines.size()), all) << "lines that no writer has written";
         EXPECT_EQ(text.substr(0, file.before.size()), file.before);
     }
 

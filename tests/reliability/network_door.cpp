@@ -22,7 +22,7 @@
 
 namespace {
 
-// Only a test that hangs ever waits so long.
+// Only a hanging test waits that long.
 constexpr int watchdog_milliseconds = 60'000;
 
 constexpr int agent_port = 24761;
@@ -46,7 +46,7 @@ std::string text_in(const std::string& folder) {
     return text;
 }
 
-// Waits until the predicate holds for what the folder's files hold.
+// Waits until the predicate holds for the text of the files in the folder.
 void await_in_folder(const std::string& folder, const std::function<bool(const std::string&)>& predicate) {
     for (;;) {
         const Descriptor changes(inotify_init1(IN_CLOEXEC));
@@ -56,7 +56,7 @@ void await_in_folder(const std::string& folder, const std::function<bool(const s
         }
         pollfd waited = {.fd = changes.get(), .events = POLLIN, .revents = 0};
         if (poll(&waited, 1, watchdog_milliseconds) == 0) {
-            throw std::runtime_error("nothing more comes in " + folder);
+            throw std::runtime_error("nothing new in " + folder);
         }
     }
 }
@@ -73,14 +73,14 @@ bool is_number(const std::string& name) {
     return std::all_of(name.begin(), name.end(), [](unsigned char byte) { return isdigit(byte) != 0; });
 }
 
-// The parent in a process's line of /proc; 0 for a process that has gone meanwhile.
+// Returns the parent of a process by /proc, or 0 if the process has ended meanwhile.
 pid_t parent_of(pid_t process) {
     std::string line;
     const Descriptor file(open(("/proc/" + std::to_string(process) + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.valid() || !read_all(file.get(), line)) {
         return 0;
     }
-    // "PID (NAME) STATE PARENT"; a name may hold anything.
+    // "PID (NAME) STATE PARENT". A name may contain any text.
     const std::size_t state = line.rfind(") ") + 2;
     return std::stoi(line.substr(state + 2));
 }
@@ -124,7 +124,7 @@ int count_descriptors(const std::string& process) {
 }  // namespace
 
 NetworkDoor::NetworkDoor() {
-    // Processes that an agent left would become children of the test, and be counted.
+    // Orphans of agents become children of the test, so that they count.
     check(prctl(PR_SET_CHILD_SUBREAPER, 1), "adopt");
     make_folder(door_folder);
     process_ = fork();

@@ -1,4 +1,4 @@
-// The network service that starts an agent for each connection, and what it and its agents take of the system.
+// The network service that starts an agent for each connection, and the resources that it and its agents hold.
 #pragma once
 
 #include <sys/types.h>
@@ -8,34 +8,33 @@
 
 #include "platform/posix.h"
 
-// What a test finds the same before and after its load.
+// Resources that must be the same before and after a load.
 struct DoorState {
-    // Descendants of the test, the door among them; ended ones count until they are waited for.
+    // Descendants of the test with the door, and with those that have ended but were not waited for.
     int processes = 0;
     int descriptors_of_door = 0;
     int descriptors_of_test = 0;
     bool operator==(const DoorState&) const = default;
 };
 
-// systemd-socket-activate at 127.0.0.1, which starts agents as inetd does. One at a time.
+// systemd-socket-activate at 127.0.0.1, which starts agents as inetd does. There can be only one at a time.
 class NetworkDoor {
   public:
-    // Listens when it returns. Wants a fresh product tree.
+    // Listens when it returns. Needs a fresh product tree.
     NetworkDoor();
     ~NetworkDoor();
     NetworkDoor(const NetworkDoor&) = delete;
     NetworkDoor& operator=(const NetworkDoor&) = delete;
 
-    // Connects from a loopback address that no connection of this door had before, as root of this host does or as
-    // another user does.
+    // Connects from a new loopback address for each connection, from a port of root or of another user.
     [[nodiscard]] Descriptor connect_as_root() { return connect_from(1000); }
     [[nodiscard]] Descriptor connect_as_anybody() { return connect_from(0); }
 
-    // Waits until the door has waited for the agents of all connections, or of all but so many.
+    // Waits until the door has waited for the agents of all connections, or of all but that many.
     void await_end_of_agents() const { await_end_of_all_but(0); }
     void await_end_of_all_but(int count) const;
 
-    // The statuses that agents ended with; the number of the signal for one that a signal ended.
+    // The exit statuses of the agents; the signal number for an agent that a signal ended.
     [[nodiscard]] std::set<int> statuses_of_agents() const;
 
     [[nodiscard]] DoorState state() const;
@@ -49,8 +48,8 @@ class NetworkDoor {
     int connections_ = 0;
 };
 
-// How often the text stands in the debug log.
+// Returns the number of times that the debug log has the text.
 [[nodiscard]] int count_in_debug_log(const std::string& text);
 
-// Waits until the text stands so often in the debug log. The log's folder is there once an agent has run.
+// Waits until the debug log has the text that many times. An agent must have run before, so that the log exists.
 void await_in_debug_log(const std::string& text, int count);

@@ -13,7 +13,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Only a test that hangs ever waits so long.
+// Only a hanging test waits that long.
 constexpr milliseconds watchdog(60'000);
 
 [[noreturn]] void fail(const char* what) {
@@ -46,7 +46,7 @@ bool is_readable(int socket, milliseconds patience) {
     return poll(&waited, 1, static_cast<int>(patience.count())) == 1;
 }
 
-// Those whose connections have not ended.
+// Returns the peers whose connections have not ended.
 std::vector<Peer*> waiting(Peers& peers) {
     std::vector<Peer*> left;
     for (Peer& peer : peers) {
@@ -57,7 +57,7 @@ std::vector<Peer*> waiting(Peers& peers) {
     return left;
 }
 
-// Receives what has come for some of the peers. Returns whether anything did in that time.
+// Receives what arrives for some of the peers. Returns whether anything arrived in time.
 bool receive_round(const std::vector<Peer*>& peers, milliseconds patience) {
     std::vector<pollfd> waited;
     waited.reserve(peers.size());
@@ -91,7 +91,7 @@ void Peer::send(std::string_view bytes) const {
     }
 }
 
-void Peer::break_off() {
+void Peer::reset() {
     const linger at_once = {.l_onoff = 1, .l_linger = 0};
     if (setsockopt(socket.get(), SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once) != 0) {
         fail("linger");
@@ -105,7 +105,7 @@ bool Peer::has_answer() const {
 
 void Peer::await_answer() const {
     if (!is_readable(socket.get(), watchdog)) {
-        throw std::runtime_error("a peer waits for ever for the beginning of its answer");
+        throw std::runtime_error("a peer gets no answer");
     }
 }
 
@@ -122,7 +122,7 @@ void await_answers(const Peers& peers) {
 void receive_all(Peers& peers) {
     for (std::vector<Peer*> left = waiting(peers); !left.empty(); left = waiting(peers)) {
         if (!receive_round(left, watchdog)) {
-            throw std::runtime_error(std::to_string(left.size()) + " peers wait for ever");
+            throw std::runtime_error(std::to_string(left.size()) + " peers get no answer");
         }
     }
 }
@@ -134,7 +134,7 @@ std::size_t receive_and_drip(Peers& peers, std::string_view text, milliseconds p
             continue;
         }
         if (sent == text.size()) {
-            throw std::runtime_error(std::to_string(left.size()) + " slow peers were heard to their end");
+            throw std::runtime_error(std::to_string(left.size()) + " slow peers did not time out");
         }
         for (const Peer* peer : left) {
             peer->send(text.substr(sent, 1));

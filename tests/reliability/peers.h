@@ -13,26 +13,26 @@ struct Peer {
     explicit Peer(Descriptor connection) : socket(std::move(connection)) {}
 
     Descriptor socket;
-    // What came; complete when the connection has ended.
+    // What the peer has received; complete when the connection has ended.
     AgentRun answer;
     bool ended = false;
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     std::chrono::steady_clock::time_point end;
 
-    // Sends all of the bytes, as far as the agent is still there to take them.
+    // Sends the bytes, unless the agent has closed the connection.
     void send(std::string_view bytes) const;
 
-    // Closes the connection, as the end of a process does or, unlike that, at once with whatever is on its way.
-    void hang_up() { socket.reset(); }
-    void break_off();
+    // Closes the connection in the usual way, or with a reset that drops what was sent.
+    void close() { socket.reset(); }
+    void reset();
 
-    // Tells whether anything has come, without taking it.
+    // Returns whether there is anything to receive. Receives nothing.
     [[nodiscard]] bool has_answer() const;
 
-    // Waits until something has come, without taking it.
+    // Waits until there is something to receive. Receives nothing.
     void await_answer() const;
 
-    // From when it was connected to the end of the answer.
+    // The time from the connection to the end of the answer.
     [[nodiscard]] double milliseconds() const;
 };
 
@@ -43,9 +43,9 @@ void await_answers(const Peers& peers);
 // Receives until the connections of all peers have ended.
 void receive_all(Peers& peers);
 
-// The same, and whenever nothing comes for so long, every peer whose connection has not ended sends one more byte of
-// the text. Returns how many bytes the most patient one sent.
+// The same. After each pause without input, every peer that is still connected sends one more byte of the text. Returns
+// the largest number of bytes that a peer has sent.
 std::size_t receive_and_drip(Peers& peers, std::string_view text, std::chrono::milliseconds pause);
 
-// How many of the peers got a whole answer with the status.
+// Returns the number of peers with a whole answer of that status.
 [[nodiscard]] int count_with_status(const Peers& peers, int status);

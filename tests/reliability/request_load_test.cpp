@@ -1,4 +1,4 @@
-// Many requests through a network service: all at once, and one after the other.
+// Many requests through a network service: all at once, or one after the other.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,7 +18,7 @@ using std::chrono::steady_clock;
 
 const std::string request = netstrings({"GETDISKSPACE", "/tmp"});
 
-// Requests that were served, as one run of them went.
+// The served requests of one run, with their times.
 struct Load {
     steady_clock::time_point start = steady_clock::now();
     std::vector<double> milliseconds;
@@ -48,7 +48,7 @@ struct Load {
 
 class UnderLoad : public ProductTest {
   protected:
-    // What a door does at its first requests, such as loading what it needs, is no part of its growth.
+    // The first requests let the door load what it needs, so that this does not count as growth.
     UnderLoad() {
         for (int i = 0; i < 8; ++i) {
             serve(1);
@@ -58,7 +58,7 @@ class UnderLoad : public ProductTest {
         memory_before_ = door_.memory();
     }
 
-    // Has so many requests on their way before it takes an answer.
+    // Sends that many requests before it receives an answer.
     Peers serve(int count) {
         Peers peers;
         for (int i = 0; i < count; ++i) {
@@ -70,7 +70,7 @@ class UnderLoad : public ProductTest {
     }
 
     void expect_all_as_before(const std::string& name) {
-        // Pages that the door shares with its children come and go with them; a leak at each request would be more.
+        // Pages that the door shares with its children come and go. A leak in each request would be more than this.
         constexpr long most_growth = 256;
         door_.await_end_of_agents();
         const DoorState after = door_.state();

@@ -21,7 +21,7 @@ Scenario rewrite(const std::string& name, const Request& request, const std::str
             .changes = {{.path = path, .rules = Rules::safe_rewrite, .before = before, .claim = claim}}};
 }
 
-// Files that are edited once for each of two settings.
+// Requests edit these files once for each of two settings.
 bool is_edited_twice(const std::string& path) {
     return path.ends_with(".properties") || path == plugins + "rk.conf";
 }
@@ -75,14 +75,9 @@ Scenario all_categories() {
             .prepare = install_broker_tool};
 }
 
-std::vector<Scenario> logging_requests() {
+std::vector<Scenario> safe_rewrites() {
     const std::string main_text = "# trusted\nSERVER = localhost\nJOBD_VERBOSE = 1\n# end\n";
     const std::string store_text = "# levels\n111.DebugLevel=3\n111.DiagnosticLevel=4\n117.DebugLevel=2\n";
-    const std::string properties = "/usr/kumel/java/Debug.properties";
-    const std::string deduplication_file = "/usr/kumel/kpa.cfg";
-    Scenario registry =
-        edit("SetNamedDeduplicationFile", "ENABLELOGGING", "RK:other=full", deduplication_file, "A=1\n");
-    registry.prepare = [deduplication_file] { write_file("/etc/rkregistry.cfg", "CFG=" + deduplication_file + "\n"); };
     return {
         rewrite("SetMainConfiguration", {"ENABLELOGGING", "QRCONF:jobd_verbose,reqd_verbose=3"}, main_configuration,
                 main_text, "PROCESS=QRCONF:reqd_verbose STATUS=0 "),
@@ -94,6 +89,19 @@ std::vector<Scenario> logging_requests() {
                 "PROCESS=ZMKTUL:111 STATUS=0 "),
         rewrite("SetLevelOfAnotherProduct", {"ENABLELOGGING", "SEARCHKTUL:111=5"}, "/usr/kumel/ktul/60385.conf",
                 store_text, "PROCESS=SEARCHKTUL:111 STATUS=0 "),
+    };
+}
+
+Scenario edit_of_the_registered_file() {
+    const std::string path = "/usr/kumel/kpa.cfg";
+    Scenario scenario = edit("SetNamedDeduplicationFile", "ENABLELOGGING", "RK:other=full", path, "A=1\n");
+    scenario.prepare = [path] { write_file("/etc/rkregistry.cfg", "CFG=" + path + "\n"); };
+    return scenario;
+}
+
+std::vector<Scenario> edits() {
+    const std::string properties = "/usr/kumel/java/Debug.properties";
+    return {
         edit("EnableVolumeManager", "ENABLELOGGING", "VMCONF:vmd", "/usr/kumel/volmgr/vm.conf",
              "A = 1\n#VERBOSE\nB = 2\n"),
         edit("DisableVolumeManager", "DISABLELOGGING", "VMCONF:vmd", "/usr/kumel/volmgr/vm.conf",
@@ -101,12 +109,17 @@ std::vector<Scenario> logging_requests() {
         edit("EnableConsole", "ENABLELOGGING", "JAVAGUI:gui", properties, "a=b\n#printcmds=true\n"),
         edit("DisableConsole", "DISABLELOGGING", "JAVAGUI:gui", properties, "a=b\nprintcmds=true\ndebugMask=1\n"),
         edit("SetFixedDeduplicationFile", "ENABLELOGGING", "RK:qtpiped", plugins + "qtpipe.conf", "A = 1\n"),
-        registry,
+        edit_of_the_registered_file(),
         edit("SetStoragePlugin", "ENABLELOGGING", "RKPLUGIN:rkplugin", plugins + "rk.conf", "A = 1\n#DEBUGLOG = /\n"),
         edit("SetStorageServer", "ENABLELOGGING", "CORVID:zmwqf", plugins + "wqf.conf", "A = 1\n"),
         edit("SetRecoveryServer", "ENABLELOGGING", "CORVID:other", plugins + "hlt.conf", "A = 1\n"),
         edit("SetStoreContainer", "ENABLELOGGING", "CLOUD:skyhold=3", plugins + "skyhold.conf", "A = 1\n"),
         edit("SetAuthorization", "ENABLELOGGING", "HOLKAZ:az", "/usr/kumel/zembrath/sec/az/bin/HOLKaz.conf", "A = 1\n"),
+    };
+}
+
+std::vector<Scenario> other_logging_requests() {
+    return {
         {.name = "MakeLogFolder", .request = {"ENABLELOGGING", "ZMLOGDIR:daemon1"}, .changes = {product_log_folder}},
         {.name = "MakeVolumeManagerLogFolder",
          .request = {"ENABLELOGGING", "MMLOGDIR:daemon2"},
@@ -120,11 +133,7 @@ std::vector<Scenario> logging_requests() {
     };
 }
 
-std::function<void()> with_tool(const std::string& path, const std::vector<std::string>& steps) {
-    return [path, steps] { install_tool(path, steps); };
-}
-
-std::vector<Scenario> other_requests() {
+std::vector<Scenario> collections() {
     using stand_in::exit_with;
     using stand_in::fill_last_argument;
     using stand_in::print;
@@ -135,19 +144,24 @@ std::vector<Scenario> other_requests() {
          .request = {"RUNZMCPLOGS", "--collectdir", evidence},
          .changes = {made},
          .prepare = with_tool(zmcplogs_tool, {fill_last_argument({"log"}), print("collected\n")})},
-        {.name = "CollectLogsInVain",
+        {.name = "FailToCollectLogs",
          .request = {"RUNZMCPLOGS", "--collectdir", evidence},
          .prepare = with_tool(zmcplogs_tool, {fill_last_argument({"log", "more/log"}), exit_with(3)})},
         {.name = "RunSupportUtility",
          .request = {"RUNZMSU", "--collectdir", evidence},
          .changes = {made},
          .prepare = with_tool(zmsu_tool, {fill_last_argument({"package"}), print("collected\n")})},
-        {.name = "RunSupportUtilityInVain",
+        {.name = "FailToRunSupportUtility",
          .request = {"RUNZMSU", "--collectdir", evidence},
          .prepare = with_tool(zmsu_tool, {fill_last_argument({"package"}), exit_with(3)})},
         {.name = "CalculateSize",
          .request = {"CALCLOGSIZE", "--collectdir", evidence},
          .prepare = with_tool(zmcplogs_tool, {print("12 MB\n")})},
+    };
+}
+
+std::vector<Scenario> other_requests() {
+    return {
         {.name = "MeasureSpace", .request = {"GETDISKSPACE", "/tmp", "/usr/kumel"}},
         {.name = "CleanUp",
          .request = {"CLEANUP", collection},
@@ -156,11 +170,18 @@ std::vector<Scenario> other_requests() {
                       .rules = Rules::made,
                       .before = "collected\n",
                       .claim = "CLEANUP: Successfully cleaned up " + collection}}},
-        {.name = "RefuseToCleanUp", .request = {"CLEANUP", "/tmp/other"}},
-        {.name = "AskAnotherHost",
+        {.name = "RejectACleanUp", .request = {"CLEANUP", "/tmp/other"}},
+        {.name = "ForwardToAnotherHost",
          .request = {"ZMLA", "GETDISKSPACE"},
-         .prepare = with_tool(zmlogadm_tool, {print("answer\n")})},
+         .prepare = with_tool(zmlogadm_tool, {stand_in::print("answer\n")})},
         {.name = "FetchFile", .request = {"FETCHFILE", "any"}},
+    };
+}
+
+std::vector<Scenario> tools() {
+    using stand_in::exit_with;
+    using stand_in::print;
+    return {
         {.name = "SupportUtility", .request = {"zmsu", "-x"}, .prepare = with_tool(zmsu_tool, {print("answer\n")})},
         {.name = "LogCopier",
          .request = {"zmcplogs", "-x"},
@@ -187,8 +208,8 @@ std::vector<Scenario> answers_to_peers() {
     return {
         {.name = "TrustedPeerOverTcp", .request = request, .connect = over_tcp(reserved_port)},
         {.name = "UnknownUserOverTcp", .request = request, .connect = over_tcp(0)},
-        {.name = "HostThatIsNoServer", .request = request, .prepare = with_servers("SERVER = 192.0.2.1\n")},
-        {.name = "HostThatIsFoundByName",
+        {.name = "UnlistedHost", .request = request, .prepare = with_servers("SERVER = 192.0.2.1\n")},
+        {.name = "HostListedByName",
          .request = request,
          .prepare = with_servers("SERVER = nobody.example.test\nSERVER = localhost\n"),
          .connect = over_tcp(reserved_port)},
@@ -196,14 +217,15 @@ std::vector<Scenario> answers_to_peers() {
         {.name = "NoMainConfiguration", .request = request, .prepare = [] { remove_tree(main_configuration); }},
         {.name = "NoLogFolder", .request = request, .prepare = [] { remove_tree(logs_folder); }},
         {.name = "InvalidWord", .request = {"NOSUCHWORD"}},
-        {.name = "NoRequest", .bytes = "not a request"},
-        {.name = "TextThatIsTooLong", .bytes = "1:1,4096:"},
+        {.name = "MalformedRequest", .bytes = "not a request"},
+        {.name = "TooLongText", .bytes = "1:1,4096:"},
     };
 }
 
 std::vector<Scenario> collect() {
-    std::vector<Scenario> all = logging_requests();
-    for (const std::vector<Scenario>& more : {other_requests(), answers_to_peers()}) {
+    std::vector<Scenario> all;
+    for (const std::vector<Scenario>& more : {safe_rewrites(), edits(), other_logging_requests(), collections(),
+                                              other_requests(), tools(), answers_to_peers()}) {
         all.insert(all.end(), more.begin(), more.end());
     }
     return all;

@@ -1,4 +1,4 @@
-// Fails every system call of a save and of a restore, one after the other, and kills them at each.
+// Fails every system call of a save and of a restore, one run for each, and kills them at each.
 #include <gmock/gmock.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -13,22 +13,13 @@
 
 namespace {
 
-struct Plan {
-    std::string name;
-    Fault fault;
-};
-
-std::ostream& operator<<(std::ostream& out, const Plan& plan) {
-    return out << plan.name;
-}
-
-const std::vector<Plan> plans = {
-    {"InputOutputErrorOnce", {.kind = Fault::Kind::error, .error = EIO}},
-    {"InputOutputErrorEverAfter", {.kind = Fault::Kind::error, .error = EIO, .ever_after = true}},
-    {"NoSpaceOnce", {.kind = Fault::Kind::error, .error = ENOSPC}},
-    {"NoSpaceEverAfter", {.kind = Fault::Kind::error, .error = ENOSPC, .ever_after = true}},
-    {"NoDescriptorOnce", {.kind = Fault::Kind::error, .error = EMFILE}},
-    {"InterruptedOnce", {.kind = Fault::Kind::error, .error = EINTR}},
+const std::vector<FaultPlan> plans = {
+    {"InputOutputErrorOnce", fail_once(EIO)},
+    {"InputOutputErrorEverAfter", fail_ever_after(EIO)},
+    {"NoSpaceOnce", fail_once(ENOSPC)},
+    {"NoSpaceEverAfter", fail_ever_after(ENOSPC)},
+    {"NoDescriptorOnce", fail_once(EMFILE)},
+    {"InterruptedOnce", fail_once(EINTR)},
     {"ShortTransferOnce", {.kind = Fault::Kind::short_transfer}},
     {"KilledAtOnce", {.kind = Fault::Kind::kill}},
 };
@@ -39,10 +30,10 @@ std::string describe(const FaultyRun& run, int number) {
 
 }  // namespace
 
-class Faults : public StateTest, public testing::WithParamInterface<Plan> {
+class Faults : public StateTest, public testing::WithParamInterface<FaultPlan> {
   protected:
-    // Runs it with the fault at its first call, at its second one, and so on. `check` sees each run in which the
-    // command itself had begun.
+    // Runs the command with the fault at its first call, at its second one, and so on. Calls `check` for each run in
+    // which the command's own code had begun.
     void for_each_call(const Arguments& arguments, const std::function<void()>& prepare,
                        const std::function<void(const FaultyRun&)>& check) {
         int checked = 0;
@@ -71,10 +62,10 @@ class Faults : public StateTest, public testing::WithParamInterface<Plan> {
     }
 };
 INSTANTIATE_TEST_SUITE_P(At, Faults, testing::ValuesIn(plans),
-                         [](const testing::TestParamInfo<Plan>& plan) { return plan.param.name; });
+                         [](const testing::TestParamInfo<FaultPlan>& plan) { return plan.param.name; });
 
-// What was not read is said to be so, and never taken for something that was not there.
-TEST_P(Faults, OfASaveLeaveItWholeOrNotThereAtAll) {
+// The command reports a file that it could not read, and never takes it for a missing one.
+TEST_P(Faults, OfASaveLeaveItWholeOrMissing) {
     const Snapshot before = take_whole_snapshot();
     for_each_call(
         {"save", folder_},
@@ -98,7 +89,7 @@ TEST_P(Faults, OfASaveLeaveItWholeOrNotThereAtAll) {
         });
 }
 
-TEST_P(Faults, OfARestoreLeaveEveryFileAsItWasOrPutBackAndTheNextOneRepairsAll) {
+TEST_P(Faults, OfARestoreLeaveFilesUnchangedOrRestoredForTheNextOneToFinish) {
     const Snapshot before = take_snapshot();
     save();
     raise_all_logging();

@@ -24,8 +24,8 @@ void check(bool done, const char* what) {
     }
 }
 
-// The whole life of a writer. Returns whether its count was told.
-bool work_and_tell(const std::function<int(int)>& work, int writer, int pipe) {
+// Runs a writer. Returns whether it has reported its count.
+bool work_and_report(const std::function<int(int)>& work, int writer, int pipe) {
     try {
         const std::string count = std::to_string(work(writer)) + "\n";
         return write_all(pipe, count);
@@ -52,12 +52,12 @@ Writers::Writers(int count, const std::function<int(int)>& work) {
     int ends[2] = {-1, -1};
     check(pipe2(ends, O_CLOEXEC) == 0, "pipe");
     counts_.reset(ends[0]);
-    const Descriptor telling(ends[1]);
+    const Descriptor reporting(ends[1]);
     for (int writer = 0; writer < count; ++writer) {
         const pid_t process = fork();
         check(process != -1, "fork");
         if (process == 0) {
-            _exit(work_and_tell(work, writer, telling.get()) ? 0 : 1);
+            _exit(work_and_report(work, writer, reporting.get()) ? 0 : 1);
         }
         processes_.push_back(process);
     }
@@ -70,22 +70,22 @@ Writers::~Writers() {
     }
 }
 
-// The end of the pipe is there once no writer has it any more; their counts are few enough to stay in it.
+// The pipe reports its end when no writer has it open. It is large enough for all counts.
 bool Writers::are_running() const {
     pollfd waited = {.fd = counts_.get(), .events = 0, .revents = 0};
     return poll(&waited, 1, 0) == 0;
 }
 
 int Writers::finish() {
-    bool all_told = true;
+    bool all_reported = true;
     for (const pid_t process : std::exchange(processes_, {})) {
         int status = 0;
         check(waitpid(process, &status, 0) == process, "wait for a writer");
-        all_told = all_told && status == 0;
+        all_reported = all_reported && status == 0;
     }
     std::string counts;
     check(read_all(counts_.get(), counts), "read the counts");
-    if (!all_told) {
+    if (!all_reported) {
         throw std::runtime_error("a writer failed");
     }
     int sum = 0;

@@ -13,7 +13,7 @@
 
 class Writers {
   public:
-    // Starts so many processes, which do the work with their number, from 0. What it returns is a count of that writer.
+    // Starts that many processes. Each calls `work` with its number, from 0. `work` returns the count of that writer.
     Writers(int count, const std::function<int(int)>& work);
     ~Writers();
     Writers(const Writers&) = delete;
@@ -21,7 +21,7 @@ class Writers {
 
     [[nodiscard]] bool are_running() const;
 
-    // Waits for their ends. Returns the sum of their counts; throws when one of them failed to count.
+    // Waits for the ends of all writers. Returns the sum of their counts. Throws if a writer failed.
     int finish();
 
   private:

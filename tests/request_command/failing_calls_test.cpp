@@ -1,4 +1,6 @@
 // The command's parts when their system calls fail or are interrupted.
+#include "tests/support/failing_calls.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -21,11 +23,11 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/test_files.h"
 
-using system_calls::failures;
+using failing_calls::failures;
 
 namespace {
 
-// Every failure that a test asks for happens.
+// Every failure that a test plans happens.
 class FailingCallTest : public testing::Test {
   protected:
     FailingCallTest() { system_calls::reset(); }
@@ -36,7 +38,7 @@ Connection connect(const Peer& peer) {
     return connect_to(peer, std::chrono::seconds(30));
 }
 
-// Returns why there is no way to the peer.
+// Returns the reason of a failed connection.
 std::string failure_to_connect(const Peer& peer) {
     try {
         static_cast<void>(connect(peer));
@@ -61,13 +63,13 @@ class ConnectingToHost : public FailingCallTest {
     std::string no_connection_ = "cannot connect to 127.0.0.1 port " + std::to_string(host_.port) + ": 127.0.0.1: ";
 };
 
-TEST_F(ConnectingToHost, TellsTheSystemsErrorOfALookUp) {
+TEST_F(ConnectingToHost, ReportsTheErrorOfALookUp) {
     failures["pipe2"] = {EMFILE};
     host_.name = "localhost";
     EXPECT_EQ(failure(), "cannot look up localhost: Too many open files");
 }
 
-// The addresses that the time is not needed for leave theirs to the others.
+// An address that needs less time leaves the rest to the others.
 TEST_F(ConnectingToHost, GivesEachAddressAnEqualShareOfTheTimeThatIsLeft) {
     write_file("/etc/hosts", "127.0.0.7 elsewhere\n127.0.0.8 elsewhere\n127.0.0.9 elsewhere\n");
     host_.name = "elsewhere";
@@ -85,8 +87,8 @@ TEST_F(ConnectingToHost, NoticesAHostThatGoesDown) {
     EXPECT_EQ(on, 1);
 }
 
-// A stranger is not to know the port, nor are several commands to try the same ones in turn. The odds that all these
-// ports lie within a sixteenth of the range are one in 10^17.
+// Strangers shall not guess the port, and several commands shall not try the same ports in turn. The odds that all
+// these ports lie within a sixteenth of the range are one in 10^17.
 TEST_F(ConnectingToHost, BeginsWithARandomPort) {
     std::vector<int> ports;
     for (int i = 0; i != 16; ++i) {
@@ -107,35 +109,35 @@ TEST_F(ConnectingToHost, FailsWhenTheConnectionCannotBeWaitedFor) {
     EXPECT_EQ(failure(), no_connection_ + "Cannot allocate memory");
 }
 
-TEST_F(ConnectingToHost, FailsWhenTheOutcomeIsNotTold) {
+TEST_F(ConnectingToHost, FailsWhenTheOutcomeIsUnknown) {
     failures["getsockopt"] = {ENOBUFS};
     EXPECT_EQ(failure(), no_connection_ + "No buffer space available");
 }
 
-TEST_F(ConnectingToHost, GoesOnAfterInterruptions) {
+TEST_F(ConnectingToHost, ContinuesAfterInterruptions) {
     failures["connect"] = {EINTR};
     failures["poll"] = {EINTR, EINTR};
     expect_connected();
 }
 
-TEST_F(ConnectingToHost, DoesNotWaitForAConnectionThatIsThereAtOnce) {
+TEST_F(ConnectingToHost, DoesNotWaitForAnImmediateConnection) {
     system_calls::connects_wait = true;
     expect_connected();
 }
 
-// An earlier connection from the port may linger.
-TEST_F(ConnectingToHost, TakesAnotherPortWhereOneDoesNotServeForThePeer) {
+// A port may still belong to an earlier connection to the peer.
+TEST_F(ConnectingToHost, TriesAnotherPortAfterOneThatIsInUse) {
     failures["connect"] = {EADDRNOTAVAIL, EADDRINUSE};
     expect_connected();
 }
 
-// The answer, or that there is none, tells what has become of a peer that is gone.
-TEST_F(ConnectingToHost, LeavesAPeerThatIsGoneAgainToTheExchange) {
+// The exchange finds out whether such a peer has answered.
+TEST_F(ConnectingToHost, LeavesAPeerThatHasClosedToTheExchange) {
     failures["getpeername"] = {ENOTCONN};
     expect_connected();
 }
 
-TEST_F(ConnectingToHost, NeedsNoNameOfItsOwnEnd) {
+TEST_F(ConnectingToHost, SucceedsWithoutTheNameOfItsOwnEnd) {
     failures["getsockname"] = {ENOBUFS};
     expect_connected();
 }
@@ -158,7 +160,7 @@ TEST_F(ConnectingToSocket, FailsWhenItsTimeCannotBeBounded) {
     EXPECT_FALSE(listener_.has_connection());
 }
 
-TEST_F(ConnectingToSocket, BeginsAnewAfterInterruptions) {
+TEST_F(ConnectingToSocket, StartsAgainAfterInterruptions) {
     failures["connect"] = {EINTR, EINTR};
     EXPECT_TRUE(connect(peer_).socket.valid());
     EXPECT_TRUE(listener_.has_connection());
@@ -182,21 +184,21 @@ TEST_F(StartingAgent, FailsWhenItCannotBePrepared) {
     EXPECT_EQ(failure_to_connect(agent_), "cannot prepare the start of the agent: Cannot allocate memory");
 }
 
-TEST_F(StartingAgent, IsFollowedByItsEndWhateverInterruptsTheWait) {
+TEST_F(StartingAgent, WaitsForTheEndAfterInterruptions) {
     Connection connection = connect(agent_);
     failures["waitpid"] = {EINTR, EINTR};
     EXPECT_EQ(describe_end(connection.agent.wait()), "ended with exit status 7");
     EXPECT_FALSE(connection.agent.valid());
 }
 
-TEST_F(StartingAgent, IsOverWhenTheAgentCannotBeWaitedFor) {
+TEST_F(StartingAgent, EndsWhenTheAgentCannotBeWaitedFor) {
     Connection connection = connect(agent_);
     failures["waitpid"] = {ECHILD};
     EXPECT_EQ(connection.agent.wait(), 0);
     EXPECT_FALSE(connection.agent.valid());
 }
 
-// The peer has answered and closed before the request goes out.
+// The peer answers and closes before the command sends the request.
 class FailingExchange : public FailingCallTest {
   protected:
     FailingExchange() {
@@ -212,7 +214,7 @@ class FailingExchange : public FailingCallTest {
     ConnectedSockets ends_ = connect_locally();
 };
 
-TEST_F(FailingExchange, GoesOnAfterInterruptionsAndEmptyHanded) {
+TEST_F(FailingExchange, ContinuesAfterInterruptionsAndEmptyReads) {
     failures["poll"] = {EINTR, EINTR};
     failures["send"] = {EINTR, EAGAIN};
     failures["recv"] = {EINTR, EAGAIN};
@@ -236,19 +238,19 @@ TEST_F(FailingExchange, EndsWhenItCannotWait) {
     }
 }
 
-TEST_F(FailingExchange, TellsTheErrorOfTheConnection) {
+TEST_F(FailingExchange, ReportsTheErrorOfTheConnection) {
     failures["recv"] = {ETIMEDOUT};
     EXPECT_EQ(run(), ETIMEDOUT);
 }
 
 class StandardStreams : public FailingCallTest {};
 
-TEST_F(StandardStreams, AreNotDoneWithoutWhenTheyCannotBeOccupied) {
+TEST_F(StandardStreams, FailTheCommandWhenTheyCannotBeOpened) {
     failures["fcntl"] = {EBADF};
     failures["open"] = {EMFILE};
     try {
         occupy_standard_descriptors();
-        ADD_FAILURE() << "went on";
+        ADD_FAILURE() << "continued";
     } catch (const std::system_error& failure) {
         EXPECT_STREQ(failure.what(), "cannot open /dev/null: Too many open files");
     }

@@ -10,49 +10,30 @@
 #include <cerrno>
 #include <cstdarg>
 
+#include "tests/support/failing_calls.h"
+
 namespace system_calls {
 
-std::map<std::string, std::deque<int>> failures;
 bool connects_wait = false;
 bool connects_hang = false;
 std::vector<int> waits;
 std::optional<std::chrono::nanoseconds> stopped_clock;
 
 std::string reset() {
-    std::string names;
-    for (const auto& [name, errors] : failures) {
-        names += errors.empty() ? "" : name + " ";
-    }
-    failures.clear();
     connects_wait = false;
     connects_hang = false;
     waits.clear();
     stopped_clock.reset();
-    return names;
+    return failing_calls::reset();
 }
 
-namespace {
-
-// Tells whether this call of the name fails, with the error number set then.
-bool fails(const char* name) {
-    const auto found = failures.find(name);
-    if (found == failures.end() || found->second.empty()) {
-        return false;
-    }
-    errno = found->second.front();
-    found->second.pop_front();
-    return true;
-}
-
-}  // namespace
 }  // namespace system_calls
 
-using system_calls::fails;
+using failing_calls::fails;
 
 using steady_clock = std::chrono::steady_clock;
 
-// The linker makes these names when it is told to wrap a function: what calls NAME calls __wrap_NAME, and
-// __real_NAME is NAME itself.
+// The linker wraps these functions: a call of NAME becomes a call of __wrap_NAME, and __real_NAME is NAME itself.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 steady_clock::time_point real_steady_now() __asm__("__real__ZNSt6chrono3_V212steady_clock3nowEv");
 steady_clock::time_point wrapped_steady_now() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
@@ -104,7 +85,7 @@ int __wrap_getpeername(int fd, sockaddr* name, socklen_t* size) {
     return fails("getpeername") ? -1 : __real_getpeername(fd, name, size);
 }
 
-// An interrupted connect over TCP goes on in the background; one to a Unix-domain socket has not begun.
+// An interrupted connect over TCP continues in the background. One to a Unix-domain socket has not begun.
 int __wrap_connect(int fd, const sockaddr* name, socklen_t size) {
     if (system_calls::connects_hang) {
         errno = EINPROGRESS;
@@ -157,7 +138,7 @@ int __wrap_open(const char* path, int flags, ...) {
     return fails("open") ? -1 : __real_open(path, flags, mode);
 }
 
-// Every command that is used here takes one number at most.
+// Every fcntl command in use takes at most one number.
 int __wrap_fcntl(int fd, int command, ...) {
     va_list arguments;
     va_start(arguments, command);

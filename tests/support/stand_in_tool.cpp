@@ -77,3 +77,7 @@ void install_tool(const std::string& path, const std::vector<std::string>& steps
     write_file(path, script);
     set_mode(path, 0755);
 }
+
+std::function<void()> with_tool(const std::string& path, const std::vector<std::string>& steps) {
+    return [path, steps] { install_tool(path, steps); };
+}

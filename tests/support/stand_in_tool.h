@@ -1,6 +1,7 @@
 // Stand-ins for the product's support tools: shell scripts put together from the steps that a test wants.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,9 @@ std::string run(const std::string& command);
 
 // Writes a tool of these steps.
 void install_tool(const std::string& path, const std::vector<std::string>& steps);
+
+// Returns a preparation that does so.
+[[nodiscard]] std::function<void()> with_tool(const std::string& path, const std::vector<std::string>& steps);
 
 inline const std::string zmsu_tool = "/usr/kumel/zembrath/bin/support/old_zmsu";
 inline const std::string zmcplogs_tool = "/usr/kumel/zembrath/bin/support/zmcplogs";

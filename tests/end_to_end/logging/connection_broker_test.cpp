@@ -172,7 +172,17 @@ class SystemShell {
     static constexpr const char* path = "/bin/sh";
 };
 
-using ShellAndCase = std::tuple<std::string, RequestCase>;
+struct Shell {
+    // In CamelCase.
+    std::string name;
+    std::string program;
+};
+
+std::ostream& operator<<(std::ostream& out, const Shell& shell) {
+    return out << shell.name;
+}
+
+using ShellAndCase = std::tuple<Shell, RequestCase>;
 
 // Shells differ in what they interpret: braces, for instance.
 class LevelThatAShellWouldInterpret : public testing::TestWithParam<ShellAndCase> {
@@ -183,7 +193,7 @@ class LevelThatAShellWouldInterpret : public testing::TestWithParam<ShellAndCase
   private:
     // A file in the working folder of the agent, for the last argument of the tool to match if that is a pattern.
     const std::string matching_file_ = "/DebugLevel=7";
-    const SystemShell shell_ = SystemShell("/bin/" + std::get<std::string>(GetParam()));
+    const SystemShell shell_ = SystemShell(std::get<Shell>(GetParam()).program);
 };
 
 TEST_P(LevelThatAShellWouldInterpret, ReachesTheToolUnchanged) {
@@ -191,10 +201,11 @@ TEST_P(LevelThatAShellWouldInterpret, ReachesTheToolUnchanged) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, LevelThatAShellWouldInterpret,
-                         testing::Combine(testing::Values("dash", "bash", "busybox"),
+                         testing::Combine(testing::Values(Shell{"Dash", "/bin/dash"}, Shell{"Bash", "/bin/bash"},
+                                                          Shell{"Busybox", "/bin/busybox"}),
                                           testing::ValuesIn(levels_that_a_shell_would_interpret)),
                          [](const testing::TestParamInfo<ShellAndCase>& row) {
-                             return std::get<std::string>(row.param) + "_" + std::get<RequestCase>(row.param).name;
+                             return std::get<Shell>(row.param).name + std::get<RequestCase>(row.param).name;
                          });
 
 // The tool does not run, and there is no response line.
