@@ -1,6 +1,6 @@
-# shellcheck shell=bash
-# The hosts of docs/investigation.md, and what its remarks call. backup2 does without systemd, backup3 has no unified
-# logging store, backup4 has a file of mode 640, backup5 has logging on already, and backup6 trusts another server.
+# shellcheck shell=bash The hosts of docs/investigation.md, and the functions that its remarks call. backup2 has no
+# systemd, backup3 no unified logging store, backup4 a file of mode 640, backup5 logging on already, and backup6 trusts
+# another server.
 
 start_hosts() {
     sed -i 's/^192.0.2.10 /127.0.0.10 /' /etc/hosts
@@ -18,8 +18,8 @@ start_hosts() {
     wait_for_listeners 127.0.0.{2..11}:22
 }
 
-# The hosts have no systemd of their own, and the half hour passes when the test says so. A timer's command waits for it
-# at a FIFO; "sleep 1800" does as well.
+# The hosts have no systemd of their own, and the test decides when the half hour is over. The command of a timer and
+# "sleep 1800" wait for it at a FIFO.
 make_clock() {
     mkdir /tmp/clock
     cat >/usr/local/bin/sleep <<'END'
@@ -42,7 +42,7 @@ END
     chmod 755 /usr/local/bin/{sleep,systemd-run,systemctl}
 }
 
-# Host $1 has waited for half an hour, and what waited is done: only the log directory, which holds logs, is left.
+# Ends the half hour on host $1 and waits until it is restored: only the log directory, which holds logs, is left.
 half_an_hour_passes() {
     [[ -p /tmp/clock/backup$1 ]] || fail "nothing waits on backup$1"
     : >"/tmp/clock/backup$1"
@@ -56,7 +56,7 @@ half_an_hour_passes() {
     done
 }
 
-# The failing backup is started once more, and logs on the hosts where its log directory has been made.
+# Starts the failing backup again, which writes logs on the hosts that have its log directory.
 backups_run() {
     local host
     for host in 2 3 4 5 7 8 9 10 11; do
@@ -64,7 +64,7 @@ backups_run() {
     done
 }
 
-# What the night changes, and a log copier that stands in for the real one.
+# Makes the files that the investigation changes, and a stand-in for the log copier.
 has_components() {
     ln -s "$programs/zmlogstate" /usr/kumel/zembrath/bin/support/zmlogstate
     mkdir /usr/kumel/volmgr

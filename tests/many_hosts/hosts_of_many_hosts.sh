@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The hosts of docs/many-hosts.md, and what its remarks call.
+# The hosts of docs/many-hosts.md, and the functions that its remarks call.
 
 start_hosts() {
     local host
@@ -14,7 +14,7 @@ start_hosts() {
     wait_for_listeners 127.0.0.{2..7}:24761 127.0.0.9:24761 127.0.0.11:24761 127.0.0.{2..9}:22 127.0.0.11:22
 }
 
-# The limit on the other side of SSH ended the connection, and so an agent that still reads from it.
+# The limit on the other side of SSH closed the connection. An agent that still reads from it ends then.
 expect_no_stuck_agent() {
     flock --timeout 10 /tmp/stuck_agent true || fail "the stuck agent still runs"
 }

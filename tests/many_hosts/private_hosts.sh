@@ -1,7 +1,7 @@
-# shellcheck shell=bash
-# Hosts for the pages of many hosts. This host is admin1; backup2 is 127.0.0.2, and so on, each a mount namespace with a
-# name and a file system at /usr/kumel of its own. All are one host to the kernel and to SERVER lines that say
-# "localhost". For a private root with a process namespace of its own: when that ends, so does all that is started here.
+# shellcheck shell=bash Hosts for the pages of many hosts. This host is admin1; backup2 is 127.0.0.2, and so on. Each is
+# a mount namespace with its own name and its own file system at /usr/kumel. The kernel, and SERVER lines with
+# "localhost", take all of them for one host. For a private root with its own process namespace: when that ends,
+# everything that is started here ends.
 
 # Arguments: the folder of the programs, and sshd.
 prepare_this_host() {
@@ -15,15 +15,15 @@ prepare_this_host() {
     drop_packets_to 192.0.2.10
     own_folder /usr/local/bin 755
     ln -s /usr/kumel/zembrath/bin/support/zmlogadm /usr/local/bin/zmlogadm
-    # As an administrator's shell has it, whatever started this test.
+    # As in an administrator's shell, whatever started this test.
     export PATH=/usr/local/bin:$PATH
-    # Settings of this machine's ClusterShell are not those of the page.
+    # Hides the settings of this machine's ClusterShell, because the page uses the defaults.
     own_folder /etc/clustershell 755
     make_product 64
     prepare_ssh
 }
 
-# Puts an empty folder with the mode $2 in the place of the private root's link $1, also where a folder above is a link.
+# Replaces the private root's link $1, and folders above it that are links, by an empty folder with the mode $2.
 own_folder() {
     local parent=${1%/*}
     if [[ -L $parent ]]; then
@@ -33,7 +33,7 @@ own_folder() {
     mkdir -m "$2" "$1"
 }
 
-# What is sent to the address comes back to this host, which does not know it and forwards nothing.
+# Routes packets to the address back to this host, which does not have the address and forwards nothing.
 drop_packets_to() {
     ip route add "$1/32" dev lo
 }
@@ -50,7 +50,7 @@ make_product() {
     printf '%s\n' 111.DebugLevel=1 111.DiagnosticLevel=6 >/usr/kumel/ktul/51216.conf
 }
 
-# Users, configuration and keys of the private root's own; its links to those of this machine go.
+# Replaces the private root's links to this machine's users, configuration and keys by its own.
 prepare_ssh() {
     own_folder /root 700
     own_folder /run 755
@@ -68,8 +68,8 @@ prepare_ssh() {
         'KbdInteractiveAuthentication no' 'PidFile none' 'Subsystem sftp internal-sftp' >/etc/ssh/sshd_config
 }
 
-# Starts the host $1 with a file system of $2 megabytes. The other arguments are functions that are called on it, of this
-# file or of the page's hosts.
+# Starts the host $1 with a file system of $2 megabytes. The other arguments are functions to call on it, from this file
+# or from the file of the page's hosts.
 start_host() {
     # shellcheck disable=SC2016
     unshare --mount --uts bash -euo pipefail -c 'source "$0"; source "$hosts_of_page"; run_host "$@"' "${BASH_SOURCE[0]}" "$@" \
@@ -95,7 +95,7 @@ trusts_another_server() {
 has_a_stuck_agent() {
     local file=/usr/kumel/zembrath/bin/zmlogadmagent
     rm $file
-    printf '%s\n' '#!/bin/sh' '# Takes a request and never answers. The lock tells that it runs.' \
+    printf '%s\n' '#!/bin/sh' '# Takes a request and never answers. The lock shows that it runs.' \
         'exec 9>/tmp/stuck_agent && flock --shared 9 && exec cat >/dev/null' >$file
     chmod 755 $file
 }
@@ -104,7 +104,7 @@ serves_the_port() {
     systemd-socket-activate --accept --inetd -l "$address:24761" /usr/kumel/zembrath/bin/zmlogadmagent &
 }
 
-# Serves it once start_port is called.
+# Serves the port after start_port was called.
 serves_the_port_later() {
     mkfifo "/tmp/start.$address"
     {
@@ -118,18 +118,18 @@ serves_ssh() {
     "$sshd" -D -e -o ListenAddress="$address" &
 }
 
-# Lets in whoever has the key, and then does nothing.
+# Accepts the key, and then does nothing.
 serves_ssh_that_hangs() {
     "$sshd" -D -e -o ListenAddress="$address" -o ForceCommand='exec tail -f /dev/null' &
 }
 
-# Lets host $1 serve the agent's port at last.
+# Makes host $1 serve the agent's port.
 start_port() {
     : >"/tmp/start.127.0.0.$1"
     wait_for_listeners "127.0.0.$1:24761"
 }
 
-# Waits until somebody listens at each ADDRESS:PORT.
+# Waits until a process listens at each ADDRESS:PORT.
 wait_for_listeners() {
     local listener deadline=$((SECONDS + 30))
     for listener in "$@"; do

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# run_page.sh PAGE PROGRAMS SSHD: runs every command of a page, such as docs/many-hosts.md, against the page's hosts, and
-# compares each answer with the one that the page shows. PROGRAMS is the folder of the programs. The hosts of the page
-# NAME.md are in hosts_of_NAME.sh. For a private root and a process namespace of its own; start it with
+# run_page.sh PAGE PROGRAMS SSHD: runs every command of a page, such as docs/many-hosts.md, against the page's hosts,
+# and compares each answer with the one that the page shows. PROGRAMS is the folder of the programs. The hosts of the
+# page NAME.md are in hosts_of_NAME.sh. For a private root and a process namespace of its own; start it with
 # scripts/check_many_hosts.sh.
 #
-# In the page's indented blocks, a line that begins with "# " is a command, which goes on in the next line after a
-# backslash at its end. What follows, up to the next command or the end of the block, is what it writes, standard
-# error included. A status other than 0 has to be shown by the command "echo $?" behind it. What happens to the hosts
-# between two commands is in remarks: <!-- meanwhile: COMMAND -->.
+# In the page's indented blocks, a line that begins with "# " is a command; a backslash at its end continues it in the
+# next line. The following lines, up to the next command or the end of the block, are its output and its errors. After a
+# command with a status other than 0 the page has to show the status with "echo $?". Remarks say what happens to the
+# hosts between two commands: <!-- meanwhile: COMMAND -->.
 set -euo pipefail
 export LC_ALL=C HOME=/root TERM=dumb
 
@@ -35,7 +35,7 @@ expect_no_status() {
     ((status == 0)) || fail "the command before ended with $status, which the page does not show"
 }
 
-# Runs $1 as the next line of one shell, and compares what it writes with $2.
+# Runs $1 as the next line of one shell, and compares its output with $2.
 check_command() {
     local answer=/tmp/answer
     commands=$((commands + 1))
@@ -53,7 +53,7 @@ check_command() {
     fi
 }
 
-# Checks the command that has been read, if any.
+# Checks the last command, if there is one.
 end_command() {
     if [[ -n $command ]]; then
         check_command "$command" "$expected"

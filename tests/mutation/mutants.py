@@ -14,7 +14,7 @@ TOKEN = re.compile(r"""
 
 SWAPPED = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&", "+": "-",
            "-": "+", "*": "/", "+=": "-=", "-=": "+=", "|=": "=", "++": "--", "--": "++"}
-SPACED = {"<", ">", "+", "-", "*"}  # with blanks on both sides alone these are what they look like
+SPACED = {"<", ">", "+", "-", "*"}  # only with blanks on both sides are these the operators
 SWAPPED_NAMES = {"true": "false", "false": "true", "break": "continue", "continue": "break"}
 NAMED_CONSTANTS = {"status", "log_level", "peer_flag"}  # the namespaces of them
 KEYWORDS = {"return", "if", "else", "for", "while", "do", "switch", "case", "default", "using", "namespace", "struct",
@@ -65,7 +65,7 @@ class Mutator:
         return list(found.values())
 
     def changes_at(self, i: int) -> Iterator[tuple[int, int, str]]:
-        """Yields start, end and new text of what is changed."""
+        """Yields the start, end and new text of each change."""
         kind, text, start, end = self.tokens[i]
         if kind == "number":
             yield start, end, f"({text} + 1)"
@@ -115,7 +115,7 @@ class Mutator:
                     yield self.tokens[i + 1].start, self.tokens[i + 1].start + len(value), other
 
     def forced_condition(self, first: int, behind: int) -> Iterator[tuple[int, int, str]]:
-        """A condition that declares something goes on to do that."""
+        """A condition that declares a variable still declares it."""
         declares = any(self.text(j) == "=" for j in range(first, behind))
         start, end = self.tokens[first].start, self.tokens[behind - 1].end
         for forced in ("true", "false"):

@@ -2,18 +2,16 @@
 """Makes small mistakes in sources, one at a time, and counts those that the tests catch.
 
 Each mutant is a copy of a source with one token, condition or statement changed (mutants.py). It is compiled, linked
-in front of the library that holds the original, and the test programs of the file's plan run until one fails.
-A mutant is caught when a test fails, crashes or does not end; one that does not compile, or that compiles to the
-very code of the original, is not counted. What is left are the survivors: a test is missing, or the change makes no
-difference that anybody could see.
+before the library with the original, and the test programs of the file's plan run until one fails. A mutant is caught
+when a test fails, crashes or does not end. A mutant that does not compile, or that compiles to the same code as the
+original, is not counted. The others are the survivors: a test is missing, or the change has no visible effect.
 
     mutate.py SOURCES BUILD [--every N] [--survivors] [--list] [FILE ...]
 
-SOURCES is a copy of the tree, BUILD its build folder with everything built and nothing optimised; neither is changed
-but for the agent's file in BUILD, which is put back. Without files all of PLANS are mutated; other sources of the agent
-and of the library can be named, but for agent/main.cpp. --every N takes every N-th mutant of each file, --survivors
-those alone that survived the last time or are new, --list prints them and runs nothing. Results are kept in
-BUILD/mutants.json.
+SOURCES is a copy of the tree, BUILD its build folder, completely built without optimisation. Only the agent's file in
+BUILD is changed, and restored afterwards. The default files are those of PLANS; every other source of the agent and of
+the library can be named, except agent/main.cpp. --every N takes every N-th mutant of each file, --survivors only mutants
+that survived the last run or are new; --list prints the mutants and runs nothing. BUILD/mutants.json keeps the results.
 """
 
 import argparse
@@ -39,8 +37,8 @@ WITH_HEADERS = ("-include", "mutant.h")
 SANITIZERS = ("-fsanitize=address,undefined", "-fno-sanitize-recover=all")
 AGENT = "zmlogadmagent"  # what the programs below tests/end_to_end run
 
-# What runs for a mutant of each file, the likeliest to fail first. Agents that are killed at each of their system
-# calls take long, and show something of files that are rewritten alone.
+# The test programs for a mutant of each file, the most likely to fail first. The tests that kill agents at each system
+# call take long, and only concern rewritten files.
 PLANS = {
     "agent/request_framing.cpp": [(UNIT, "ReceiveInputsFromClient.*"), (UNIT, "*"), (END_TO_END, "-FileSafety*"),
                                   (LOGGING, "*")],
@@ -56,7 +54,7 @@ PLANS = {
     "logging_config/logging_request.cpp": [(UNIT, "SplitCategoryArguments.*:HandleLogging.*"), (UNIT, "*"),
                                            (END_TO_END, "-FileSafety*"), (LOGGING, "*")],
 }
-# What runs for any other file of a folder.
+# The test programs for any other file of a folder.
 AGENT_PLAN = [(UNIT, "*"), (END_TO_END, "-FileSafety*"), (LOGGING, "*")]
 FOLDER_PLANS = {
     "agent": AGENT_PLAN, "commands": AGENT_PLAN, "logging_config": AGENT_PLAN,
@@ -66,7 +64,7 @@ FOLDER_PLANS = {
 
 def plan_of(file: str) -> list[tuple[str, str]]:
     plan = PLANS.get(file, FOLDER_PLANS.get(os.path.dirname(file)))
-    if plan is None or file == "agent/main.cpp":  # the tests have it under another name
+    if plan is None or file == "agent/main.cpp":  # the tests compile it under another name
         sys.exit(f"mutate.py: there is no plan for {file}")
     return plan
 
@@ -78,7 +76,7 @@ class Workshop:
         self.sources, self.build = sources, build
         self.commands = {row["file"]: shlex.split(row["command"])
                          for row in json.loads((build / "compile_commands.json").read_text())}
-        self.seconds: dict[tuple[str, str], float] = {}  # that a program takes with the original
+        self.seconds: dict[tuple[str, str], float] = {}  # the time of a program with the original
 
     def prepare(self, file: str) -> None:
         """Compiles the headers of the source once for all its mutants, then the original."""
@@ -145,7 +143,7 @@ class Workshop:
         return self.result_with_sanitizers(source, plan_of(mutant.file)[0])
 
     def result_with_sanitizers(self, source: str, step: tuple[str, str]) -> str:
-        """All tests run with them too: what writes behind a buffer's end need not do harm otherwise."""
+        """Runs the tests with sanitizers too, because a write beyond a buffer may have no other effect."""
         if not self.compile(source, *SANITIZERS) or not self.link(self.mutated_by(step), *SANITIZERS):
             sys.exit("mutate.py: the sanitizers do not work")
         outcome = self.outcome_of(step, 30 + 10 * self.seconds[step])
@@ -160,7 +158,7 @@ class Workshop:
 
     def run(self, command: list[str], folder: Path | None = None, limit: float = 300,
             preparation: Callable[[], None] | None = None) -> int | None:
-        """Returns what the program ended with, or nothing when it did not end in time."""
+        """Returns the exit status of the program, or nothing when it did not end in time."""
         with open(self.build / "mutant.log", "wb") as log:
             process = subprocess.Popen(command, cwd=folder or self.build, stdin=subprocess.DEVNULL, stdout=log,
                                        stderr=subprocess.STDOUT, preexec_fn=preparation)
@@ -177,7 +175,7 @@ class Workshop:
 
 
 def set_limits() -> None:
-    """A mutant may write or count for ever. Sanitizers reserve more room than that."""
+    """A mutant may write or count for ever. Not with sanitizers, which reserve more memory than this."""
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
     resource.setrlimit(resource.RLIMIT_DATA, (1 << 31, 1 << 31))
@@ -190,7 +188,7 @@ def become_parent_of_orphans() -> None:
 
 
 def end_descendants() -> None:
-    """Ends what a test program has left running, level by level: whose parent ends becomes a child of this process."""
+    """Ends the processes that a test program left, level by level: orphans become children of this process."""
     children = Path("/proc/self/task") / str(os.getpid()) / "children"
     while processes := children.read_text().split():
         for process in map(int, processes):
