@@ -49,13 +49,14 @@ Descriptor open_for_reading(const std::string& path, const Report& report) {
     return file;
 }
 
-// Reads the file into `text` and returns its lines. A newline follows each of them in `text`, also the last.
-std::vector<std::string_view> read_lines(Descriptor file, std::string& text) {
+// Reads the file. A newline follows each of its lines, also the last.
+std::string read_lines(Descriptor file) {
+    std::string text;
     static_cast<void>(read_all(file.get(), text));
     if (!text.empty() && text.back() != '\n') {
         text += '\n';
     }
-    return split_lines(text);
+    return text;
 }
 
 // The new copy of the file. It is written line by line and then replaces the file.
@@ -134,23 +135,42 @@ std::string restore(std::string_view line) {
     return first == std::string::npos ? restored : restored.substr(first);
 }
 
+// Shows which lines of a text contain a match. Takes the lines in their order, and searches the text only once.
+class MatchSearch {
+  public:
+    MatchSearch(std::string_view text, std::string_view match) : text_(text), match_(match), place_(text.find(match)) {}
+
+    bool is_in(std::string_view line) {
+        const auto start = static_cast<std::size_t>(line.data() - text_.data());
+        if (place_ < start) {
+            place_ = text_.find(match_, start);
+        }
+        return place_ != std::string_view::npos && place_ + match_.size() <= start + line.size();
+    }
+
+  private:
+    std::string_view text_;
+    std::string_view match_;
+    std::size_t place_;  // of the next match in the text
+};
+
 enum class Goal { make_active, restore_commented };
 
 // Decides for each line what set_parameter_value writes.
 class SettingEditor {
   public:
-    SettingEditor(std::string match, const std::string& value, Goal goal)
-        : match_(std::move(match)), setting_(match_ + value), goal_(goal) {}
-
-    void look_for_active(const std::vector<std::string_view>& lines) {
-        for (const std::string_view line : lines) {
-            active_found_ = active_found_ || (contains(line, match_) && !is_commented(line));
-        }
+    // Refers to the text that it edits.
+    SettingEditor(std::string_view text, std::string match, const std::string& value, Goal goal)
+        : match_(std::move(match)), setting_(match_ + value), goal_(goal), search_(text, match_) {
+        MatchSearch search(text, match_);
+        for_each_line(text, [&](std::string_view line) {
+            active_found_ = active_found_ || (search.is_in(line) && !is_commented(line));
+        });
     }
 
-    // The result is valid until the next call.
+    // Takes the lines of the text in their order. The result is valid until the next call.
     std::string_view edit(std::string_view line) {
-        if (!contains(line, match_)) {
+        if (!search_.is_in(line)) {
             return line;
         }
         if (!is_commented(line)) {
@@ -179,6 +199,7 @@ class SettingEditor {
     std::string match_;
     std::string setting_;
     Goal goal_;
+    MatchSearch search_;
     bool active_found_ = false;
     std::optional<std::string> restored_line_;
 };
@@ -197,19 +218,17 @@ int set_parameter_value(std::string path, std::string key, std::string separator
     if (!copy.open(report)) {
         return status::parameter_not_set;
     }
-    std::string text;
-    const std::vector<std::string_view> lines = read_lines(std::move(file), text);
-    SettingEditor editor(key + separator, value,
+    const std::string text = read_lines(std::move(file));
+    SettingEditor editor(text, key + separator, value,
                          set == set_flag::restore_commented ? Goal::restore_commented : Goal::make_active);
-    editor.look_for_active(lines);
-    for (const std::string_view line : lines) {
+    for_each_line(text, [&](std::string_view line) {
         const std::string_view edited = editor.edit(line);
         if (edited.data() == line.data()) {
             copy.write_unchanged(line);
         } else {
             copy.write(edited);
         }
-    }
+    });
     if (editor.must_append()) {
         copy.write(editor.setting());
     }
@@ -226,8 +245,8 @@ int unset_parameter(std::string path, std::string key, std::string separator, ch
     if (!file.valid()) {
         return status::parameter_not_unset;
     }
-    std::string text;
-    const std::vector<std::string_view> lines = read_lines(std::move(file), text);
+    const std::string text = read_lines(std::move(file));
+    const std::vector<std::string_view> lines = split_lines(text);
     // Unlike in set_parameter_value, the setting must begin the line, without blanks or "#" before it.
     const std::string match = key + separator;
     const auto is_set = [&](std::string_view line) { return line.starts_with(match); };

@@ -15,11 +15,7 @@ std::size_t count_newlines(std::string_view text) {
 std::vector<std::string_view> split_lines(std::string_view text) {
     std::vector<std::string_view> lines;
     lines.reserve(count_newlines(text) + 1);
-    while (!text.empty()) {
-        const std::size_t newline = text.find('\n');
-        lines.push_back(text.substr(0, newline));
-        text.remove_prefix(newline == std::string_view::npos ? text.size() : newline + 1);
-    }
+    for_each_line(text, [&](std::string_view line) { lines.push_back(line); });
     return lines;
 }
 

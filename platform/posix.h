@@ -2,6 +2,7 @@
 #pragma once
 
 #include <dirent.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -70,19 +71,39 @@ inline bool write_all(int fd, std::string_view text) {
     return true;
 }
 
+// Makes room for the rest of a file, if its size is known.
+inline void reserve_for_file(int fd, std::string& text) {
+    struct stat state {};
+    if (::fstat(fd, &state) == 0 && S_ISREG(state.st_mode)) {
+        text.reserve(static_cast<std::size_t>(state.st_size) + 1);
+    }
+}
+
 // Reads the descriptor to its end and appends the bytes to `text`. Returns whether that worked; if not, errno says why
 // and `text` keeps what was read before.
 inline bool read_all(int fd, std::string& text) {
-    std::array<char, 4096> buffer;
+    constexpr std::size_t large = std::size_t{1} << 16;
+    std::array<char, 4096> usual_buffer;
+    std::unique_ptr<char[]> large_buffer;
+    char* buffer = usual_buffer.data();
+    std::size_t size = usual_buffer.size();
     for (;;) {
-        const ssize_t count = ::read(fd, buffer.data(), buffer.size());
+        const ssize_t count = ::read(fd, buffer, size);
         if (count == 0) {
             return true;
         }
-        if (count > 0) {
-            text.append(buffer.data(), static_cast<std::size_t>(count));
-        } else if (errno != EINTR) {
-            return false;
+        if (count < 0) {
+            if (errno != EINTR) {
+                return false;
+            }
+            continue;
+        }
+        text.append(buffer, static_cast<std::size_t>(count));
+        if (text.size() >= large && !large_buffer) {
+            reserve_for_file(fd, text);
+            size = large;
+            large_buffer = std::make_unique_for_overwrite<char[]>(size);
+            buffer = large_buffer.get();
         }
     }
 }
