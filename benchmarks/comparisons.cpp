@@ -153,7 +153,7 @@ class Builder {
                                                beside_augtool(2'000),
                                                large_output()};
         if (!surroundings_.disk_folder.empty()) {
-            comparisons.push_back(clean_up(surroundings_.disk_folder, 10'000, Weight::heavy));
+            comparisons.push_back(clean_up(surroundings_.disk_folder, 10'000, Weight::heaviest));
             comparisons.back().what += " on a disk";
             comparisons.back().unit.clear();
         }

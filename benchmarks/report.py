@@ -1,20 +1,32 @@
 #!/usr/bin/env python3
 """Makes tables and plots of what request_benchmark has measured.
 
-report.py FIGURES FOLDER [PAGE]
+report.py FIGURES FOLDER [PAGE README]
 
-FIGURES is the file of request_benchmark's --json. The tables go to standard output, the plots into FOLDER, and with a
-PAGE the tables also between its two lines "<!-- figures -->" and "<!-- end of figures -->".
+FIGURES is the file of request_benchmark's --json. The tables go to standard output, the plots into FOLDER. With a PAGE,
+the tables also go between its lines "<!-- figures -->" and "<!-- end of figures -->", and the ratios that README quotes
+are renewed.
 """
 import json
 import os
 import platform
+import re
 import subprocess
 import sys
 import time
 
 PROGRAMS = {'agent': 'zmlogadmagent', 'best': 'benchmarks/best', 'floor': 'benchmarks/floor'}
 TOOLS = ['df', 'sh -c df', 'sed -i', 'augtool', 'ls -lU', 'rm -rf', 'find -delete', 'the tool itself']
+
+# The bounds that the agent is measured against: a request, the program that it is compared with, and the largest ratio.
+BOUNDS = [('GETDISKSPACE', 'floor', 1.10), ('VMCONF, 200 lines', 'floor', 1.28),
+          ('thirteen categories, without KOB', 'floor', 1.65), ('fourteen categories', 'floor', 2.40),
+          ('RUNZMSU, listing 10000 files', 'best', 1.12), ('CLEANUP, 10000 files', 'floor', 1.05),
+          ('CLEANUP, 10000 files', 'rm -rf', 0.95), ('VMCONF, 1000000 lines', 'best', 1.01)]
+# The figures that the README quotes: a request, a program, and what surrounds the figure.
+QUOTES = [('GETDISKSPACE', 'df', r'(takes )\d+\.\d\d( of the time of `df`)'),
+          ('VMCONF, 200 lines', 'sed -i', r'( )\d+\.\d\d( of `sed -i`)'),
+          ('CLEANUP, 100 files', 'rm -rf', r'( )\d+\.\d\d( of `rm -rf`)')]
 
 
 def read_command(*command):
@@ -79,6 +91,23 @@ class Figures:
             rows.append([comparison['request'], *(', '.join(f'{contenders[name][key]} ({name})' for name in names)
                                                   for key in ('system_calls', 'page_faults', 'peak_kib'))])
         return table(['request', 'system calls', 'page faults', 'KiB at most'], rows)
+
+    def ratio(self, request, name):
+        """The median of agent / contender, or None where they were not measured."""
+        for comparison in self.comparisons:
+            contenders = self.contenders(comparison)
+            if comparison['request'] == request and name in contenders:
+                return contenders[name]['agent_ratio']['median']
+        return None
+
+    def bounds(self):
+        rows = []
+        for request, name, bound in BOUNDS:
+            ratio, beside_best = self.ratio(request, name), self.ratio(request, 'best')
+            if ratio is not None and beside_best is not None:
+                rows.append([request, name, f'{bound:.2f}', f'{ratio:.2f}', f'{ratio / beside_best:.2f}',
+                             'yes' if round(ratio, 2) <= bound else 'no'])
+        return table(['request', 'compared with', 'bound', 'agent / it', 'best / it', 'kept'], rows)
 
     def growth(self, unit, names):
         """Yields for each program its sizes and its seconds a line or file."""
@@ -151,11 +180,38 @@ def sizes(build):
     return table(['program', 'file', 'text', 'data', 'bss'], rows)
 
 
+def read_text(path):
+    with open(path, encoding='utf-8') as file:
+        return file.read()
+
+
+def write_text(path, text):
+    with open(path, 'w', encoding='utf-8') as file:
+        file.write(text)
+
+
+def update_page(path, text):
+    before, rest = read_text(path).split('<!-- figures -->\n')
+    after = rest.split('<!-- end of figures -->\n')[1]
+    write_text(path, f'{before}<!-- figures -->\n{text}\n<!-- end of figures -->\n{after}')
+
+
+def update_quotes(path, figures):
+    text = read_text(path)
+    for request, name, pattern in QUOTES:
+        ratio = figures.ratio(request, name)
+        if ratio is None:
+            continue
+        text, count = re.subn(pattern, rf'\g<1>{ratio:.2f}\g<2>', text)
+        if count != 1:
+            sys.exit(f'report.py: {path} quotes the ratio of "{request}" to "{name}" {count} times instead of once')
+    write_text(path, text)
+
+
 def main():
     figures_file, folder = sys.argv[1:3]
-    with open(figures_file, encoding='utf-8') as file:
-        figures = Figures(json.load(file))
-    parts = [f'Measured {describe_machine()}.', figures.ratios(), figures.counts(),
+    figures = Figures(json.loads(read_text(figures_file)))
+    parts = [f'Measured {describe_machine()}.', figures.bounds(), figures.ratios(), figures.counts(),
              *(figures.growth_table(unit, names) for unit, names in GROWTH.items()), sizes('build/release')]
     text = '\n\n'.join(parts)
     print(text)
@@ -165,11 +221,9 @@ def main():
     plot_growth(figures, 'files', 'CLEANUP by the files of its folder', f'{folder}/performance-files.svg')
     plot_growth(figures, 'packages', 'RUNZMSU by the files that it lists', f'{folder}/performance-listing.svg')
     if len(sys.argv) > 3:
-        with open(sys.argv[3], encoding='utf-8') as page:
-            before, rest = page.read().split('<!-- figures -->\n')
-        after = rest.split('<!-- end of figures -->\n')[1]
-        with open(sys.argv[3], 'w', encoding='utf-8') as page:
-            page.write(f'{before}<!-- figures -->\n{text}\n<!-- end of figures -->\n{after}')
+        page, readme = sys.argv[3:]
+        update_page(page, text)
+        update_quotes(readme, figures)
 
 
 main()

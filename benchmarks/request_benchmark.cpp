@@ -21,7 +21,7 @@ using nlohmann::ordered_json;
 struct Options {
     int light_rounds = 1000;
     int heavy_rounds = 21;
-    int heaviest_rounds = 5;
+    int heaviest_rounds = 9;
     bool only_counts = false;
     std::string only;
     std::string json_file;
@@ -32,7 +32,7 @@ constexpr const char* usage =
     "Usage: request_benchmark [OPTION ...]\n"
     "  --rounds N           rounds of a comparison that takes milliseconds (1000)\n"
     "  --heavy N            rounds of a comparison that takes tenths of a second (21)\n"
-    "  --heaviest N         rounds of a comparison that takes seconds (5)\n"
+    "  --heaviest N         rounds of a comparison that takes seconds (9)\n"
     "  --only TEXT          only comparisons whose name holds the text\n"
     "  --package-agent FILE measure this agent too\n"
     "  --json FILE          write all figures there\n"

@@ -4,7 +4,8 @@
 # packages, builds the release and the package, and prints tables of ratios, counts and growth. build/benchmark has the
 # figures (figures.json) and the plots. Takes half an hour.
 #
-#   --update-page   also writes the tables to docs/performance.md and the plots to docs/pictures
+#   --update-page   also writes the tables to docs/performance.md, the plots to docs/pictures, and the ratios that
+#                   README.md quotes
 #   --no-package    leaves the package out
 #
 # Other options are passed to request_benchmark, such as --rounds N, and --only TEXT for some of the comparisons; --help
@@ -21,7 +22,7 @@ for option in "$@"; do
     case $option in
         --update-page)
             pictures=docs/pictures
-            page=(docs/performance.md)
+            page=(docs/performance.md README.md)
             ;;
         --no-package) with_package=no ;;
         *) options+=("$option") ;;
