@@ -10,7 +10,7 @@ original, is not counted. The others are the survivors: a test is missing, or th
 
 SOURCES is a copy of the tree, BUILD its build folder, completely built without optimisation. Only the agent's file in
 BUILD is changed, and restored afterwards. The default files are those of PLANS; every other source of the agent and of
-the library can be named, except agent/main.cpp. --every N takes every N-th mutant of each file, --survivors only mutants
+the library can be named, except agent/main.cpp. --every N takes every N-th mutant of each file, --survivors only those
 that survived the last run or are new; --list prints the mutants and runs nothing. BUILD/mutants.json keeps the results.
 """
 
