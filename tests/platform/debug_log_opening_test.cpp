@@ -13,7 +13,7 @@
 #include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
-using system_calls::faults;
+using system_calls::overrides;
 
 namespace {
 
@@ -24,7 +24,7 @@ class DebugLogOpening : public testing::Test {
   protected:
     DebugLogOpening() {
         system_calls::reset();
-        faults.time_of_day = timespec{noon_of_2024_02_29, 0};
+        overrides.time_of_day = timespec{noon_of_2024_02_29, 0};
     }
     ~DebugLogOpening() override { system_calls::reset(); }
 
@@ -64,7 +64,7 @@ TEST_F(DebugLogOpening, StaysWithTheDateOnWhichTheAgentStarted) {
     EXPECT_TRUE(succeeds_in_child([&] {
         set_time_zone("UTC0");
         ASSERT_NE(open_log(), -1);
-        faults.time_of_day->tv_sec += 86400;
+        overrides.time_of_day->tv_sec += 86400;
         logmsgf(log_level::information, "t", "the next day");
     }));
     EXPECT_EQ(names_in(root_.path("agent")), std::vector<std::string>{"log.20240229"});

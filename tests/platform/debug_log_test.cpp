@@ -12,8 +12,10 @@
 #include "tests/platform/system_calls.h"
 #include "tests/platform/written_debug_log.h"
 #include "tests/support/debug_log_lines.h"
+#include "tests/support/failing_calls.h"
 
-using system_calls::faults;
+using failing_calls::failures;
+using system_calls::overrides;
 
 namespace {
 
@@ -62,7 +64,7 @@ const Escape escapes[] = {
 }  // namespace
 
 TEST_F(DebugLog, WritesTimeProcessLevelTagAndMessage) {
-    faults.time_of_day = timespec{1'700'000'000, 7'999'999};
+    overrides.time_of_day = timespec{1'700'000'000, 7'999'999};
     pid_t child = 0;
     const std::string log = debug_log_of([] {
         setenv("TZ", "EST5", 1);
@@ -109,7 +111,7 @@ TEST_F(DebugLog, WritesTheTimeOfEachMessage) {
         tzset();
         for (const timespec& now : {timespec{59, 0}, timespec{59, 999'000'000}, timespec{60, 1'000'000},
                                     timespec{86'399, 0}, timespec{59, 2'000'000}}) {
-            faults.time_of_day = now;
+            overrides.time_of_day = now;
             logmsgf(log_level::detail, "t", "m");
         }
     });
@@ -121,7 +123,7 @@ TEST_F(DebugLog, WritesTheTimeOfEachMessage) {
 }
 
 TEST_F(DebugLog, FillsTheTimeUpWithZeros) {
-    faults.time_of_day = timespec{3723, 4'000'000};
+    overrides.time_of_day = timespec{3723, 4'000'000};
     const std::string log = debug_log_of([] {
         setenv("TZ", "UTC0", 1);
         tzset();
@@ -130,9 +132,16 @@ TEST_F(DebugLog, FillsTheTimeUpWithZeros) {
     EXPECT_TRUE(log.starts_with("01:02:03.004 [")) << log;
 }
 
+// Those who read logs know the numbers.
+TEST_F(DebugLog, HasTheseNumbersForLevels) {
+    EXPECT_EQ(log_level::detail, 2);
+    EXPECT_EQ(log_level::information, 4);
+    EXPECT_EQ(log_level::warning, 8);
+    EXPECT_EQ(log_level::error, 16);
+}
+
 TEST_F(DebugLog, WritesAllLevels) {
-    for (const int level :
-         {0, 1, log_level::detail, log_level::information, log_level::warning, log_level::error, 32}) {
+    for (const int level : {0, 1, 2, 4, 8, 16, 32}) {
         EXPECT_EQ(logged_message([level] { logmsgf(level, "t", "m"); }), "<" + std::to_string(level) + "> t: m");
     }
 }
@@ -219,7 +228,7 @@ TEST_F(DebugLog, WritesAMessageWithASingleWrite) {
     for (const std::size_t length : {1U, 1U << 20}) {
         debug_log_of([length] {
             int writes = 0;
-            faults.before_call = [&writes](const std::string& call) { writes += call == "write" ? 1 : 0; };
+            overrides.before_call = [&writes](const std::string& call) { writes += call == "write" ? 1 : 0; };
             logmsgf(log_level::error, "t", "%s", std::string(length, '\n').c_str());
             EXPECT_EQ(writes, 1);
         });
@@ -236,7 +245,7 @@ TEST_F(DebugLog, LeavesTheErrorNumberAlone) {
 
 TEST_F(DebugLog, LeavesTheErrorNumberAloneWhenTheLogCannotBeWritten) {
     debug_log_of([] {
-        faults.file_not_written = ENOSPC;
+        failures["write"] = {ENOSPC};
         errno = ENOTTY;
         logmsgf(log_level::error, "t", "m");
         EXPECT_EQ(errno, ENOTTY);

@@ -12,47 +12,57 @@
 #include "tests/platform/child_process.h"
 #include "tests/platform/rewritten_file.h"
 #include "tests/platform/system_calls.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
-using system_calls::faults;
-using system_calls::Faults;
+using failing_calls::always_after;
+using failing_calls::failures;
+using failing_calls::times;
+using system_calls::overrides;
 
 namespace {
 
-struct Fault {
-    const char* name;
+struct FailingCall {
+    const char* reason;
     int error;
-    int Faults::*number;
-    std::size_t bytes_before_that = 0;
-    int calls_before_that = 0;
+    const char* call;
+    std::size_t calls_before = 0;
 };
 
-const Fault faults_before_the_rename[] = {
-    {"name not locked", ENOLCK, &Faults::name_not_locked},
-    {"old file not examined", EIO, &Faults::file_not_examined},
-    {"old file not read", EIO, &Faults::file_not_read},
-    {"new file not examined", EIO, &Faults::file_not_examined, 0, 1},
-    {"disk full at once", ENOSPC, &Faults::file_not_written},
-    {"disk full after a byte", ENOSPC, &Faults::file_not_written, 1},
-    {"disk full before the last byte", ENOSPC, &Faults::file_not_written, 40},
-    {"quota exceeded", EDQUOT, &Faults::file_not_written, 10},
-    {"file too big", EFBIG, &Faults::file_not_written, 10},
-    {"file not flushed", EIO, &Faults::file_not_flushed},
-    {"disk full when flushed", ENOSPC, &Faults::file_not_flushed},
-    {"attributes not listed", EIO, &Faults::attributes_not_listed},
-    {"listed attributes not told", EIO, &Faults::attributes_not_listed, 0, 1},
-    {"new file's attributes not listed", EIO, &Faults::attributes_not_listed, 0, 2},
-    {"attribute not given", EPERM, &Faults::attribute_not_given},
-    {"no room for an attribute", ENOSPC, &Faults::attribute_not_given},
-    {"mode not given", EPERM, &Faults::mode_not_given},
-    {"name busy", EBUSY, &Faults::file_not_renamed},
-    {"name on another file system", EXDEV, &Faults::file_not_renamed},
-    {"folder read-only", EROFS, &Faults::file_not_renamed},
-    {"rename not permitted", EPERM, &Faults::file_not_renamed},
+const FailingCall calls_before_the_rename[] = {
+    {"name not locked", ENOLCK, "flock"},
+    {"old file not examined", EIO, "fstat"},
+    {"old file not read", EIO, "read"},
+    {"new file not examined", EIO, "fstat", 1},
+    {"disk full at once", ENOSPC, "write"},
+    {"file not flushed", EIO, "fsync file"},
+    {"disk full when flushed", ENOSPC, "fsync file"},
+    {"attributes not listed", EIO, "flistxattr"},
+    {"listed attributes not told", EIO, "flistxattr", 1},
+    {"new file's attributes not listed", EIO, "flistxattr", 2},
+    {"attribute not given", EPERM, "fsetxattr"},
+    {"no room for an attribute", ENOSPC, "fsetxattr"},
+    {"mode not given", EPERM, "fchmod"},
+    {"name busy", EBUSY, "rename"},
+    {"name on another file system", EXDEV, "rename"},
+    {"folder read-only", EROFS, "rename"},
+    {"rename not permitted", EPERM, "rename"},
 };
 
-// By a call that no fault fails.
+struct NamedDisk {
+    const char* reason;
+    system_calls::FullDisk disk;
+};
+
+const NamedDisk full_disks[] = {
+    {"disk full after a byte", {.space = 1, .error = ENOSPC}},
+    {"disk full before the last byte", {.space = 40, .error = ENOSPC}},
+    {"quota exceeded", {.space = 10, .error = EDQUOT}},
+    {"file too big", {.space = 10, .error = EFBIG}},
+};
+
+// Uses a call that no test makes fail.
 struct stat state_of(const std::string& path) {
     struct stat state {};
     EXPECT_EQ(fstatat(AT_FDCWD, path.c_str(), &state, AT_SYMLINK_NOFOLLOW), 0);
@@ -80,11 +90,19 @@ class Mount {
 
 class FailingRewrite : public RewriteTest {
   protected:
-    // Carries the change out, of which the test expects that it fails so and changes nothing.
+    // Prepares the change of the file as it is before it, with an attribute.
+    static Change prepare_anew() {
+        write_file(GetParam().path, GetParam().before);
+        EXPECT_EQ(setxattr(GetParam().path.c_str(), "user.note", "kept", 4, 0), 0);
+        return GetParam().prepare();
+    }
+
+    // Makes the change, and expects that it fails with the error and changes nothing.
     void expect_failure(const Change& change, int error) const {
         const struct stat before = state_of(GetParam().path);
         EXPECT_EQ(change(), GetParam().failure(error));
-        faults = Faults();
+        EXPECT_EQ(failing_calls::reset(), "");
+        system_calls::reset();
         EXPECT_EQ(state_of(GetParam().path).st_ino, before.st_ino);
         EXPECT_EQ(state_of(GetParam().path).st_mode, before.st_mode);
         expect_text(GetParam().before);
@@ -94,16 +112,21 @@ class FailingRewrite : public RewriteTest {
 FOR_EACH_REWRITTEN_FILE(FailingRewrite);
 
 TEST_P(FailingRewrite, LeavesTheOldTextWhereverItFailsBeforeTheRename) {
-    for (const Fault& fault : faults_before_the_rename) {
-        SCOPED_TRACE(fault.name);
-        write_file(GetParam().path, GetParam().before);
-        ASSERT_EQ(setxattr(GetParam().path.c_str(), "user.note", "kept", 4, 0), 0);
-        const Change change = GetParam().prepare();
-        faults.*fault.number = fault.error;
-        faults.bytes_before_that = fault.bytes_before_that;
-        faults.examinations_before_that = fault.calls_before_that;
-        faults.list_queries_before_that = fault.calls_before_that;
-        expect_failure(change, fault.error);
+    for (const FailingCall& failing : calls_before_the_rename) {
+        SCOPED_TRACE(failing.reason);
+        const Change change = prepare_anew();
+        failures[failing.call] = always_after(failing.calls_before, failing.error);
+        expect_failure(change, failing.error);
+        expect_change();
+    }
+}
+
+TEST_P(FailingRewrite, LeavesTheOldTextWhereverTheDiskIsFull) {
+    for (const auto& [reason, disk] : full_disks) {
+        SCOPED_TRACE(reason);
+        const Change change = prepare_anew();
+        overrides.full_disk = disk;
+        expect_failure(change, disk.error);
         expect_change();
     }
 }
@@ -112,8 +135,8 @@ TEST_P(FailingRewrite, LeavesTheOldTextWhenTheOwnerOrTheGroupCannotBeGiven) {
     const Change change = GetParam().prepare();
     const struct stat state = state_of(GetParam().path);
     for (const uid_t user : {state.st_uid, state.st_uid + 1}) {
-        faults.pretended_owner = system_calls::OwnedFile{.file = state.st_ino, .user = user, .group = 5678};
-        faults.owner_not_given = EROFS;
+        overrides.owner = system_calls::OwnedFile{.file = state.st_ino, .user = user, .group = 5678};
+        failures["fchown"] = {EROFS};
         expect_failure(change, EROFS);
     }
     expect_change();
@@ -123,9 +146,9 @@ TEST_P(FailingRewrite, IsOneWhenTheFolderCannotBeFlushedThoughTheChangeStands) {
     for (const int error : {EIO, ENOSPC}) {
         write_file(GetParam().path, GetParam().before);
         const Change change = GetParam().prepare();
-        faults.folder_not_flushed = error;
+        failures["fsync folder"] = {error};
         EXPECT_EQ(change(), GetParam().failure(error));
-        faults = Faults();
+        system_calls::reset();
         expect_rewritten();
         expect_nothing_left_behind();
     }
@@ -133,9 +156,9 @@ TEST_P(FailingRewrite, IsOneWhenTheFolderCannotBeFlushedThoughTheChangeStands) {
 
 TEST_P(FailingRewrite, GoesOnAfterAnInterruptedWaitForTheLock) {
     const Change change = GetParam().prepare();
-    faults.locks_interrupted = 3;
+    failures["flock"] = times(3, EINTR);
     EXPECT_EQ(change(), 0);
-    EXPECT_EQ(faults.locks_interrupted, 0);
+    EXPECT_EQ(failing_calls::reset(), "");
     expect_rewritten();
 }
 
@@ -342,23 +365,23 @@ TEST_P(FailingRewrite, FollowsNoLinkThatTakesTheFilesPlaceWhileItIsLocked) {
     make_link("/opt/site/settings", GetParam().path);
     const Change change = GetParam().prepare();
     int locks = 0;
-    faults.before_call = [&](const std::string& call) {
+    overrides.before_call = [&](const std::string& call) {
         if (call == "lock" && ++locks == 2) {  // the link's own name comes first
             remove_tree("/opt/site/settings");
             make_link("/opt/site/other", "/opt/site/settings");
         }
     };
     EXPECT_EQ(change(), GetParam().failure(ELOOP));
-    faults = Faults();
+    system_calls::reset();
     EXPECT_EQ(locks, 2);
     EXPECT_EQ(read_file("/opt/site/other"), GetParam().before);
 }
 
 TEST_P(FailingRewrite, LeavesTheLockFree) {
     const Change change = GetParam().prepare();
-    faults.file_not_flushed = EIO;
+    failures["fsync file"] = {EIO};
     EXPECT_EQ(change(), GetParam().failure(EIO));
-    faults = Faults();
+    system_calls::reset();
     EXPECT_TRUE(succeeds_in_child([&] { EXPECT_EQ(GetParam().change(), 0); }));
     expect_rewritten();
 }

@@ -6,8 +6,10 @@
 
 #include "platform/network.h"
 #include "tests/platform/framed_value.h"
+#include "tests/support/failing_calls.h"
 
-using system_calls::faults;
+using failing_calls::failures;
+using system_calls::overrides;
 
 namespace {
 
@@ -213,8 +215,8 @@ TEST_F(RefusedString, IsEconnresetWhenThePeerEndsItsSendingAlone) {
 }
 
 TEST_F(RefusedString, IsEconnresetWhenThePeerCloses) {
-    faults.steady_time = std::chrono::nanoseconds(0);
-    faults.instead_of_waiting = [&] { close_peer(); };
+    overrides.steady_time = std::chrono::nanoseconds(0);
+    overrides.instead_of_waiting = [&] { close_peer(); };
     send("12:GET");
     EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
 }
@@ -242,26 +244,26 @@ TEST_F(RefusedString, TellsWhatTheSystemCallReported) {
 // A socket tells of an error once, and then goes on as if there had been none.
 TEST_F(RefusedString, TellsWhatASingleReceptionReported) {
     send("4:/tmp,");
-    faults.reception_refused = EHOSTUNREACH;
+    failures["recv"] = {EHOSTUNREACH};
     EXPECT_EQ(read_string(socket()), string_refused(EHOSTUNREACH));
     EXPECT_EQ(unread(), "4:/tmp,");
 }
 
 TEST_F(RefusedNumber, TellsWhatASingleReceptionReported) {
     send("1:5,");
-    faults.reception_refused = EHOSTUNREACH;
+    failures["recv"] = {EHOSTUNREACH};
     EXPECT_EQ(read_number(socket()), number_refused(EHOSTUNREACH));
     EXPECT_EQ(unread(), "1:5,");
 }
 
 TEST_F(RefusedNumber, TellsWhyItsRestCouldNotBeWaitedFor) {
-    system_calls::faults.socket_not_awaited = ENOMEM;
+    failures["poll"] = {ENOMEM};
     send("4:10");
     EXPECT_EQ(read_number(socket()), number_refused(ENOMEM));
 }
 
 TEST_F(RefusedString, TellsWhyItsRestCouldNotBeWaitedFor) {
-    system_calls::faults.socket_not_awaited = ENOMEM;
+    failures["poll"] = {ENOMEM};
     send("4:/t");
     EXPECT_EQ(read_string(socket()), string_refused(ENOMEM));
 }

@@ -93,10 +93,10 @@ TEST_F(FramedString, TakesItsOwnBytesAloneWhenItIsEmptyOrLong) {
 
 TEST_F(FramedString, TakesItsOwnBytesAloneWhereverItsArrivalPauses) {
     const std::string value = "12:GETDISKSPACE,";
-    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
+    system_calls::overrides.steady_time = std::chrono::nanoseconds(0);
     for (std::size_t first = 0; first < value.size(); ++first) {
         connect_and_send(value.substr(0, first));
-        system_calls::faults.instead_of_waiting = [&] { send(value.substr(first) + "4:/tmp,"); };
+        system_calls::overrides.instead_of_waiting = [&] { send(value.substr(first) + "4:/tmp,"); };
         EXPECT_EQ(read_string(socket()), string_read("GETDISKSPACE")) << first << " bytes";
         EXPECT_EQ(unread(), "4:/tmp,") << first << " bytes";
     }
@@ -106,8 +106,8 @@ TEST_F(FramedString, TakesItsOwnBytesAloneWhereverItsArrivalPauses) {
 TEST_F(FramedString, IsWaitedForWithNothingLeftUnread) {
     std::string coming = "12:GETDISKSPACE,";
     int waits = 0;
-    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
-    system_calls::faults.instead_of_waiting = [&] {
+    system_calls::overrides.steady_time = std::chrono::nanoseconds(0);
+    system_calls::overrides.instead_of_waiting = [&] {
         EXPECT_EQ(unread(), "") << "before " << coming;
         send(coming.substr(0, 1));
         coming.erase(0, 1);
@@ -140,8 +140,8 @@ TEST_F(FramedString, IsReadBeforeTheEndOfTheConnection) {
 // The peer's next byte comes when the reader has taken all before it and waits.
 TEST_F(FramedString, IsReadWhenItComesByteByByte) {
     std::string coming = "4:1066,12:GETDISKSPACE,";
-    system_calls::faults.steady_time = std::chrono::nanoseconds(0);
-    system_calls::faults.instead_of_waiting = [&] {
+    system_calls::overrides.steady_time = std::chrono::nanoseconds(0);
+    system_calls::overrides.instead_of_waiting = [&] {
         if (coming.empty()) {
             close_peer();
         } else {

@@ -9,11 +9,14 @@
 #include "platform/network.h"
 #include "tests/platform/child_process.h"
 #include "tests/platform/framed_value.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/product_test.h"
 #include "tests/support/test_files.h"
 
+using failing_calls::failures;
+using failing_calls::times;
 using std::chrono::seconds;
-using system_calls::faults;
+using system_calls::overrides;
 
 namespace {
 
@@ -21,9 +24,9 @@ class FramingTime : public FramingTest {
   protected:
     // From here on the peer sends a byte of the text a second, when the reader waits for it, and then closes.
     void send_a_byte_a_second(const std::string& text) {
-        faults.steady_time = std::chrono::nanoseconds(0);
-        faults.instead_of_waiting = [this, text, next = 0U]() mutable {
-            *faults.steady_time += seconds(1);
+        overrides.steady_time = std::chrono::nanoseconds(0);
+        overrides.instead_of_waiting = [this, text, next = 0U]() mutable {
+            *overrides.steady_time += seconds(1);
             if (next == text.size()) {
                 close_peer();
             } else {
@@ -80,22 +83,22 @@ TEST_F(FramingTime, BeginsAnewWithEachValue) {
 }
 
 TEST_F(FramingTime, IsOverAfterWaitsThatBroughtNothing) {
-    faults.steady_time = std::chrono::nanoseconds(0);
-    faults.instead_of_waiting = [this] {
-        *faults.steady_time += seconds(1);
-        if (*faults.steady_time > seconds(3)) {
+    overrides.steady_time = std::chrono::nanoseconds(0);
+    overrides.instead_of_waiting = [this] {
+        *overrides.steady_time += seconds(1);
+        if (*overrides.steady_time > seconds(3)) {
             close_peer();
         }
     };
     EXPECT_EQ(read_string(socket(), longest_string, 3), string_refused(ETIMEDOUT));
-    EXPECT_EQ(*faults.steady_time, seconds(3));
+    EXPECT_EQ(*overrides.steady_time, seconds(3));
 }
 
 TEST_F(FramingTime, IsNotOverInItsLastMillisecond) {
-    faults.steady_time = std::chrono::nanoseconds(0);
-    faults.instead_of_waiting = [this] {
-        if (*faults.steady_time == std::chrono::nanoseconds(0)) {
-            *faults.steady_time = seconds(3) - std::chrono::nanoseconds(1);
+    overrides.steady_time = std::chrono::nanoseconds(0);
+    overrides.instead_of_waiting = [this] {
+        if (*overrides.steady_time == std::chrono::nanoseconds(0)) {
+            *overrides.steady_time = seconds(3) - std::chrono::nanoseconds(1);
         } else {
             send("4:/tmp,");
         }
@@ -111,17 +114,17 @@ TEST_F(FramingTime, MayBeADay) {
 }
 
 TEST_F(FramingTime, GoesOnAfterInterruptedReads) {
-    faults.receptions_interrupted = 5;
+    failures["recv"] = times(5, EINTR);
     send("4:/tmp,");
     EXPECT_EQ(read_string(socket()), string_read("/tmp"));
-    EXPECT_EQ(faults.receptions_interrupted, 0);
+    EXPECT_EQ(failing_calls::reset(), "");
 }
 
 TEST_F(FramingTime, GoesOnAfterInterruptedWaits) {
-    faults.waits_interrupted = 5;
-    faults.steady_time = std::chrono::nanoseconds(0);
-    faults.instead_of_waiting = [&] {
-        EXPECT_EQ(faults.waits_interrupted, 0);
+    failures["poll"] = times(5, EINTR);
+    overrides.steady_time = std::chrono::nanoseconds(0);
+    overrides.instead_of_waiting = [&] {
+        EXPECT_EQ(failing_calls::reset(), "");
         send("4:/tmp,");
         close_peer();
     };

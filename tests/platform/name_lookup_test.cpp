@@ -23,14 +23,16 @@
 #include "tests/platform/name_server.h"
 #include "tests/platform/system_calls.h"
 #include "tests/support/connected_sockets.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/product_test.h"
 #include "tests/support/replaced_file.h"
 #include "tests/support/test_files.h"
 
+using failing_calls::failures;
+using failing_calls::times;
 using platform_library::Address;
 using platform_library::look_up;
 using platform_library::LookUpEnd;
-using system_calls::faults;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -284,24 +286,23 @@ TEST_F(NameLookUp, NeedsNoStandardStreamsOfTheCaller) {
 }
 
 TEST_F(NameLookUp, SaysWhyItCannotStart) {
-    faults.pipe_not_made = EMFILE;
+    failures["pipe2"] = {EMFILE};
     EXPECT_EQ(find({"localhost"}).end, LookUpEnd::not_started);
     EXPECT_EQ(errno, EMFILE);
-    faults.pipe_not_made = 0;
-    faults.process_not_forked = EAGAIN;
+    failures["fork"] = {EAGAIN};
     EXPECT_EQ(find({"localhost"}).end, LookUpEnd::not_started);
     EXPECT_EQ(errno, EAGAIN);
 }
 
 TEST_F(NameLookUp, GoesOnAfterInterruptions) {
     write_file("/etc/hosts", "10.77.0.9 one\n");
-    faults.waits_interrupted = 2;
-    faults.reads_interrupted = 2;
+    failures["poll"] = times(2, EINTR);
+    failures["read"] = times(2, EINTR);
     EXPECT_THAT(find({"one"}).addresses, ElementsAre("10.77.0.9"));
 }
 
 TEST_F(NameLookUp, EndsWhenItCannotWait) {
-    faults.socket_not_awaited = ENOMEM;
+    failures["poll"] = {ENOMEM};
     EXPECT_THAT(find({"localhost"}).addresses, IsEmpty());
 }
 

@@ -9,11 +9,12 @@
 
 #include "tests/platform/rewritten_file.h"
 #include "tests/platform/system_calls.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
-using system_calls::faults;
-using system_calls::Faults;
+using failing_calls::failures;
+using system_calls::overrides;
 
 namespace {
 
@@ -103,9 +104,9 @@ TEST_P(NameOfNewFile, IsClearedOfWhatACrashLeft) {
 TEST_P(NameOfNewFile, MayBeThatOfAFileThatCannotBeRemoved) {
     make_file(GetParam().new_file(), 0600);
     const Change change = GetParam().prepare();
-    faults.file_not_removed = EROFS;
+    failures["unlinkat"] = {EROFS};
     EXPECT_EQ(change(), GetParam().failure(EROFS));
-    faults = Faults();
+    EXPECT_EQ(failing_calls::reset(), "");
     expect_text(GetParam().before);
     EXPECT_EQ(read_file(GetParam().new_file()), "kept");
     expect_change();
@@ -117,7 +118,7 @@ TEST_P(NameOfNewFile, IsNotWrittenThroughAsALink) {
     make_file(GetParam().new_file(), 0600);
     const Change change = GetParam().prepare();
     int links = 0;
-    faults.after_removal = [&](int folder, const char* name) {
+    overrides.after_removal = [&](int folder, const char* name) {
         links += symlinkat("/opt/there", folder, name) == 0 ? 1 : 0;
     };
     EXPECT_EQ(change(), GetParam().failure(EEXIST));

@@ -11,9 +11,12 @@
 #include "tests/platform/name_server.h"
 #include "tests/platform/system_calls.h"
 #include "tests/platform/verified_peer.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/foreign_host.h"
 #include "tests/support/product_test.h"
 #include "tests/support/replaced_file.h"
+
+using failing_calls::failures;
 
 namespace {
 
@@ -126,8 +129,8 @@ TEST_F(NameSources, AreLeftWhenTheirTimeIsOver) {
 
 TEST_F(NameSources, TrustNobodyWhenTheyCannotBeAsked) {
     const StandInGetent getent(believer);
-    system_calls::faults.process_not_forked = EAGAIN;
+    failures["fork"] = {EAGAIN};
     EXPECT_FALSE(foreign_is_trusted({"far.example.test"}));
-    system_calls::faults.process_not_forked = 0;
+    EXPECT_EQ(failing_calls::reset(), "");
     EXPECT_TRUE(foreign_is_trusted({"far.example.test"}));
 }

@@ -14,6 +14,7 @@
 #include "tests/platform/system_calls.h"
 #include "tests/platform/verified_peer.h"
 #include "tests/platform/written_debug_log.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/foreign_host.h"
 #include "tests/support/product_test.h"
 
@@ -189,7 +190,7 @@ TEST_F(PeerVerification, FailsForWhatIsNoConnection) {
 TEST_F(PeerVerification, FailsForALocalPeerWhoseUserTheKernelDoesNotTell) {
     trust({"localhost"});
     const ConnectedSockets connection = connect_locally();
-    system_calls::faults.credentials_not_told = ENOBUFS;
+    failing_calls::failures["getsockopt"] = {ENOBUFS};
     expect_not_examined(connection.agent_end.get(), "local");
     system_calls::reset();
 }
@@ -225,12 +226,12 @@ TEST_F(PeerVerification, BelievesTcpAlone) {
     trust({"localhost"});
     const ConnectedSockets connection = connect_over_tcp({.peer_port = last_reserved_port});
     for (const int protocol : {IPPROTO_TCP, IPPROTO_MPTCP}) {
-        system_calls::faults.pretended_protocol = protocol;
+        system_calls::overrides.protocol = protocol;
         EXPECT_TRUE(is_trusted(connection.agent_end.get())) << protocol;
     }
     const int others[] = {IPPROTO_SCTP, IPPROTO_UDP, 0, -1};
     for (const int protocol : others) {
-        system_calls::faults.pretended_protocol = protocol;
+        system_calls::overrides.protocol = protocol;
         expect_not_examined(connection.agent_end.get(), "127.0.0.1", last_reserved_port);
     }
     system_calls::reset();

@@ -22,7 +22,7 @@
 #include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
-using system_calls::faults;
+using system_calls::overrides;
 
 namespace {
 
@@ -132,13 +132,13 @@ TEST_P(RewriteLock, IsHeldFromTheReadToTheEnd) {
     const Change change = GetParam().prepare();
     std::vector<std::string> unlocked;
     system_calls::reset();
-    faults.before_call = [&](const std::string& call) {
+    overrides.before_call = [&](const std::string& call) {
         if (call != "lock" && !is_locked(GetParam().lock())) {
             unlocked.push_back(call);
         }
     };
     EXPECT_EQ(change(), 0);
-    faults.before_call = nullptr;
+    overrides.before_call = nullptr;
     EXPECT_EQ(unlocked, std::vector<std::string>());
     EXPECT_EQ(system_calls::journal.back(), "flush folder");
     EXPECT_FALSE(is_locked(GetParam().lock()));
@@ -188,7 +188,7 @@ TEST_P(RewriteLock, IsWaitedForAlsoWhereTheNameIsALink) {
 TEST_P(RewriteLock, IsFreeAfterItsHolderWasKilled) {
     const Change change = GetParam().prepare();
     ChildProcess holder([&] {
-        faults.before_call = [](const std::string& call) {
+        overrides.before_call = [](const std::string& call) {
             if (call == "flush file") {
                 kill(getpid(), SIGKILL);
             }

@@ -12,9 +12,13 @@
 #include "platform/posix.h"
 #include "tests/platform/rewritten_file.h"
 #include "tests/platform/system_calls.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/test_files.h"
 
-using system_calls::faults;
+using failing_calls::always;
+using failing_calls::always_after;
+using failing_calls::failures;
+using system_calls::overrides;
 
 namespace {
 
@@ -86,7 +90,7 @@ TEST_P(RewrittenAttributes, HaveNoAccessControlListThatTheOldFileHadNot) {
 
 TEST_P(RewrittenAttributes, AreNotMissedOnAFileSystemWithoutThem) {
     const Change change = GetParam().prepare();
-    faults.attributes_not_listed = ENOTSUP;
+    failures["flistxattr"] = always(ENOTSUP);
     EXPECT_EQ(change(), 0);
     expect_rewritten();
 }
@@ -96,9 +100,9 @@ TEST_P(RewrittenAttributes, AreReadAgainWhenTheyHaveGrown) {
     const Change change = GetParam().prepare();
     for (int times = 1; times <= 4; ++times) {
         write_file(GetParam().path, GetParam().before);
-        faults.attributes_grown = times;
+        overrides.attributes_grown = times;
         EXPECT_EQ(change(), 0) << times;
-        EXPECT_EQ(faults.attributes_grown, 0);
+        EXPECT_EQ(overrides.attributes_grown, 0);
         EXPECT_EQ(attribute_of(GetParam().path, "user.note"), "kept");
         expect_rewritten();
     }
@@ -108,11 +112,10 @@ TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheyCannotBeRead) {
     give_attribute(GetParam().path, "user.note", "kept");
     const Change change = GetParam().prepare();
     // First the size is asked for, then the value.
-    for (const int queries : {0, 1}) {
-        faults.attribute_not_read = EIO;
-        faults.queries_before_that = queries;
+    for (const std::size_t queries : {0U, 1U}) {
+        failures["fgetxattr"] = always_after(queries, EIO);
         EXPECT_EQ(change(), GetParam().failure(EIO)) << queries;
-        faults.attribute_not_read = 0;
+        EXPECT_EQ(failing_calls::reset(), "");
         expect_text(GetParam().before);
         expect_nothing_left_behind();
     }
@@ -121,9 +124,9 @@ TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheyCannotBeRead) {
 TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheNewFileWasBornWithAListThatStays) {
     give_attribute(GetParam().folder(), "system.posix_acl_default", list_with_a_group);
     const Change change = GetParam().prepare();
-    faults.attribute_not_removed = EPERM;
+    failures["fremovexattr"] = {EPERM};
     EXPECT_EQ(change(), GetParam().failure(EPERM));
-    faults.attribute_not_removed = 0;
+    EXPECT_EQ(failing_calls::reset(), "");
     expect_text(GetParam().before);
     expect_change();
     EXPECT_EQ(attribute_of(GetParam().path, access_list), "none");
@@ -156,7 +159,7 @@ TEST_P(RewrittenAttributes, DoNotVouchForTheNewTextWithTheOldOnesHash) {
     ASSERT_EQ(stat(GetParam().path.c_str(), &state), 0);
     const Change change = GetParam().prepare();
     for (const char* name : {"security.ima", "user.note", "security.evm", "security.imax"}) {
-        faults.pretended_attributes.push_back({.file = state.st_ino, .name = name, .value = "value"});
+        overrides.attributes.push_back({.file = state.st_ino, .name = name, .value = "value"});
     }
     EXPECT_EQ(change(), 0);
     EXPECT_TRUE(was_given("user.note"));

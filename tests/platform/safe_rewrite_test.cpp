@@ -13,10 +13,13 @@
 #include "tests/platform/child_process.h"
 #include "tests/platform/rewritten_file.h"
 #include "tests/platform/system_calls.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
-using system_calls::faults;
+using failing_calls::failures;
+using failing_calls::times;
+using system_calls::overrides;
 
 namespace {
 
@@ -91,8 +94,7 @@ TEST_P(SafeRewrite, KeepsTheOwnerWithSetIdBitsAmongTheUsersOfTheNamespace) {
 }
 
 TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerBeforeItGetsTheName) {
-    faults.pretended_owner =
-        system_calls::OwnedFile{.file = state_of(GetParam().path).st_ino, .user = 1234, .group = 5678};
+    overrides.owner = system_calls::OwnedFile{.file = state_of(GetParam().path).st_ino, .user = 1234, .group = 5678};
     expect_change();
     EXPECT_LT(place_of("give owner 1234:5678"), place_of("give mode"));
     EXPECT_LT(place_of("give mode"), place_of("rename"));
@@ -106,7 +108,7 @@ TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerWhereOnlyUserOrGroupIsAnother)
     for (const Owner& owner : {Owner{1234, getegid()}, Owner{geteuid(), 5678}}) {
         write_file(GetParam().path, GetParam().before);
         system_calls::reset();
-        faults.pretended_owner =
+        overrides.owner =
             system_calls::OwnedFile{.file = state_of(GetParam().path).st_ino, .user = owner.user, .group = owner.group};
         EXPECT_EQ(GetParam().change(), 0);
         const std::string call = "give owner " + std::to_string(owner.user) + ":" + std::to_string(owner.group);
@@ -175,13 +177,13 @@ TEST_P(SafeRewrite, FlushesTheFileBeforeTheRenameAndTheFolderAfterIt) {
 
 // The new text is not under the name before the rename.
 TEST_P(SafeRewrite, KeepsTheOldTextUntilTheRename) {
-    faults.before_call = [&](const std::string& call) {
+    overrides.before_call = [&](const std::string& call) {
         if (call != "flush folder" && call != "read") {
             expect_text(GetParam().before);
         }
     };
     EXPECT_EQ(GetParam().change(), 0);
-    faults.before_call = nullptr;
+    overrides.before_call = nullptr;
     expect_rewritten();
 }
 
@@ -189,7 +191,7 @@ TEST_P(SafeRewrite, LetsNobodyElseReadTheNewFileBeforeItHasItsMode) {
     set_mode(GetParam().path, 0600);
     const mode_t mask_before = umask(0);
     int drafts = 0;
-    faults.before_call = [&](const std::string& call) {
+    overrides.before_call = [&](const std::string& call) {
         if (call == "give mode") {
             for (const std::string& name : names_in(GetParam().folder())) {
                 const bool was_there = std::count(names_before_.begin(), names_before_.end(), name) != 0;
@@ -207,7 +209,7 @@ TEST_P(SafeRewrite, LetsNobodyElseReadTheNewFileBeforeItHasItsMode) {
 TEST_P(SafeRewrite, HandsNoDescriptorToAProgramThatIsStartedMeanwhile) {
     const std::set<int> before = open_descriptors();
     std::size_t seen = 0;
-    faults.before_call = [&](const std::string& call) {
+    overrides.before_call = [&](const std::string& call) {
         for (const int fd : open_descriptors()) {
             if (before.count(fd) == 0) {
                 ++seen;
@@ -222,25 +224,25 @@ TEST_P(SafeRewrite, HandsNoDescriptorToAProgramThatIsStartedMeanwhile) {
 TEST_P(SafeRewrite, LeavesNoDescriptorOpen) {
     const std::set<int> before = open_descriptors();
     EXPECT_EQ(GetParam().change(), 0);
-    faults.file_not_renamed = EXDEV;
+    failures["rename"] = {EXDEV};
     EXPECT_EQ(GetParam().add_entry(1), GetParam().failure(EXDEV));
     EXPECT_EQ(open_descriptors(), before);
 }
 
 TEST_P(SafeRewrite, GoesOnAfterInterruptedReads) {
     const Change change = GetParam().prepare();
-    faults.reads_interrupted = 3;
+    failures["read"] = times(3, EINTR);
     EXPECT_EQ(change(), 0);
-    EXPECT_EQ(faults.reads_interrupted, 0);
+    EXPECT_EQ(failing_calls::reset(), "");
     expect_rewritten();
 }
 
 TEST_P(SafeRewrite, GoesOnAfterShortAndInterruptedWrites) {
     const Change change = GetParam().prepare();
-    faults.longest_write = 1;
-    faults.writes_interrupted = 3;
+    overrides.longest_write = 1;
+    failures["write"] = times(3, EINTR);
     EXPECT_EQ(change(), 0);
-    EXPECT_EQ(faults.writes_interrupted, 0);
+    EXPECT_EQ(failing_calls::reset(), "");
     expect_rewritten();
 }
 

@@ -15,11 +15,14 @@
 #include "tests/platform/name_server.h"
 #include "tests/platform/system_calls.h"
 #include "tests/platform/verified_peer.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/foreign_host.h"
 #include "tests/support/private_root.h"
 #include "tests/support/product_test.h"
 
-using system_calls::faults;
+using failing_calls::always;
+using failing_calls::failures;
+using system_calls::overrides;
 
 namespace {
 
@@ -301,7 +304,7 @@ TEST_F(ServerList, TakesNoEntryForAHostNameThatIsEmpty) {
 // Its addresses still tell that it is meant.
 TEST_F(ServerList, KnowsThisHostByItsAddressesAloneWhenTheSystemDoesNotTellItsName) {
     const ConnectedSockets connection = connect_locally();
-    faults.host_name_not_told = EPERM;
+    failures["gethostname"] = always(EPERM);
     trust({"agenthost"});
     EXPECT_FALSE(is_trusted(connection.agent_end.get()));
     for (const char* host : {"localhost", "127.0.0.1", "own.example.test"}) {
@@ -315,7 +318,7 @@ TEST_F(ServerList, KnowsThisHostByItsAddressesAloneWhenTheSystemDoesNotTellItsNa
 
 TEST_F(ServerList, KnowsThisHostByItsLoopbackAddressesAloneWhenTheSystemDoesNotTellTheOthers) {
     const ConnectedSockets connection = connect_locally();
-    faults.interfaces_not_listed = ENOMEM;
+    failures["getifaddrs"] = always(ENOMEM);
     for (const char* host : {"10.77.0.1", "own.example.test", "own6.example.test"}) {
         trust({host});
         EXPECT_FALSE(is_trusted(connection.agent_end.get())) << host;
@@ -326,7 +329,7 @@ TEST_F(ServerList, KnowsThisHostByItsLoopbackAddressesAloneWhenTheSystemDoesNotT
 
 TEST_F(ServerList, PassesOverInterfacesWithoutAddress) {
     const ConnectedSockets connection = connect_locally();
-    faults.interface_without_address = true;
+    overrides.interface_without_address = true;
     trust({"10.77.0.1"});
     EXPECT_TRUE(is_trusted(connection.agent_end.get()));
     trust({"10.77.0.2"});

@@ -16,15 +16,18 @@
 #include <cstring>
 #include <utility>
 
+#include "tests/support/failing_calls.h"
+
 namespace system_calls {
 
-Faults faults;
+Overrides overrides;
 std::vector<std::string> journal;
 std::map<std::string, int> opening_flags;
 int receptions = 0;
 
 void reset() {
-    faults = Faults();
+    overrides = Overrides();
+    failing_calls::reset();
     journal.clear();
     opening_flags.clear();
     receptions = 0;
@@ -32,15 +35,15 @@ void reset() {
 
 namespace {
 
-// What the function that is called before a call does itself is not recorded.
+// Calls that before_call makes itself are not recorded.
 void record(const std::string& call) {
     static bool recording = false;
     if (recording) {
         return;
     }
     recording = true;
-    if (faults.before_call) {
-        faults.before_call(call);
+    if (overrides.before_call) {
+        overrides.before_call(call);
     }
     recording = false;
     const bool goes_on = (call == "read" || call == "write") && !journal.empty() && journal.back() == call;
@@ -55,16 +58,7 @@ int fail(int error) {
     return -1;
 }
 
-bool happens(int& times_left) {
-    return times_left > 0 && times_left-- > 0;
-}
-
-// Counts one call down. Tells whether it is one that fails.
-bool fails_now(int error, int& calls_before) {
-    return error != 0 && !happens(calls_before);
-}
-
-// Answers a query of attributes, which tells the size alone when it has no buffer.
+// Answers a query of attributes, which only reports the size when it has no buffer.
 ssize_t answer(const std::string& text, void* buffer, size_t size) {
     if (size != 0 && size < text.size()) {
         return fail(ERANGE);
@@ -75,26 +69,31 @@ ssize_t answer(const std::string& text, void* buffer, size_t size) {
     return static_cast<ssize_t>(text.size());
 }
 
+// Returns whether what this query reads has outgrown its buffer. Counts down how often it does.
+bool has_grown(size_t size) {
+    return size != 0 && overrides.attributes_grown > 0 && overrides.attributes_grown-- > 0;
+}
+
 }  // namespace
 }  // namespace system_calls
 
+using failing_calls::fails;
 using system_calls::answer;
 using system_calls::fail;
-using system_calls::fails_now;
-using system_calls::faults;
-using system_calls::happens;
+using system_calls::has_grown;
+using system_calls::overrides;
 using system_calls::record;
 
 using steady_clock = std::chrono::steady_clock;
 
-// The linker makes these names when it is told to wrap a function: what calls NAME calls __wrap_NAME, and
-// __real_NAME is NAME itself.
+// The linker makes these names for a wrapped function: what calls NAME calls __wrap_NAME, and __real_NAME is NAME
+// itself.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 steady_clock::time_point real_steady_now() __asm__("__real__ZNSt6chrono3_V212steady_clock3nowEv");
 steady_clock::time_point wrapped_steady_now() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
 
 steady_clock::time_point wrapped_steady_now() {
-    return faults.steady_time ? steady_clock::time_point(*faults.steady_time) : real_steady_now();
+    return overrides.steady_time ? steady_clock::time_point(*overrides.steady_time) : real_steady_now();
 }
 
 extern "C" {
@@ -137,48 +136,36 @@ int __wrap_open(const char* path, int flags, ...) {
 
 ssize_t __wrap_read(int fd, void* bytes, size_t count) {
     record("read");
-    if (happens(faults.reads_interrupted)) {
-        return fail(EINTR);
-    }
-    return faults.file_not_read != 0 ? fail(faults.file_not_read) : __real_read(fd, bytes, count);
+    return fails("read") ? -1 : __real_read(fd, bytes, count);
 }
 
 ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
     record("write");
-    if (happens(faults.writes_interrupted)) {
-        return fail(EINTR);
+    if (fails("write")) {
+        return -1;
     }
-    size_t length = faults.longest_write != 0 ? std::min(count, faults.longest_write) : count;
-    if (faults.file_not_written != 0) {
-        length = std::min(length, faults.bytes_before_that);
+    size_t length = overrides.longest_write != 0 ? std::min(count, overrides.longest_write) : count;
+    if (overrides.full_disk) {
+        length = std::min(length, overrides.full_disk->space);
         if (length == 0) {
-            return fail(faults.file_not_written);
+            return fail(overrides.full_disk->error);
         }
-        faults.bytes_before_that -= length;
+        overrides.full_disk->space -= length;
     }
     return __real_write(fd, bytes, length);
 }
 
 ssize_t __wrap_recv(int fd, void* bytes, size_t count, int flags) {
     ++system_calls::receptions;
-    if (happens(faults.receptions_interrupted)) {
-        return fail(EINTR);
-    }
-    if (faults.reception_refused != 0) {
-        return fail(std::exchange(faults.reception_refused, 0));
-    }
-    return __real_recv(fd, bytes, count, flags);
+    return fails("recv") ? -1 : __real_recv(fd, bytes, count, flags);
 }
 
 int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
-    if (happens(faults.waits_interrupted)) {
-        return fail(EINTR);
+    if (fails("poll")) {
+        return -1;
     }
-    if (faults.socket_not_awaited != 0) {
-        return fail(faults.socket_not_awaited);
-    }
-    if (faults.instead_of_waiting) {
-        faults.instead_of_waiting();
+    if (overrides.instead_of_waiting) {
+        overrides.instead_of_waiting();
         watched->revents = watched->events;
         return 1;
     }
@@ -186,39 +173,38 @@ int __wrap_poll(pollfd* watched, nfds_t count, int timeout) {
 }
 
 int __wrap_getsockopt(int fd, int level, int name, void* value, socklen_t* size) {
-    if (name == SO_PROTOCOL && faults.pretended_protocol) {
-        memcpy(value, &*faults.pretended_protocol, sizeof(int));
+    if (name == SO_PROTOCOL && overrides.protocol) {
+        memcpy(value, &*overrides.protocol, sizeof(int));
         return 0;
     }
-    return name == SO_PEERCRED && faults.credentials_not_told != 0 ? fail(faults.credentials_not_told)
-                                                                   : __real_getsockopt(fd, level, name, value, size);
+    return name == SO_PEERCRED && fails("getsockopt") ? -1 : __real_getsockopt(fd, level, name, value, size);
 }
 
 // Processes.
 
 pid_t __wrap_fork() {
-    return faults.process_not_forked != 0 ? fail(faults.process_not_forked) : __real_fork();
+    return fails("fork") ? -1 : __real_fork();
 }
 
 int __wrap_pipe2(int* ends, int flags) {
-    return faults.pipe_not_made != 0 ? fail(faults.pipe_not_made) : __real_pipe2(ends, flags);
+    return fails("pipe2") ? -1 : __real_pipe2(ends, flags);
 }
 
 // This host.
 
 int __wrap_getifaddrs(ifaddrs** list) {
-    if (faults.interfaces_not_listed != 0) {
-        return fail(faults.interfaces_not_listed);
+    if (fails("getifaddrs")) {
+        return -1;
     }
     const int result = __real_getifaddrs(list);
-    if (result == 0 && faults.interface_without_address) {
+    if (result == 0 && overrides.interface_without_address) {
         (*list)->ifa_addr = nullptr;
     }
     return result;
 }
 
 int __wrap_gethostname(char* name, size_t size) {
-    return faults.host_name_not_told != 0 ? fail(faults.host_name_not_told) : __real_gethostname(name, size);
+    return fails("gethostname") ? -1 : __real_gethostname(name, size);
 }
 
 // Files.
@@ -227,49 +213,45 @@ int __wrap_fsync(int fd) {
     struct stat state {};
     const bool is_folder = __real_fstat(fd, &state) == 0 && S_ISDIR(state.st_mode);
     record(is_folder ? "flush folder" : "flush file");
-    const int error = is_folder ? faults.folder_not_flushed : faults.file_not_flushed;
-    return error != 0 ? fail(error) : __real_fsync(fd);
+    return fails("fsync", is_folder ? "folder" : "file") ? -1 : __real_fsync(fd);
 }
 
 int __wrap_flock(int fd, int operation) {
     record("lock");
-    if (happens(faults.locks_interrupted)) {
-        return fail(EINTR);
-    }
-    return faults.name_not_locked != 0 ? fail(faults.name_not_locked) : __real_flock(fd, operation);
+    return fails("flock") ? -1 : __real_flock(fd, operation);
 }
 
 int __wrap_fstat(int fd, struct stat* state) {
-    if (fails_now(faults.file_not_examined, faults.examinations_before_that)) {
-        return fail(faults.file_not_examined);
+    if (fails("fstat")) {
+        return -1;
     }
     const int result = __real_fstat(fd, state);
-    if (result == 0 && faults.pretended_owner && faults.pretended_owner->file == state->st_ino) {
-        state->st_uid = faults.pretended_owner->user;
-        state->st_gid = faults.pretended_owner->group;
+    if (result == 0 && overrides.owner && overrides.owner->file == state->st_ino) {
+        state->st_uid = overrides.owner->user;
+        state->st_gid = overrides.owner->group;
     }
     return result;
 }
 
 int __wrap_fchown(int fd, uid_t user, gid_t group) {
     record("give owner " + std::to_string(user) + ":" + std::to_string(group));
-    if (faults.owner_not_given != 0) {
-        return fail(faults.owner_not_given);
+    if (fails("fchown")) {
+        return -1;
     }
-    return faults.pretended_owner ? 0 : __real_fchown(fd, user, group);
+    return overrides.owner ? 0 : __real_fchown(fd, user, group);
 }
 
 int __wrap_fchmod(int fd, mode_t mode) {
     record("give mode");
-    return faults.mode_not_given != 0 ? fail(faults.mode_not_given) : __real_fchmod(fd, mode);
+    return fails("fchmod") ? -1 : __real_fchmod(fd, mode);
 }
 
 int __wrap_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags) {
     record(std::string("give attribute ") + name);
-    if (faults.attribute_not_given != 0) {
-        return fail(faults.attribute_not_given);
+    if (fails("fsetxattr")) {
+        return -1;
     }
-    for (const auto& attribute : faults.pretended_attributes) {
+    for (const auto& attribute : overrides.attributes) {
         if (attribute.name == name) {
             return 0;
         }
@@ -278,20 +260,20 @@ int __wrap_fsetxattr(int fd, const char* name, const void* value, size_t size, i
 }
 
 int __wrap_fremovexattr(int fd, const char* name) {
-    return faults.attribute_not_removed != 0 ? fail(faults.attribute_not_removed) : __real_fremovexattr(fd, name);
+    return fails("fremovexattr") ? -1 : __real_fremovexattr(fd, name);
 }
 
 ssize_t __wrap_flistxattr(int fd, char* list, size_t size) {
-    if (fails_now(faults.attributes_not_listed, faults.list_queries_before_that)) {
-        return fail(faults.attributes_not_listed);
+    if (fails("flistxattr")) {
+        return -1;
     }
-    if (size != 0 && happens(faults.attributes_grown)) {
+    if (has_grown(size)) {
         return fail(ERANGE);
     }
     struct stat state {};
     std::string names;
     if (__real_fstat(fd, &state) == 0) {
-        for (const auto& attribute : faults.pretended_attributes) {
+        for (const auto& attribute : overrides.attributes) {
             names += attribute.file == state.st_ino ? attribute.name + '\0' : "";
         }
     }
@@ -299,15 +281,15 @@ ssize_t __wrap_flistxattr(int fd, char* list, size_t size) {
 }
 
 ssize_t __wrap_fgetxattr(int fd, const char* name, void* value, size_t size) {
-    if (fails_now(faults.attribute_not_read, faults.queries_before_that)) {
-        return fail(faults.attribute_not_read);
+    if (fails("fgetxattr")) {
+        return -1;
     }
-    if (size != 0 && happens(faults.attributes_grown)) {
+    if (has_grown(size)) {
         return fail(ERANGE);
     }
     struct stat state {};
     const bool is_known = __real_fstat(fd, &state) == 0;
-    for (const auto& attribute : faults.pretended_attributes) {
+    for (const auto& attribute : overrides.attributes) {
         if (is_known && attribute.file == state.st_ino && attribute.name == name) {
             return answer(attribute.value, value, size);
         }
@@ -317,21 +299,20 @@ ssize_t __wrap_fgetxattr(int fd, const char* name, void* value, size_t size) {
 
 int __wrap_rename(const char* from, const char* to) {
     record("rename");
-    return faults.file_not_renamed != 0 ? fail(faults.file_not_renamed) : __real_rename(from, to);
+    return fails("rename") ? -1 : __real_rename(from, to);
 }
 
 int __wrap_renameat(int from_folder, const char* from, int to_folder, const char* to) {
     record("rename");
-    return faults.file_not_renamed != 0 ? fail(faults.file_not_renamed)
-                                        : __real_renameat(from_folder, from, to_folder, to);
+    return fails("rename") ? -1 : __real_renameat(from_folder, from, to_folder, to);
 }
 
 int __wrap_unlinkat(int folder, const char* name, int flags) {
-    if (faults.file_not_removed != 0) {
-        return fail(faults.file_not_removed);
+    if (fails("unlinkat")) {
+        return -1;
     }
     const int result = __real_unlinkat(folder, name, flags);
-    if (const auto after_removal = std::exchange(faults.after_removal, nullptr)) {
+    if (const auto after_removal = std::exchange(overrides.after_removal, nullptr)) {
         const int error = errno;
         after_removal(folder, name);
         errno = error;
@@ -339,27 +320,27 @@ int __wrap_unlinkat(int folder, const char* name, int flags) {
     return result;
 }
 
-// Time and chance.
+// Time and random bytes.
 
 int __wrap_clock_gettime(clockid_t clock, timespec* now) {
-    if (clock == CLOCK_REALTIME && faults.time_of_day) {
-        *now = *faults.time_of_day;
+    if (clock == CLOCK_REALTIME && overrides.time_of_day) {
+        *now = *overrides.time_of_day;
         return 0;
     }
     return __real_clock_gettime(clock, now);
 }
 
 ssize_t __wrap_getrandom(void* bytes, size_t count, unsigned flags) {
-    if (faults.nothing_random != 0) {
-        return fail(faults.nothing_random);
+    if (fails("getrandom")) {
+        return -1;
     }
-    if (faults.random_bytes.empty()) {
+    if (overrides.random_bytes.empty()) {
         return __real_getrandom(bytes, count, flags);
     }
-    const size_t length = std::min(count, faults.random_bytes.size());
-    std::copy_n(faults.random_bytes.begin(), length, static_cast<unsigned char*>(bytes));
-    faults.random_bytes.erase(faults.random_bytes.begin(),
-                              faults.random_bytes.begin() + static_cast<std::ptrdiff_t>(length));
+    const size_t length = std::min(count, overrides.random_bytes.size());
+    std::copy_n(overrides.random_bytes.begin(), length, static_cast<unsigned char*>(bytes));
+    overrides.random_bytes.erase(overrides.random_bytes.begin(),
+                                 overrides.random_bytes.begin() + static_cast<std::ptrdiff_t>(length));
     return static_cast<ssize_t>(length);
 }
 

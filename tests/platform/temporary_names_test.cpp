@@ -13,10 +13,13 @@
 #include "tests/platform/child_process.h"
 #include "tests/platform/system_calls.h"
 #include "tests/support/debug_log_lines.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
-using system_calls::faults;
+using failing_calls::always;
+using failing_calls::failures;
+using system_calls::overrides;
 
 namespace {
 
@@ -69,7 +72,7 @@ TEST_F(TemporaryName, HoldsTheTimeAndTheProcess) {
 }
 
 TEST_F(TemporaryName, HoldsTheTimeIn19Digits) {
-    faults.time_of_day = timespec{1'700'000'000, 42};
+    overrides.time_of_day = timespec{1'700'000'000, 42};
     EXPECT_EQ(choose().substr(5, 19), "1700000000000000042");
 }
 
@@ -87,7 +90,7 @@ TEST_F(TemporaryName, EndsInCharactersThatAreAllAsLikely) {
     std::map<char, int> times;
     for (int byte = 0; byte < 252; ++byte) {
         const auto value = static_cast<unsigned char>(byte);
-        faults.random_bytes = {255, 254, 253, 252, value, value, value, value, value, value};
+        overrides.random_bytes = {255, 254, 253, 252, value, value, value, value, value, value};
         const std::string name = choose();
         EXPECT_EQ(name.substr(name.size() - 6), std::string(6, name.back())) << byte;
         ++times[name.back()];
@@ -99,15 +102,15 @@ TEST_F(TemporaryName, EndsInCharactersThatAreAllAsLikely) {
 }
 
 TEST_F(TemporaryName, EndsInWhatTheClockTellsWithoutASourceOfRandomBytes) {
-    faults.nothing_random = ENOSYS;
-    faults.time_of_day = timespec{1'700'000'000, 256 + 35};
+    failures["getrandom"] = always(ENOSYS);
+    overrides.time_of_day = timespec{1'700'000'000, 256 + 35};
     EXPECT_TRUE(choose().ends_with("-999999"));
-    faults.time_of_day = timespec{1'700'000'000, 256 + 36};
+    overrides.time_of_day = timespec{1'700'000'000, 256 + 36};
     EXPECT_TRUE(choose().ends_with("-aaaaaa"));
 }
 
 TEST_F(TemporaryName, IsAnotherOneEachTime) {
-    faults.time_of_day = timespec{1'700'000'000, 42};
+    overrides.time_of_day = timespec{1'700'000'000, 42};
     std::set<std::string> names;
     for (int i = 0; i < 100; ++i) {
         names.insert(choose());
@@ -124,23 +127,23 @@ TEST_F(TemporaryName, CreatesNothing) {
 // Time and chance bring the same name again.
 TEST_F(TemporaryName, IsNotOneThatExists) {
     const std::deque<unsigned char> chance = {1, 2, 3, 4, 5, 6};
-    faults.time_of_day = timespec{1'700'000'000, 42};
-    faults.random_bytes = chance;
+    overrides.time_of_day = timespec{1'700'000'000, 42};
+    overrides.random_bytes = chance;
     const std::string taken = choose();
-    faults.random_bytes = chance;
+    overrides.random_bytes = chance;
     ASSERT_EQ(choose(), taken);
 
     write_file(folder_.path(taken), "");
-    faults.random_bytes = chance;
+    overrides.random_bytes = chance;
     EXPECT_NE(choose(), taken);
     remove_tree(folder_.path(taken));
 
     make_folder(folder_.path(taken));
-    faults.random_bytes = chance;
+    overrides.random_bytes = chance;
     EXPECT_NE(choose(), taken);
     remove_tree(folder_.path(taken));
 
     make_link("nothing", folder_.path(taken));
-    faults.random_bytes = chance;
+    overrides.random_bytes = chance;
     EXPECT_NE(choose(), taken);
 }

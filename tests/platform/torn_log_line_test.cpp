@@ -11,24 +11,28 @@
 #include "platform/runtime.h"
 #include "tests/platform/system_calls.h"
 #include "tests/platform/written_debug_log.h"
+#include "tests/support/failing_calls.h"
 
-using system_calls::faults;
+using failing_calls::failures;
+using system_calls::overrides;
 
 namespace {
 
-// What a disk takes of a message: so many bytes, and then none when there is an error.
+// Logs a message of which one write takes no more than so many bytes, or which fails to be written.
 void log_message(const char* text, std::size_t longest_write, int error = 0) {
-    faults.longest_write = longest_write;
-    faults.file_not_written = error;
+    overrides.longest_write = longest_write;
+    if (error != 0) {
+        failures["write"] = {error};
+    }
     logmsgf(log_level::error, "t", "%s", text);
-    faults.longest_write = 0;
-    faults.file_not_written = 0;
+    overrides.longest_write = 0;
+    failures.clear();
 }
 
 // The log of these messages, without what is before the level.
 std::string log_of(const std::function<void()>& messages) {
     const std::string log = debug_log_of([&] {
-        faults.time_of_day = timespec{0, 0};
+        overrides.time_of_day = timespec{0, 0};
         setenv("TZ", "UTC0", 1);
         tzset();
         messages();
@@ -61,7 +65,7 @@ TEST_F(TornLine, IsFollowedByANewOneInASingleWrite) {
     debug_log_of([] {
         log_message("cut", up_to_the_time);
         int writes = 0;
-        faults.before_call = [&writes](const std::string& call) { writes += call == "write" ? 1 : 0; };
+        overrides.before_call = [&writes](const std::string& call) { writes += call == "write" ? 1 : 0; };
         log_message("next", all);
         EXPECT_EQ(writes, 1);
     });
