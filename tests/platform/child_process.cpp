@@ -1,7 +1,9 @@
 #include "tests/platform/child_process.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -14,6 +16,9 @@
 #include <exception>
 #include <string>
 #include <system_error>
+
+#include "platform/posix.h"
+#include "tests/support/test_files.h"
 
 // There when the branches that the tests take are counted. What ends with _exit would lose its counts otherwise.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
@@ -99,11 +104,15 @@ bool in_fresh_process() {
     }
     const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
     const std::string filter = std::string("--gtest_filter=") + test.test_suite_name() + "." + test.name();
-    EXPECT_TRUE(succeeds_in_child([&] {
+    const Descriptor output(memfd_create("output", MFD_CLOEXEC));
+    const bool succeeded = succeeds_in_child([&] {
         setenv(mark, "1", 1);
+        dup3(output.get(), STDOUT_FILENO, 0);
+        dup3(output.get(), STDERR_FILENO, 0);
         execl("/proc/self/exe", "platform_tests", filter.c_str(), "--gtest_brief=1", nullptr);
         throw std::system_error(errno, std::generic_category(), "execute this program again");
-    }));
+    });
+    EXPECT_TRUE(succeeded) << read_file("/proc/self/fd/" + std::to_string(output.get()));
     return false;
 }
 

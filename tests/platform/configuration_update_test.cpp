@@ -15,13 +15,13 @@ namespace {
 
 using namespace std::string_literals;
 
-struct Row {
+struct Update {
     std::string before;
     std::string settings;
     std::string after;
 };
 
-const Row rows[] = {
+const Update rows[] = {
     // Setting a key that is there: its first line is replaced, in its place.
     {"KEY = old\n", "KEY=new", "KEY = new\n"},
     {"A = 1\nKEY = old\nB = 2\n", "KEY=new", "A = 1\nKEY = new\nB = 2\n"},
@@ -100,7 +100,7 @@ const Row rows[] = {
 };
 
 // Nothing changes, so nothing is written.
-const Row rows_without_change[] = {
+const Update rows_without_change[] = {
     {"KEY = new\n", "KEY=new", "KEY = new\n"},
     {"KEY = new", "KEY=new", "KEY = new"},
     {"A = 1\nKEY = new\r", "A=1", "A = 1\nKEY = new\r"},
@@ -138,7 +138,7 @@ class ConfigurationUpdate : public ProductTest {
 };
 
 TEST_F(ConfigurationUpdate, ChangesTheLinesOfItsKeysAlone) {
-    for (const Row& row : rows) {
+    for (const Update& row : rows) {
         write_file(main_configuration, row.before);
         EXPECT_EQ(apply(row.settings), 0);
         EXPECT_EQ(read_file(main_configuration), row.after)
@@ -147,7 +147,7 @@ TEST_F(ConfigurationUpdate, ChangesTheLinesOfItsKeysAlone) {
 }
 
 TEST_F(ConfigurationUpdate, ChangesNothingTheSecondTime) {
-    for (const Row& row : rows) {
+    for (const Update& row : rows) {
         write_file(main_configuration, row.before);
         EXPECT_EQ(apply(row.settings), 0);
         const ino_t file = state_of(main_configuration).st_ino;
@@ -158,7 +158,7 @@ TEST_F(ConfigurationUpdate, ChangesNothingTheSecondTime) {
 }
 
 TEST_F(ConfigurationUpdate, DoesNotWriteAFileOfWhichNoLineChanges) {
-    for (const Row& row : rows_without_change) {
+    for (const Update& row : rows_without_change) {
         write_file(main_configuration, row.before);
         const struct stat before = state_of(main_configuration);
         system_calls::reset();

@@ -45,12 +45,12 @@ void set_time_zone(const char* zone) {
 }  // namespace
 
 TEST_F(DebugLogOpening, NamesTheFileAfterTheLocalDate) {
-    struct Row {
+    struct DatedName {
         const char* zone;
         const char* name;
     };
-    for (const Row& row : {Row{"UTC0", "log.20240229"}, Row{"EAST-13", "log.20240301"}, Row{"WEST+12", "log.20240229"},
-                           Row{"WEST+13", "log.20240228"}}) {
+    for (const DatedName& row : {DatedName{"UTC0", "log.20240229"}, DatedName{"EAST-13", "log.20240301"},
+                                 DatedName{"WEST+12", "log.20240229"}, DatedName{"WEST+13", "log.20240228"}}) {
         remove_tree(root_.path("agent"));
         EXPECT_TRUE(succeeds_in_child([&] {
             set_time_zone(row.zone);
@@ -160,14 +160,14 @@ TEST_F(DebugLogOpening, TakesNoTerminal) {
 }
 
 TEST_F(DebugLogOpening, CreatesTheFileWithTheModeLessTheUmask) {
-    struct Row {
+    struct Modes {
         mode_t mask;
         int mode;
         unsigned file;
         unsigned folder;
     };
-    for (const Row& row :
-         {Row{0, 0666, 0666, 0755}, Row{022, 0666, 0644, 0755}, Row{077, 0666, 0600, 0700}, Row{0, 0640, 0640, 0755}}) {
+    for (const Modes& row : {Modes{0, 0666, 0666, 0755}, Modes{022, 0666, 0644, 0755}, Modes{077, 0666, 0600, 0700},
+                             Modes{0, 0640, 0640, 0755}}) {
         remove_tree(root_.path("agent"));
         EXPECT_TRUE(succeeds_in_child([&] {
             set_time_zone("UTC0");

@@ -147,23 +147,23 @@ TEST_F(RefusedString, IsNotCutToFit) {
 }
 
 TEST_F(RefusedString, IsEmsgsizeOneByteBeyondWhatTheCallerSays) {
-    struct Row {
+    struct Limit {
         int max_length;
         const char* length;
     };
-    for (const Row& row : {Row{0, "1:"}, Row{1, "2:"}, Row{10, "11:"}, Row{4096, "4097:"}}) {
+    for (const Limit& row : {Limit{0, "1:"}, Limit{1, "2:"}, Limit{10, "11:"}, Limit{4096, "4097:"}}) {
         connect_and_send(row.length);
         EXPECT_EQ(read_string(socket(), row.max_length), string_refused(EMSGSIZE)) << row.max_length;
     }
 }
 
 TEST_F(RefusedString, TakesWhatShowsTheErrorAndNoMore) {
-    struct Row {
+    struct BadString {
         std::string sent;
         int error;
         std::string unread;
     };
-    const Row rows[] = {
+    const BadString rows[] = {
         {":5,", EPROTO, "5,"},
         {"x1:5,", EPROTO, "1:5,"},
         {"12x4:/tmp,", EPROTO, "4:/tmp,"},
@@ -175,7 +175,7 @@ TEST_F(RefusedString, TakesWhatShowsTheErrorAndNoMore) {
         {"9999999999:" + repeated('x', 3000), EMSGSIZE, repeated('x', 3000)},
         {"4:/tmp;4:/opt,", EPROTO, "4:/opt,"},
     };
-    for (const Row& row : rows) {
+    for (const BadString& row : rows) {
         connect_and_send(row.sent);
         EXPECT_EQ(read_string(socket()), string_refused(row.error)) << row.sent;
         EXPECT_EQ(unread(), row.unread) << row.sent;

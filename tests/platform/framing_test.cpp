@@ -15,11 +15,11 @@ class FramedString : public FramingTest {};
 }  // namespace
 
 TEST_F(FramedNumber, IsReadOverItsWholeRange) {
-    struct Row {
+    struct NumberInFrame {
         const char* framed;
         long long number;
     };
-    const Row rows[] = {
+    const NumberInFrame rows[] = {
         {"1:0,", 0},
         {"1:2,", 2},
         {"2:-1,", -1},
@@ -33,7 +33,7 @@ TEST_F(FramedNumber, IsReadOverItsWholeRange) {
         {"21:009223372036854775807,", LLONG_MAX},
         {"22:-009223372036854775808,", LLONG_MIN},
     };
-    for (const Row& row : rows) {
+    for (const NumberInFrame& row : rows) {
         connect_and_send(row.framed);
         EXPECT_EQ(read_number(socket()), number_read(row.number)) << row.framed;
     }
@@ -61,11 +61,12 @@ TEST_F(FramedString, IsReadWhole) {
 }
 
 TEST_F(FramedString, MayBeAsLongAsTheCallerSays) {
-    struct Row {
+    struct Limit {
         int max_length;
         std::string text;
     };
-    for (const Row& row : {Row{0, ""}, Row{1, "a"}, Row{10, "0123456789"}, Row{100'000, repeated('x', 100'000)}}) {
+    for (const Limit& row :
+         {Limit{0, ""}, Limit{1, "a"}, Limit{10, "0123456789"}, Limit{100'000, repeated('x', 100'000)}}) {
         connect_and_send(framed(row.text));
         EXPECT_EQ(read_string(socket(), row.max_length), string_read(row.text));
     }

@@ -159,11 +159,11 @@ TEST_F(FramingTime, GoesOnAfterSignals) {
 class LongestNetworkTimeout : public ProductTest {};
 
 TEST_F(LongestNetworkTimeout, IsTheMainConfigurations) {
-    struct Row {
+    struct Timeout {
         const char* configuration;
         int seconds;
     };
-    const Row rows[] = {
+    const Timeout rows[] = {
         {"", 300},
         {"NETWORK_TIMEOUT = 1\n", 1},
         {"NETWORK_TIMEOUT = 60\n", 60},
@@ -186,7 +186,7 @@ TEST_F(LongestNetworkTimeout, IsTheMainConfigurations) {
         {"NETWORK_TIMEOUT = 60\nNETWORK_TIMEOUT = 70\n", 60},
         {"NETWORK_TIMEOUT = 0\nNETWORK_TIMEOUT = 70\n", 300},
     };
-    for (const Row& row : rows) {
+    for (const Timeout& row : rows) {
         write_file(main_configuration, row.configuration);
         ASSERT_EQ(ZM_read_master_config(), 0);
         EXPECT_EQ(xnet_get_max_timeout(), row.seconds) << row.configuration;

@@ -106,13 +106,14 @@ TEST_F(LogDirectory, IsThereTheSecondTime) {
 }
 
 TEST_F(LogDirectory, MayBeWrittenInManyWays) {
-    struct Row {
+    struct Spelling {
         const char* path;
         const char* created;
     };
-    for (const Row& row : {Row{"p//q", "p/q"}, Row{"r/./s", "r/s"}, Row{"t/../u", "u"}, Row{"v/w/../x", "v/x"},
-                           Row{"name with blanks", "name with blanks"}, Row{"\xc3\xa9\xff", "\xc3\xa9\xff"},
-                           Row{"end/", "end"}, Row{"ends//", "ends"}}) {
+    for (const Spelling& row :
+         {Spelling{"p//q", "p/q"}, Spelling{"r/./s", "r/s"}, Spelling{"t/../u", "u"}, Spelling{"v/w/../x", "v/x"},
+          Spelling{"name with blanks", "name with blanks"}, Spelling{"\xc3\xa9\xff", "\xc3\xa9\xff"},
+          Spelling{"end/", "end"}, Spelling{"ends//", "ends"}}) {
         EXPECT_EQ(make_directory(folder_.path(row.path), 0700), created) << row.path;
         EXPECT_EQ(mode_of(folder_.path(row.created)), 0700U) << row.path;
         EXPECT_EQ(make_directory(folder_.path(row.path), 0700), was_there) << row.path;
@@ -129,12 +130,12 @@ TEST_F(LogDirectory, IsCreatedWithItsMissingParentsAlsoWithASlashAtTheEnd) {
 }
 
 TEST_F(LogDirectory, IsCreatedWithItsMissingParentsAlsoWithADotAtTheEnd) {
-    struct Row {
+    struct Spelling {
         const char* path;
         const char* created;
     };
-    for (const Row& row :
-         {Row{"a/.", "a"}, Row{"b/./", "b"}, Row{"c/d//.//./", "c/d"}, Row{"e.", "e."}, Row{"f/.g", "f/.g"}}) {
+    for (const Spelling& row : {Spelling{"a/.", "a"}, Spelling{"b/./", "b"}, Spelling{"c/d//.//./", "c/d"},
+                                Spelling{"e.", "e."}, Spelling{"f/.g", "f/.g"}}) {
         EXPECT_EQ(make_directory(folder_.path(row.path), 0700), created) << row.path;
         EXPECT_EQ(mode_of(folder_.path(row.created)), 0700U) << row.path;
         EXPECT_EQ(make_directory(folder_.path(row.path), 0700), was_there) << row.path;

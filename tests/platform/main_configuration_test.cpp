@@ -18,12 +18,12 @@ namespace {
 
 using namespace std::string_literals;
 
-struct Row {
+struct Verbosity {
     std::string configuration;
     int verbosity;
 };
 
-const Row rows[] = {
+const Verbosity rows[] = {
     {"", 0},
     {"SERVER = localhost\n", 0},
     // Shapes of a line.
@@ -104,7 +104,7 @@ const Row rows[] = {
 }  // namespace
 
 TEST_F(MainConfiguration, GivesTheGlobalVerbosity) {
-    for (const Row& row : rows) {
+    for (const Verbosity& row : rows) {
         write_file(main_configuration, row.configuration);
         ASSERT_EQ(ZM_read_master_config(), 0);
         EXPECT_EQ(get_master_config_ptr()->VERBOSE, row.verbosity) << testing::PrintToString(row.configuration);

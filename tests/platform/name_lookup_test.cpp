@@ -9,22 +9,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "tests/platform/child_process.h"
-#include "tests/platform/name_server.h"
-#include "tests/platform/system_calls.h"
+#include "tests/platform/name_lookup.h"
 #include "tests/support/connected_sockets.h"
 #include "tests/support/failing_calls.h"
-#include "tests/support/product_test.h"
 #include "tests/support/replaced_file.h"
 #include "tests/support/test_files.h"
 
@@ -38,29 +32,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-using Texts = std::vector<std::string>;
-
-struct Found {
-    LookUpEnd end = LookUpEnd::not_started;
-    Texts addresses;  // each once
-};
-
-constexpr std::chrono::seconds long_time{100};
-constexpr std::chrono::seconds short_time{1};
-
-// Looks the names up until an address comes that is `wanted`.
-Found find(const Texts& names, std::chrono::seconds time = long_time, const std::string& wanted = "") {
-    Found found;
-    found.end = look_up(names, Clock::now() + time, [&](const Address& address) {
-        const std::string text = to_text(address);
-        if (std::find(found.addresses.begin(), found.addresses.end(), text) == found.addresses.end()) {
-            found.addresses.push_back(text);
-        }
-        return text == wanted;
-    });
-    return found;
-}
 
 // What is found when getent prints the text.
 Texts found_in(const std::string& text) {
@@ -92,14 +63,6 @@ void expect_killed(pid_t process) {
 }
 
 }  // namespace
-
-class NameLookUp : public ProductTest {
-  protected:
-    ~NameLookUp() override {
-        system_calls::reset();
-        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was not waited for";
-    }
-};
 
 TEST_F(NameLookUp, AsksGetentForEachName) {
     const StandInGetent getent("printf '[%s]' \"$0\" \"$@\" >\"/tmp/run.$3\"\n");
@@ -304,37 +267,4 @@ TEST_F(NameLookUp, GoesOnAfterInterruptions) {
 TEST_F(NameLookUp, EndsWhenItCannotWait) {
     failures["poll"] = {ENOMEM};
     EXPECT_THAT(find({"localhost"}).addresses, IsEmpty());
-}
-
-// Files that are there and are no programs: without the right to execute, and with an interpreter that is missing.
-class WithoutGetent : public NameLookUp, public testing::WithParamInterface<unsigned> {
-  protected:
-    WithoutGetent() {
-        write_file("/tmp/getent", "#!/tmp/interpreter\n");
-        set_mode("/tmp/getent", GetParam());
-        replaced_ = std::make_unique<ReplacedFile>(getent_file, "/tmp/getent");
-    }
-
-  private:
-    std::unique_ptr<ReplacedFile> replaced_;
-};
-
-INSTANTIATE_TEST_SUITE_P(Table, WithoutGetent, testing::Values(0644, 0755),
-                         [](const auto& row) { return row.param == 0644 ? "NotExecutable" : "NotInterpretable"; });
-
-TEST_P(WithoutGetent, FindsNamesOfFiles) {
-    write_file("/etc/hosts", "10.77.0.9 one\nfd77::1 two\n");
-    EXPECT_THAT(find({"nobody.example.test", "one", "two"}).addresses,
-                testing::UnorderedElementsAre("10.77.0.9", "fd77::1"));
-}
-
-TEST_P(WithoutGetent, AsksNameServers) {
-    NameServer name_server("unused.example.test");
-    EXPECT_EQ(find({"nobody.example.test"}).end, LookUpEnd::complete);
-    EXPECT_THAT(name_server.questions(), testing::Contains("address nobody.example.test."));
-}
-
-TEST_P(WithoutGetent, EndsWithItsTime) {
-    const SilentNameServers silent;
-    EXPECT_EQ(find({"nobody.example.test"}, short_time).end, LookUpEnd::timed_out);
 }

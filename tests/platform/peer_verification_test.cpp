@@ -113,18 +113,18 @@ TEST_F(PeerVerification, LogsAMappedIpv4PeerAsIpv4) {
 TEST_F(PeerVerification, LogsAForeignPeer) {
     const ForeignHost foreign;
     trust({});
-    struct Row {
+    struct LoggedPeer {
         TcpEnds ends;
         const char* rest;
     };
-    const Row rows[] = {
+    const LoggedPeer rows[] = {
         {{"10.77.0.1", "10.77.0.1", "10.77.0.2", last_reserved_port}, "U=root F=0x40 UT=2"},
         {{"10.77.0.1", "10.77.0.1", "10.77.0.2", first_unreserved_port}, "U=unknown F=0x80 UT=0"},
         {{"::", "10.77.0.1", "10.77.0.2", last_reserved_port}, "U=root F=0x40 UT=2"},
         {{"fd77::1", "fd77::1", "fd77::2", last_reserved_port}, "U=root F=0x40 UT=2"},
         {{"fd77::1", "fd77::1", "fd77::2", first_unreserved_port}, "U=unknown F=0x80 UT=0"},
     };
-    for (const Row& row : rows) {
+    for (const LoggedPeer& row : rows) {
         EXPECT_EQ(logged_verification(foreign.connect(row.ends)),
                   expected_message(row.ends.peer, row.ends.peer_port, row.rest));
     }
@@ -209,13 +209,13 @@ TEST_F(PeerVerification, FailsForALocalConnectionThatIsNoStream) {
 // Whoever sends a datagram writes any address into it, be it one of TCP.
 TEST_F(PeerVerification, FailsForAConnectionOfDatagrams) {
     trust({"localhost", "127.0.0.1"});
-    struct Row {
+    struct Socket {
         int family;
         int type;
         int protocol;
     };
-    for (const Row& row :
-         {Row{AF_INET, SOCK_DGRAM, 0}, Row{AF_INET6, SOCK_DGRAM, 0}, Row{AF_INET, SOCK_RAW, IPPROTO_TCP}}) {
+    for (const Socket& row :
+         {Socket{AF_INET, SOCK_DGRAM, 0}, Socket{AF_INET6, SOCK_DGRAM, 0}, Socket{AF_INET, SOCK_RAW, IPPROTO_TCP}}) {
         const Descriptor agent_end(socket(row.family, row.type | SOCK_CLOEXEC, row.protocol));
         connect_to_port(agent_end.get(), row.family, last_reserved_port);
         expect_not_examined(agent_end.get(), row.family == AF_INET ? "127.0.0.1" : "::1", last_reserved_port);

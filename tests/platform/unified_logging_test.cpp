@@ -17,14 +17,14 @@ namespace {
 
 using namespace std::string_literals;
 
-struct Row {
+struct StoredLevels {
     std::string store;
     unsigned long originator;
     int debug;
     int diagnostic;
 };
 
-const Row readable[] = {
+const StoredLevels readable[] = {
     {"", 111, none, none},
     {"111.DebugLevel=3\n111.DiagnosticLevel=4\n", 111, 3, 4},
     {"111.DiagnosticLevel=4\n111.DebugLevel=3", 111, 3, 4},
@@ -109,7 +109,7 @@ const std::string unreadable[] = {
 class UnifiedLogging : public ProductTest {};
 
 TEST_F(UnifiedLogging, GivesTheEffectiveLevels) {
-    for (const Row& row : readable) {
+    for (const StoredLevels& row : readable) {
         write_store(row.store);
         const Originator originator(row.originator);
         ASSERT_EQ(originator.status(), 0) << testing::PrintToString(row.store);

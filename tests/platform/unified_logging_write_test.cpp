@@ -28,7 +28,7 @@ Change removal(int mask) {
 
 constexpr int both = holk_debug_level_setting | holk_diagnostic_level_setting;
 
-struct Row {
+struct StoreChange {
     const char* name;
     std::string before;
     std::vector<Change> changes;
@@ -36,7 +36,7 @@ struct Row {
 };
 
 // Originator 111's changes.
-const Row rows[] = {
+const StoreChange rows[] = {
     {"nothing changed", "111.DebugLevel=3\nrest", {}, "111.DebugLevel=3\nrest"},
     {"set where nothing is", "", {debug(6), diagnostic(5)}, "111.DebugLevel=6\n111.DiagnosticLevel=5\n"},
     {"debug level first", "", {diagnostic(5), debug(6)}, "111.DebugLevel=6\n111.DiagnosticLevel=5\n"},
@@ -110,7 +110,7 @@ const Row rows[] = {
 class UnifiedLoggingWrite : public ProductTest {};
 
 TEST_F(UnifiedLoggingWrite, AppliesWhatWasChangedAndNothingElse) {
-    for (const Row& row : rows) {
+    for (const StoreChange& row : rows) {
         write_store(row.before);
         Originator originator(111);
         ASSERT_EQ(originator.status(), 0) << row.name;

@@ -1,20 +1,19 @@
+// How the agent prepares its process, answers one request and ends.
+#include "tests/unit/agent_lifecycle.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <functional>
+#include <string>
+#include <vector>
 
 #include "agent/globals.h"
 #include "tests/support/call_journal.h"
-#include "tests/unit/agent_test.h"
 
-// `main` of the agent.
-int agent_main();
-
-// The linker makes these names, as it is told to wrap mywinsock_start: calls of it are recorded.
+// The linker makes these names, because mywinsock_start is wrapped: calls of it are recorded.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 void real_winsock_start() __asm__("__real__Z15mywinsock_startv");
 void recorded_winsock_start() __asm__("__wrap__Z15mywinsock_startv");
@@ -27,48 +26,12 @@ void recorded_winsock_start() {
 
 namespace {
 
+using log_level::error;
+using log_level::information;
 using recording_platform::calls;
 using recording_platform::calls_of;
 using recording_platform::child_messages;
 using recording_platform::child_messages_under;
-
-using log_level::error;
-using log_level::information;
-using log_level::warning;
-constexpr const char* program = "zmlogadmagent";
-const std::string logs = "/usr/kumel/zembrath/logs";
-const std::string support = "/usr/kumel/zembrath/bin/support/";
-
-std::string number(int value) {
-    return std::to_string(value);
-}
-
-class AgentLifecycle : public ProductPathTest {
-  protected:
-    AgentLifecycle() { make_folder(logs); }
-
-    void request(const Texts& elements) {
-        script.framed_reads.push_back(recording_platform::framed_number(static_cast<long>(elements.size())));
-        for (const std::string& element : elements) {
-            script.framed_reads.push_back(recording_platform::framed_text(element));
-        }
-    }
-
-    // Runs the agent in a child process with the connection on descriptor 0, once that process has been prepared.
-    int run(const std::function<void()>& prepare = [] {}) {
-        const int status = run_in_child([&] {
-            dup3(socket_.agent(), STDIN_FILENO, 0);
-            prepare();
-            call_journal::clear();
-            return agent_main();
-        });
-        script.framed_reads.clear();
-        failing_calls::reset();
-        return status;
-    }
-
-    AgentConnection socket_;
-};
 
 TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
     const int next = next_descriptor();
@@ -301,65 +264,6 @@ TEST_F(AgentLifecycle, SurvivesAPeerThatHasGone) {
     request({"GETDISKSPACE", "/missing/folder"});
     EXPECT_EQ(run(), 152);
     EXPECT_TRUE(child_messages().back().text.starts_with("send failed, fatal I=1 M=EXIT STATUS 5784"));
-}
-
-// Removal of the temporary directory after a failed collection.
-class FailedCollection : public AgentLifecycle {
-  protected:
-    const std::string temporary_ = logs + "/zmlaevidence/zmla-12345678901234567890123456789-abc123";
-};
-
-TEST_F(FailedCollection, LosesItsTemporaryDirectoryWhenTheSupportUtilityFails) {
-    write_tool(support + "old_zmsu", "mkdir -p $2/below && echo x > $2/below/file && exit 5\n");
-    request({"RUNZMSU"});
-    EXPECT_EQ(run(), 5);
-    EXPECT_FALSE(exists(temporary_));
-    EXPECT_TRUE(exists(logs + "/zmlaevidence"));
-    EXPECT_EQ(child_messages_under(program).at(0),
-              (LogLine{error, program, "Received NSC=5 (text of 5). Cleanup required"}));
-    EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"),
-              (Lines{{information, "perform_cleanup_on_failure", "cleaning up: " + temporary_}}));
-}
-
-TEST_F(FailedCollection, LosesItsTemporaryDirectoryWhenTheLogCopierFails) {
-    write_tool(support + "zmcplogs", "mkdir $1 && exit 6\n");
-    request({"RUNZMCPLOGS"});
-    EXPECT_EQ(run(), 6);
-    EXPECT_FALSE(exists(temporary_));
-}
-
-TEST_F(FailedCollection, CleansUpBeforeTheStatusLineAndKeepsTheStatusWhateverTheOutcome) {
-    write_tool(support + "zmcplogs", "exit 6\n");
-    request({"RUNZMCPLOGS"});
-    EXPECT_EQ(run(), 6);
-    EXPECT_EQ(socket_.received(), "\nEXIT STATUS 6 text of 6\n");
-    const std::string closing = "closing peer SOCK (" + number(next_descriptor()) + ") in QAS NSC=6";
-    EXPECT_EQ(child_messages_under(program), (Lines{{error, program, "Received NSC=6 (text of 6). Cleanup required"},
-                                                    {information, program, closing}}));
-    EXPECT_EQ(
-        child_messages_under("remove_directory"),
-        (Lines{{error, "remove_directory", "Failed to open dir: " + temporary_ + " E=2 (No such file or directory)"}}));
-}
-
-TEST_F(FailedCollection, RemovesNothingWhenTheToolNeverRan) {
-    remove_tree(logs);
-    for (const std::string word : {"RUNZMSU", "RUNZMCPLOGS", "CALCLOGSIZE"}) {
-        request({word});
-        EXPECT_EQ(run(), 5811 % 256) << word;
-        EXPECT_EQ(child_messages_under(program).at(0),
-                  (LogLine{error, program, "Received NSC=5811 (text of 5811). Cleanup required"}));
-        EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"),
-                  (Lines{{warning, "perform_cleanup_on_failure", "Directory string is empty"}}));
-        EXPECT_EQ(child_messages_under("remove_directory"), Lines{});
-    }
-}
-
-TEST_F(FailedCollection, IsNotCleanedUpAfterASuccess) {
-    write_tool(support + "zmcplogs", "mkdir $1\n");
-    request({"RUNZMCPLOGS"});
-    EXPECT_EQ(run(), 0);
-    EXPECT_TRUE(exists(temporary_));
-    EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"), Lines{});
 }
 
 }  // namespace

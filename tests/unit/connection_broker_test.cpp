@@ -1,10 +1,15 @@
 #include "logging_config/connection_broker.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <system_error>
 
+#include "platform/posix.h"
 #include "tests/unit/agent_test.h"
 
 namespace {
@@ -90,6 +95,28 @@ TEST_F(ExtractKobValues, RefusesAnyOtherNumberOfValues) {
     EXPECT_EQ(messages(), (Lines{{error, "validate_kob_ctgyargs", "Expected 1, NOT 2"}}));
 }
 
+// Hides what is written to standard error, of which the agent has none: the shell reports there how the tool ended.
+// Uses no call that is recorded.
+class HiddenStandardError {
+  public:
+    HiddenStandardError() {
+        const Descriptor hidden(memfd_create("standard error", MFD_CLOEXEC));
+        if (dup3(STDERR_FILENO, shown_, O_CLOEXEC) == -1 || dup3(hidden.get(), STDERR_FILENO, 0) == -1) {
+            throw std::system_error(errno, std::generic_category(), "hide standard error");
+        }
+    }
+    ~HiddenStandardError() {
+        dup3(shown_, STDERR_FILENO, 0);
+        close(shown_);
+    }
+    HiddenStandardError(const HiddenStandardError&) = delete;
+    HiddenStandardError& operator=(const HiddenStandardError&) = delete;
+
+  private:
+    // Far from the numbers that tests look at.
+    static constexpr int shown_ = 501;
+};
+
 class ProcessKob : public ProductPathTest {
   protected:
     int process(const Values& values) {
@@ -101,6 +128,7 @@ class ProcessKob : public ProductPathTest {
         write_tool(tool, "printf '%s\\n' \"$@\" > " + arguments + "\nexit " + std::to_string(exit_status) + "\n");
     }
 
+    HiddenStandardError hidden_;
     static constexpr const char* tag = "process_kob";
     inline static const std::string arguments = "/opt/HOLKkob/arguments";
     Responses responses_;

@@ -15,22 +15,22 @@ struct Setting {
     std::string value;
 };
 
-struct Row {
+struct EditCase {
     const char* name;
     std::string before;
     Setting setting;
     std::string after;
 };
 
-std::string row_name(const testing::TestParamInfo<Row>& info) {
+std::string name_of_case(const testing::TestParamInfo<EditCase>& info) {
     return info.param.name;
 }
 
-void PrintTo(const Row& row, std::ostream* out) {
-    *out << row.name;
+void PrintTo(const EditCase& edit, std::ostream* out) {
+    *out << edit.name;
 }
 
-class KeyValueFile : public AgentTest, public testing::WithParamInterface<Row> {
+class KeyValueFile : public AgentTest, public testing::WithParamInterface<EditCase> {
   protected:
     int apply(int set) {
         write_file(path_, GetParam().before);
@@ -64,7 +64,7 @@ const Setting verbose = {"VERBOSE", "", ""};
 
 INSTANTIATE_TEST_SUITE_P(
     KeyValueFile, MadeActive,
-    testing::ValuesIn(std::vector<Row>{
+    testing::ValuesIn(std::vector<EditCase>{
         {"FillsAnEmptyFile", "", x_5, "X = 5\n"},
         {"AppendsToAFileWithoutTheSetting", "A = 1\n", x_5, "A = 1\nX = 5\n"},
         {"AppendsAfterALastLineWithoutANewline", "A = 1", x_5, "A = 1\nX = 5\n"},
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"ReducesAnyLineToTheKeywordInIt", "VERBOSE=2\nMY_VERBOSE_X = 1\n", verbose, "VERBOSE\nVERBOSE\n"},
         {"MatchesAKeyWithQuotationMarks", "\"DebugLevel\"=\"1\"\n", {"\"DebugLevel\"", "=", "4"}, "\"DebugLevel\"=4\n"},
     }),
-    row_name);
+    name_of_case);
 
 // Without it, and the setting's default stands in the file, active or commented out.
 class DefaultKeptOrRestored : public KeyValueFile {};
@@ -110,7 +110,7 @@ TEST_P(DefaultKeptOrRestored, GivesTheFileAndTellsNothing) {
 const Setting x_2 = {"X", " = ", "2"};
 
 INSTANTIATE_TEST_SUITE_P(KeyValueFile, DefaultKeptOrRestored,
-                         testing::ValuesIn(std::vector<Row>{
+                         testing::ValuesIn(std::vector<EditCase>{
                              {"LeavesAnActiveLineOfAnotherValue", "X = 9\n", x_2, "X = 9\n"},
                              {"LeavesACommentedDefaultBesideAnActiveLine", "#X = 2\nX = 9\n", x_2, "#X = 2\nX = 9\n"},
                              {"LeavesDuplicates", "X = 9\nX = 8\n", x_2, "X = 9\nX = 8\n"},
@@ -129,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, DefaultKeptOrRestored,
                              {"KeepsOtherCharactersInFront", "#?X = 2\n", x_2, "?X = 2\n"},
                              {"LeavesALineOfBlanksAsItStands", " # #\n", {"#", "", ""}, "    \n"},
                          }),
-                         row_name);
+                         name_of_case);
 
 // Without it, and the default is nowhere.
 class DefaultMissing : public KeyValueFile {};
@@ -144,14 +144,14 @@ TEST_P(DefaultMissing, KeepsTheLinesAndWarns) {
 }
 
 INSTANTIATE_TEST_SUITE_P(KeyValueFile, DefaultMissing,
-                         testing::ValuesIn(std::vector<Row>{
+                         testing::ValuesIn(std::vector<EditCase>{
                              {"InAnEmptyFile", "", x_2, ""},
                              {"InAFileWithoutTheSetting", "A = 2\n", x_2, "A = 2\n"},
                              {"InAFileThatLacksItsLastNewline", "A = 2", x_2, "A = 2\n"},
                              {"InAFileWithCommentedLinesOfOtherValues", "#X = 1\n#X = 3\n", x_2, "#X = 1\n#X = 3\n"},
                              {"InAFileWithAnotherSeparator", "#X=2\n", x_2, "#X=2\n"},
                          }),
-                         row_name);
+                         name_of_case);
 
 class SetParameterValue : public AgentTest {
   protected:

@@ -9,7 +9,7 @@ namespace {
 
 const std::string zero_byte(1, '\0');
 
-struct Row {
+struct EditCase {
     const char* name;
     std::string before;
     std::string key;
@@ -18,20 +18,20 @@ struct Row {
     std::string after;
 };
 
-std::string row_name(const testing::TestParamInfo<Row>& info) {
+std::string name_of_case(const testing::TestParamInfo<EditCase>& info) {
     return info.param.name;
 }
 
-void PrintTo(const Row& row, std::ostream* out) {
-    *out << row.name;
+void PrintTo(const EditCase& edit, std::ostream* out) {
+    *out << edit.name;
 }
 
-class KeyValueFile : public AgentTest, public testing::WithParamInterface<Row> {
+class KeyValueFile : public AgentTest, public testing::WithParamInterface<EditCase> {
   protected:
     int apply() {
-        const Row& row = GetParam();
-        write_file(path_, row.before);
-        return unset_parameter(path_, row.key, row.separator, buffer_.data(), buffer_.size(), row.comment);
+        const EditCase& edit = GetParam();
+        write_file(path_, edit.before);
+        return unset_parameter(path_, edit.key, edit.separator, buffer_.data(), buffer_.size(), edit.comment);
     }
 
     ScratchFolder folder_;
@@ -51,7 +51,7 @@ TEST_P(Unset, GivesTheFileAndTellsNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(KeyValueFile, Unset,
-                         testing::ValuesIn(std::vector<Row>{
+                         testing::ValuesIn(std::vector<EditCase>{
                              {"CommentsTheLineOut", "X = 1\n", "X", " = ", "#", "#X = 1\n"},
                              {"CommentsEveryLineOut", "X = 1\nA\nX = 2\n", "X", " = ", "#", "#X = 1\nA\n#X = 2\n"},
                              {"LeavesLinesThatOnlyContainTheSetting", "MAX = 3\n X = 1\n#X = 1\n\tX = 2\nX = 4\n", "X",
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, Unset,
                              {"DropsEveryLineWithoutAPrefix", "X=1\nA\nX=2\n X=3\n", "X", "=", "", "A\n X=3\n"},
                              {"EmptiesAFileOfNothingElse", "X=1\nX=2", "X", "=", "", ""},
                          }),
-                         row_name);
+                         name_of_case);
 
 // It does not.
 class NothingToUnset : public KeyValueFile {};
@@ -87,7 +87,7 @@ TEST_P(NothingToUnset, LeavesTheFileUntouchedAndTellsThat) {
 }
 
 INSTANTIATE_TEST_SUITE_P(KeyValueFile, NothingToUnset,
-                         testing::ValuesIn(std::vector<Row>{
+                         testing::ValuesIn(std::vector<EditCase>{
                              {"InAnEmptyFile", "", "X", "=", "#", ""},
                              {"InAFileWithoutTheSetting", "A=1\n", "X", "=", "#", ""},
                              {"InAFileThatLacksItsLastNewline", "A=1", "X", "=", "#", ""},
@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, NothingToUnset,
                              {"InAnotherCase", "x=1\n", "X", "=", "#", ""},
                              {"WithoutAPrefix", "A=1", "X", "=", "", ""},
                          }),
-                         row_name);
+                         name_of_case);
 
 class UnsetParameter : public AgentTest {
   protected:

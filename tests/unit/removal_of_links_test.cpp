@@ -147,6 +147,10 @@ struct OpenToOthers {
     bool is_of_another_user = false;
 };
 
+void PrintTo(const OpenToOthers& folder, std::ostream* out) {
+    *out << folder.name;
+}
+
 const std::vector<OpenToOthers> folders_open_to_others = {
     {.name = "WrittenByAll", .mode = 0777},        {.name = "WrittenByAllWithTheStickyBit", .mode = 01777},
     {.name = "WrittenByItsGroup", .mode = 0775},   {.name = "WrittenByOthers", .mode = 0757},
@@ -270,6 +274,6 @@ TEST_P(LinksOfStrangers, AreRemovedThemselvesWhenTheyTakeThePlaceOfAPlainFile) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, LinksOfStrangers, testing::ValuesIn(folders_open_to_others),
-                         [](const testing::TestParamInfo<OpenToOthers>& row) { return row.param.name; });
+                         [](const testing::TestParamInfo<OpenToOthers>& folder) { return folder.param.name; });
 
 }  // namespace
