@@ -121,7 +121,7 @@ class Removal {
         }
         const EntryKind kind = examine(folder, entry);
         if (kind == EntryKind::inaccessible) {
-            leave_entry();
+            log_inaccessible();
             return status::success;
         }
         const int result = kind == EntryKind::directory ? remove_internal_directory(folder, entry.d_name)
@@ -132,7 +132,7 @@ class Removal {
         return result;
     }
 
-    void leave_entry() const {
+    void log_inaccessible() const {
         const SystemError error;
         logmsgf(log_level::error, tag, "cannot access %s E=%d (%s)", bounded_copy(entry_path_size, path_).c_str(),
                 error.number, error.text());
@@ -146,7 +146,7 @@ class Removal {
             errno = ENAMETOOLONG;  // its path, cut to the size of the buffer, would name another file
             return EntryKind::inaccessible;
         }
-        if (folder.has_trusted_links && entry.d_type != DT_DIR && is_behind_too_many_links()) {
+        if (folder.has_trusted_links && entry.d_type != DT_DIR && has_too_many_links()) {
             return EntryKind::inaccessible;
         }
         struct stat state {};
@@ -162,7 +162,7 @@ class Removal {
 
     // The kernel limits the links in one path. Names relative to open directories never reach that limit, and a loop of
     // links would never end, so this examines the whole path. A wrong answer only leaves an entry in place.
-    [[nodiscard]] bool is_behind_too_many_links() const {
+    [[nodiscard]] bool has_too_many_links() const {
         struct stat state {};
         return stat(path_.c_str(), &state) != 0 && errno == ELOOP;
     }

@@ -5,7 +5,6 @@
 #include "agent/string_utilities.h"
 #include "logging_config/key_value_file.h"
 #include "platform/runtime.h"
-#include "platform/status_codes.h"
 
 int process_config_file_entry(std::string category, std::string entry, Responses& responses, std::string path,
                               std::string key, std::string separator, std::string default_level) {
@@ -17,11 +16,9 @@ int process_config_file_entry(std::string category, std::string entry, Responses
     std::array<char, message_size> notice{};
     const int result =
         set_parameter_value(path, key, separator, level, notice.data(), notice.size(), set_flag::make_active);
-    std::string message = notice.data();
-    if (result == status::success) {
-        message = message.empty() ? "Set up " + name + " debug logging" : "INF: " + message;
-    }
-    const ProcessLine line = {.label = process_label(category, name), .status = result, .message = message};
+    const ProcessLine line = {.label = process_label(category, name),
+                              .status = result,
+                              .message = describe_edit(result, notice.data(), name)};
     respond(log_level::information, "process_config_file_entry", compose(line, line_size), responses);
     return result;
 }

@@ -25,7 +25,7 @@ class Report {
     Report(const char* operation, char* buffer, unsigned long size)
         : operation_(operation), buffer_(buffer), size_(size) {}
 
-    void tell(int level, const char* format, ...) const __attribute__((format(printf, 3, 4))) {
+    void say(int level, const char* format, ...) const __attribute__((format(printf, 3, 4))) {
         va_list arguments;
         va_start(arguments, format);
         vsnprintf(buffer_, size_, format, arguments);
@@ -44,7 +44,7 @@ Descriptor open_for_reading(const std::string& path, const Report& report) {
     Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.valid()) {
         const SystemError error;
-        report.tell(log_level::error, "Could not open file %s E=%d (%s)", path.c_str(), error.number, error.text());
+        report.say(log_level::error, "Could not open file %s E=%d (%s)", path.c_str(), error.number, error.text());
     }
     return file;
 }
@@ -87,8 +87,8 @@ class NewCopy {
         }
         if (rename(name_.c_str(), path_.c_str()) != 0) {
             const SystemError error;
-            report.tell(log_level::error, "Failed to rename %s to %s E=%d (%s)", name_.c_str(), path_.c_str(),
-                        error.number, error.text());
+            report.say(log_level::error, "Failed to rename %s to %s E=%d (%s)", name_.c_str(), path_.c_str(),
+                       error.number, error.text());
             return false;
         }
         return true;
@@ -106,8 +106,8 @@ class NewCopy {
 
     bool fail_to_open(const Report& report) const {
         const SystemError error;
-        report.tell(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), error.number,
-                    error.text());
+        report.say(log_level::error, "Could not open file %s for writing E=%d (%s)", name_.c_str(), error.number,
+                   error.text());
         return false;
     }
 
@@ -233,7 +233,7 @@ int set_parameter_value(std::string path, std::string key, std::string separator
         copy.write(editor.setting());
     }
     if (editor.found_nothing()) {
-        report.tell(log_level::warning, "Parameter %s is not set in file %s", key.c_str(), path.c_str());
+        report.say(log_level::warning, "Parameter %s is not set in file %s", key.c_str(), path.c_str());
     }
     return copy.replace_file(report) ? status::success : status::parameter_not_set;
 }
@@ -251,7 +251,7 @@ int unset_parameter(std::string path, std::string key, std::string separator, ch
     const std::string match = key + separator;
     const auto is_set = [&](std::string_view line) { return line.starts_with(match); };
     if (std::none_of(lines.begin(), lines.end(), is_set)) {
-        report.tell(log_level::information, "Parameter %s is not set in file %s", key.c_str(), path.c_str());
+        report.say(log_level::information, "Parameter %s is not set in file %s", key.c_str(), path.c_str());
         return status::success;
     }
     NewCopy copy(path);

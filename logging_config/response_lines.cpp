@@ -3,6 +3,7 @@
 #include "agent/answer_forms.h"
 #include "agent/bounded_text.h"
 #include "platform/runtime.h"
+#include "platform/status_codes.h"
 
 namespace {
 
@@ -16,6 +17,13 @@ std::string octal(unsigned number) {
 }
 
 }  // namespace
+
+std::string describe_edit(int result, const std::string& text, const std::string& component) {
+    if (result != status::success) {
+        return text;
+    }
+    return text.empty() ? "Set up " + component + " debug logging" : "INF: " + text;
+}
 
 std::string compose(const ProcessLine& line, std::size_t size) {
     std::string text = process_key::label + line.label;

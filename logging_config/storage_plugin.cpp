@@ -29,16 +29,6 @@ int set_plugin_logging(const std::string& level, Message& message) {
                                set_flag::restore_commented);
 }
 
-std::string describe_plugin_outcome(int result, const Message& message) {
-    if (result != status::success) {
-        return message.data();
-    }
-    if (message[0] == '\0') {
-        return "Set up rkplugin debug logging";
-    }
-    return std::string("INF: ") + message.data();
-}
-
 }  // namespace
 
 int process_rkplugin(std::string category, const Values& values, Responses& responses) {
@@ -60,8 +50,9 @@ int process_rkplugin(std::string category, const Values& values, Responses& resp
     split_lhs_rhs(values[0], name, level);
     Message message{};
     const int result = set_plugin_logging(level, message);
-    const ProcessLine line = {
-        .label = process_label(category, name), .status = result, .message = describe_plugin_outcome(result, message)};
+    const ProcessLine line = {.label = process_label(category, name),
+                              .status = result,
+                              .message = describe_edit(result, message.data(), setting::plugin_name)};
     respond(result == status::success ? log_level::information : log_level::error, tag, compose(line, line_size),
             responses);
     return status::success;
