@@ -327,5 +327,5 @@ AnswerLine output_line(std::string_view line) {
 
 bool answers_in_forms(const std::vector<std::string>& request) {
     const auto has_newline = [](const std::string& text) { return text.find('\n') != std::string::npos; };
-    return !is_one_of(request.front(), tool_words) && std::none_of(request.begin(), request.end(), has_newline);
+    return !is_tool_word(request.front()) && std::none_of(request.begin(), request.end(), has_newline);
 }

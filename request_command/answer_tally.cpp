@@ -80,13 +80,13 @@ std::string listed(const std::vector<std::string>& names) {
 
 AnswerTally::AnswerTally(const std::vector<std::string>& request)
     : request_(request), is_believed_(std::none_of(request.begin(), request.end(), holds_newline)) {
-    if (is_one_of(request.front(), logging_words)) {
+    if (takes(request.front(), Takes::settings)) {
         unnamed_categories_ = categories_of(request);
     }
 }
 
 void AnswerTally::print(std::string_view bytes) {
-    if (is_one_of(request_.front(), tool_words)) {
+    if (is_tool_word(request_.front())) {
         return;
     }
     while (!bytes.empty()) {
@@ -106,10 +106,10 @@ void AnswerTally::print(std::string_view bytes) {
 
 AnswerCount AnswerTally::finish(int status) {
     take(std::exchange(line_, {}));
-    if (is_one_of(request_.front(), counted_words) && request_.size() == 1) {
+    if (is_agents_own(request_.front()) && request_.size() == 1) {
         count_.not_answered = 1;
         count_.unanswered = {request_.front() + " without an argument"};
-    } else if (request_.front() == space_word) {
+    } else if (request_.front() == command_word::get_disk_space) {
         add_unanswered_directories();
     } else if (status == 0) {
         add_unanswered_categories();
@@ -120,9 +120,9 @@ AnswerCount AnswerTally::finish(int status) {
 void AnswerTally::take(std::string_view line) {
     if (line.starts_with(process_key)) {
         take_process(line);
-    } else if (request_.front() == cleanup_word && line.starts_with(cleanup_key)) {
+    } else if (request_.front() == command_word::clean_up && line.starts_with(cleanup_key)) {
         take_cleanup(line.substr(cleanup_key.size()));
-    } else if (request_.front() == space_word && line.starts_with(space_key)) {
+    } else if (request_.front() == command_word::get_disk_space && line.starts_with(space_key)) {
         take_space(line.substr(space_key.size()));
     }
 }

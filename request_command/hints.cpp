@@ -11,44 +11,23 @@
 #include <utility>
 #include <variant>
 
+#include "agent/status.h"
+#include "agent/tool_files.h"
+#include "logging_config/settings.h"
+#include "platform/product_files.h"
 #include "platform/text_encoding.h"
 
 namespace {
 
-// Statuses of agents.
-constexpr int tool_not_executed = 29;
-constexpr int user_not_root = 135;
-constexpr int host_not_listed = 5762;
-constexpr int store_not_loaded = 5772;
-
-constexpr const char* configuration = "/usr/kumel/zembrath/qr.conf";
-constexpr const char* debug_logs = "/usr/kumel/zembrath/logs/zmlogadmagent/log.*";
-
-struct ToolFile {
-    std::string_view word;
-    const char* path;
+struct Store {
+    const char* category;
+    int product;
 };
 
-constexpr std::array tool_files = {
-    ToolFile{"zmsu", "/usr/kumel/zembrath/bin/support/old_zmsu"},
-    ToolFile{"RUNZMSU", "/usr/kumel/zembrath/bin/support/old_zmsu"},
-    ToolFile{"zmcplogs", "/usr/kumel/zembrath/bin/support/zmcplogs"},
-    ToolFile{"RUNZMCPLOGS", "/usr/kumel/zembrath/bin/support/zmcplogs"},
-    ToolFile{"CALCLOGSIZE", "/usr/kumel/zembrath/bin/support/zmcplogs"},
-    ToolFile{"versioninfo", "/usr/kumel/zembrath/bin/goodies/support/versioninfo"},
-    ToolFile{"ktlogcfg", "/usr/kumel/zembrath/bin/private/ktlogcfg"},
-    ToolFile{"ZMLA", "/usr/kumel/zembrath/bin/support/zmlogadm"},
-};
-
-struct StoreFile {
-    std::string_view category;
-    const char* path;
-};
-
-constexpr std::array store_files = {
-    StoreFile{"ZMKTUL:", "/usr/kumel/ktul/51216.conf"},
-    StoreFile{"QPKTUL:", "/usr/kumel/ktul/58330.conf"},
-    StoreFile{"SEARCHKTUL:", "/usr/kumel/ktul/60385.conf"},
+constexpr std::array stores = {
+    Store{category::zmktul, ktul::zmktul_product},
+    Store{category::qpktul, ktul::qpktul_product},
+    Store{category::searchktul, ktul::searchktul_product},
 };
 
 const RemoteHost* remote_host(const Options& options) {
@@ -63,19 +42,19 @@ std::string where(const Options& options) {
 
 const char* tool_of(const Options& options) {
     const auto* const tool = std::find_if(tool_files.begin(), tool_files.end(),
-                                          [&](const ToolFile& known) { return known.word == options.request.front(); });
+                                          [&](const ToolFile& known) { return known.name == options.request.front(); });
     return tool == tool_files.end() ? nullptr : tool->path;
 }
 
 std::string host_hint(const Options& options, const Asker& asker) {
     const std::string entry = asker.is_on_agents_host ? "localhost" : asker.address;
     return "qr.conf does not list this host; " + where(options) + "echo 'SERVER = " + entry + "' | sudo tee --append " +
-           configuration;
+           product_files::main_configuration;
 }
 
 std::string user_hint(const Options& options, const Asker& asker) {
     if (!asker.is_root) {
-        return "an agent serves root only; run the same command with sudo";
+        return "an agent serves only root; run the same command with sudo";
     }
     if (tool_of(options) != nullptr) {
         return "";  // 135 may be the tool's own exit status
@@ -85,27 +64,29 @@ std::string user_hint(const Options& options, const Asker& asker) {
         return "the agent does not see this user as root of the host; run the same command outside of any container";
     }
     const std::string name = printable(host->name);
-    return "the connection reached " + name + " from another port than it left by; ask over SSH: ssh root@" + name +
-           " zmlogadm --local " + printable(options.request.front());
+    return "the source port changed on the way to " + name + "; ask over SSH: ssh root@" + name + " zmlogadm --local " +
+           printable(options.request.front());
 }
 
 std::string tool_hint(const Options& options) {
     const char* const path = tool_of(options);
-    return path == nullptr ? ""
-                           : "the tool could not be executed, unless 29 is its own exit status; " + where(options) +
-                                 "ls -l " + path;
+    return path == nullptr
+               ? ""
+               : "the tool could not be executed, or 29 is its own exit status; " + where(options) + "ls -l " + path;
 }
 
 std::string store_hint(const Options& options) {
     std::string files;
-    for (const StoreFile& store : store_files) {
+    for (const Store& store : stores) {
+        const std::string key = std::string(store.category) + ":";
         if (std::any_of(options.request.begin(), options.request.end(),
-                        [&](const std::string& text) { return text.starts_with(store.category); })) {
-            files += std::string(" ") + store.path;
+                        [&](const std::string& text) { return text.starts_with(key); })) {
+            files += " " + product_files::logging_store(store.product);
         }
     }
-    return files.empty() ? ""
-                         : "a store is missing, or holds a level that is no number; " + where(options) + "cat" + files;
+    return files.empty()
+               ? ""
+               : "a store is missing or contains a level that is not a number; " + where(options) + "cat" + files;
 }
 
 std::string listener_hint(const Options& options) {
@@ -115,8 +96,9 @@ std::string listener_hint(const Options& options) {
 
 std::string end_hint(const Options& options) {
     const bool is_local = std::holds_alternative<AgentFile>(options.peer);
-    return "the agent may have said why; " + where(options) +
-           (is_local ? "" : "sudo journalctl --unit 'zmlogadmagent*'; ") + "sudo tail " + debug_logs;
+    return "the agent may have logged the reason; " + where(options) +
+           (is_local ? "" : "sudo journalctl --unit 'zmlogadmagent*'; ") + "sudo tail " + product_files::log_root +
+           "/" + product_files::agent_log_folder + "/log.*";
 }
 
 // Returns the address as text, without its interface. Empty for a socket that has no address.
@@ -150,13 +132,13 @@ Asker asker_of(int socket) {
 
 std::string hint_about_status(int status, const Options& options, const Asker& asker) {
     switch (status) {
-        case host_not_listed:
+        case status::peer_not_a_server:
             return host_hint(options, asker);
-        case user_not_root:
+        case status::peer_not_root:
             return user_hint(options, asker);
-        case tool_not_executed:
+        case status::tool_not_executed:
             return tool_hint(options);
-        case store_not_loaded:
+        case status::ktul_not_loaded:
             return store_hint(options);
         default:
             return "";

@@ -28,7 +28,7 @@ std::unique_ptr<AnswerOutput> choose_output(AnswerFormat format, Console& consol
 int run(const Options& options, AnswerOutput& output, Console& console) {
     switch (options.action) {
         case Action::show_help:
-            console.write_output(help_text);
+            console.write_output(help_text());
             return 0;
         case Action::show_version:
             console.write_output("zmlogadm " ZMLOGADM_VERSION "\n");
@@ -56,16 +56,15 @@ int fail(const Failure& failure, const std::optional<Options>& options, AnswerOu
 }  // namespace
 
 int main(int argc, char** argv) {
-    static char name[] = "zmlogadm";
-    argv[0] = name;            // the messages of getopt_long begin with it
     signal(SIGPIPE, SIG_IGN);  // a write that nobody reads fails and is reported
     signal(SIGCHLD, SIG_DFL);  // if the caller ignored it, the agent could not be waited for
     Console console(STDOUT_FILENO, STDERR_FILENO);
-    const std::unique_ptr<AnswerOutput> output = choose_output(answer_format(argc, argv), console);
+    const CommandLine line = read_options(argc, argv);
+    const std::unique_ptr<AnswerOutput> output = choose_output(answer_format(line), console);
     std::optional<Options> options;
     try {
         occupy_standard_descriptors();
-        options = parse_options(argc, argv);
+        options = check_options(line);
         return run(*options, *output, console);
     } catch (const Failure& failure) {
         return fail(failure, options, *output, console);

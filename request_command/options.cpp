@@ -1,45 +1,20 @@
 #include "request_command/options.h"
 
-#include <getopt.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
 #include <optional>
-#include <utility>
+#include <string_view>
 
 #include "platform/text_encoding.h"
 #include "request_command/known_words.h"
+#include "request_command/option_table.h"
 
 namespace {
 
 // The longest word or argument that an agent receives.
 constexpr std::size_t longest_text = 2047;
-
-// Options without a letter.
-constexpr int agent_option = 256;
-constexpr int json_option = 257;
-constexpr int strict_option = 258;
-constexpr int no_progress_option = 259;
-
-// "+" ends the options at the word: what follows belongs to the request, even if it begins with "-".
-constexpr const char* letters = "+H:p:S:lt:hV";
-
-constexpr std::array long_options = {
-    option{"host", required_argument, nullptr, 'H'},
-    option{"port", required_argument, nullptr, 'p'},
-    option{"socket", required_argument, nullptr, 'S'},
-    option{"local", no_argument, nullptr, 'l'},
-    option{"agent", required_argument, nullptr, agent_option},
-    option{"timeout", required_argument, nullptr, 't'},
-    option{"json", no_argument, nullptr, json_option},
-    option{"strict", no_argument, nullptr, strict_option},
-    option{"no-progress", no_argument, nullptr, no_progress_option},
-    option{"help", no_argument, nullptr, 'h'},
-    option{"version", no_argument, nullptr, 'V'},
-    option{nullptr, 0, nullptr, 0},
-};
 
 // What the command line says about the peer, before contradictions are refused.
 struct PeerOptions {
@@ -50,12 +25,12 @@ struct PeerOptions {
     std::optional<std::string> agent;
 };
 
-int parse_number(const char* text, int most, const std::string& what) {
+int parse_number(const std::string& text, int most, const std::string& what) {
     int number = 0;
-    const char* const end = text + strlen(text);
-    const auto [rest, error] = std::from_chars(text, end, number);
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
     if (error != std::errc() || rest != end || number < 1 || number > most) {
-        throw Refusal("the " + what + " is a number from 1 to " + std::to_string(most) + ", not \"" + text + "\"");
+        throw Refusal("the " + what + " must be a number from 1 to " + std::to_string(most) + ", not \"" + text + "\"");
     }
     return number;
 }
@@ -93,20 +68,19 @@ Peer choose_peer(const PeerOptions& given) {
 // Accepts abbreviations, as getopt_long does: "--ho=X" is "--host=X".
 bool is_own_long_option(std::string_view name) {
     name = name.substr(0, name.find('='));
-    return !name.empty() && std::any_of(long_options.begin(), long_options.end() - 1, [name](const option& known) {
-        return std::string_view(known.name).starts_with(name);
-    });
+    const auto is_meant = [name](const CommandOption& row) { return std::string_view(row.name).starts_with(name); };
+    return !name.empty() && std::any_of(request_option::all.begin(), request_option::all.end(), is_meant);
 }
 
 // Checks a cluster of letters, up to the first that takes an argument.
 bool are_own_letters(std::string_view given) {
-    const std::string_view own = std::string_view(letters).substr(1);
     for (const char letter : given) {
-        const std::size_t found = letter == ':' ? std::string_view::npos : own.find(letter);
-        if (found == std::string_view::npos) {
+        const auto* const row = std::find_if(request_option::all.begin(), request_option::all.end(),
+                                             [letter](const CommandOption& option) { return option.id == letter; });
+        if (row == request_option::all.end()) {
             return false;
         }
-        if (own.substr(found + 1).starts_with(':')) {
+        if (row->takes_argument()) {
             break;
         }
     }
@@ -123,17 +97,18 @@ bool is_own_option(std::string_view argument) {
 // "CLEANUP /a -H backup7" would clean up this host. Words that pass their arguments to tools are not checked, because
 // tools have options.
 void refuse_misplaced_options(const std::vector<std::string>& request) {
-    if (!is_one_of(request.front(), counted_words)) {
+    if (!is_agents_own(request.front())) {
         return;
     }
     const auto misplaced = std::find_if(request.begin() + 1, request.end(), is_own_option);
     if (misplaced == request.end()) {
         return;
     }
-    const bool takes_directories = request.front() == space_word || request.front() == cleanup_word;
-    throw Refusal("the option " + printable(*misplaced) + " has to be put in front of " + request.front() +
-                      (takes_directories ? "; a directory of that name is written ./" + printable(*misplaced) : ""),
-                  FailureCode::misplaced_option);
+    const std::string option = printable(*misplaced);
+    throw Refusal(
+        "put the option " + option + " in front of " + request.front() +
+            (takes(request.front(), Takes::directories) ? "; write a directory of that name as ./" + option : ""),
+        FailureCode::misplaced_option);
 }
 
 std::vector<std::string> check_request(std::vector<std::string> request) {
@@ -143,100 +118,89 @@ std::vector<std::string> check_request(std::vector<std::string> request) {
     for (std::size_t i = 0; i != request.size(); ++i) {
         if (request[i].size() > longest_text) {
             throw Refusal((i == 0 ? std::string("the word") : "argument " + std::to_string(i)) + " has " +
-                          std::to_string(request[i].size()) + " bytes, and an agent takes " +
-                          std::to_string(longest_text) + " at most");
+                          std::to_string(request[i].size()) + " bytes; the limit is " + std::to_string(longest_text));
         }
     }
     refuse_misplaced_options(request);
     return request;
 }
 
-int next_option(int argc, char** argv) {
-    return getopt_long(argc, argv, letters, long_options.data(), nullptr);
+void take_option(const GivenOption& given, PeerOptions& peer, Options& options) {
+    switch (given.id) {
+        case request_option::host:
+            peer.host = given.text;
+            break;
+        case request_option::port:
+            peer.port = static_cast<std::uint16_t>(parse_number(given.text, 65535, "port"));
+            break;
+        case request_option::socket:
+            peer.socket = given.text;
+            break;
+        case request_option::local:
+            peer.local = true;
+            break;
+        case request_option::agent:
+            peer.agent = given.text;
+            break;
+        case request_option::timeout:
+            options.timeout = std::chrono::seconds(parse_number(given.text, 86400, "time-out"));
+            break;
+        case request_option::json:
+            options.format = AnswerFormat::json;
+            break;
+        case request_option::strict:
+            options.verdict = Verdict::strict;
+            break;
+        case request_option::no_progress:
+            options.waiting = Waiting::silent;
+            break;
+        default:
+            throw Refusal(given.text);
+    }
+}
+
+template <typename Rows>
+void append_names(const Rows& rows, std::vector<std::string_view>& names) {
+    std::transform(rows.begin(), rows.end(), std::back_inserter(names), [](const auto& row) { return row.name; });
 }
 
 }  // namespace
 
-AnswerFormat answer_format(int argc, char** argv) {
-    AnswerFormat format = AnswerFormat::plain;
-    const int said = std::exchange(opterr, 0);
-    for (int letter = 0; (letter = next_option(argc, argv)) != -1;) {
-        format = letter == json_option ? AnswerFormat::json : format;
-    }
-    opterr = said;
-    optind = 0;  // parse_options starts again
-    return format;
+CommandLine read_options(int argc, char** argv) {
+    return read_command_line(request_option::all, OptionsEnd::at_first_word, argc, argv);
 }
 
-Options parse_options(int argc, char** argv) {
+AnswerFormat answer_format(const CommandLine& line) {
+    const bool is_json = std::any_of(line.options.begin(), line.options.end(),
+                                     [](const GivenOption& given) { return given.id == request_option::json; });
+    return is_json ? AnswerFormat::json : AnswerFormat::plain;
+}
+
+Options check_options(const CommandLine& line) {
     Options options;
-    PeerOptions given;
-    for (int letter = 0; (letter = next_option(argc, argv)) != -1;) {
-        switch (letter) {
-            case 'H':
-                given.host = optarg;
-                break;
-            case 'p':
-                given.port = static_cast<std::uint16_t>(parse_number(optarg, 65535, "port"));
-                break;
-            case 'S':
-                given.socket = optarg;
-                break;
-            case 'l':
-                given.local = true;
-                break;
-            case agent_option:
-                given.agent = optarg;
-                break;
-            case 't':
-                options.timeout = std::chrono::seconds(parse_number(optarg, 86400, "time-out"));
-                break;
-            case json_option:
-                options.format = AnswerFormat::json;
-                break;
-            case strict_option:
-                options.verdict = Verdict::strict;
-                break;
-            case no_progress_option:
-                options.waiting = Waiting::silent;
-                break;
-            case 'h':
-                options.action = Action::show_help;
-                return options;
-            case 'V':
-                options.action = Action::show_version;
-                return options;
-            default:
-                throw Refusal("the options are not valid");
+    PeerOptions peer;
+    for (const GivenOption& given : line.options) {
+        if (given.id == request_option::help || given.id == request_option::version) {
+            options.action = given.id == request_option::help ? Action::show_help : Action::show_version;
+            return options;
         }
+        take_option(given, peer, options);
     }
-    options.peer = choose_peer(given);
-    options.request = check_request({argv + std::min(optind, argc), argv + argc});
+    options.peer = choose_peer(peer);
+    options.request = check_request(line.words);
     return options;
 }
 
-const std::string_view help_text =
-    R"(Usage: zmlogadm [OPTION ...] WORD [ARGUMENT ...]
-Sends one request to a log administration agent and prints its answer.
-
-  -H, --host HOST        connect to HOST, a name or an address
-  -p, --port PORT        TCP port of the host (default: 24761)
-  -S, --socket PATH      connect to a Unix-domain socket instead
-  -l, --local            start the agent of this host instead (the default)
-      --agent PATH       with --local: the agent's file
-  -t, --timeout SECONDS  give up connecting after that long (default: 30)
-      --json             print the answer as JSON, one object a line
-      --strict           exit with 1 if the status is 0 and yet anything failed
-      --no-progress      do not show on a terminal that an answer takes long
-  -h, --help             print this help
-  -V, --version          print the version
-
-Options come before WORD: what follows it is sent as it stands.
-Words: ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMSU RUNZMCPLOGS CALCLOGSIZE
-  GETDISKSPACE CLEANUP FETCHFILE ZMLA zmsu zmcplogs ktlogcfg versioninfo
-Arguments of the logging words are CATEGORY:VALUE[,VALUE...], the categories
-  ZMKTUL QPKTUL SEARCHKTUL QRCONF ZMLOGDIR MMLOGDIR VMCONF JAVAGUI KOB RK
-  RKPLUGIN CORVID CLOUD HOLKAZ
-The answer goes to standard output; its status, and what failed, to standard
-error. The exit status is the request's, 252 if that is no 0 to 254, else 255.
-)";
+std::string help_text() {
+    std::vector<std::string_view> words;
+    append_names(known_words, words);
+    std::vector<std::string_view> categories;
+    append_names(known_categories, categories);
+    return "Usage: zmlogadm [OPTION ...] WORD [ARGUMENT ...]\n"
+           "Sends one request to a log administration agent and prints its answer.\n\n" +
+           option_help(request_option::all) + "\nOptions come before WORD; what follows WORD is sent unchanged.\n" +
+           wrapped_names("Words:", words) + "The logging words take CATEGORY:VALUE[,VALUE...], with the categories\n" +
+           wrapped_names(" ", categories) +
+           "The answer goes to standard output; its status, and what failed, to standard\n"
+           "error. The exit status is the request's, 252 if that is not 0 to 254, else 255.\n";
+}

@@ -4,10 +4,10 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <variant>
 #include <vector>
 
+#include "platform/command_line.h"
 #include "request_command/failure.h"
 
 // An agent on this host that the command starts itself.
@@ -57,17 +57,19 @@ struct Options {
 class Refusal : public Failure {
   public:
     explicit Refusal(const std::string& reason, FailureCode code = FailureCode::invalid_arguments)
-        : Failure(code, reason + " (zmlogadm --help tells more)") {}
+        : Failure(code, reason + " (see zmlogadm --help)") {}
 };
 
+CommandLine read_options(int argc, char** argv);
+
 // Returns the format that the command line asks for, also when the command line is not valid, so that a refusal is
-// printed in that format too. Prints nothing.
-AnswerFormat answer_format(int argc, char** argv);
+// printed in that format too.
+AnswerFormat answer_format(const CommandLine& line);
 
-// Parses the command line. Throws a Refusal for options that are unknown, out of range or contradict each other, for a
+// Checks the command line. Throws a Refusal for options that are unknown, out of range or contradict each other, for a
 // missing word, for a word or argument that is too long, and for an option of the command that would be sent as a
-// category or directory. getopt_long reports what it finds wrong itself on standard error.
-Options parse_options(int argc, char** argv);
+// category or directory.
+Options check_options(const CommandLine& line);
 
-// What --help prints.
-extern const std::string_view help_text;
+// Returns what --help prints.
+std::string help_text();

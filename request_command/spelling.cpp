@@ -52,11 +52,11 @@ void remark(std::string_view given, const std::string& kind, const std::vector<s
     }
 }
 
-std::vector<std::string_view> known_words() {
-    std::vector<std::string_view> words(logging_words.begin(), logging_words.end());
-    words.insert(words.end(), other_words.begin(), other_words.end());
-    words.insert(words.end(), tool_words.begin(), tool_words.end());
-    return words;
+template <typename Rows>
+std::vector<std::string_view> names_of(const Rows& rows) {
+    std::vector<std::string_view> names(rows.size());
+    std::transform(rows.begin(), rows.end(), names.begin(), [](const auto& row) { return row.name; });
+    return names;
 }
 
 // The distances between the prefixes of two words: a row for each prefix of the one, a column for each of the other.
@@ -140,9 +140,9 @@ std::vector<std::string_view> nearest_words(std::string_view given, const std::v
 
 std::vector<std::string> spelling_remarks(const std::vector<std::string>& request) {
     std::vector<std::string> remarks;
-    remark(request.front(), "request word", known_words(), remarks);
-    if (is_one_of(request.front(), logging_words)) {
-        const std::vector<std::string_view> categories(known_categories.begin(), known_categories.end());
+    remark(request.front(), "request word", names_of(known_words), remarks);
+    if (takes(request.front(), Takes::settings)) {
+        const std::vector<std::string_view> categories = names_of(known_categories);
         for (std::size_t i = 1; i != request.size(); ++i) {
             const std::size_t colon = request[i].find(':');
             if (colon != std::string::npos) {

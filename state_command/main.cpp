@@ -49,7 +49,7 @@ int carry_out(const Options& options) {
         case Action::restore:
             return restore_from(options);
         case Action::show_help:
-            print_text(help_text);
+            print_text(help_text());
             return 0;
         case Action::show_version:
             print_line("zmlogstate " ZMLOGSTATE_VERSION);
@@ -61,8 +61,6 @@ int carry_out(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    static char name[] = "zmlogstate";
-    argv[0] = name;            // also in what getopt_long says, however the command was called
     signal(SIGPIPE, SIG_IGN);  // output that nobody reads is a failed write
     signal(SIGXFSZ, SIG_IGN);  // and so is a file that may not grow
     umask(S_IRWXG | S_IRWXO);

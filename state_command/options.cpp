@@ -1,24 +1,13 @@
 #include "state_command/options.h"
 
-#include <getopt.h>
-
 #include <algorithm>
 #include <array>
 
+#include "logging_config/settings.h"
+#include "platform/command_line.h"
+#include "state_command/option_table.h"
+
 namespace {
-
-// Those without a letter.
-enum LongOption : int { all_option = 256, json_option, force_option, remove_logs_option };
-
-constexpr std::array long_options = {
-    option{"all", no_argument, nullptr, all_option},
-    option{"json", no_argument, nullptr, json_option},
-    option{"force", no_argument, nullptr, force_option},
-    option{"remove-logs", no_argument, nullptr, remove_logs_option},
-    option{"help", no_argument, nullptr, 'h'},
-    option{"version", no_argument, nullptr, 'V'},
-    option{nullptr, 0, nullptr, 0},
-};
 
 struct Command {
     std::string_view name;
@@ -26,11 +15,12 @@ struct Command {
 };
 
 constexpr std::array commands = {
-    Command{"show", Action::show},
-    Command{"save", Action::save},
-    Command{"diff", Action::diff},
-    Command{"restore", Action::restore},
+    Command{show_command.name, Action::show},
+    Command{save_command.name, Action::save},
+    Command{diff_command.name, Action::diff},
+    Command{restore_command.name, Action::restore},
 };
+static_assert(commands.size() == state_commands.size());
 
 [[noreturn]] void refuse(const std::string& reason) {
     throw Failure(reason + " (see zmlogstate --help)");
@@ -64,64 +54,67 @@ void take_words(const std::vector<std::string>& words, Options& options) {
     }
 }
 
+// Returns whether the options after this one matter: help and version end the command line.
+bool take_option(const GivenOption& given, Options& options) {
+    switch (given.id) {
+        case state_option::all_settings:
+            options.all = true;
+            return true;
+        case state_option::json:
+            options.json = true;
+            return true;
+        case state_option::force:
+            options.force = true;
+            return true;
+        case state_option::remove_logs:
+            options.remove_logs = true;
+            return true;
+        case state_option::help:
+            options.action = Action::show_help;
+            return false;
+        case state_option::version:
+            options.action = Action::show_version;
+            return false;
+        default:
+            refuse(given.text);
+    }
+}
+
+std::string command_help() {
+    constexpr std::size_t column = 11;
+    std::string text;
+    for (const StateCommand& command : state_commands) {
+        const std::string entry = "  " + std::string(command.name);
+        text += entry + std::string(column - entry.size(), ' ') + std::string(command.help) + "\n";
+    }
+    return text;
+}
+
 }  // namespace
 
 Options parse_options(int argc, char** argv) {
+    const CommandLine line = read_command_line(state_option::all, OptionsEnd::at_two_dashes, argc, argv);
     Options options;
-    for (int letter = 0; (letter = getopt_long(argc, argv, "hV", long_options.data(), nullptr)) != -1;) {
-        switch (letter) {
-            case all_option:
-                options.all = true;
-                break;
-            case json_option:
-                options.json = true;
-                break;
-            case force_option:
-                options.force = true;
-                break;
-            case remove_logs_option:
-                options.remove_logs = true;
-                break;
-            case 'h':
-                options.action = Action::show_help;
-                return options;
-            case 'V':
-                options.action = Action::show_version;
-                return options;
-            default:
-                refuse("the options are not valid");
+    for (const GivenOption& given : line.options) {
+        if (!take_option(given, options)) {
+            return options;
         }
     }
-    take_words({argv + std::min(optind, argc), argv + argc}, options);
+    take_words(line.words, options);
     check_options(options);
     return options;
 }
 
-const std::string_view help_text =
-    R"(Usage: zmlogstate show [--all] [--json] [CATEGORY ...]
-       zmlogstate save DIR
-       zmlogstate diff DIR
-       zmlogstate restore [--force] [--remove-logs] DIR
-Shows, saves and restores what the logging requests of zmlogadm change on this
-host.
-
-  show     print the settings that are active, CATEGORY:NAME=VALUE FILE a line
-  save     copy every file with such settings into DIR, which is made
-  diff     print what differs from what was saved in DIR
-  restore  put back what differs from what was saved in DIR
-
-      --all          with show: also what is known and not set
-      --json         with show: print JSON, one object a line
-      --force        with restore: also what was saved on another host
-      --remove-logs  with restore: remove log directories that were made since
-                     with what they hold; without it only empty ones
-  -h, --help         print this help
-  -V, --version      print the version
-
-Categories: ZMKTUL QPKTUL SEARCHKTUL ZMLOGDIR MMLOGDIR QRCONF RK RKPLUGIN KOB
-  CORVID CLOUD JAVAGUI HOLKAZ VMCONF
-
-The exit status is 0; 1 when diff finds a difference or restore leaves one; 2
-when a file could not be read, now or at the save; 255 when the arguments are
-not valid or nothing could be done.
-)";
+std::string help_text() {
+    const std::vector<std::string_view> categories(category::all.begin(), category::all.end());
+    return "Usage: zmlogstate show [--all] [--json] [CATEGORY ...]\n"
+           "       zmlogstate save DIR\n"
+           "       zmlogstate diff DIR\n"
+           "       zmlogstate restore [--force] [--remove-logs] DIR\n"
+           "Shows, saves and restores what the logging requests of zmlogadm change on this\n"
+           "host.\n\n" +
+           command_help() + "\n" + option_help(state_option::all) + "\n" + wrapped_names("Categories:", categories) +
+           "\nThe exit status is 0; 1 when diff finds a difference or restore leaves one; 2\n"
+           "when a file could not be read, now or at the save; 255 when the arguments are\n"
+           "not valid or nothing could be done.\n";
+}

@@ -19,9 +19,8 @@ struct Options {
     bool remove_logs = false;
 };
 
-// Reads the command line. Throws a Failure for one that cannot be followed. getopt_long reports what it finds
-// wrong itself on standard error.
+// Parses the command line. Throws a Failure when it is not valid.
 Options parse_options(int argc, char** argv);
 
-// What --help prints.
-extern const std::string_view help_text;
+// Returns what --help prints.
+std::string help_text();

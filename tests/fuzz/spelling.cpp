@@ -28,10 +28,10 @@ void check_three(const std::string& one, const std::string& two, const std::stri
 }
 
 void check_nearest(const std::string& given) {
-    const std::vector<std::string_view> known(known_categories.begin(), known_categories.end());
+    const std::vector<std::string_view> known(category::all.begin(), category::all.end());
     for (const std::string_view word : nearest_words(given, known)) {
-        INVARIANT(is_one_of(word, known_categories));
-        INVARIANT(!is_one_of(given, known_categories));
+        INVARIANT(is_one_of(word, known));
+        INVARIANT(!is_one_of(given, known));
         INVARIANT(word.size() <= given.size() + 2 && given.size() <= word.size() + 2);
     }
 }
@@ -42,8 +42,8 @@ void check_remarks(const std::vector<std::string>& request) {
     for (const std::string& remark : remarks) {
         INVARIANT(remark.find("; did you mean ") != std::string::npos && remark.ends_with("?"));
     }
-    // Words are never remarked upon that are known.
-    if (is_one_of(request.front(), other_words) || is_one_of(request.front(), tool_words)) {
+    // There is no remark about a known word.
+    if (find_row(known_words, request.front()) != nullptr && !takes(request.front(), Takes::settings)) {
         INVARIANT(remarks.empty());
     }
 }

@@ -86,10 +86,10 @@ TEST(Hints, SayWhatToStartWhereNobodyListens) {
 
 TEST(Hints, SayWhereAnAgentThatBrokeOffMayHaveSaidWhy) {
     EXPECT_EQ(hint_about_failure(FailureCode::no_status, request_to(other_host)),
-              "the agent may have said why; on backup7: sudo journalctl --unit 'zmlogadmagent*'; sudo tail "
+              "the agent may have logged the reason; on backup7: sudo journalctl --unit 'zmlogadmagent*'; sudo tail "
               "/usr/kumel/zembrath/logs/zmlogadmagent/log.*");
     EXPECT_EQ(hint_about_failure(FailureCode::no_status, request_to(this_host)),
-              "the agent may have said why; run: sudo tail /usr/kumel/zembrath/logs/zmlogadmagent/log.*");
+              "the agent may have logged the reason; run: sudo tail /usr/kumel/zembrath/logs/zmlogadmagent/log.*");
 }
 
 TEST(Hints, SayNothingOfOtherFailures) {

@@ -212,7 +212,7 @@ TEST_F(JsonAnswer, IsAnErrorAloneForACommandLineThatIsRefused) {
         ASSERT_EQ(lines.size(), 1U) << arguments[0];
         EXPECT_EQ(lines[0].at("type"), "error");
         EXPECT_EQ(lines[0].at("code"), "invalid_arguments");
-        EXPECT_THAT(lines[0].at("message").get<std::string>(), EndsWith("(zmlogadm --help tells more)"));
+        EXPECT_THAT(lines[0].at("message").get<std::string>(), EndsWith("(see zmlogadm --help)"));
         EXPECT_THAT(run.errors, EndsWith("zmlogadm: " + lines[0].at("message").get<std::string>() + "\n"));
         EXPECT_EQ(run.exit_status, 255);
     }

@@ -1,10 +1,11 @@
 #include "request_command/options.h"
 
-#include <getopt.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+
+#include "request_command/known_words.h"
 
 namespace {
 
@@ -20,8 +21,7 @@ Options parse(Texts arguments) {
         pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
-    optind = 0;  // a fresh command line
-    return parse_options(static_cast<int>(arguments.size()), pointers.data());
+    return check_options(read_options(static_cast<int>(arguments.size()), pointers.data()));
 }
 
 template <typename Kind>
@@ -80,7 +80,7 @@ TEST(Options, AreRefusedBehindAWordWhoseArgumentsNoToolTakes) {
     for (const std::string& word : words_without_tools) {
         for (const std::string& option : own_options) {
             EXPECT_THAT(refusal_of({word, "a:b", option, "c"}),
-                        HasSubstr("the option " + option + " has to be put in front of " + word))
+                        HasSubstr("put the option " + option + " in front of " + word))
                 << option;
         }
     }
@@ -92,13 +92,13 @@ TEST(Options, AreRefusedBehindTheWordAlsoAfterTwoDashes) {
 }
 
 TEST(Options, ThatAreMisplacedSayHowADirectoryIsWritten) {
-    EXPECT_THAT(refusal_of({"CLEANUP", "-H"}), HasSubstr("a directory of that name is written ./-H"));
-    EXPECT_THAT(refusal_of({"GETDISKSPACE", "--json"}), HasSubstr("a directory of that name is written ./--json"));
+    EXPECT_THAT(refusal_of({"CLEANUP", "-H"}), HasSubstr("write a directory of that name as ./-H"));
+    EXPECT_THAT(refusal_of({"GETDISKSPACE", "--json"}), HasSubstr("write a directory of that name as ./--json"));
     EXPECT_THAT(refusal_of({"ENABLELOGGING", "-H"}), testing::Not(HasSubstr("./")));
 }
 
 TEST(Options, ThatAreMisplacedShowNoControlCharacters) {
-    EXPECT_THAT(refusal_of({"CLEANUP", "-H\x1b[2J"}), HasSubstr("the option -H\\x1b[2J has to"));
+    EXPECT_THAT(refusal_of({"CLEANUP", "-H\x1b[2J"}), HasSubstr("put the option -H\\x1b[2J in front"));
 }
 
 TEST(Options, ThatAreMisplacedHaveACodeOfTheirOwn) {
@@ -208,11 +208,32 @@ TEST(Options, AreRefusedWithoutAWord) {
     EXPECT_THAT(refusal_of({"--"}), HasSubstr("a request word is missing"));
 }
 
-TEST(Options, AreRefusedWhenUnknownOrWithoutTheirValue) {
-    for (const Texts& arguments : {Texts{"-x", "CLEANUP"}, Texts{"--unknown", "CLEANUP"}, Texts{"-lx", "CLEANUP"},
-                                   Texts{"--local=yes", "CLEANUP"}, Texts{"-H"}, Texts{"--agent"}}) {
-        EXPECT_THAT(refusal_of(arguments), HasSubstr("the options are not valid")) << arguments[0];
-    }
+TEST(Options, AreRefusedWhenUnknown) {
+    EXPECT_THAT(refusal_of({"-x", "CLEANUP"}), HasSubstr("there is no option -x"));
+    EXPECT_THAT(refusal_of({"-lx", "CLEANUP"}), HasSubstr("there is no option -x"));
+    EXPECT_THAT(refusal_of({"--unknown=5", "CLEANUP"}), HasSubstr("there is no option --unknown "));
+    EXPECT_THAT(refusal_of({"-\x1b", "CLEANUP"}), HasSubstr("there is no option -\\x1b"));
+}
+
+TEST(Options, AreRefusedWhenAbbreviatedTooFar) {
+    EXPECT_THAT(refusal_of({"--h", "CLEANUP"}), HasSubstr("several options begin with --h "));
+}
+
+TEST(Options, AreRefusedWithoutTheirArgument) {
+    EXPECT_THAT(refusal_of({"-lH"}), HasSubstr("the option --host needs an argument"));
+    EXPECT_THAT(refusal_of({"--agent"}), HasSubstr("the option --agent needs an argument"));
+}
+
+TEST(Options, AreRefusedWithAnArgumentThatTheyDoNotTake) {
+    EXPECT_THAT(refusal_of({"--local=yes", "CLEANUP"}), HasSubstr("the option --local takes no argument"));
+}
+
+TEST(Options, AskForJsonAlsoAfterAnInvalidOption) {
+    std::string command = "zmlogadm";
+    std::string unknown = "--unknown";
+    std::string json = "--json";
+    std::vector<char*> arguments = {command.data(), unknown.data(), json.data(), nullptr};
+    EXPECT_EQ(answer_format(read_options(3, arguments.data())), AnswerFormat::json);
 }
 
 TEST(Options, AreRefusedWhenTheyContradictEachOther) {
@@ -228,11 +249,11 @@ TEST(Options, AreRefusedWhenTheyContradictEachOther) {
 TEST(Options, AreRefusedWithNumbersOutOfRange) {
     for (const char* port : {"0", "65536", "-1", "99999999999999999999", "", "x", "5x", " 5", "+5", "0x10", "5.0"}) {
         EXPECT_THAT(refusal_of({"-H", "there", "-p", port, "CLEANUP"}),
-                    HasSubstr("the port is a number from 1 to 65535"))
+                    HasSubstr("the port must be a number from 1 to 65535"))
             << port;
     }
     for (const char* seconds : {"0", "86401", "-1", "99999999999999999999", "", "x", "5s", "1.5"}) {
-        EXPECT_THAT(refusal_of({"-t", seconds, "CLEANUP"}), HasSubstr("the time-out is a number from 1 to 86400"))
+        EXPECT_THAT(refusal_of({"-t", seconds, "CLEANUP"}), HasSubstr("the time-out must be a number from 1 to 86400"))
             << seconds;
     }
 }
@@ -244,23 +265,31 @@ TEST(Options, AreRefusedWithTextsThatNoAgentTakes) {
 }
 
 TEST(HelpText, FitsAScreen) {
-    std::string_view rest = help_text;
+    const std::string text = help_text();
+    std::string_view rest = text;
     EXPECT_LT(std::count(rest.begin(), rest.end(), '\n'), 24);  // a line is left for the prompt
     for (std::size_t end = 0; (end = rest.find('\n')) != std::string_view::npos; rest.remove_prefix(end + 1)) {
         EXPECT_LE(end, 80U) << rest.substr(0, end);
     }
 }
 
-TEST(HelpText, ListsEveryOptionWordAndCategory) {
-    for (const char* name : {"-H, --host",     "-p, --port",   "-S, --socket", "-l, --local",   "--agent",
-                             "-t, --timeout",  "--json",       "-h, --help",   "-V, --version", "ENABLELOGGING",
-                             "DISABLELOGGING", "RESETLOGGING", "FETCHFILE",    "RUNZMSU",       "RUNZMCPLOGS",
-                             "CALCLOGSIZE",    "GETDISKSPACE", "ZMLA",         "CLEANUP",       "zmsu",
-                             "zmcplogs",       "ktlogcfg",     "versioninfo",  "ZMKTUL",        "QPKTUL",
-                             "SEARCHKTUL",     "QRCONF",       "ZMLOGDIR",     "MMLOGDIR",      "VMCONF",
-                             "JAVAGUI",        "KOB",          "RK",           "RKPLUGIN",      "CORVID",
-                             "CLOUD",          "HOLKAZ"}) {
-        EXPECT_THAT(std::string(help_text), ContainsRegex("[ \n]" + std::string(name) + "[ \n]"));
+void expect_in_help(std::string_view name) {
+    EXPECT_THAT(help_text(), ContainsRegex("[ \n]" + std::string(name) + "[ \n]"));
+}
+
+TEST(HelpText, ListsEveryOption) {
+    for (const char* name : {"-H, --host", "-p, --port", "-S, --socket", "-l, --local", "--agent", "-t, --timeout",
+                             "--json", "--strict", "--no-progress", "-h, --help", "-V, --version"}) {
+        expect_in_help(name);
+    }
+}
+
+TEST(HelpText, ListsEveryWordAndCategory) {
+    for (const KnownWord& word : known_words) {
+        expect_in_help(word.name);
+    }
+    for (const KnownCategory& category : known_categories) {
+        expect_in_help(category.name);
     }
 }
 

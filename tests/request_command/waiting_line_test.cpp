@@ -199,7 +199,7 @@ TEST_F(CommandAtATerminal, GivesAHintBetweenTheStatusAndWhatFailed) {
 TEST_F(CommandAtATerminal, GivesAHintBehindItsOwnFailure) {
     const CommandRun run = run_with_answer("one\n", with_errors_to_terminal());
     EXPECT_THAT(terminal_.await_end(), testing::MatchesRegex("zmlogadm: the answer has no status line\n"
-                                                             "zmlogadm: the agent may have said why; .*\n"));
+                                                             "zmlogadm: the agent may have logged the reason; .*\n"));
     EXPECT_EQ(run.exit_status, 255);
 }
 

@@ -68,8 +68,8 @@ TEST_F(WhatFailedOfAgent, IsNothingWhereAMisplacedOptionStopsTheRequest) {
     for (const Arguments& misplaced :
          {Arguments{"-H", "backup7"}, Arguments{"--host=backup7"}, Arguments{"-Hbackup7"}}) {
         const CommandRun result = run(Arguments{"ENABLELOGGING", "ZMKTUL:111=4"} + misplaced);
-        EXPECT_EQ(result.errors, "zmlogadm: the option " + misplaced[0] +
-                                     " has to be put in front of ENABLELOGGING (zmlogadm --help tells more)\n");
+        EXPECT_EQ(result.errors,
+                  "zmlogadm: put the option " + misplaced[0] + " in front of ENABLELOGGING (see zmlogadm --help)\n");
         EXPECT_EQ(result.output, "");
         EXPECT_EQ(result.exit_status, 255);
         EXPECT_EQ(read_file(store), "111.DebugLevel=1\n");

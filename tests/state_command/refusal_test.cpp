@@ -128,8 +128,8 @@ TEST_F(Refusal, OfWrongArguments) {
           WrongArguments{{"save", "--json", "/tmp/x"}, "options of show"},
           WrongArguments{{"show", "--force"}, "options of restore"},
           WrongArguments{{"diff", "--remove-logs", folder_}, "options of restore"},
-          WrongArguments{{"restore", "--unknown", folder_}, "the options are not valid"},
-          WrongArguments{{"restore", "--force=yes", folder_}, "the options are not valid"}}) {
+          WrongArguments{{"restore", "--unknown", folder_}, "there is no option --unknown"},
+          WrongArguments{{"restore", "--force=yes", folder_}, "the option --force takes no argument"}}) {
         const CommandRun run = run_command(arguments);
         EXPECT_EQ(run.exit_status, 255);
         EXPECT_THAT(run.errors, HasSubstr(reason));
