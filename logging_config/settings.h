@@ -111,4 +111,7 @@ inline constexpr KeyValue authorization = {"/usr/kumel/zembrath/sec/az/bin/HOLKa
 // A bare keyword without separator and value.
 inline constexpr KeyValue volume_manager = {"/usr/kumel/volmgr/vm.conf", "VERBOSE", ""};
 
+inline constexpr std::array all = {plugin_level,     plugin_log,   storage_server, recovery_server, store_container,
+                                   console_commands, console_mask, authorization,  volume_manager};
+
 }  // namespace setting

@@ -1,35 +1,12 @@
 #include "request_command/failure.h"
 
+#include <algorithm>
 #include <cerrno>
 
 const char* name_of(FailureCode code) {
-    switch (code) {
-        case FailureCode::invalid_arguments:
-            return "invalid_arguments";
-        case FailureCode::misplaced_option:
-            return "misplaced_option";
-        case FailureCode::lookup_failed:
-            return "lookup_failed";
-        case FailureCode::lookup_timed_out:
-            return "lookup_timed_out";
-        case FailureCode::connection_refused:
-            return "connection_refused";
-        case FailureCode::connection_timed_out:
-            return "connection_timed_out";
-        case FailureCode::connection_failed:
-            return "connection_failed";
-        case FailureCode::agent_not_started:
-            return "agent_not_started";
-        case FailureCode::agent_killed:
-            return "agent_killed";
-        case FailureCode::no_status:
-            return "no_status";
-        case FailureCode::output_failed:
-            return "output_failed";
-        case FailureCode::system_failed:
-            break;
-    }
-    return "system_failed";
+    const auto* const row = std::find_if(failure_code_names.begin(), failure_code_names.end(),
+                                         [code](const FailureCodeName& known) { return known.code == code; });
+    return row->name;
 }
 
 FailureCode connection_failure_code(int error) {

@@ -5,24 +5,8 @@
 #include <stdexcept>
 #include <string>
 
-// Exit status of the command when it fails itself and the status of the request is unknown.
-inline constexpr int own_failure = 255;
-
-// The kind of failure, for programs. The names of the codes are part of the JSON output and never change.
-enum class FailureCode {
-    invalid_arguments,
-    misplaced_option,  // an option of the command that follows the request word
-    lookup_failed,
-    lookup_timed_out,
-    connection_refused,    // by every address of the host
-    connection_timed_out,  // at every address of the host
-    connection_failed,     // for another reason, or for several
-    agent_not_started,
-    agent_killed,  // by a signal, so its status line is not trusted
-    no_status,     // the answer ended without a status line
-    output_failed,
-    system_failed,  // anything else
-};
+#include "request_command/exit_status.h"
+#include "request_command/failure_code.h"
 
 // Returns the code's name, such as "lookup_timed_out".
 const char* name_of(FailureCode code);

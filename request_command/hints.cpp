@@ -11,10 +11,10 @@
 #include <utility>
 #include <variant>
 
-#include "agent/status.h"
 #include "agent/tool_files.h"
 #include "logging_config/settings.h"
 #include "platform/product_files.h"
+#include "platform/status_codes.h"
 #include "platform/text_encoding.h"
 
 namespace {

@@ -22,12 +22,6 @@
 
 namespace {
 
-// Replaces a status that cannot be an exit status or would look like a failure of the command itself.
-constexpr int other_status = 252;
-
-// The exit status with --strict when the request's status is 0 although something failed.
-constexpr int strict_failure = 1;
-
 std::string own_host() {
     std::array<char, 256> name = {};
     gethostname(name.data(), name.size() - 1);

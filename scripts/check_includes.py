@@ -19,7 +19,6 @@ ALLOWED = {
     "request_command": {
         "agent/answer_forms.h",
         "agent/command_words.h",
-        "agent/status.h",
         "agent/tool_files.h",
         "logging_config/settings.h",
         "platform/library",

@@ -103,9 +103,7 @@ std::vector<std::string> changed_files(Problems& problems) {
     if (const std::optional<std::string> registered = registered_file(problems)) {
         add_once(paths, *registered);
     }
-    for (const setting::KeyValue& row : {setting::plugin_level, setting::plugin_log, setting::storage_server,
-                                         setting::recovery_server, setting::store_container, setting::console_commands,
-                                         setting::console_mask, setting::authorization, setting::volume_manager}) {
+    for (const setting::KeyValue& row : setting::all) {
         add_once(paths, row.file);
     }
     return paths;

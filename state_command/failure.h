@@ -5,13 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-// Exit statuses.
-namespace exit_status {
-inline constexpr int nothing_differs = 0;
-inline constexpr int differs = 1;
-inline constexpr int not_read = 2;  // a file could not be read or was not saved; the others have been looked at
-inline constexpr int failed = 255;  // the command line is not valid, or nothing could be done
-}  // namespace exit_status
+#include "state_command/exit_status.h"
 
 // Ends the command with exit_status::failed and its text on standard error.
 class Failure : public std::runtime_error {

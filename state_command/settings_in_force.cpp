@@ -81,8 +81,8 @@ void add_key_value(Settings& settings, const char* category, const char* name, c
     }
 }
 
-constexpr std::string_view debug_level = "DebugLevel";
-constexpr std::string_view diagnostic_level = "DiagnosticLevel";
+constexpr std::string_view debug_level = product_files::debug_level;
+constexpr std::string_view diagnostic_level = product_files::diagnostic_level;
 
 struct StoreEntry {
     std::string_view originator;
@@ -291,6 +291,7 @@ constexpr std::array categories = {
     Category{category::holkaz, add_authorization},
     Category{category::vmconf, add_volume_manager},
 };
+static_assert(categories.size() == category::all.size());
 
 }  // namespace
 

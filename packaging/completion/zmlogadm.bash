@@ -148,9 +148,11 @@ _zmlogadm_offer() # BEFORE REPLACED
 _zmlogadm_category() # REPLACED
 {
     compopt -o nospace
+    # names: categories for bash
+    local known="ZMKTUL QPKTUL SEARCHKTUL ZMLOGDIR MMLOGDIR QRCONF RK RKPLUGIN KOB CORVID CLOUD JAVAGUI HOLKAZ VMCONF"
+    # end of names
     if [[ $cur != *:* ]]; then
-        COMPREPLY=($(compgen -S : -W "ZMKTUL QPKTUL SEARCHKTUL ZMLOGDIR MMLOGDIR QRCONF RK RKPLUGIN KOB CORVID CLOUD
-            JAVAGUI HOLKAZ VMCONF" -- "$cur"))
+        COMPREPLY=($(compgen -S : -W "$known" -- "$cur"))
         return
     fi
     local plain quote names=()
@@ -202,13 +204,16 @@ _zmlogadm_option_argument()
 
 _zmlogadm_option_or_word()
 {
+    # names: words for bash
+    local known="ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMCPLOGS RUNZMSU CALCLOGSIZE GETDISKSPACE CLEANUP ZMLA
+        FETCHFILE zmsu zmcplogs ktlogcfg versioninfo"
+    # end of names
     if [[ $cur == -* ]]; then
         COMPREPLY=($(compgen -W "-H --host -p --port -S --socket -l --local --agent -t --timeout --json --strict
             --no-progress -h --help -V
             --version" -- "$cur"))
     else
-        COMPREPLY=($(compgen -W "ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMCPLOGS RUNZMSU CALCLOGSIZE GETDISKSPACE
-            CLEANUP ZMLA FETCHFILE zmsu zmcplogs ktlogcfg versioninfo" -- "$cur"))
+        COMPREPLY=($(compgen -W "$known" -- "$cur"))
     fi
 }
 

@@ -7,8 +7,10 @@ _zmlogstate_commands()
 
 _zmlogstate_categories()
 {
-    COMPREPLY=($(compgen -W "ZMKTUL QPKTUL SEARCHKTUL ZMLOGDIR MMLOGDIR QRCONF RK RKPLUGIN KOB CORVID CLOUD JAVAGUI HOLKAZ
-        VMCONF" -- "$cur"))
+    # names: categories for bash
+    local known="ZMKTUL QPKTUL SEARCHKTUL ZMLOGDIR MMLOGDIR QRCONF RK RKPLUGIN KOB CORVID CLOUD JAVAGUI HOLKAZ VMCONF"
+    # end of names
+    COMPREPLY=($(compgen -W "$known" -- "$cur"))
 }
 
 _zmlogstate_options() # COMMAND

@@ -64,12 +64,12 @@ void read_configuration(std::string_view text) {
         if (!entry) {
             return;
         }
-        if (is_key(entry->key, "SERVER")) {
+        if (is_key(entry->key, product_files::server_key)) {
             host.servers.emplace_back(entry->value);
         } else if (!verbose_seen && is_key(entry->key, "VERBOSE")) {
             verbose_seen = true;
             master.VERBOSE = parse_int32(entry->value).value_or(0);
-        } else if (!timeout_seen && is_key(entry->key, "NETWORK_TIMEOUT")) {
+        } else if (!timeout_seen && is_key(entry->key, product_files::network_timeout_key)) {
             timeout_seen = true;
             host.network_timeout = parse_network_timeout(entry->value);
         }

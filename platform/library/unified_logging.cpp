@@ -26,7 +26,7 @@ constexpr int highest_level = 6;
 
 // The kinds of levels, in the order in which new entries are added to a store file.
 enum Kind : std::size_t { debug, diagnostic, kinds };
-constexpr std::array<const char*, kinds> kind_names = {"DebugLevel", "DiagnosticLevel"};
+constexpr std::array<const char*, kinds> kind_names = {product_files::debug_level, product_files::diagnostic_level};
 
 // Returns the start of an entry's line.
 std::string entry_prefix(unsigned long originator, Kind kind) {
