@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "request_command/answer_printer.h"
+#include "request_command/answer_splitter.h"
 #include "request_command/answer_tally.h"
 #include "request_command/failure.h"
 

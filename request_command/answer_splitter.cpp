@@ -1,12 +1,14 @@
-#include "request_command/answer_printer.h"
+#include "request_command/answer_splitter.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
 
+#include "agent/answer_forms.h"
+
 namespace {
 
-constexpr std::string_view marker = "EXIT STATUS";
+constexpr std::string_view marker = exit_status_key;
 
 // An agent cuts a longer line to this length. A cut line has no newline.
 constexpr std::size_t longest_status_line = 511;
@@ -51,12 +53,12 @@ std::size_t possible_status_line(std::string_view text) {
 
 }  // namespace
 
-void AnswerPrinter::print(std::string_view bytes) {
+void AnswerSplitter::take(std::string_view bytes) {
     kept_.append(bytes);
     pass_on(possible_status_line(kept_));
 }
 
-std::optional<StatusLine> AnswerPrinter::finish(AnswerEnd end) {
+std::optional<StatusLine> AnswerSplitter::finish(AnswerEnd end) {
     StatusLine line{.text = kept_};
     const bool whole = end == AnswerEnd::complete || kept_.ends_with('\n') || kept_.size() == longest_status_line;
     if (whole && kept_.starts_with(marker) && shape_of(kept_, line.status) == Shape::status_line) {
@@ -66,7 +68,7 @@ std::optional<StatusLine> AnswerPrinter::finish(AnswerEnd end) {
     return std::nullopt;
 }
 
-void AnswerPrinter::pass_on(std::size_t size) {
+void AnswerSplitter::pass_on(std::size_t size) {
     if (size != 0) {
         output_(std::string_view(kept_).substr(0, size));
         kept_.erase(0, size);

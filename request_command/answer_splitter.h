@@ -21,13 +21,13 @@ enum class AnswerEnd {
 // Passes on the bytes of an answer as they arrive. Keeps back only those that may be the status line: the last
 // "EXIT STATUS" of the answer and what follows it. The status line need not begin a line, and output can contain the
 // same words, so only the end of the answer decides. Keeps at most the length of the longest status line.
-class AnswerPrinter {
+class AnswerSplitter {
   public:
     using Output = std::function<void(std::string_view)>;
 
-    explicit AnswerPrinter(Output output) : output_(std::move(output)) {}
+    explicit AnswerSplitter(Output output) : output_(std::move(output)) {}
 
-    void print(std::string_view bytes);
+    void take(std::string_view bytes);
 
     // Returns the status line. If there is none, passes on the kept bytes as output and returns nothing.
     std::optional<StatusLine> finish(AnswerEnd end);

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "agent/answer_forms.h"
 #include "platform/text_encoding.h"
 #include "request_command/known_words.h"
 #include "request_command/unanswered_directories.h"
@@ -12,11 +13,11 @@ namespace {
 
 constexpr std::size_t most_names = 10;
 
-constexpr std::string_view process_key = "PROCESS=";
-constexpr std::string_view status_key = " STATUS=";
-constexpr std::string_view cleanup_key = "CLEANUP: ";
-constexpr std::string_view space_key = "CALCLOGSIZE: TARGET_DIR=";
-constexpr std::string_view free_key = " FREE_SPACE=";
+constexpr std::string_view label_key = process_key::label;
+constexpr std::string_view status_key = process_key::status;
+constexpr std::string_view cleanup_start = "CLEANUP: ";  // of every line of a clean-up, also one of an unknown form
+constexpr std::string_view directory_key = space_key::directory;
+constexpr std::string_view free_key = space_key::free;
 
 // An agent cuts a longer line to one of these lengths. The next line then follows without a newline.
 constexpr std::array<std::size_t, 2> cut_lengths = {1023, 2047};
@@ -26,7 +27,7 @@ constexpr std::size_t most_of_line = 8192;
 
 // Returns the length of the cut line that the text begins with, or 0 when it begins with none.
 std::size_t cut_line(std::string_view text) {
-    for (const std::string_view key : {process_key, space_key}) {
+    for (const std::string_view key : {label_key, directory_key}) {
         for (const std::size_t length : cut_lengths) {
             if (text.starts_with(key) && text.size() > length && text.substr(length).starts_with(key)) {
                 return length;
@@ -85,7 +86,7 @@ AnswerTally::AnswerTally(const std::vector<std::string>& request)
     }
 }
 
-void AnswerTally::print(std::string_view bytes) {
+void AnswerTally::add(std::string_view bytes) {
     if (is_tool_word(request_.front())) {
         return;
     }
@@ -118,17 +119,17 @@ AnswerCount AnswerTally::finish(int status) {
 }
 
 void AnswerTally::take(std::string_view line) {
-    if (line.starts_with(process_key)) {
+    if (line.starts_with(label_key)) {
         take_process(line);
-    } else if (request_.front() == command_word::clean_up && line.starts_with(cleanup_key)) {
-        take_cleanup(line.substr(cleanup_key.size()));
-    } else if (request_.front() == command_word::get_disk_space && line.starts_with(space_key)) {
-        take_space(line.substr(space_key.size()));
+    } else if (request_.front() == command_word::clean_up && line.starts_with(cleanup_start)) {
+        take_cleanup(line);
+    } else if (request_.front() == command_word::get_disk_space && line.starts_with(directory_key)) {
+        take_space(line.substr(directory_key.size()));
     }
 }
 
 void AnswerTally::take_process(std::string_view line) {
-    const std::string_view label = line.substr(process_key.size());
+    const std::string_view label = line.substr(label_key.size());
     add_item(has_succeeded(line), label.substr(0, label.find(status_key)));
     const auto is_named = [label](const std::string& category) {
         const std::string_view rest = label.substr(std::min(label.size(), category.size()));
@@ -139,14 +140,14 @@ void AnswerTally::take_process(std::string_view line) {
     }
 }
 
-void AnswerTally::take_cleanup(std::string_view result) {
-    constexpr std::array<std::string_view, 3> results = {"Successfully cleaned up ",
-                                                         "Will not clean up unknown location: ", "Failed to clean up "};
-    const auto* const known = std::find_if(results.begin(), results.end(),
-                                           [result](std::string_view text) { return result.starts_with(text); });
-    std::string_view directory = known == results.end() ? result : result.substr(known->size());
+void AnswerTally::take_cleanup(std::string_view line) {
+    constexpr std::array<std::string_view, 3> results = {cleanup_key::removed, cleanup_key::refused,
+                                                         cleanup_key::failed};
+    const auto* const known =
+        std::find_if(results.begin(), results.end(), [line](std::string_view text) { return line.starts_with(text); });
+    std::string_view directory = line.substr(known == results.end() ? cleanup_start.size() : known->size());
     if (known == &results.back()) {
-        directory = directory.substr(0, directory.rfind(": "));
+        directory = directory.substr(0, directory.rfind(cleanup_key::error));
     }
     add_item(known == results.begin(), directory);
 }
@@ -156,7 +157,7 @@ void AnswerTally::take_space(std::string_view rest) {
     if (is_believed_ && found != std::string_view::npos) {
         const std::string_view amount = rest.substr(found + free_key.size());
         const std::size_t digits = amount.find_first_not_of("0123456789");
-        if (digits != 0 && digits != std::string_view::npos && amount.substr(digits).starts_with(" MB")) {
+        if (digits != 0 && digits != std::string_view::npos && amount.substr(digits).starts_with(space_key::unit)) {
             measured_.emplace_back(rest.substr(0, found));
         }
     }

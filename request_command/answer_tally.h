@@ -33,7 +33,7 @@ class AnswerTally {
     explicit AnswerTally(const std::vector<std::string>& request);
 
     // Takes bytes of the answer as they arrive.
-    void print(std::string_view bytes);
+    void add(std::string_view bytes);
 
     // Ends the answer and returns the counts.
     [[nodiscard]] AnswerCount finish(int status);
@@ -41,7 +41,7 @@ class AnswerTally {
   private:
     void take(std::string_view line);
     void take_process(std::string_view line);
-    void take_cleanup(std::string_view result);
+    void take_cleanup(std::string_view line);
     void take_space(std::string_view rest);
     void add_item(bool succeeded, std::string_view name);
     void add_unanswered_categories();

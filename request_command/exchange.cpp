@@ -59,7 +59,7 @@ std::string encode_request(const std::vector<std::string>& request) {
     return encoded;
 }
 
-int exchange(int socket, std::string_view request, AnswerPrinter& printer, WaitingLine* waiting) {
+int exchange(int socket, std::string_view request, AnswerSplitter& splitter, WaitingLine* waiting) {
     std::array<char, 65536> buffer;
     int send_error = 0;
     for (;;) {
@@ -79,7 +79,7 @@ int exchange(int socket, std::string_view request, AnswerPrinter& printer, Waiti
             if (waiting != nullptr) {
                 waiting->count(bytes, WaitingLine::Clock::now());
             }
-            printer.print(bytes);
+            splitter.take(bytes);
         } else if (count == 0) {
             return send_error;
         } else if (!is_temporary(errno)) {

@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-#include "request_command/answer_printer.h"
+#include "request_command/answer_splitter.h"
 #include "request_command/answer_tally.h"
 #include "request_command/child.h"
 #include "request_command/connection.h"
@@ -102,12 +102,12 @@ std::string_view name_of_peer(const Peer& peer) {
 Outcome receive_answer(Connection& connection, const std::vector<std::string>& request, AnswerOutput& output,
                        WaitingLine* waiting) {
     AnswerTally tally(request);
-    AnswerPrinter printer([&](std::string_view bytes) {
-        tally.print(bytes);
+    AnswerSplitter splitter([&](std::string_view bytes) {
+        tally.add(bytes);
         output.print(bytes);
     });
-    const int error = exchange(connection.socket.get(), encode_request(request), printer, waiting);
-    std::optional<StatusLine> line = printer.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
+    const int error = exchange(connection.socket.get(), encode_request(request), splitter, waiting);
+    std::optional<StatusLine> line = splitter.finish(error == 0 ? AnswerEnd::complete : AnswerEnd::broken);
     if (!line) {
         throw Failure(FailureCode::no_status, explain_missing_status(connection, error));
     }

@@ -8,7 +8,7 @@
 #include "platform/text_encoding.h"
 #include "request_command/answer_line.h"
 #include "request_command/answer_output.h"
-#include "request_command/answer_printer.h"
+#include "request_command/answer_splitter.h"
 #include "tests/fuzz/fuzz_input.h"
 #include "tests/fuzz/invariant.h"
 #include "tests/fuzz/scratch_file.h"
@@ -39,14 +39,14 @@ Printed print(const Answer& answer, std::size_t piece, const MakeOutput& make) {
                                                       [&](std::string_view text) { printed.status_text += text; });
     output->prepare({.host = "here", .peer = "local", .words = answer.request, .time = {}});
     AnswerTally tally(answer.request);
-    AnswerPrinter printer([&](std::string_view bytes) {
-        tally.print(bytes);
+    AnswerSplitter splitter([&](std::string_view bytes) {
+        tally.add(bytes);
         output->print(bytes);
     });
     for (std::size_t start = 0; start < answer.bytes.size(); start += piece) {
-        printer.print(std::string_view(answer.bytes).substr(start, piece));
+        splitter.take(std::string_view(answer.bytes).substr(start, piece));
     }
-    printed.status = printer.finish(answer.end);
+    printed.status = splitter.finish(answer.end);
     if (printed.status) {
         printed.count = tally.finish(printed.status->status);
         output->finish({.line = *printed.status, .count = printed.count});

@@ -1,4 +1,4 @@
-#include "request_command/answer_printer.h"
+#include "request_command/answer_splitter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,14 +24,14 @@ void PrintTo(const Parts& parts, std::ostream* stream) {
 }
 
 // Prints answers into a text.
-class Printer {
+class SplitterRun {
   public:
-    void print(std::string_view bytes) { printer_.print(bytes); }
+    void take(std::string_view bytes) { splitter_.take(bytes); }
 
     [[nodiscard]] const std::string& output() const { return output_; }
 
     Parts finish(AnswerEnd end = AnswerEnd::complete) {
-        const std::optional<StatusLine> line = printer_.finish(end);
+        const std::optional<StatusLine> line = splitter_.finish(end);
         if (!line) {
             return {.output = output_, .status_line = std::nullopt, .status = std::nullopt};
         }
@@ -40,13 +40,13 @@ class Printer {
 
   private:
     std::string output_;
-    AnswerPrinter printer_{[this](std::string_view text) { output_ += text; }};
+    AnswerSplitter splitter_{[this](std::string_view text) { output_ += text; }};
 };
 
 Parts print_whole(std::string_view answer, AnswerEnd end = AnswerEnd::complete) {
-    Printer printer;
-    printer.print(answer);
-    return printer.finish(end);
+    SplitterRun splitter;
+    splitter.take(answer);
+    return splitter.finish(end);
 }
 
 struct Answer {
@@ -110,94 +110,94 @@ const std::vector<Answer> answers = {
     {"MarkerThatDoesNotCountBehindOneThatWould", "EXIT STATUS 0 done; EXIT STATUS unknown\n", "", {}},
 };
 
-TEST(AnswerPrinter, TellsPartsApartWhenTheAnswerComesAtOnce) {
+TEST(AnswerSplitter, TellsPartsApartWhenTheAnswerComesAtOnce) {
     for (const Answer& answer : answers) {
         EXPECT_EQ(print_whole(answer.bytes()), answer.parts()) << answer.name;
     }
 }
 
-TEST(AnswerPrinter, TellsPartsApartWhereverTheAnswerIsSplitInTwo) {
+TEST(AnswerSplitter, TellsPartsApartWhereverTheAnswerIsSplitInTwo) {
     for (const Answer& answer : answers) {
         const std::string bytes = answer.bytes();
         for (std::size_t split = 0; split <= bytes.size(); ++split) {
-            Printer printer;
-            printer.print(std::string_view(bytes).substr(0, split));
-            printer.print(std::string_view(bytes).substr(split));
-            EXPECT_EQ(printer.finish(), answer.parts()) << answer.name << " split at " << split;
+            SplitterRun splitter;
+            splitter.take(std::string_view(bytes).substr(0, split));
+            splitter.take(std::string_view(bytes).substr(split));
+            EXPECT_EQ(splitter.finish(), answer.parts()) << answer.name << " split at " << split;
         }
     }
 }
 
-TEST(AnswerPrinter, TellsPartsApartWhenTheAnswerComesByteByByte) {
+TEST(AnswerSplitter, TellsPartsApartWhenTheAnswerComesByteByByte) {
     for (const Answer& answer : answers) {
-        Printer printer;
+        SplitterRun splitter;
         for (const char byte : answer.bytes()) {
-            printer.print({&byte, 1});
+            splitter.take({&byte, 1});
         }
-        EXPECT_EQ(printer.finish(), answer.parts()) << answer.name;
+        EXPECT_EQ(splitter.finish(), answer.parts()) << answer.name;
     }
 }
 
-TEST(AnswerPrinter, PassesOutputOnAtOnce) {
-    Printer printer;
-    printer.print("one\ntwo, not ended");
-    EXPECT_EQ(printer.output(), "one\ntwo, not ended");
+TEST(AnswerSplitter, PassesOutputOnAtOnce) {
+    SplitterRun splitter;
+    splitter.take("one\ntwo, not ended");
+    EXPECT_EQ(splitter.output(), "one\ntwo, not ended");
 }
 
-TEST(AnswerPrinter, KeepsBackTheBeginningOfAMarkerAndNothingElse) {
-    Printer printer;
-    printer.print("one EXIT STAT");
-    EXPECT_EQ(printer.output(), "one ");
-    printer.print("ION");
-    EXPECT_EQ(printer.output(), "one EXIT STATION");
+TEST(AnswerSplitter, KeepsBackTheBeginningOfAMarkerAndNothingElse) {
+    SplitterRun splitter;
+    splitter.take("one EXIT STAT");
+    EXPECT_EQ(splitter.output(), "one ");
+    splitter.take("ION");
+    EXPECT_EQ(splitter.output(), "one EXIT STATION");
 }
 
-TEST(AnswerPrinter, KeepsAStatusLineBackWhateverPauseFollows) {
-    Printer printer;
-    printer.print("one\nEXIT STATUS 0 done\n");
-    printer.print("");
-    EXPECT_EQ(printer.output(), "one\n");
+TEST(AnswerSplitter, KeepsAStatusLineBackWhateverPauseFollows) {
+    SplitterRun splitter;
+    splitter.take("one\nEXIT STATUS 0 done\n");
+    splitter.take("");
+    EXPECT_EQ(splitter.output(), "one\n");
 }
 
-TEST(AnswerPrinter, PassesAToolsStatusLineOnOnceMoreFollows) {
-    Printer printer;
-    printer.print("EXIT STATUS 0 done\n");
-    printer.print("m");
-    EXPECT_EQ(printer.output(), "EXIT STATUS 0 done\nm");
+TEST(AnswerSplitter, PassesAToolsStatusLineOnOnceMoreFollows) {
+    SplitterRun splitter;
+    splitter.take("EXIT STATUS 0 done\n");
+    splitter.take("m");
+    EXPECT_EQ(splitter.output(), "EXIT STATUS 0 done\nm");
 }
 
-TEST(AnswerPrinter, PassesAMarkerOnOnceNoNumberFollows) {
-    Printer printer;
-    printer.print("EXIT STATUS o");
-    EXPECT_EQ(printer.output(), "EXIT STATUS o");
+TEST(AnswerSplitter, PassesAMarkerOnOnceNoNumberFollows) {
+    SplitterRun splitter;
+    splitter.take("EXIT STATUS o");
+    EXPECT_EQ(splitter.output(), "EXIT STATUS o");
 }
 
-TEST(AnswerPrinter, PassesAStatusLineOnOnceAnotherBegins) {
-    Printer printer;
-    printer.print("EXIT STATUS 7 cut EXIT STATUS");
-    EXPECT_EQ(printer.output(), "EXIT STATUS 7 cut ");
+TEST(AnswerSplitter, PassesAStatusLineOnOnceAnotherBegins) {
+    SplitterRun splitter;
+    splitter.take("EXIT STATUS 7 cut EXIT STATUS");
+    EXPECT_EQ(splitter.output(), "EXIT STATUS 7 cut ");
 }
 
-TEST(AnswerPrinter, PassesALineOnOnceItIsTooLongForAStatusLine) {
-    Printer printer;
+TEST(AnswerSplitter, PassesALineOnOnceItIsTooLongForAStatusLine) {
+    SplitterRun splitter;
     const std::string line = cut_line("EXIT STATUS 6 ");
-    printer.print(line);
-    EXPECT_EQ(printer.output(), "");
-    printer.print("x");
-    EXPECT_EQ(printer.output(), line + "x");
+    splitter.take(line);
+    EXPECT_EQ(splitter.output(), "");
+    splitter.take("x");
+    EXPECT_EQ(splitter.output(), line + "x");
 }
 
-TEST(AnswerPrinter, TakesAWholeStatusLineFromABrokenConnection) {
+TEST(AnswerSplitter, TakesAWholeStatusLineFromABrokenConnection) {
     EXPECT_EQ(print_whole("one\nEXIT STATUS 5 no\n", AnswerEnd::broken),
               (Parts{.output = "one\n", .status_line = "EXIT STATUS 5 no\n", .status = 5}));
 }
 
-TEST(AnswerPrinter, TakesALineOfFullLengthFromABrokenConnection) {
+TEST(AnswerSplitter, TakesALineOfFullLengthFromABrokenConnection) {
     const std::string line = cut_line("EXIT STATUS 5 ");
     EXPECT_EQ(print_whole(line, AnswerEnd::broken), (Parts{.output = "", .status_line = line, .status = 5}));
 }
 
-TEST(AnswerPrinter, TakesNoStatusFromALineThatABrokenConnectionMayHaveShortened) {
+TEST(AnswerSplitter, TakesNoStatusFromALineThatABrokenConnectionMayHaveShortened) {
     EXPECT_EQ(print_whole("one\nEXIT STATUS 57", AnswerEnd::broken),
               (Parts{.output = "one\nEXIT STATUS 57", .status_line = std::nullopt, .status = std::nullopt}));
 }

@@ -14,7 +14,7 @@ using Texts = std::vector<std::string>;
 
 AnswerCount count_of(const Texts& request, const std::string& answer, int status = 0) {
     AnswerTally tally(request);
-    tally.print(answer);
+    tally.add(answer);
     return tally.finish(status);
 }
 
@@ -131,8 +131,8 @@ TEST(AnswerTally, IsTheSameWhereverTheAnswerIsSplit) {
     const AnswerCount whole = count_of(request, answer);
     for (std::size_t split = 0; split <= answer.size(); ++split) {
         AnswerTally tally(request);
-        tally.print(answer.substr(0, split));
-        tally.print(answer.substr(split));
+        tally.add(answer.substr(0, split));
+        tally.add(answer.substr(split));
         EXPECT_EQ(tally.finish(0), whole) << split;
     }
 }

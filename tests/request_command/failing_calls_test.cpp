@@ -207,10 +207,10 @@ class FailingExchange : public FailingCallTest {
         shutdown(ends_.peer_end.get(), SHUT_WR);
     }
 
-    int run() { return exchange(ends_.agent_end.get(), "1:1,7:CLEANUP,", printer_, nullptr); }
+    int run() { return exchange(ends_.agent_end.get(), "1:1,7:CLEANUP,", splitter_, nullptr); }
 
     std::string output_;
-    AnswerPrinter printer_ = AnswerPrinter([this](std::string_view bytes) { output_ += bytes; });
+    AnswerSplitter splitter_ = AnswerSplitter([this](std::string_view bytes) { output_ += bytes; });
     ConnectedSockets ends_ = connect_locally();
 };
 
@@ -219,7 +219,7 @@ TEST_F(FailingExchange, ContinuesAfterInterruptionsAndEmptyReads) {
     failures["send"] = {EINTR, EAGAIN};
     failures["recv"] = {EINTR, EAGAIN};
     EXPECT_EQ(run(), 0);
-    const auto line = printer_.finish(AnswerEnd::complete);
+    const auto line = splitter_.finish(AnswerEnd::complete);
     ASSERT_TRUE(line.has_value());
     EXPECT_EQ(line->text, "EXIT STATUS 0 done\n");
     EXPECT_EQ(output_, "one\n");
