@@ -85,6 +85,15 @@ std::string_view head_of_now() {
     return {debug_log.head.data(), debug_log.head_length};
 }
 
+// For each byte, because every byte of a message is looked up.
+constexpr std::array<bool, 256> must_be_escaped = [] {
+    std::array<bool, 256> result{};
+    for (std::size_t byte = 0; byte < result.size(); ++byte) {
+        result[byte] = byte < 32 || byte == 127 || byte == '\\';
+    }
+    return result;
+}();
+
 // A line of the log that is being composed.
 class Line {
   public:
@@ -117,7 +126,7 @@ class Line {
         const char* rest = text.data();
         const char* const end = rest + text.size();
         for (const char* byte = rest; byte != end; ++byte) {
-            if (must_be_escaped(*byte)) {
+            if (must_be_escaped[static_cast<unsigned char>(*byte)]) {
                 append({rest, static_cast<std::size_t>(byte - rest)});
                 append_escape(*byte);
                 rest = byte + 1;
@@ -142,11 +151,6 @@ class Line {
     }
 
   private:
-    static bool must_be_escaped(char byte) {
-        const auto value = static_cast<unsigned char>(byte);
-        return byte == '\\' || value < 32 || value == 127;
-    }
-
     void append_escape(char byte) {
         if (byte == '\\') {
             append("\\\\");
