@@ -13,7 +13,7 @@ for page in README.md CHANGELOG.md CONTRIBUTING.md docs/*.md; do
             failed=1
         fi
     done < <(grep -o '`[A-Za-z_.][A-Za-z0-9_./-]*`' "$page" | tr -d '`' |
-             grep -E '^(agent|commands|logging_config|platform|request_command|state_command|tests|benchmarks|scripts|demonstration|docs|cmake|\.ci)/')
+             grep -E '^(agent|commands|logging_config|platform|request_command|state_command|tests|benchmarks|scripts|demonstration|docs|cmake|packaging|debian|\.ci)/')
     while read -r program; do
         if ! grep -rqE "add_(executable|library)\($program( |$)" --include=CMakeLists.txt .; then
             echo "$page names the program $program, which the build does not make"
