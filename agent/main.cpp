@@ -1,6 +1,5 @@
 // zmlogadmagent: one process, one connection on descriptor 0, one request.
 
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -44,7 +43,6 @@ Descriptor take_over_socket() {
     }
     // Programs inherit neither the socket nor what the network service left open. The code that runs a program gives it
     // what it needs.
-    fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
     keep_descriptors_from_programs(STDERR_FILENO + 1);
     if (redirect_fd(STDIN_FILENO) != 0) {
         exit(exit_status::stdin_not_redirected);

@@ -1,7 +1,6 @@
 // How the agent prepares its process, answers one request and ends.
 #include "tests/unit/agent_lifecycle.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -45,7 +44,6 @@ TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
                             "open /dev/null",
                             "dup2 " + socket + " 2",
                             "dup 0",
-                            "fcntl " + socket + " " + number(F_SETFD) + " " + number(FD_CLOEXEC),
                             "open /dev/null",
                             "dup2 " + number(next + 1) + " 0",
                             "ZM_read_master_config",
