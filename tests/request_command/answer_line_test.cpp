@@ -176,81 +176,82 @@ TEST(ParseAnswerLine, FindsTheFieldsOfEveryForm) {
     }
 }
 
-TEST(ParseAnswerLine, TakesNoDoubtfulOrForeignLineForAForm) {
-    const std::vector<std::string> lines = {
-        "",
-        "a tool's line",
-        " PROCESS=VMCONF:vmd STATUS=0 MSG=Set debug logging",
-        "PROCESS=VMCONF:vmd",
-        "PROCESS=VMCONF:vmd STATUS=0",
-        "PROCESS=VMCONF:vmd MSG=Set debug logging",
-        "PROCESS=VMCONF:vmd MSG=Set debug logging STATUS=0",
-        "PROCESS= STATUS=0 MSG=Success",
-        "PROCESS=:a STATUS=0 MSG=Success",
-        "PROCESS=vmconf:a STATUS=0 MSG=Success",
-        "PROCESS=VM CONF:a STATUS=0 MSG=Success",
-        "PROCESS=VMCONF:a STATUS= MSG=Success",
-        "PROCESS=VMCONF:a STATUS=x MSG=Success",
-        "PROCESS=VMCONF:a STATUS=+1 MSG=Success",
-        "PROCESS=VMCONF:a STATUS=01 MSG=Success",
-        "PROCESS=VMCONF:a STATUS=-0 MSG=Success",
-        "PROCESS=VMCONF:a STATUS=2147483648 MSG=Success",
-        "PROCESS=VMCONF:a STATUS=0 x MSG=Success",
-        // a value that holds a key
-        "PROCESS=VMCONF:a MSG=b STATUS=0 MSG=Set debug logging",
-        "PROCESS=VMCONF:a STATUS=1 MSG=b STATUS=0 MSG=Set debug logging",
-        "PROCESS=VMCONF:a DIR=/b STATUS=0 MSG=Set debug logging",
-        "PROCESS=MMLOGDIR:a E=5 (b) STATUS=0 MSG=Set up log directory DIR=/usr/kumel/volmgr/debug/a E=5 (b)",
-        "PROCESS=RK:a STATUS=0 MSG=Set debug logging 'b MSG=c'",
-        "PROCESS=RK:a STATUS=5806 MSG=no entry (Value=b E=2 (c))",
-        "PROCESS=RK:a STATUS=5806 MSG=no entry (Value=b) (Value=c)",
-        // a line that has lost its end to a buffer's bound, and the next one behind it
-        "PROCESS=VMCONF:aPROCESS=VMCONF:b STATUS=0 MSG=Set debug logging",
-        "PROCESS=RK:a STATUS=0 MSG=SetPROCESS=RK:b STATUS=0 MSG=Set debug logging 'full'",
-        "CALCLOGSIZE: TARGET_DIR=/aCALCLOGSIZE: TARGET_DIR=/b FREE_SPACE=1 MB TOTAL_SPACE=2 MB",
-        // values that are not what they would be
-        "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=2",
-        "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=2 (No such file",
-        "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=x (No such file)",
-        "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=2(No such file)",
-        "PROCESS=RK:a STATUS=5806 MSG=no entry (Value=b",
-        "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/a Perm=789",
-        "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/a Perm=",
-        "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/b Perm=755",
-        "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logsa Perm=755",
-        "PROCESS=MMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=a",
-        "PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR= E=30 (Read-only file system)",
-        "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=112 Product ID=51216",
-        "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=111 Product ID=x",
-        "PROCESS=ZMKTUL:x STATUS=1 MSG=Failed to load KtUL CFG OID=x Product ID=51216",
-        "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level RV=22 LVL=",
-        // keys that never come together
-        "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=111",
-        "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level RV=22",
-        "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level LVL=1 RV=22",
-        "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/a E=2 (b) Perm=755",
-        "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory Perm=755",
-        "ZMSU PACKAGE",
-        "CALCLOGSIZE: TARGET_DIR=/a",
-        "CALCLOGSIZE: TARGET_DIR=/a MB",
-        "CALCLOGSIZE: TARGET_DIR=/a MB TOTAL_SPACE=2 MB",
-        "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=2",
-        "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 TOTAL_SPACE=2 MB",
-        "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=-1 MB TOTAL_SPACE=2 MB",
-        "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=18446744073709551616 MB",
-        "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=3 MB FREE_SPACE=1 MB TOTAL_SPACE=2 MB",
-        "CLEANUP: Something else /a",
-        "CLEANUP: Failed to clean up /a",
-        "CLEANUP: Failed to clean up /a: b: Directory not empty",
-        "CLEANUP: Failed to clean up /a:: Directory not empty: ",
-        "EXIT STATUS 0 a tool's",
-    };
-    for (const std::string& line : lines) {
+const std::vector<std::string> other_lines = {
+    "",
+    "a tool's line",
+    " PROCESS=VMCONF:vmd STATUS=0 MSG=Set debug logging",
+    "PROCESS=VMCONF:vmd",
+    "PROCESS=VMCONF:vmd STATUS=0",
+    "PROCESS=VMCONF:vmd MSG=Set debug logging",
+    "PROCESS=VMCONF:vmd MSG=Set debug logging STATUS=0",
+    "PROCESS= STATUS=0 MSG=Success",
+    "PROCESS=:a STATUS=0 MSG=Success",
+    "PROCESS=vmconf:a STATUS=0 MSG=Success",
+    "PROCESS=VM CONF:a STATUS=0 MSG=Success",
+    "PROCESS=VMCONF:a STATUS= MSG=Success",
+    "PROCESS=VMCONF:a STATUS=x MSG=Success",
+    "PROCESS=VMCONF:a STATUS=+1 MSG=Success",
+    "PROCESS=VMCONF:a STATUS=01 MSG=Success",
+    "PROCESS=VMCONF:a STATUS=-0 MSG=Success",
+    "PROCESS=VMCONF:a STATUS=2147483648 MSG=Success",
+    "PROCESS=VMCONF:a STATUS=0 x MSG=Success",
+    // a value that contains a key
+    "PROCESS=VMCONF:a MSG=b STATUS=0 MSG=Set debug logging",
+    "PROCESS=VMCONF:a STATUS=1 MSG=b STATUS=0 MSG=Set debug logging",
+    "PROCESS=VMCONF:a DIR=/b STATUS=0 MSG=Set debug logging",
+    "PROCESS=MMLOGDIR:a E=5 (b) STATUS=0 MSG=Set up log directory DIR=/usr/kumel/volmgr/debug/a E=5 (b)",
+    "PROCESS=RK:a STATUS=0 MSG=Set debug logging 'b MSG=c'",
+    "PROCESS=RK:a STATUS=5806 MSG=no entry (Value=b E=2 (c))",
+    "PROCESS=RK:a STATUS=5806 MSG=no entry (Value=b) (Value=c)",
+    // a line that the buffer of the agent cut, followed by the next line
+    "PROCESS=VMCONF:aPROCESS=VMCONF:b STATUS=0 MSG=Set debug logging",
+    "PROCESS=RK:a STATUS=0 MSG=SetPROCESS=RK:b STATUS=0 MSG=Set debug logging 'full'",
+    "CALCLOGSIZE: TARGET_DIR=/aCALCLOGSIZE: TARGET_DIR=/b FREE_SPACE=1 MB TOTAL_SPACE=2 MB",
+    // malformed values
+    "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=2",
+    "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=2 (No such file",
+    "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=x (No such file)",
+    "PROCESS=VMCONF:a STATUS=5803 MSG=Could not open file /a E=2(No such file)",
+    "PROCESS=RK:a STATUS=5806 MSG=no entry (Value=b",
+    "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/a Perm=789",
+    "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/a Perm=",
+    "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/b Perm=755",
+    "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logsa Perm=755",
+    "PROCESS=MMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=a",
+    "PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR= E=30 (Read-only file system)",
+    "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=112 Product ID=51216",
+    "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=111 Product ID=x",
+    "PROCESS=ZMKTUL:x STATUS=1 MSG=Failed to load KtUL CFG OID=x Product ID=51216",
+    "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level RV=22 LVL=",
+    // keys that never occur together
+    "PROCESS=ZMKTUL:111 STATUS=1 MSG=Failed to load KtUL CFG OID=111",
+    "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level RV=22",
+    "PROCESS=ZMKTUL:111 STATUS=1 MSG=failed to set debug level LVL=1 RV=22",
+    "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/logs/a E=2 (b) Perm=755",
+    "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory Perm=755",
+    "ZMSU PACKAGE",
+    "CALCLOGSIZE: TARGET_DIR=/a",
+    "CALCLOGSIZE: TARGET_DIR=/a MB",
+    "CALCLOGSIZE: TARGET_DIR=/a MB TOTAL_SPACE=2 MB",
+    "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=2",
+    "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 TOTAL_SPACE=2 MB",
+    "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=-1 MB TOTAL_SPACE=2 MB",
+    "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=18446744073709551616 MB",
+    "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=3 MB FREE_SPACE=1 MB TOTAL_SPACE=2 MB",
+    "CLEANUP: Something else /a",
+    "CLEANUP: Failed to clean up /a",
+    "CLEANUP: Failed to clean up /a: b: Directory not empty",
+    "CLEANUP: Failed to clean up /a:: Directory not empty: ",
+    "EXIT STATUS 0 a tool's",
+};
+
+TEST(ParseAnswerLine, TakesAmbiguousAndOtherLinesForOutput) {
+    for (const std::string& line : other_lines) {
         EXPECT_EQ(parse_answer_line(line), output_line(line)) << line;
     }
 }
 
-TEST(ParseAnswerLine, AddsNoLevelsThatAreNotThoseOfTheProcess) {
+TEST(ParseAnswerLine, AddsOnlyLevelsOfTheProcess) {
     for (const std::string message :
          {"DEBUG:111=1,112=6 DIAG:111=6,111=6", "DEBUG:111=1,111=6 DIAG:112=6,111=6",
           "DEBUG:111=1,111=6 DIAG:111=6,112=6", "DEBUG:1=1,1=6 DIAG:1=6,1=6",
@@ -262,7 +263,7 @@ TEST(ParseAnswerLine, AddsNoLevelsThatAreNotThoseOfTheProcess) {
     }
 }
 
-TEST(ParseAnswerLine, AddsNoValueThatIsNotQuoted) {
+TEST(ParseAnswerLine, AddsOnlyQuotedValues) {
     for (const std::string message : {"Set debug logging '", "Set debug logging 'full", "Set debug logging full'"}) {
         const std::string line = "PROCESS=RK:a STATUS=0 MSG=" + message;
         EXPECT_EQ(parse_answer_line(line).fields,
@@ -270,20 +271,20 @@ TEST(ParseAnswerLine, AddsNoValueThatIsNotQuoted) {
     }
 }
 
-TEST(ParseAnswerLine, TakesNoLineForAFormThatHasOneFieldTwice) {
+TEST(ParseAnswerLine, TakesALineWithARepeatedFieldForOutput) {
     for (const std::string line : {"PROCESS=RK:a STATUS=0 MSG=Set debug logging 'b' (Value=c)",
                                    "PROCESS=ZMKTUL:1 STATUS=1 MSG=DEBUG:1=1,1=6 DIAG:1=6,1=6 OID=1 Product ID=2"}) {
         EXPECT_EQ(parse_answer_line(line), output_line(line)) << line;
     }
 }
 
-TEST(ParseAnswerLine, TakesNoLineForAFormBehindOneThatWasCut) {
+TEST(ParseAnswerLine, TakesALineAfterACutOneForOutput) {
     for (const KnownLine& one : known_lines) {
         if (one.type != "process" && one.type != "space") {
-            continue;  // the others are never cut
+            continue;  // the agent never cuts the others
         }
         for (const KnownLine& other : known_lines) {
-            // Of one kind, as the lines of one answer are.
+            // All lines of one answer are of one kind.
             for (std::size_t cut = 1; other.type == one.type && cut <= one.line.size(); ++cut) {
                 const std::string line = one.line.substr(0, cut) + other.line;
                 EXPECT_EQ(parse_answer_line(line).type, "output") << line;
@@ -292,7 +293,7 @@ TEST(ParseAnswerLine, TakesNoLineForAFormBehindOneThatWasCut) {
     }
 }
 
-TEST(AnswersInForms, AreThoseOfTheAgentsOwnWordsAndOfUnknownOnes) {
+TEST(AnswersInForms, AreThoseOfTheAgentsWordsAndOfUnknownWords) {
     for (const char* word : {"ENABLELOGGING", "RUNZMSU", "CALCLOGSIZE", "GETDISKSPACE", "ZMLA", "CLEANUP", "NEWWORD"}) {
         EXPECT_TRUE(answers_in_forms({word, "a"})) << word;
     }
@@ -304,7 +305,7 @@ TEST(AnswersInForms, AreNotThoseOfTools) {
     }
 }
 
-TEST(AnswersInForms, AreNotThoseThatShowNewlines) {
+TEST(AnswersInForms, AreNotThoseWithANewlineInAnArgument) {
     EXPECT_FALSE(answers_in_forms({"CLEANUP", "a", "b\nCLEANUP: Successfully cleaned up c"}));
 }
 

@@ -1,4 +1,4 @@
-// What of an answer failed, and what was not answered.
+// The failed items of an answer, and what has no answer.
 #include "request_command/answer_tally.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +22,7 @@ std::string description_of(const Texts& request, const std::string& answer, int 
     return describe(count_of(request, answer, status));
 }
 
-TEST(AnswerTally, SaysNothingWhenNothingFailed) {
+TEST(AnswerTally, IsEmptyWhenNothingFailed) {
     EXPECT_EQ(description_of({"ENABLELOGGING", "VMCONF:a", "RK:b"},
                              "PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\nPROCESS=RK:b STATUS=0 MSG=x\n"),
               "");
@@ -39,13 +39,13 @@ TEST(AnswerTally, NamesTheItemsThatFailed) {
               "2 of 3 items failed: VMCONF:a, VMCONF:c; 0 things not answered");
 }
 
-TEST(AnswerTally, NamesItemsAlsoWhereTheStatusIsNotZero) {
+TEST(AnswerTally, NamesItemsAlsoWithAnotherStatusThanZero) {
     EXPECT_EQ(description_of({"ENABLELOGGING", "FOO:1", "KOB:kob=5"},
                              "PROCESS=KOB:kob STATUS=256 MSG=failed to change KOB cfg\n", 256),
               "1 of 1 item failed: KOB:kob; 0 things not answered");
 }
 
-TEST(AnswerTally, NamesTenItemsAtMost) {
+TEST(AnswerTally, NamesAtMostTenItems) {
     Texts request = {"ENABLELOGGING"};
     std::string answer;
     for (int i = 1; i <= 10; ++i) {
@@ -66,11 +66,11 @@ TEST(AnswerTally, NamesEachCategoryWithoutAnAnswerOnce) {
               "0 of 1 item failed; 4 things not answered: FOO, \"\", BAR, KOB");
 }
 
-TEST(AnswerTally, CountsNoCategoryWhereTheStatusTellsTheFailure) {
+TEST(AnswerTally, CountsNoCategoryWhenTheStatusReportsTheFailure) {
     EXPECT_EQ(count_of({"ENABLELOGGING", "FOO:1", "VMCONF"}, "", 5822), AnswerCount());
 }
 
-TEST(AnswerTally, TakesALabelWithoutNameForItsCategory) {
+TEST(AnswerTally, TakesALabelWithoutANameForItsCategory) {
     EXPECT_EQ(description_of({"ENABLELOGGING", "RKPLUGIN:x"},
                              "PROCESS=RKPLUGIN STATUS=1 MSG=Only 'rkplugin' is valid 'RKPLUGIN' log ID\n"
                              "PROCESS=RKPLUGIN:x STATUS=0 MSG=Set up x debug logging\n"),
@@ -78,7 +78,7 @@ TEST(AnswerTally, TakesALabelWithoutNameForItsCategory) {
     EXPECT_EQ(count_of({"ENABLELOGGING", "RKPLUGIN:x"}, "PROCESS=RKPLUGIN STATUS=1 MSG=no\n").not_answered, 0U);
 }
 
-TEST(AnswerTally, DoesNotTakeOneCategoryForAnother) {
+TEST(AnswerTally, DoesNotConfuseCategories) {
     EXPECT_EQ(count_of({"ENABLELOGGING", "RK:x"}, "PROCESS=RKPLUGIN:x STATUS=0 MSG=Set\n").unanswered, Texts({"RK"}));
     EXPECT_EQ(count_of({"ENABLELOGGING", "RKPLUGIN:x"}, "PROCESS=RK:x STATUS=0 MSG=Set\n").unanswered,
               Texts({"RKPLUGIN"}));
@@ -98,7 +98,7 @@ TEST(AnswerTally, IsNotMisledByAStatusInAValue) {
               1U);
 }
 
-TEST(AnswerTally, TakesLinesApartWhereAnAgentsBufferCutThem) {
+TEST(AnswerTally, SplitsLinesThatTheBufferOfTheAgentCut) {
     for (const std::size_t length : {1023U, 2047U}) {
         const std::string cut = "PROCESS=MMLOGDIR:" + std::string(length - 17, 'n');
         const AnswerCount count =
@@ -109,17 +109,17 @@ TEST(AnswerTally, TakesLinesApartWhereAnAgentsBufferCutThem) {
     }
 }
 
-TEST(AnswerTally, FindsAFailureBehindALineThatWasCut) {
+TEST(AnswerTally, FindsAFailureAfterACutLine) {
     std::string cut = "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/";
     cut.resize(1023, 'd');
     EXPECT_EQ(description_of({"ENABLELOGGING", "ZMLOGDIR:a,b"}, cut + "PROCESS=ZMLOGDIR:b STATUS=1 MSG=Failed\n"),
               "1 of 2 items failed: ZMLOGDIR:b; 0 things not answered");
-    // Not where a buffer ends: in doubt it is one item, which failed.
+    // Not at the end of a buffer: this ambiguous line counts as one failed item.
     EXPECT_EQ(count_of({"ENABLELOGGING", "ZMLOGDIR:a,b"}, cut + "xPROCESS=ZMLOGDIR:b STATUS=1 MSG=Failed\n").failed,
               1U);
 }
 
-TEST(AnswerTally, TakesALineWithoutNewlineToo) {
+TEST(AnswerTally, CountsALineWithoutNewline) {
     EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a"}, "PROCESS=VMCONF:a STATUS=1 MSG=no").failed, 1U);
 }
 
@@ -146,17 +146,17 @@ TEST(AnswerTally, CountsCleanUps) {
               "4 of 5 items failed: /a, /b, /c: d, of another form; 0 things not answered");
 }
 
-TEST(AnswerTally, CountsCleanUpsOnlyWhereTheyWereAskedFor) {
+TEST(AnswerTally, CountsCleanUpsOnlyForTheirRequest) {
     EXPECT_EQ(count_of({"RUNZMSU"}, "CLEANUP: Failed to clean up /b: no\n").items, 0U);
 }
 
-TEST(AnswerTally, CountsNothingThatAToolPrints) {
+TEST(AnswerTally, IgnoresTheOutputOfTools) {
     for (const char* word : {"zmsu", "zmcplogs", "ktlogcfg", "versioninfo"}) {
         EXPECT_EQ(count_of({word}, "PROCESS=VMCONF:a STATUS=1 MSG=no\n"), AnswerCount()) << word;
     }
 }
 
-TEST(AnswerTally, CountsWhatAnotherHostAnsweredThroughThisOne) {
+TEST(AnswerTally, CountsTheForwardedAnswerOfAnotherHost) {
     EXPECT_EQ(count_of({"ZMLA", "-H", "inner", "ENABLELOGGING"}, "PROCESS=VMCONF:a STATUS=1 MSG=no\n").failed, 1U);
 }
 
@@ -169,30 +169,30 @@ TEST(AnswerTally, CountsARequestWithoutArgumentsAsOneThing) {
 
 constexpr const char* space_of_a = "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOTAL_SPACE=2 MB\n";
 
-TEST(AnswerTally, NamesDirectoriesWithoutSpaceWhateverTheStatus) {
+TEST(AnswerTally, NamesDirectoriesWithoutSpaceWithAnyStatus) {
     for (const int status : {0, 5784}) {
         EXPECT_EQ(description_of({"GETDISKSPACE", "/x/y/z", "/a", "/b/c/d"}, space_of_a, status),
                   "0 of 0 items failed; 2 things not answered: /x/y/z, /b/c/d");
     }
 }
 
-TEST(AnswerTally, SaysWhenItDoesNotKnowWhichDirectoryIsMissing) {
+TEST(AnswerTally, ReportsThatItDoesNotKnowTheMissingDirectory) {
     EXPECT_EQ(description_of({"GETDISKSPACE", "/a/x", "/a/y", "/b/c/d"}, space_of_a),
               "0 of 0 items failed; 2 things not answered, the answer does not say which of: /a/x, /a/y, /b/c/d");
 }
 
-TEST(AnswerTally, TakesASpaceThatWasCutForNone) {
+TEST(AnswerTally, IgnoresACutSpaceLine) {
     EXPECT_EQ(count_of({"GETDISKSPACE", "/a"}, "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=").not_answered, 1U);
     EXPECT_EQ(count_of({"GETDISKSPACE", "/a"}, "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1").not_answered, 1U);
     EXPECT_EQ(count_of({"GETDISKSPACE", "/a"}, "CALCLOGSIZE: TARGET_DIR=/a FREE_SPACE=1 MB TOT").not_answered, 0U);
 }
 
-TEST(AnswerTally, FindsASpaceBehindOneThatWasCut) {
+TEST(AnswerTally, FindsASpaceLineAfterACutOne) {
     const std::string cut = "CALCLOGSIZE: TARGET_DIR=/" + std::string(1023 - 25, 'd');
     EXPECT_EQ(count_of({"GETDISKSPACE", "/d", "/a"}, cut + space_of_a).unanswered, Texts({"/d"}));
 }
 
-TEST(AnswerTally, BelievesNoAnswerToAnArgumentWithANewline) {
+TEST(AnswerTally, IgnoresTheAnswerToAnArgumentWithANewline) {
     EXPECT_EQ(count_of({"ENABLELOGGING", "RK:spoold=a\nPROCESS=FOO:x STATUS=0 MSG=b", "FOO:x"},
                        "PROCESS=RK:spoold STATUS=0 MSG=Set debug logging 'a\nPROCESS=FOO:x STATUS=0 MSG=b'\n")
                   .unanswered,
@@ -214,7 +214,7 @@ TEST(AnswerTally, ShowsNoControlCharacters) {
               "1 of 1 item failed: VMCONF:\\xc2\\x9b\\xff; 1 thing not answered: a\\x1b[2J\\\\");
 }
 
-TEST(AnswerTally, LooksOnlyAtTheBeginningOfAVeryLongLine) {
+TEST(AnswerTally, ReadsOnlyTheBeginningOfAVeryLongLine) {
     EXPECT_EQ(count_of({"ZMLA"}, "PROCESS=A:x STATUS=0 MSG=" + std::string(100'000, 'y') + " STATUS=1 \nPROCESS=B:y\n"),
               (AnswerCount{.items = 2, .failed = 1, .failed_names = {"B:y"}, .not_answered = 0, .unanswered = {}}));
 }
@@ -239,7 +239,7 @@ const std::vector<DirectoryCase> directory_cases = {
     {{"/p/x", "/p/y", "/b"}, {"/p", "/b"}, {"/p/x", "/p/y"}},
 };
 
-TEST(UnansweredDirectories, AreThoseThatTheOrderOfTheAnswersLeavesOut) {
+TEST(UnansweredDirectories, AreFoundByTheOrderOfTheAnswers) {
     for (const DirectoryCase& row : directory_cases) {
         EXPECT_EQ(unanswered_directories(row.asked, row.measured), row.unanswered) << row.asked.front();
     }

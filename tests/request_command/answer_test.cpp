@@ -1,4 +1,4 @@
-// What goes over a connection and what becomes of it.
+// The request and the answer of a connection.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// More than a connection holds on its way.
+// Larger than the buffers of a connection.
 const std::string much_output = [] {
     std::string text;
     while (text.size() < 8'000'000) {
@@ -38,7 +38,7 @@ class Exchange : public AnsweredCommand {
     }
 };
 
-TEST_F(Exchange, SendsTheWordAlone) {
+TEST_F(Exchange, SendsAWordWithoutArguments) {
     EXPECT_EQ(request_of({"CLEANUP"}), "1:1,7:CLEANUP,");
 }
 
@@ -46,7 +46,7 @@ TEST_F(Exchange, SendsTheWordAndItsArguments) {
     EXPECT_EQ(request_of({"GETDISKSPACE", "/tmp"}), "1:2,12:GETDISKSPACE,4:/tmp,");
 }
 
-TEST_F(Exchange, SendsArgumentsAsTheyStand) {
+TEST_F(Exchange, SendsArgumentsUnchanged) {
     EXPECT_EQ(request_of({"--", "-x", "--help", "--", "", "a b\n", "\xff,1:"}),
               "1:6,2:-x,6:--help,2:--,0:,4:a b\n,4:\xff,1:,");
 }
@@ -65,7 +65,7 @@ TEST_F(Exchange, KeepsItsSendingSideOpenUntilTheAnswerEnds) {
     EXPECT_TRUE(peer.command_waits());
 }
 
-TEST_F(Exchange, PrintsOutputWhileTheAnswerGoesOn) {
+TEST_F(Exchange, PrintsOutputBeforeTheAnswerEnds) {
     Command command = start({"CLEANUP"});
     PeerConnection peer = command.await_connection(listener_);
     static_cast<void>(peer.receive_request());
@@ -78,7 +78,7 @@ TEST_F(Exchange, PrintsOutputWhileTheAnswerGoesOn) {
     EXPECT_EQ(command.finish().output, "one\nhalf a line\n");
 }
 
-TEST_F(Exchange, PrintsOutputAndStatusLineApart) {
+TEST_F(Exchange, PrintsTheStatusLineApartFromTheOutput) {
     const CommandRun run = run_with_answer("one\ntwo\nEXIT STATUS 0 done\n");
     EXPECT_EQ(run.output, "one\ntwo\n");
     EXPECT_EQ(run.errors, "EXIT STATUS 0 done\n");
@@ -92,7 +92,7 @@ TEST_F(Exchange, PrintsAToolsStatusLineAsOutput) {
     EXPECT_EQ(run.exit_status, 3);
 }
 
-TEST_F(Exchange, FindsTheStatusLineBehindALineWithoutNewline) {
+TEST_F(Exchange, FindsTheStatusLineAfterALineWithoutNewline) {
     const CommandRun run = run_with_answer("a cut lineEXIT STATUS 3 no\n");
     EXPECT_EQ(run.output, "a cut line");
     EXPECT_EQ(run.errors, "EXIT STATUS 3 no\n");
@@ -107,7 +107,7 @@ TEST_F(Exchange, AddsNoNewlineToACutStatusLine) {
     EXPECT_EQ(run.exit_status, 3);
 }
 
-TEST_F(Exchange, PrintsBytesThatAreNoText) {
+TEST_F(Exchange, PrintsBytesThatAreNotText) {
     const std::string output = "\0\xff\x80\r\0\n"s;
     const std::string status_line = "EXIT STATUS 3 n\0\xff\n"s;
     const CommandRun run = run_with_answer(output + status_line);
@@ -115,7 +115,7 @@ TEST_F(Exchange, PrintsBytesThatAreNoText) {
     EXPECT_EQ(run.errors, status_line);
 }
 
-TEST_F(Exchange, EndsWithTheStatusOrWith252WhenThatIsNoExitStatusOfARequest) {
+TEST_F(Exchange, EndsWithTheStatusOrWith252IfThatIsNoExitStatus) {
     const std::vector<std::pair<std::string, int>> exit_statuses = {
         {"0", 0},
         {"1", 1},
@@ -152,7 +152,7 @@ TEST_F(Exchange, FailsWithoutAnAnswer) {
     EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line\n");
 }
 
-TEST_F(Exchange, ReceivesAnAnswerThatComesBeforeTheRequestIsRead) {
+TEST_F(Exchange, ReceivesAnAnswerBeforeThePeerReadsTheRequest) {
     Command command = start(much_to_send);
     PeerConnection peer = command.await_connection(listener_);
     std::string request;
@@ -167,12 +167,12 @@ TEST_F(Exchange, ReceivesAnAnswerThatComesBeforeTheRequestIsRead) {
     EXPECT_EQ(run.exit_status, 3);
 }
 
-TEST_F(Exchange, SendsAManifoldRequestWhole) {
+TEST_F(Exchange, SendsALargeRequestWhole) {
     const std::string request = request_of(Arguments{"CLEANUP"} + Arguments(100'000, "x"));
     EXPECT_EQ(request.size(), std::string("6:100001,7:CLEANUP,").size() + 400'000);
 }
 
-TEST_F(Exchange, PrintsTheAnswerOfAPeerThatRefusesTheRequestUnread) {
+TEST_F(Exchange, PrintsTheAnswerOfAPeerThatRejectsTheRequestUnread) {
     Command command = start(much_to_send);
     PeerConnection peer = command.await_connection(listener_);
     peer.send("EXIT STATUS 135 not root\n");
@@ -182,7 +182,7 @@ TEST_F(Exchange, PrintsTheAnswerOfAPeerThatRefusesTheRequestUnread) {
     EXPECT_EQ(run.exit_status, 135);
 }
 
-TEST_F(Exchange, TellsWhyARequestThatWasNotReadHasNoAnswer) {
+TEST_F(Exchange, ReportsWhyARequestThatWasNotReadHasNoAnswer) {
     Command command = start(much_to_send);
     command.await_connection(listener_).close();
     const CommandRun run = command.finish();
@@ -191,7 +191,7 @@ TEST_F(Exchange, TellsWhyARequestThatWasNotReadHasNoAnswer) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST(ExchangeOverTcp, PrintsTheAnswerOfAPeerThatRefusesTheRequestUnread) {
+TEST(ExchangeOverTcp, PrintsTheAnswerOfAPeerThatRejectsTheRequestUnread) {
     const PeerListener listener("127.0.0.1");
     Command command(listener.options() + much_to_send);
     PeerConnection peer = command.await_connection(listener);
@@ -203,7 +203,7 @@ TEST(ExchangeOverTcp, PrintsTheAnswerOfAPeerThatRefusesTheRequestUnread) {
     EXPECT_EQ(run.exit_status, 135);
 }
 
-TEST(ExchangeOverTcp, TakesTheStatusLineBeforeAReset) {
+TEST(ExchangeOverTcp, AcceptsTheStatusLineBeforeAReset) {
     const PeerListener listener("127.0.0.1");
     Command command(listener.options() + Arguments{"RUNZMSU"});
     PeerConnection peer = command.await_connection(listener);
@@ -231,17 +231,17 @@ TEST(ExchangeOverTcp, FailsWhenAResetCutsTheStatusLine) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-// Plain answers and JSON are written by different code.
+// Different code writes plain answers and JSON.
 class FailingOutput : public AnsweredCommand, public testing::WithParamInterface<Arguments> {
   protected:
     FailingOutput() : AnsweredCommand(GetParam()) {}
 };
-INSTANTIATE_TEST_SUITE_P(Of, FailingOutput, testing::Values(Arguments{}, Arguments{"--json"}),
-                         [](const testing::TestParamInfo<Arguments>& row) {
-                             return row.param.empty() ? "Text" : "Json";
+INSTANTIATE_TEST_SUITE_P(, FailingOutput, testing::Values(Arguments{}, Arguments{"--json"}),
+                         [](const testing::TestParamInfo<Arguments>& options) {
+                             return options.param.empty() ? "Text" : "Json";
                          });
 
-TEST_P(FailingOutput, IsToldWhenNobodyReads) {
+TEST_P(FailingOutput, IsReportedWhenNobodyReads) {
     Command command = start({"CLEANUP"});
     PeerConnection peer = command.await_connection(listener_);
     static_cast<void>(peer.receive_request());
@@ -253,19 +253,19 @@ TEST_P(FailingOutput, IsToldWhenNobodyReads) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_P(FailingOutput, IsToldWhenThereIsNoRoom) {
+TEST_P(FailingOutput, IsReportedWhenThereIsNoRoom) {
     const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", with_output_to("/dev/full"));
     EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: No space left on device\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_P(FailingOutput, IsToldWhenThereIsNone) {
+TEST_P(FailingOutput, IsReportedWhenItIsClosed) {
     const CommandRun run = run_with_answer("one\nEXIT STATUS 0 done\n", without_descriptors({1}));
     EXPECT_EQ(run.errors, "zmlogadm: cannot write to standard output: Bad file descriptor\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(Exchange, SendsThePeerNothingOfItsAnswerWhenStandardDescriptorsAreMissing) {
+TEST_F(Exchange, WritesNoAnswerToThePeerWhenStandardDescriptorsAreMissing) {
     Command command = start({"CLEANUP"}, without_descriptors({0, 1, 2}));
     const PeerConnection peer = command.await_connection(listener_);
     static_cast<void>(peer.receive_request());
@@ -275,7 +275,7 @@ TEST_F(Exchange, SendsThePeerNothingOfItsAnswerWhenStandardDescriptorsAreMissing
     EXPECT_EQ(command.finish().exit_status, 255);
 }
 
-TEST_F(Exchange, WaitsForRoomInAnOutputThatDoesNotBlock) {
+TEST_F(Exchange, WaitsForRoomInANonBlockingOutput) {
     Command command = start({"CLEANUP"}, [] { fcntl(STDOUT_FILENO, F_SETFL, O_WRONLY | O_NONBLOCK); });
     PeerConnection peer = command.await_connection(listener_);
     const std::jthread script([&] {

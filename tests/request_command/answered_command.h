@@ -1,4 +1,4 @@
-// A command whose peer the test plays.
+// Runs the command against a peer that the test plays.
 #pragma once
 
 #include <gtest/gtest.h>

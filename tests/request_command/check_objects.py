@@ -2,10 +2,10 @@
 """Validates JSON objects, one a line, against a schema.
 
     check_objects.py SCHEMA OBJECTS   every object of the file has to be valid
-    check_objects.py SCHEMA           the schema has to refuse what is wrong with each type of object
+    check_objects.py SCHEMA           the schema has to reject wrong objects of each type
 
-The tests write every object that they see to a file, which is validated when they have ended: the library takes long
-to load. A file that is not there holds none.
+The tests append every object to one file, which is validated once when they have ended, because the library loads
+slowly. A missing file has no objects.
 """
 import json
 import os
@@ -27,7 +27,7 @@ EXAMPLES = [
 
 
 def wrong_versions(example):
-    """Yields the example with one thing wrong in each."""
+    """Yields copies of the example with one mistake each."""
     yield {**example, "type": "other"}
     yield {**example, "another_field": 1}
     for name in example:
@@ -45,7 +45,7 @@ def check_schema(validator):
         validator.validate(example)
         for wrong in wrong_versions(example):
             if validator.is_valid(wrong):
-                sys.exit(f"the schema takes {json.dumps(wrong)}")
+                sys.exit(f"the schema accepts {json.dumps(wrong)}")
     missing = set(validator.schema["$defs"]) - {"int32", "count", "base64", "texts", "bytes", "host"}
     missing -= {example["type"] for example in EXAMPLES}
     if missing:
@@ -56,7 +56,7 @@ def check_objects(validator, path):
     if not os.path.exists(path):
         return print("no objects")
     with open(path, encoding="ascii") as lines:
-        objects = set(lines)  # most of them come many times
+        objects = set(lines)  # most of them repeat
     for line in objects:
         error = jsonschema.exceptions.best_match(validator.iter_errors(json.loads(line)))
         if error is not None:

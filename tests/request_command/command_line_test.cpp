@@ -1,4 +1,4 @@
-// What the command does with its command line; options_test.cpp has what each option means.
+// The command line and its errors. options_test.cpp has the meaning of each option.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -49,13 +49,13 @@ TEST(CommandLine, AMissingWordIsReportedWithAHint) {
     EXPECT_EQ(run.errors, "zmlogadm: a request word is missing (see zmlogadm --help)\n");
 }
 
-struct RefusedLine {
+struct RejectedLine {
     std::string name;
     Arguments options;
     Arguments request = {"CLEANUP"};
 };
 
-const std::vector<RefusedLine> refused_lines = {
+const std::vector<RejectedLine> rejected_lines = {
     {"unknown option", {"-x"}},
     {"no word", {}, {}},
     {"socket and host", {"-H", "localhost"}},
@@ -69,10 +69,10 @@ const std::vector<RefusedLine> refused_lines = {
     {"long argument", {}, {"CLEANUP", std::string(2048, 'x')}},
 };
 
-TEST(CommandLine, ThatIsRefusedConnectsToNobody) {
+TEST(CommandLine, ThatIsRejectedConnectsToNobody) {
     const ScratchFolder folder;
     const PeerListener listener = PeerListener::at_path(folder.path("socket"));
-    for (const RefusedLine& line : refused_lines) {
+    for (const RejectedLine& line : rejected_lines) {
         const CommandRun run = run_command(listener.options() + line.options + line.request);
         EXPECT_EQ(run.exit_status, 255) << line.name;
         EXPECT_EQ(run.output, "") << line.name;

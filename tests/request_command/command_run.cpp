@@ -41,7 +41,7 @@ void open_as(int fd, const std::string& path) {
     check(dup2(file.get(), fd), "dup2");
 }
 
-// Appends what there is to read. Gives the descriptor up at its end.
+// Appends what there is to read. Closes the descriptor at the end.
 void read_some(Descriptor& from, std::string& text) {
     std::array<char, 65536> buffer;
     const ssize_t count = read(from.get(), buffer.data(), buffer.size());

@@ -1,4 +1,4 @@
-// Runs the request command as its user does.
+// Runs the request command as a user does.
 #pragma once
 
 #include <sys/types.h>
@@ -13,14 +13,14 @@
 
 using Arguments = std::vector<std::string>;
 
-// What came of one run.
+// The outcome of one run.
 struct CommandRun {
     int exit_status = -1;  // -1 when a signal ended it
     std::string output;
     std::string errors;
 };
 
-// What becomes of the process before it becomes the command. Its standard output and error are this test's by then.
+// Runs in the new process before it becomes the command, with standard output and error already redirected.
 using Preparation = std::function<void()>;
 
 // Closes descriptors.
@@ -29,11 +29,11 @@ Preparation without_descriptors(const std::vector<int>& closed);
 // Opens the file for standard output.
 Preparation with_output_to(const std::string& path);
 
-// Makes it a process of the user of that number, in a user namespace of its own: also root has no privileges there
-// in this process's network.
+// Gives the process that user number in a user namespace of its own, where even root has no privileges over the
+// network.
 Preparation as_user(uid_t user);
 
-// A running command. Its standard input is empty. What a test does not wait for ends with this object.
+// A running command. Its standard input is empty. The destructor kills it unless it was waited for.
 class Command {
   public:
     explicit Command(const Arguments& arguments, const Preparation& prepare = nullptr);
@@ -41,20 +41,20 @@ class Command {
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
 
-    // Waits for the command's connection. Throws when it ends instead.
+    // Waits for the connection of the command. Throws if the command ends instead.
     [[nodiscard]] PeerConnection await_connection(const PeerListener& listener);
 
-    // Receives until the command's output holds the text.
+    // Receives until the output has the text.
     void await_output(std::string_view text);
 
-    // What has come of its output, and its process.
+    // The output so far, and the process.
     [[nodiscard]] const std::string& output() const { return run_.output; }
     [[nodiscard]] pid_t process() const { return process_; }
 
-    // Hangs up on the command's output.
+    // Closes the reading end of the output.
     void close_output() { output_.reset(); }
 
-    // Waits for the command's end.
+    // Waits for the end of the command.
     [[nodiscard]] CommandRun finish();
 
   private:
@@ -68,5 +68,5 @@ class Command {
 
 [[nodiscard]] CommandRun run_command(const Arguments& arguments, const Preparation& prepare = nullptr);
 
-// Puts argument lists together.
+// Joins argument lists.
 [[nodiscard]] Arguments operator+(Arguments arguments, const Arguments& more);

@@ -1,4 +1,4 @@
-// What the command advises, for each cause that it knows.
+// The advice of the command, for each cause that it knows.
 #include "request_command/hints.h"
 
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ const Asker root_here = {.is_root = true, .is_on_agents_host = true, .address = 
 const Asker root_elsewhere = {.is_root = true, .is_on_agents_host = false, .address = "192.0.2.1"};
 const Asker user_elsewhere = {.is_root = false, .is_on_agents_host = false, .address = "192.0.2.1"};
 
-TEST(Hints, SayWhichLineListsThisHost) {
+TEST(Hints, ShowTheLineThatListsThisHost) {
     for (const Peer& peer : {this_host, local_socket}) {
         EXPECT_EQ(hint_about_status(5762, request_to(peer), root_here),
                   "qr.conf does not list this host; run: echo 'SERVER = localhost' | sudo tee --append "
@@ -39,7 +39,7 @@ TEST(Hints, SayWhichLineListsThisHost) {
     EXPECT_THAT(hint_about_status(5762, request_to(other_host), root_here), HasSubstr("'SERVER = localhost'"));
 }
 
-TEST(Hints, SayHowToAskAsRoot) {
+TEST(Hints, ShowHowToAskAsRoot) {
     EXPECT_THAT(hint_about_status(135, request_to(other_host), user_elsewhere), HasSubstr("sudo"));
     EXPECT_THAT(hint_about_status(135, request_to(other_host), root_elsewhere),
                 EndsWith("ssh root@backup7 zmlogadm --local CLEANUP"));
@@ -71,20 +71,20 @@ TEST(Hints, NameTheStoresOfTheRequest) {
                 EndsWith("cat /usr/kumel/ktul/60385.conf"));
 }
 
-TEST(Hints, SayNothingOfOtherStatuses) {
+TEST(Hints, AreEmptyForOtherStatuses) {
     for (const int status : {0, 1, 23, 27, 252, 5764, 5784, 5822}) {
         EXPECT_EQ(hint_about_status(status, request_to(other_host), root_elsewhere), "") << status;
     }
 }
 
-TEST(Hints, SayWhatToStartWhereNobodyListens) {
+TEST(Hints, ShowWhatToStartWhenNobodyListens) {
     EXPECT_EQ(hint_about_failure(FailureCode::connection_refused, request_to(other_host)),
               "nothing listens there; on backup7: sudo systemctl enable --now zmlogadmagent-tcp.socket");
     EXPECT_EQ(hint_about_failure(FailureCode::connection_refused, request_to(local_socket)),
               "nothing listens there; run: sudo systemctl enable --now zmlogadmagent.socket");
 }
 
-TEST(Hints, SayWhereAnAgentThatBrokeOffMayHaveSaidWhy) {
+TEST(Hints, ShowTheLogsOfAnAgentThatSentNoStatus) {
     EXPECT_EQ(hint_about_failure(FailureCode::no_status, request_to(other_host)),
               "the agent may have logged the reason; on backup7: sudo journalctl --unit 'zmlogadmagent*'; sudo tail "
               "/usr/kumel/zembrath/logs/zmlogadmagent/log.*");
@@ -92,7 +92,7 @@ TEST(Hints, SayWhereAnAgentThatBrokeOffMayHaveSaidWhy) {
               "the agent may have logged the reason; run: sudo tail /usr/kumel/zembrath/logs/zmlogadmagent/log.*");
 }
 
-TEST(Hints, SayNothingOfOtherFailures) {
+TEST(Hints, AreEmptyForOtherFailures) {
     EXPECT_EQ(hint_about_failure(FailureCode::lookup_failed, request_to(other_host)), "");
     EXPECT_EQ(hint_about_failure(FailureCode::invalid_arguments, request_to(other_host)), "");
 }

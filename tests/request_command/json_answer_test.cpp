@@ -1,4 +1,4 @@
-// zmlogadm --json, against a scripted peer.
+// zmlogadm --json with a scripted peer.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -79,7 +79,7 @@ TEST_F(JsonAnswer, HasAnObjectForEveryLineAndTheStatusLast) {
     EXPECT_EQ(run.exit_status, 252);
 }
 
-TEST_F(JsonAnswer, EndsTheCommandWithTheExitStatusOfThePlainOne) {
+TEST_F(JsonAnswer, EndsTheCommandWithTheExitStatusOfAPlainAnswer) {
     for (const auto& [status, exit_status] :
          std::vector<std::pair<int, int>>{{0, 0}, {1, 1}, {135, 135}, {254, 254}, {255, 252}, {5764, 252}, {-1, 252}}) {
         const CommandRun run = run_with_answer("EXIT STATUS " + std::to_string(status) + " text\n");
@@ -88,7 +88,7 @@ TEST_F(JsonAnswer, EndsTheCommandWithTheExitStatusOfThePlainOne) {
     }
 }
 
-TEST_F(JsonAnswer, IsPrintedLineByLineAsItComes) {
+TEST_F(JsonAnswer, IsPrintedLineByLineAsItArrives) {
     Command command = start({"CLEANUP", "/a"});
     PeerConnection peer = command.await_connection(listener_);
     static_cast<void>(peer.receive_request());
@@ -107,14 +107,14 @@ TEST_F(JsonAnswer, TakesALineThatWasCutBeforeTheStatusLineForOutput) {
                 ElementsAre(unended_object("PROCESS=VMCONF:a STATUS=0 MSG=Set debug log"), status_object(3, "no", 1)));
 }
 
-TEST_F(JsonAnswer, HoldsAToolsStatusLineAsOutput) {
+TEST_F(JsonAnswer, HasAToolsStatusLineAsOutput) {
     const CommandRun run = run_with_answer("EXIT STATUS 7 a tool's\n\nEXIT STATUS 3 no\n");
     EXPECT_THAT(answer_lines(run.output),
                 ElementsAre(output_object("EXIT STATUS 7 a tool's"), output_object(""), status_object(3, "no")));
     EXPECT_EQ(run.exit_status, 3);
 }
 
-TEST_F(JsonAnswer, HoldsZeroBytesAndBytesThatAreNoText) {
+TEST_F(JsonAnswer, HasZeroBytesAndBytesThatAreNotText) {
     const CommandRun run = run_with_answer("\0a\xff\r\0\nEXIT STATUS 3 n\0\xfe\n"s);
     EXPECT_THAT(answer_lines(run.output),
                 ElementsAre(Json{{"type", "output"}, {"text", "\0a\xef\xbf\xbd\r\0"s}, {"text_base64", "AGH/DQA="}},
@@ -178,7 +178,7 @@ TEST(JsonAnswerOverTcp, EndsWithAnErrorWhenAResetCutsTheStatusLine) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(JsonAnswer, IsAnErrorAloneWithoutAConnection) {
+TEST_F(JsonAnswer, IsOnlyAnErrorWithoutAConnection) {
     const CommandRun run = run_command({"--json", "-S", folder_.path("nobody"), "CLEANUP"});
     const std::string message = "cannot connect to " + folder_.path("nobody") + ": No such file or directory";
     EXPECT_THAT(json_lines(run.output), ElementsAre(error_object("connection_failed", message)));
@@ -186,7 +186,7 @@ TEST_F(JsonAnswer, IsAnErrorAloneWithoutAConnection) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(JsonAnswer, IsAnErrorAloneWhenNoAgentCanBeStarted) {
+TEST_F(JsonAnswer, IsOnlyAnErrorWhenNoAgentCanBeStarted) {
     const CommandRun run = run_command({"--json", "--agent", folder_.path("none"), "CLEANUP"});
     EXPECT_THAT(json_lines(run.output),
                 ElementsAre(error_object("agent_not_started", "cannot start the agent " + folder_.path("none") +
@@ -194,7 +194,7 @@ TEST_F(JsonAnswer, IsAnErrorAloneWhenNoAgentCanBeStarted) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(JsonAnswer, TellsHowAnAgentWithoutStatusLineEnded) {
+TEST_F(JsonAnswer, ReportsTheEndOfAnAgentWithoutStatusLine) {
     write_tool(folder_.path("agent"), "request=$(head -c 14)\nexec >&0\necho one\nexit 11\n");
     const CommandRun run = run_command({"--json", "--agent", folder_.path("agent"), "CLEANUP"});
     EXPECT_THAT(
@@ -203,7 +203,7 @@ TEST_F(JsonAnswer, TellsHowAnAgentWithoutStatusLineEnded) {
                     error_object("no_status", "the answer has no status line; the agent ended with exit status 11")));
 }
 
-TEST_F(JsonAnswer, IsAnErrorAloneForACommandLineThatIsRefused) {
+TEST_F(JsonAnswer, IsOnlyAnErrorForARejectedCommandLine) {
     for (const Arguments& arguments :
          {Arguments{"--json"}, Arguments{"-x", "--json", "CLEANUP"}, Arguments{"-t", "0", "--js", "CLEANUP"},
           Arguments{"--json", "-H"}, Arguments{"--json", "CLEANUP", std::string(2048, 'x')}}) {
@@ -218,7 +218,7 @@ TEST_F(JsonAnswer, IsAnErrorAloneForACommandLineThatIsRefused) {
     }
 }
 
-TEST_F(JsonAnswer, IsNotAskedForBehindTheWordOrInAnotherOptionsPlace) {
+TEST_F(JsonAnswer, IsNotRequestedAfterTheWordOrAsAnotherOptionsValue) {
     for (const Arguments& arguments :
          {Arguments{"-t", "0", "CLEANUP", "--json"}, Arguments{"CLEANUP", "--json"},
           Arguments{"-t", "0", "--", "--json"}, Arguments{"-t", "0", "--agent", "--json", "CLEANUP"},
@@ -227,7 +227,7 @@ TEST_F(JsonAnswer, IsNotAskedForBehindTheWordOrInAnotherOptionsPlace) {
     }
 }
 
-TEST_F(JsonAnswer, SendsTheRequestThatIsSentWithoutIt) {
+TEST_F(JsonAnswer, SendsTheSameRequestAsWithoutIt) {
     Command command = start({"ZMLA", "--json", "/a"});
     const PeerConnection peer = command.await_connection(listener_);
     EXPECT_EQ(peer.receive_request(), "1:3,4:ZMLA,6:--json,2:/a,");
@@ -237,12 +237,12 @@ TEST_F(JsonAnswer, SendsTheRequestThatIsSentWithoutIt) {
     EXPECT_EQ(command.finish().exit_status, 0);
 }
 
-TEST_F(JsonAnswer, IsNotOfHelpAndVersion) {
+TEST_F(JsonAnswer, IsNotPrintedForHelpAndVersion) {
     EXPECT_THAT(run_command({"--json", "--help"}).output, StartsWith("Usage: "));
     EXPECT_THAT(run_command({"--json", "--version"}).output, StartsWith("zmlogadm "));
 }
 
-TEST_F(JsonAnswer, LeavesAFailureThatHasNoRoomToStandardError) {
+TEST_F(JsonAnswer, ReportsAFailureWithoutRoomOnStandardError) {
     const CommandRun run = run_command({"--json", "-S", "", "CLEANUP"}, with_output_to("/dev/full"));
     EXPECT_EQ(run.errors, "zmlogadm: the path of a socket has 1 to 107 bytes, not 0\n");
     EXPECT_EQ(run.exit_status, 255);
@@ -254,7 +254,7 @@ TEST_F(JsonAnswer, FailsWhenTheStatusHasNoRoom) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(JsonAnswer, LeavesRemarksOnSpellingToStandardError) {
+TEST_F(JsonAnswer, KeepsSpellingRemarksOnStandardError) {
     const CommandRun run = run_with_answer("EXIT STATUS 5764 the command word is not valid\n", nullptr, {"CLENUP"});
     EXPECT_THAT(answer_lines(run.output), ElementsAre(status_object(5764, "the command word is not valid")));
     EXPECT_EQ(run.errors, "zmlogadm: CLENUP is no known request word; did you mean CLEANUP?\n");
@@ -262,7 +262,7 @@ TEST_F(JsonAnswer, LeavesRemarksOnSpellingToStandardError) {
 
 class MisspeltRequest : public JsonAnswer {};
 
-TEST_F(MisspeltRequest, IsSentAsItStandsAndRemarkedOn) {
+TEST_F(MisspeltRequest, IsSentUnchangedWithARemark) {
     Command command(listener_.options() + Arguments{"Cleanup", "/a"});
     PeerConnection peer = command.await_connection(listener_);
     EXPECT_EQ(peer.receive_request(), "1:2,7:Cleanup,2:/a,");
@@ -274,7 +274,7 @@ TEST_F(MisspeltRequest, IsSentAsItStandsAndRemarkedOn) {
     EXPECT_EQ(run.exit_status, 252);
 }
 
-TEST_F(MisspeltRequest, IsNotRemarkedOnWhenItIsRefused) {
+TEST_F(MisspeltRequest, GetsNoRemarkWhenItIsRejected) {
     EXPECT_THAT(run_command({"-t", "0", "Cleanup"}).errors, testing::Not(HasSubstr("did you mean")));
 }
 

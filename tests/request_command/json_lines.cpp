@@ -11,7 +11,7 @@
 
 namespace {
 
-// In one piece: other tests write to the file, too.
+// Writes once, because other tests append to the file too.
 void keep_for_validation(std::string_view text) {
     const char* const path = getenv("ZMLA_JSON_OBJECTS");
     if (path == nullptr) {
@@ -32,7 +32,7 @@ JsonLines json_lines(std::string_view text) {
         const std::size_t end = text.find('\n');
         const std::string_view line = text.substr(0, end);
         if (end == std::string_view::npos || !line.starts_with("{\"type\":\"") || !line.ends_with('}')) {
-            throw std::runtime_error("no object of a line: " + std::string(line));
+            throw std::runtime_error("not an object: " + std::string(line));
         }
         lines.push_back(Json::parse(line));
         text.remove_prefix(end + 1);
@@ -43,12 +43,12 @@ JsonLines json_lines(std::string_view text) {
 JsonLines answer_lines(std::string_view text) {
     JsonLines lines = json_lines(text);
     if (lines.empty() || lines.front().at("type") != "request") {
-        throw std::runtime_error("no request object in front: " + std::string(text));
+        throw std::runtime_error("no request object first: " + std::string(text));
     }
     lines.erase(lines.begin());
     if (!lines.empty() && lines.back().at("type") == "status") {
         if (!lines.back().at("elapsed_ms").is_number_unsigned()) {
-            throw std::runtime_error("no time that has passed: " + lines.back().dump());
+            throw std::runtime_error("no elapsed time: " + lines.back().dump());
         }
         lines.back().erase("elapsed_ms");
     }

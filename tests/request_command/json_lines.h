@@ -1,4 +1,4 @@
-// What the command prints with --json, read back.
+// Reads the output of --json.
 #pragma once
 
 #include <cstddef>
@@ -11,10 +11,10 @@
 using Json = nlohmann::json;
 using JsonLines = std::vector<Json>;
 
-// Throws unless every line is an object of its own that begins with its type and ends with a newline. Adds the lines to
-// the file that the environment variable ZMLA_JSON_OBJECTS names, where they are validated when all tests have ended.
+// Throws unless every line is an object that begins with its type and ends with a newline. Appends the lines to the
+// file that the environment variable ZMLA_JSON_OBJECTS names. A later test validates them all.
 [[nodiscard]] JsonLines json_lines(std::string_view text);
 
-// The objects of an answer: without the first one, which is that of the request, and without the time that the status
-// shows. Throws when either is missing.
+// Returns the objects of an answer without the request object and without the elapsed time of the status. Throws if
+// either is missing.
 [[nodiscard]] JsonLines answer_lines(std::string_view text);

@@ -1,4 +1,4 @@
-// zmlogadm --json with the agent as it is, in a product tree of its own.
+// zmlogadm --json with the real agent, in a product tree.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -14,7 +14,7 @@ namespace {
 
 class JsonOfAgent : public ProductTest {
   protected:
-    // Returns what came, in which every line of an agent of this version has to have the fields of its form.
+    // Returns the objects of the answer, which must end with the status.
     [[nodiscard]] static JsonLines answer_to(const Arguments& request) {
         const CommandRun run = run_command(Arguments{"--json", "--agent", inside_path(ZMLA_AGENT_FILE)} + request);
         JsonLines lines = answer_lines(run.output);
@@ -23,7 +23,7 @@ class JsonOfAgent : public ProductTest {
         return lines;
     }
 
-    // Returns the object of the first line of an answer to a logging request, and of its first value.
+    // Returns the object of the first response line of a logging request.
     [[nodiscard]] static Json process_of(const std::string& category_and_values,
                                          const std::string& word = "ENABLELOGGING") {
         Json line = answer_to({word, category_and_values}).front();
@@ -32,7 +32,7 @@ class JsonOfAgent : public ProductTest {
     }
 };
 
-TEST_F(JsonOfAgent, TellsLevels) {
+TEST_F(JsonOfAgent, ReportsLevels) {
     write_file("/usr/kumel/ktul/51216.conf", "111.DebugLevel=2\n111.DiagnosticLevel=6\n");
     EXPECT_EQ(process_of("ZMKTUL:111=5"), (Json{{"type", "process"},
                                                 {"category", "ZMKTUL"},
@@ -60,7 +60,7 @@ TEST_F(JsonOfAgent, TellsLevels) {
                                               {"product_id", 58330}}));
 }
 
-TEST_F(JsonOfAgent, TellsDirectories) {
+TEST_F(JsonOfAgent, ReportsDirectories) {
     EXPECT_EQ(process_of("ZMLOGDIR:jobd"), (Json{{"type", "process"},
                                                  {"category", "ZMLOGDIR"},
                                                  {"process", "jobd"},
@@ -85,7 +85,7 @@ TEST_F(JsonOfAgent, TellsDirectories) {
     EXPECT_EQ(process_of("MMLOGDIR:a", "RESETLOGGING").at("message"), "");
 }
 
-TEST_F(JsonOfAgent, TellsEntriesOfFiles) {
+TEST_F(JsonOfAgent, ReportsEntriesOfFiles) {
     const Json missing = process_of("VMCONF:vmd");
     EXPECT_EQ(missing.at("message"), "Could not open file /usr/kumel/volmgr/vm.conf");
     EXPECT_EQ(missing.at("errno"), ENOENT);
@@ -105,7 +105,7 @@ TEST_F(JsonOfAgent, TellsEntriesOfFiles) {
     EXPECT_EQ(process_of("KOB:kob=5").at("status"), 3 << 8);
 }
 
-TEST_F(JsonOfAgent, KeepsALineThatABufferCutAsOutput) {
+TEST_F(JsonOfAgent, HasALineThatABufferCutAsOutput) {
     const std::string name(2000, 'n');
     const JsonLines lines = answer_to({"ENABLELOGGING", "MMLOGDIR:" + name, "MMLOGDIR:a"});
     ASSERT_EQ(lines.size(), 2U);
@@ -115,7 +115,7 @@ TEST_F(JsonOfAgent, KeepsALineThatABufferCutAsOutput) {
     EXPECT_TRUE(text.ends_with("nPROCESS=MMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/usr/kumel/volmgr/debug/a"));
 }
 
-TEST_F(JsonOfAgent, TellsFreeSpace) {
+TEST_F(JsonOfAgent, ReportsFreeSpace) {
     const JsonLines lines = answer_to({"GETDISKSPACE", "/tmp", "/"});
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[0].at("type"), "space");
@@ -131,7 +131,7 @@ TEST_F(JsonOfAgent, TellsFreeSpace) {
                               {"not_answered", 0}}));
 }
 
-TEST_F(JsonOfAgent, TellsPackagesBehindWhatTheToolPrints) {
+TEST_F(JsonOfAgent, ReportsPackagesAfterTheOutputOfTheTool) {
     install_tool(zmsu_tool, {stand_in::print("working\nstill"), stand_in::fill_last_argument({"one.tar"})});
     const JsonLines lines = answer_to({"RUNZMSU", "--collectdir", "/tmp/c"});
     ASSERT_EQ(lines.size(), 4U);
@@ -142,7 +142,7 @@ TEST_F(JsonOfAgent, TellsPackagesBehindWhatTheToolPrints) {
     EXPECT_TRUE(lines[2].at("path").get<std::string>().ends_with("/one.tar"));
 }
 
-TEST_F(JsonOfAgent, TellsResultsOfCleanUps) {
+TEST_F(JsonOfAgent, ReportsResultsOfCleanUps) {
     const std::string name = "/zmla-12345678901234567890123456789-abcdef";
     make_folder("/tmp/one" + name);
     make_folder("/tmp/two" + name + "/inner");

@@ -1,4 +1,4 @@
-// The objects of an answer, without a peer.
+// The JSON objects of an answer, without a peer.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ class JsonOutput : public testing::Test {
         output_->prepare({.host = "here", .peer = "local", .words = words, .time = {}});
     }
 
-    // What a test compares as a text is looked at as objects, too.
+    // Returns the text, and checks that it consists of objects.
     void TearDown() override { static_cast<void>(lines()); }
 
     [[nodiscard]] JsonLines lines() const { return json_lines(text_); }
@@ -39,7 +39,7 @@ Json unended_object(const std::string& text) {
     return {{"type", "output"}, {"text", text}, {"newline", false}};
 }
 
-TEST_F(JsonOutput, IsOneObjectALine) {
+TEST_F(JsonOutput, HasOneObjectInEachLine) {
     output_->print("one\ntwo\n");
     output_->finish({.line = {.text = "EXIT STATUS 5 it failed\n", .status = 5}, .count = {}});
     EXPECT_EQ(text_,
@@ -65,7 +65,7 @@ TEST_F(JsonOutput, BeginsWithTheRequest) {
               "{\"type\":\"output\",\"text\":\"one\"}\n");
 }
 
-TEST_F(JsonOutput, EndsWithTheCountsAndTheTimeThatPassed) {
+TEST_F(JsonOutput, EndsWithTheCountsAndTheElapsedTime) {
     output_->finish(
         {.line = {.text = "EXIT STATUS 0 done\n", .status = 0},
          .count = {.items = 3, .failed = 2, .failed_names = {"A:1", "A:2"}, .not_answered = 1, .unanswered = {"FOO"}},
@@ -75,7 +75,7 @@ TEST_F(JsonOutput, EndsWithTheCountsAndTheTimeThatPassed) {
               "\"not_answered\":1,\"unanswered\":[\"FOO\"]}\n");
 }
 
-TEST_F(JsonOutput, FailsWithoutAHostBeforeThereIsOne) {
+TEST_F(JsonOutput, ReportsAFailureBeforeAHostIsKnown) {
     std::string text;
     json_output([&](std::string_view bytes) { text += bytes; })->fail(FailureCode::invalid_arguments, "no");
     EXPECT_EQ(text, "{\"type\":\"error\",\"code\":\"invalid_arguments\",\"message\":\"no\"}\n");
@@ -113,7 +113,7 @@ TEST_F(JsonOutput, HasNumbersForNumbersAndTheTypeFirst) {
               "\"message\":\"Could not open file /a\",\"errno\":2,\"errno_text\":\"No such file\"}\n");
 }
 
-TEST_F(JsonOutput, TakesALineWithoutNewlineForOutputWhateverItsForm) {
+TEST_F(JsonOutput, TakesALineOfAnyFormWithoutNewlineForOutput) {
     output_->print("PROCESS=VMCONF:vmd STATUS=0 MSG=Set debug log");
     output_->finish({.line = {.text = "EXIT STATUS 0 done\n", .status = 0}, .count = {}});
     EXPECT_EQ(lines().at(0), unended_object("PROCESS=VMCONF:vmd STATUS=0 MSG=Set debug log"));
@@ -132,7 +132,7 @@ TEST_F(JsonOutput, TakesEveryLineForOutputWhenAnArgumentHoldsANewline) {
                                      output_object("CLEANUP: Successfully cleaned up b")));
 }
 
-TEST_F(JsonOutput, ShowsBytesThatAreNoTextBesideTheText) {
+TEST_F(JsonOutput, HasTheBytesBesideATextThatIsNotUtf8) {
     output_->print("a\xff\x80z\n");
     EXPECT_EQ(text_, "{\"type\":\"output\",\"text\":\"a\\ufffd\\ufffdz\",\"text_base64\":\"Yf+Aeg==\"}\n");
     text_.clear();
@@ -158,7 +158,7 @@ TEST_F(JsonOutput, IsAsciiAndPrintable) {
     EXPECT_EQ(lines().at(0).at("text"), "a\0b\x1b[1m\x7f\r\t\"\\ \xc3\xa4 \xc2\x9b \xf0\x9f\x98\x80"s);
 }
 
-// Puts an answer together again from its output objects.
+// Joins the texts of the output objects of an answer.
 std::string answer_of(const JsonLines& lines) {
     std::string answer;
     for (const Json& line : lines) {
@@ -198,14 +198,14 @@ TEST_F(JsonOutput, KeepsALineOfTheLongestLengthWhole) {
     EXPECT_THAT(lines(), ElementsAre(output_object(line)));
 }
 
-TEST_F(JsonOutput, TakesTheLastPieceOfALineForOutputWhateverItsForm) {
+TEST_F(JsonOutput, TakesTheLastPieceOfALineOfAnyFormForOutput) {
     output_->print(std::string(65536, 'y') + "ZMSU PACKAGE=/a");
     text_.clear();
     output_->print("\nZMSU PACKAGE=/b\n");
     EXPECT_THAT(lines(), ElementsAre(output_object("ZMSU PACKAGE=/a"), Json({{"type", "package"}, {"path", "/b"}})));
 }
 
-TEST_F(JsonOutput, TellsAStatusLineThatWasCut) {
+TEST_F(JsonOutput, ReportsACutStatusLine) {
     output_->finish({.line = {.text = "EXIT STATUS 5 it fai", .status = 5}, .count = {}});
     EXPECT_THAT(lines(), ElementsAre(Json({{"type", "status"},
                                            {"status", 5},
@@ -217,7 +217,7 @@ TEST_F(JsonOutput, TellsAStatusLineThatWasCut) {
                                            {"not_answered", 0}})));
 }
 
-TEST_F(JsonOutput, TellsAStatusWithoutText) {
+TEST_F(JsonOutput, ReportsAStatusWithoutText) {
     output_->finish({.line = {.text = "EXIT STATUS 12\n", .status = 12}, .count = {}});
     EXPECT_THAT(lines(), ElementsAre(Json({{"type", "status"},
                                            {"status", 12},
@@ -237,7 +237,7 @@ TEST_F(JsonOutput, EndsWithAFailure) {
                     Json({{"type", "error"}, {"code", "no_status"}, {"message", "it broke"}, {"host", "here"}})));
 }
 
-TEST(JsonOutputThatCannotBeWritten, IsGoneOnWithBySilence) {
+TEST(JsonOutputThatCannotBeWritten, StopsSilently) {
     int writes = 0;
     const auto output = json_output([&](std::string_view) {
         ++writes;

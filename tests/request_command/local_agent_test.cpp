@@ -1,4 +1,4 @@
-// The agent of this host, started by the command: a script stands in for it.
+// The agent of this host, which the command starts. A script stands in for the agent.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,10 +23,10 @@ namespace {
 
 constexpr const char* installed_agent = "/usr/kumel/zembrath/bin/zmlogadmagent";
 
-// Steps of the stand-in. The request is the one that the tests send.
+// Steps of the stand-in. They expect the request of these tests.
 const std::string receive_request = "request=$(head -c 14)\n";
 const std::string answer = "exec >&0\n";
-// By the shell's own means alone, which open nothing. The descriptor that it reads the stand-in from is its own.
+// Uses only built-in commands of the shell, which open nothing. Leaves out the descriptor of the script itself.
 const std::string look_at_descriptors = R"sh(
 number=0
 while [ $number -lt 256 ]; do
@@ -42,7 +42,7 @@ const std::string succeed = "echo EXIT STATUS 0 done\n";
 
 class LocalAgent : public testing::Test {
   protected:
-    // Runs the command with a stand-in that does these things.
+    // Runs the command with a stand-in of these steps.
     [[nodiscard]] CommandRun run_with_agent(const std::string& steps, const Preparation& prepare = nullptr) const {
         write_tool(agent_, steps);
         return run_command({"--agent", agent_, "RUNZMSU"}, prepare);
@@ -66,18 +66,18 @@ TEST_F(LocalAgent, IsTheInstalledOneByDefault) {
     EXPECT_EQ(run_command({"--local", "RUNZMSU"}).exit_status, 5);
 }
 
-TEST_F(LocalAgent, IsStartedWithItsPathAloneForArguments) {
+TEST_F(LocalAgent, HasOnlyItsPathAsArguments) {
     EXPECT_EQ(run_with_agent(receive_request + answer + "echo \"$0 $#\"\n" + succeed).output, agent_ + " 0\n");
 }
 
-TEST_F(LocalAgent, HasTheConnectionAndTwoNullDevicesForDescriptorsAndNoOther) {
+TEST_F(LocalAgent, HasOnlyTheConnectionAndTwoNullDevicesAsDescriptors) {
     const CommandRun run =
         run_with_agent(receive_request + look_at_descriptors + answer + "echo $descriptors\n" + succeed,
                        [] { dup2(STDIN_FILENO, 7); });
     EXPECT_EQ(run.output, "0 socket, 1 null device, 2 null device,\n");
 }
 
-TEST_F(LocalAgent, HasItsDescriptorsAlsoWhenTheCommandHasNone) {
+TEST_F(LocalAgent, HasTheSameDescriptorsWhenTheCommandHasNone) {
     const std::string seen = folder_.path("seen");
     const CommandRun run = run_with_agent(
         receive_request + look_at_descriptors + answer + "echo $descriptors > '" + seen + "'\n" + succeed,
@@ -100,7 +100,7 @@ TEST_F(LocalAgent, LeadsASessionOfItsOwn) {
 }
 
 TEST_F(LocalAgent, HasNoSignalBlockedOrIgnored) {
-    // By the shell's own means: it blocks signals while it starts another program.
+    // Uses only built-in commands: the shell blocks signals while it starts a program.
     const std::string look_at_signals =
         "while read -r line; do case $line in SigBlk*|SigIgn*) echo \"$line\" ;; esac; done </proc/$$/status\n";
     const CommandRun run = run_with_agent(receive_request + answer + look_at_signals + succeed, [] {
@@ -111,12 +111,12 @@ TEST_F(LocalAgent, HasNoSignalBlockedOrIgnored) {
             signal(number, SIG_IGN);
         }
     });
-    // A C library may keep 32 and 33 to itself.
+    // The C library may reserve 32 and 33.
     EXPECT_THAT(run.output, testing::MatchesRegex("SigBlk:\t0000000000000000\nSigIgn:\t0000000180000000\n|"
                                                   "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n"));
 }
 
-TEST_F(LocalAgent, HasNothingButAPathInItsEnvironment) {
+TEST_F(LocalAgent, HasOnlyAPathInItsEnvironment) {
     const CommandRun run =
         run_with_agent(receive_request + answer + "tr '\\0' '\\n' </proc/$$/environ\n" + succeed, [] {
             setenv("TZ", "Asia/Tokyo", 1);
@@ -162,7 +162,7 @@ TEST_F(LocalAgent, HasTheLimitsOfAService) {
               "Max open files 1024\nMax address space unlimited\n");
 }
 
-TEST_F(LocalAgent, LeavesTheLimitsOfTheCommandAsTheyAre) {
+TEST_F(LocalAgent, LeavesTheLimitsOfTheCommandUnchanged) {
     const CommandRun run = run_with_agent(
         receive_request + answer + "sed -n 's/^Max file size *\\([0-9]*\\) .*/\\1/p' /proc/$PPID/limits\n" + succeed,
         [] {
@@ -174,14 +174,14 @@ TEST_F(LocalAgent, LeavesTheLimitsOfTheCommandAsTheyAre) {
     EXPECT_EQ(run.output, "1073741824\n");
 }
 
-TEST_F(LocalAgent, ThatIsKilledAfterAStatusLineIsNotBelieved) {
+TEST_F(LocalAgent, FailsTheCommandWhenItIsKilledAfterTheStatusLine) {
     const CommandRun run = run_with_agent(receive_request + answer + "echo one\n" + succeed + "kill -KILL $$\n");
     EXPECT_EQ(run.output, "one\n");
     EXPECT_EQ(run.errors, "zmlogadm: the status 0 cannot be believed: the agent was ended by signal 9 (Killed)\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(LocalAgent, IsBelievedWhateverItsExitStatus) {
+TEST_F(LocalAgent, CountsByItsStatusLineWithAnyExitStatus) {
     EXPECT_EQ(run_with_agent(receive_request + answer + succeed + "exit 7\n").exit_status, 0);
 }
 
@@ -203,33 +203,33 @@ TEST_F(LocalAgent, IsWaitedForWhenTheOutputFails) {
     EXPECT_EQ(read_file(trace), "gone\n");
 }
 
-TEST_F(LocalAgent, ThatEndsWithoutStatusLineIsToldByItsExitStatus) {
+TEST_F(LocalAgent, IsReportedWithItsExitStatusWhenItSendsNoStatusLine) {
     const CommandRun run = run_with_agent(receive_request + answer + "echo one\nexit 11\n");
     EXPECT_EQ(run.output, "one\n");
     EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line; the agent ended with exit status 11\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(LocalAgent, ThatIsKilledIsToldByItsSignal) {
+TEST_F(LocalAgent, IsReportedWithTheSignalThatKilledIt) {
     const CommandRun run = run_with_agent(receive_request + "kill -KILL $$\n");
     EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line; the agent was ended by signal 9 (Killed)\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(LocalAgent, ThatEndsBeforeTheRequestIsToldToo) {
+TEST_F(LocalAgent, IsReportedWhenItEndsBeforeTheRequest) {
     const CommandRun run = run_with_agent("exit 12\n");
     EXPECT_THAT(run.errors, testing::StartsWith("zmlogadm: the answer has no status line"));
     EXPECT_THAT(run.errors, testing::EndsWith("; the agent ended with exit status 12\n"));
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(LocalAgent, MayBeMissing) {
+TEST_F(LocalAgent, CanBeMissing) {
     const CommandRun run = run_command({"--agent", agent_, "RUNZMSU"});
     EXPECT_EQ(run.errors, "zmlogadm: cannot start the agent " + agent_ + ": No such file or directory\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(LocalAgent, MayBeNoProgram) {
+TEST_F(LocalAgent, CanBeNoProgram) {
     write_file(agent_, "no program\n");
     const CommandRun not_executable = run_command({"--agent", agent_, "RUNZMSU"});
     EXPECT_EQ(not_executable.errors, "zmlogadm: cannot start the agent " + agent_ + ": Permission denied\n");
@@ -240,8 +240,17 @@ TEST_F(LocalAgent, MayBeNoProgram) {
     EXPECT_EQ(not_a_program.exit_status, 255);
 }
 
-// A collection that goes on while signals come to the command's process group, as from a terminal.
-class InterruptedCollection : public testing::TestWithParam<int> {
+struct Signal {
+    std::string name;
+    int number = 0;
+};
+
+std::ostream& operator<<(std::ostream& out, const Signal& signal) {
+    return out << signal.name;
+}
+
+// A collection that continues while the process group of the command gets a signal, as from a terminal.
+class InterruptedCollection : public testing::TestWithParam<Signal> {
   protected:
     static constexpr const char* collections = "/tmp/collections";
 
@@ -249,7 +258,7 @@ class InterruptedCollection : public testing::TestWithParam<int> {
         make_product_tree();
         remove_tree("/tmp/end");
         EXPECT_EQ(mkfifo("/tmp/end", 0600), 0);
-        // For reading too, so that nobody waits for a tool that is gone.
+        // Open for reading too, so that a write does not wait for a tool that has ended.
         end_of_tool_ = Descriptor(open("/tmp/end", O_RDWR | O_CLOEXEC));
         install_tool(zmcplogs_tool, {stand_in::fill_last_argument({"messages"}), stand_in::run("echo agent $PPID"),
                                      stand_in::run("read line < /tmp/end")});
@@ -261,14 +270,14 @@ class InterruptedCollection : public testing::TestWithParam<int> {
 TEST_P(InterruptedCollection, LeavesNothingBehind) {
     Command command({"--agent", inside_path(ZMLA_AGENT_FILE), "RUNZMCPLOGS", "--collectdir", collections}, [] {
         setpgid(0, 0);
-        signal(GetParam(), SIG_DFL);  // whoever starts the tests may ignore some
+        signal(GetParam().number, SIG_DFL);  // the tests may run with ignored signals
     });
     command.await_output("\n");
     const std::string output = command.output();
     const auto agent = static_cast<pid_t>(std::stol(output.substr(output.find(' '))));
     const Descriptor agents_end(static_cast<int>(syscall(SYS_pidfd_open, agent, 0)));
     ASSERT_TRUE(agents_end.valid());
-    ASSERT_EQ(kill(-command.process(), GetParam()), 0);
+    ASSERT_EQ(kill(-command.process(), GetParam().number), 0);
     EXPECT_EQ(command.finish().exit_status, -1);
     EXPECT_TRUE(write_all(end_of_tool_.get(), "\n"));
     pollfd entry = {.fd = agents_end.get(), .events = POLLIN, .revents = 0};
@@ -276,6 +285,9 @@ TEST_P(InterruptedCollection, LeavesNothingBehind) {
     EXPECT_TRUE(std::filesystem::is_empty(collections));
 }
 
-INSTANTIATE_TEST_SUITE_P(By, InterruptedCollection, testing::Values(SIGINT, SIGHUP, SIGTERM, SIGQUIT));
+INSTANTIATE_TEST_SUITE_P(, InterruptedCollection,
+                         testing::Values(Signal{"SigInt", SIGINT}, Signal{"SigHup", SIGHUP}, Signal{"SigTerm", SIGTERM},
+                                         Signal{"SigQuit", SIGQUIT}),
+                         [](const auto& signal) { return signal.param.name; });
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The way to a peer behind a Unix-domain socket.
+// Connections to a Unix-domain socket.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -41,18 +41,18 @@ TEST_F(LocalSocketPeer, CannotHaveAnEmptyPath) {
     EXPECT_EQ(failure_to_connect({"-S", ""}), "zmlogadm: the path of a socket has 1 to 107 bytes, not 0\n");
 }
 
-TEST_F(LocalSocketPeer, MayNotBeThere) {
+TEST_F(LocalSocketPeer, CanBeMissing) {
     EXPECT_EQ(failure_to_connect({"-S", "/tmp/nothing"}),
               "zmlogadm: cannot connect to /tmp/nothing: No such file or directory\n");
 }
 
-TEST_F(LocalSocketPeer, MayHaveGone) {
+TEST_F(LocalSocketPeer, CanHaveNoListener) {
     const std::string path = folder_.path("socket");
     static_cast<void>(PeerListener::at_path(path));
     EXPECT_EQ(failure_to_connect({"-S", path}), "zmlogadm: cannot connect to " + path + ": Connection refused\n");
 }
 
-TEST_F(LocalSocketPeer, IsGivenUpAfterTheTimeOut) {
+TEST_F(LocalSocketPeer, FailsAfterTheTimeOut) {
     PeerListener listener = PeerListener::at_path(folder_.path("socket"));
     listener.hang();
     EXPECT_EQ(failure_to_connect(listener.options() + Arguments{"-t", "1"}),

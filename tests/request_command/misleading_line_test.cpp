@@ -1,4 +1,4 @@
-// Lines of misleading values, against what they were made of.
+// Lines of misleading values: the parser finds the true values, or takes the line for output.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -21,7 +21,7 @@ AnswerField amount(std::string_view name, std::uint64_t value) {
     return {name, value};
 }
 
-// Makes texts that are as misleading as can be, of pieces of lines.
+// Makes misleading texts from pieces of lines.
 class MisleadingTexts {
   public:
     std::string next() {
@@ -64,41 +64,33 @@ class MisleadingTexts {
     std::mt19937 random_{20261121};
 };
 
-// A line as an agent makes it of these values.
+// Returns a line about a value of a logging request. The fields refer to the arguments.
+KnownLine process_line(const std::string& value, const std::string& message, const std::vector<AnswerField>& more) {
+    KnownLine known = {"PROCESS=CORVID:" + value + " STATUS=1 MSG=" + message,
+                       "process",
+                       {{"category", "CORVID"}, {"process", value}, number("status", 1)}};
+    known.fields.insert(known.fields.end(), more.begin(), more.end());
+    return known;
+}
+
+// Returns a line as an agent writes it with these values. Its fields refer to the arguments and to `folder`.
 KnownLine line_of(std::size_t form, const std::string& a, const std::string& b, std::string& folder) {
-    const AnswerField status = number("status", 1);
-    const std::string head = "PROCESS=CORVID:" + a + " STATUS=1 MSG=";
     folder = "/logs/" + a;
+    const std::string with_folder = "m DIR=" + folder;
+    const AnswerField message = {"message", "m"};
+    const AnswerField directory = {"directory", folder};
     switch (form) {
         case 0:
-            return {head + "m" + b, "process", {{"category", "CORVID"}, {"process", a}, status}};
+            return process_line(a, "m" + b, {});
         case 1:
-            return {head + "m DIR=" + folder,
-                    "process",
-                    {{"category", "CORVID"}, {"process", a}, status, {"message", "m"}, {"directory", folder}}};
+            return process_line(a, with_folder, {message, directory});
         case 2:
-            return {head + "m DIR=" + folder + " E=2 (n)",
-                    "process",
-                    {{"category", "CORVID"},
-                     {"process", a},
-                     status,
-                     {"message", "m"},
-                     {"directory", folder},
-                     number("errno", 2),
-                     {"errno_text", "n"}}};
+            return process_line(a, with_folder + " E=2 (n)",
+                                {message, directory, number("errno", 2), {"errno_text", "n"}});
         case 3:
-            return {head + "m DIR=" + folder + " Perm=755",
-                    "process",
-                    {{"category", "CORVID"},
-                     {"process", a},
-                     status,
-                     {"message", "m"},
-                     {"directory", folder},
-                     {"permission", "755"}}};
+            return process_line(a, with_folder + " Perm=755", {message, directory, {"permission", "755"}});
         case 4:
-            return {head + "m (Value=" + b + ")",
-                    "process",
-                    {{"category", "CORVID"}, {"process", a}, status, {"message", "m"}, {"value", b}}};
+            return process_line(a, "m (Value=" + b + ")", {message, {"value", b}});
         case 5:
             return {"CALCLOGSIZE: TARGET_DIR=" + a + " FREE_SPACE=3 MB TOTAL_SPACE=4 MB",
                     "space",
@@ -112,9 +104,9 @@ KnownLine line_of(std::size_t form, const std::string& a, const std::string& b, 
 
 constexpr std::size_t forms = 7;
 
-TEST(ParseMisleadingLine, TellsTheTrueValuesOrNone) {
+TEST(ParseMisleadingLine, FindsTheTrueValuesOrNone) {
     MisleadingTexts texts;
-    std::size_t told = 0;
+    std::size_t parsed_lines = 0;
     for (int round = 0; round != 200'000; ++round) {
         const std::string a = texts.next();
         const std::string b = texts.next();
@@ -125,14 +117,14 @@ TEST(ParseMisleadingLine, TellsTheTrueValuesOrNone) {
             EXPECT_TRUE(parsed == output_line(known.line)) << known.line;
             continue;
         }
-        ++told;
+        ++parsed_lines;
         ASSERT_EQ(parsed.type, known.type) << known.line;
         ASSERT_GE(parsed.fields.size(), known.fields.size()) << known.line;
         for (std::size_t i = 0; i != known.fields.size(); ++i) {
             ASSERT_TRUE(parsed.fields[i] == known.fields[i]) << parsed.fields[i].name << " of " << known.line;
         }
     }
-    EXPECT_GT(told, 10'000U);
+    EXPECT_GT(parsed_lines, 10'000U);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The way to a peer on another host: addresses, names, time-outs, source ports.
+// Connections to a peer on another host: addresses, names, time-outs and source ports.
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,13 +21,13 @@ using testing::HasSubstr;
 
 constexpr uid_t ordinary_user = 1000;
 
-// The names that this host knows; it asks no name server.
+// Sets the names that this host knows, and lets it ask no name server.
 void set_known_hosts(const std::string& text) {
     write_file("/etc/hosts", text);
     write_file("/etc/nsswitch.conf", "hosts: files\n");
 }
 
-// A port of this host that belongs to nobody.
+// Returns a port of this host that nobody uses.
 int free_port() {
     return PeerListener("127.0.0.1").port();
 }
@@ -59,7 +59,7 @@ int source_port_of(const PeerListener& listener, const Preparation& prepare = nu
     return port;
 }
 
-// Binds a socket to the port. Returns an invalid one when the port is in use.
+// Binds a socket to the port. Returns an invalid descriptor if the port is in use.
 Descriptor bind_to(int port) {
     sockaddr_in any{};
     any.sin_family = AF_INET;
@@ -69,7 +69,7 @@ Descriptor bind_to(int port) {
                                                                                         : Descriptor();
 }
 
-// As long as this object lives, all ports that root connects from are in use but for so many.
+// Occupies all ports that root connects from, except for that many.
 class UsedRootPorts {
   public:
     explicit UsedRootPorts(int left) {
@@ -84,7 +84,7 @@ class UsedRootPorts {
         }
     }
 
-    // The last of the ports that are left.
+    // The last of the free ports.
     [[nodiscard]] int left() const { return left_; }
 
   private:
@@ -113,7 +113,7 @@ TEST(RemoteHost, IsReachedOnTheDefaultPort) {
     expect_to_be_reached(listener, {"-H", "127.0.0.1"});
 }
 
-// Of these addresses the IPv6 one is tried first.
+// The command tries the IPv6 address first.
 TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstRefuses) {
     set_known_hosts("::1 elsewhere\n127.0.0.1 elsewhere\n");
     const PeerListener listener("127.0.0.1");
@@ -138,7 +138,7 @@ TEST(RemoteHost, FailsWithTheReasonOfEachAddress) {
                   ": ::1: Connection timed out; 127.0.0.1: Connection refused\n");
 }
 
-TEST(RemoteHost, IsGivenUpAfterTheTimeOut) {
+TEST(RemoteHost, FailsAfterTheTimeOut) {
     PeerListener listener("127.0.0.1");
     listener.hang();
     EXPECT_EQ(failure_to_connect(listener.options() + Arguments{"-t", "1"}),
@@ -146,19 +146,19 @@ TEST(RemoteHost, IsGivenUpAfterTheTimeOut) {
                   ": 127.0.0.1: Connection timed out\n");
 }
 
-TEST(RemoteHost, MayRefuseTheConnection) {
+TEST(RemoteHost, CanRefuseTheConnection) {
     const std::string port = std::to_string(free_port());
     EXPECT_EQ(failure_to_connect({"-H", "127.0.0.1", "-p", port}),
               "zmlogadm: cannot connect to 127.0.0.1 port " + port + ": 127.0.0.1: Connection refused\n");
 }
 
-TEST(RemoteHost, MayRefuseTheConnectionOfAnotherUserThanRoot) {
+TEST(RemoteHost, CanRefuseTheConnectionOfAnOrdinaryUser) {
     const std::string port = std::to_string(free_port());
     EXPECT_EQ(failure_to_connect({"-H", "127.0.0.1", "-p", port}, as_user(ordinary_user)),
               "zmlogadm: cannot connect to 127.0.0.1 port " + port + ": 127.0.0.1: Connection refused\n");
 }
 
-TEST(RemoteHost, MayBeUnknown) {
+TEST(RemoteHost, CanBeUnknown) {
     set_known_hosts("");
     for (const std::string name : {"nowhere", "10.5", "0x7f000001", "127.0.0.01", "no where", "::1%lo"}) {
         EXPECT_EQ(failure_to_connect({"-H", name}),
@@ -166,7 +166,7 @@ TEST(RemoteHost, MayBeUnknown) {
     }
 }
 
-TEST(RemoteHost, IsFoundByTheHostsOwnSourcesOfNames) {
+TEST(RemoteHost, IsFoundInTheNameSourcesOfThisHost) {
     write_file("/etc/nsswitch.conf", "hosts: myhostname\n");
     const PeerListener listener("127.0.0.1");
     expect_to_be_reached(listener, {"-H", "anything.localhost", "-p", std::to_string(listener.port())});
@@ -180,14 +180,14 @@ TEST(RemoteHost, IsFoundWithoutGetent) {
     expect_to_be_reached(listener, {"-H", "elsewhere", "-p", std::to_string(listener.port())});
 }
 
-TEST(RemoteHost, IsLookedUpBySomebodyWhoIgnoresItsChildren) {
+TEST(RemoteHost, IsFoundAlsoWhenSigchldIsIgnored) {
     set_known_hosts("127.0.0.9 elsewhere\n");
     const std::string port = std::to_string(free_port());
     EXPECT_EQ(failure_to_connect({"-H", "elsewhere", "-p", port}, [] { signal(SIGCHLD, SIG_IGN); }),
               "zmlogadm: cannot connect to elsewhere port " + port + ": 127.0.0.9: Connection refused\n");
 }
 
-TEST(RemoteHost, IsGivenUpWhenItsLookUpTakesLongerThanTheTimeOut) {
+TEST(RemoteHost, FailsWhenTheLookUpExceedsTheTimeOut) {
     write_file("/etc/nsswitch.conf", "hosts: dns\n");
     write_file("/etc/resolv.conf", "nameserver 127.0.0.1\n");
     const Descriptor silent_name_server(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
@@ -195,7 +195,7 @@ TEST(RemoteHost, IsGivenUpWhenItsLookUpTakesLongerThanTheTimeOut) {
     address.sin_family = AF_INET;
     address.sin_port = htons(53);
     ASSERT_EQ(bind(silent_name_server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    // The time-out needs no signal.
+    // The time-out works without a signal.
     const auto block_signals = [] {
         sigset_t signals;
         sigfillset(&signals);
@@ -209,10 +209,10 @@ TEST(RemoteHost, IsGivenUpWhenItsLookUpTakesLongerThanTheTimeOut) {
     EXPECT_EQ(error.at("code"), "lookup_timed_out");
     EXPECT_EQ(error.at("message"), "the host could not be looked up within the time-out");
     char byte = 0;
-    EXPECT_EQ(recv(silent_name_server.get(), &byte, 1, MSG_DONTWAIT), 1) << "the name server was not asked";
+    EXPECT_EQ(recv(silent_name_server.get(), &byte, 1, MSG_DONTWAIT), 1) << "the name server got no query";
 }
 
-// The kind of failure, for programs.
+// Programs read the kind of failure from the code.
 TEST(RemoteHost, FailsWithACode) {
     set_known_hosts("::1 elsewhere\n127.0.0.1 elsewhere\n127.0.0.9 other\n127.0.0.8 other\n");
     PeerListener hanging("::1");
@@ -246,7 +246,7 @@ TEST(RemoteHost, SeesRootOnTheOnePortThatIsFree) {
     EXPECT_EQ(source_port_of(PeerListener("127.0.0.1")), used.left());
 }
 
-TEST(RemoteHost, IsNotConnectedToFromAnotherPortWhenRootsAreInUse) {
+TEST(RemoteHost, IsNotReachedFromAnotherPortWhenThoseOfRootAreInUse) {
     const UsedRootPorts used(0);
     const PeerListener listener("127.0.0.1");
     EXPECT_THAT(failure_to_connect(listener.options()),
@@ -254,14 +254,14 @@ TEST(RemoteHost, IsNotConnectedToFromAnotherPortWhenRootsAreInUse) {
     EXPECT_FALSE(listener.has_connection());
 }
 
-TEST(RemoteHost, IsNotConnectedToFromAnotherPortWhenRootHasLostItsPrivilege) {
+TEST(RemoteHost, IsNotReachedFromAnotherPortByRootWithoutPrivileges) {
     const PeerListener listener("127.0.0.1");
     EXPECT_THAT(failure_to_connect(listener.options(), as_user(0)),
                 HasSubstr("127.0.0.1: cannot use a source port below 1024: Permission denied\n"));
     EXPECT_FALSE(listener.has_connection());
 }
 
-// A connection from a port to itself succeeds without anybody listening.
+// A connection from a port to itself succeeds without a listener.
 TEST(RemoteHost, IsNotTheCommandItself) {
     const UsedRootPorts used(1);
     EXPECT_THAT(failure_to_connect({"-H", "127.0.0.1", "-p", std::to_string(used.left())}),

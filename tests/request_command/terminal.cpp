@@ -51,7 +51,7 @@ std::string Terminal::await_end() {
     return text_;
 }
 
-// A terminal that no program has open any more fails with EIO.
+// Reading fails with EIO when no program has the terminal open.
 bool Terminal::receive() {
     std::array<char, 4096> buffer;
     const ssize_t count = read(reading_side_.get(), buffer.data(), buffer.size());

@@ -1,4 +1,4 @@
-// A terminal of the test's own.
+// A terminal for tests.
 #pragma once
 
 #include <string>
@@ -8,19 +8,19 @@
 
 class Terminal {
   public:
-    // Passes bytes on as they are.
+    // Passes bytes unchanged.
     explicit Terminal(unsigned short columns);
 
-    // The side that programs write to.
+    // The descriptor that programs write to.
     [[nodiscard]] int get() const { return programs_side_.get(); }
 
-    // Closes this process's own hold on that side, so that the end of the last program is the end of the text.
+    // Closes that descriptor in this process, so that the text ends with the last program.
     void leave_to_programs() { programs_side_.reset(); }
 
-    // Returns what has been written, once it holds the text.
+    // Waits until the terminal has the text. Returns all that was written.
     std::string await(std::string_view text);
 
-    // Returns all that was written until the last program has closed the terminal.
+    // Waits until the last program has closed the terminal. Returns all that was written.
     std::string await_end();
 
   private:

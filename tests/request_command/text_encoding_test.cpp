@@ -9,14 +9,14 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(IsUtf8, HoldsForTextsOfEveryLengthOfCharacter) {
+TEST(IsUtf8, IsTrueForCharactersOfEveryLength) {
     for (const std::string& text : {""s, "a\0\x7f"s, "\xc2\x80 \xdf\xbf"s, "\xe0\xa0\x80 \xef\xbf\xbf"s,
                                     "\xed\x9f\xbf \xee\x80\x80"s, "\xf0\x90\x80\x80 \xf4\x8f\xbf\xbf"s}) {
         EXPECT_TRUE(is_utf8(text)) << testing::PrintToString(text);
     }
 }
 
-TEST(IsUtf8, DoesNotHoldForOtherBytes) {
+TEST(IsUtf8, IsFalseForOtherBytes) {
     for (const std::string& bytes :
          {"\x80"s, "a\xff"s, "\xc1\xbf"s, "\xc2"s, "\xc2 "s, "\xe0\x9f\xbf"s, "\xe2\x82"s, "\xed\xa0\x80"s,
           "\xf0\x8f\xbf\xbf"s, "\xf0\x90\x80"s, "\xf4\x90\x80\x80"s, "\xf5\x80\x80\x80"s, "\xc3\xa4\xa4"s}) {

@@ -1,4 +1,4 @@
-// What people at a terminal see of an answer that takes long.
+// The line that a user at a terminal sees during a long answer.
 #include "request_command/waiting_line.h"
 
 #include <fcntl.h>
@@ -25,7 +25,7 @@ class WaitingLineTest : public testing::Test {
                 start_ + 1s};
     }
 
-    // Returns what has been written since the last call.
+    // Returns what was written since the last call.
     std::string written() { return std::exchange(written_, {}); }
 
     WaitingLine::Time start_ = WaitingLine::Clock::now();
@@ -54,7 +54,7 @@ TEST_F(WaitingLineTest, IsRewrittenInPlaceEachSecond) {
     EXPECT_EQ(written(), "\rzmlogadm: waiting for b, 1 min 1 s, 0 lines, 0 bytes so far");
 }
 
-TEST_F(WaitingLineTest, LeavesNothingOfALongerOne) {
+TEST_F(WaitingLineTest, ErasesALongerLineBefore) {
     WaitingLine line = line_for("b");
     line.show(start_ + 10s);
     written();
@@ -63,7 +63,7 @@ TEST_F(WaitingLineTest, LeavesNothingOfALongerOne) {
     EXPECT_EQ(written(), "\rzmlogadm: waiting for b, 11 s" + std::string(25, ' ') + std::string(25, '\b'));
 }
 
-TEST_F(WaitingLineTest, IsWipedWhenSomethingComesAndCountsIt) {
+TEST_F(WaitingLineTest, IsErasedWhenOutputArrivesAndCountsIt) {
     WaitingLine line = line_for("b");
     line.show(start_ + 3s);
     const std::size_t length = written().size() - 1;
@@ -74,7 +74,7 @@ TEST_F(WaitingLineTest, IsWipedWhenSomethingComesAndCountsIt) {
     EXPECT_EQ(written(), "\rzmlogadm: waiting for b, 6 s, 1 line, 7 bytes so far");
 }
 
-TEST_F(WaitingLineTest, IsWipedOnce) {
+TEST_F(WaitingLineTest, IsErasedOnce) {
     WaitingLine line = line_for("b");
     line.wipe();
     EXPECT_EQ(written(), "");
@@ -85,7 +85,7 @@ TEST_F(WaitingLineTest, IsWipedOnce) {
     EXPECT_EQ(written(), "");
 }
 
-TEST_F(WaitingLineTest, DoesNotSpoilALineThatHasBegun) {
+TEST_F(WaitingLineTest, DoesNotAppearWithinALine) {
     WaitingLine line = line_for("b");
     line.set_at_line_start(false);
     line.show(start_ + 3s);
@@ -113,7 +113,7 @@ TEST_F(WaitingLineTest, IsNeverAsWideAsTheTerminal) {
     }
 }
 
-// Both streams of the console are one terminal.
+// A console with both streams on one terminal.
 class ConsoleAtATerminal : public testing::Test {
   protected:
     Terminal terminal_ = Terminal(80);
@@ -121,7 +121,7 @@ class ConsoleAtATerminal : public testing::Test {
     WaitingLine::Time start_ = WaitingLine::Clock::now();
 };
 
-TEST_F(ConsoleAtATerminal, WipesTheLineBeforeItWritesAnything) {
+TEST_F(ConsoleAtATerminal, ErasesTheLineBeforeOutput) {
     WaitingLine* const line = console_.wait_for("b", Waiting::shown, start_);
     ASSERT_NE(line, nullptr);
     const std::string shown = "\rzmlogadm: waiting for b, 9 s, 0 lines, 0 bytes so far";
@@ -135,7 +135,7 @@ TEST_F(ConsoleAtATerminal, WipesTheLineBeforeItWritesAnything) {
                                             std::string(shown.size(), ' ') + "\r" + "two\n");
 }
 
-TEST_F(ConsoleAtATerminal, ShowsNoLineBehindHalfALineOfOutput) {
+TEST_F(ConsoleAtATerminal, ShowsNoLineAfterHalfALineOfOutput) {
     WaitingLine* const line = console_.wait_for("b", Waiting::shown, start_);
     console_.write_output("half");
     line->show(start_ + 9s);
@@ -145,11 +145,11 @@ TEST_F(ConsoleAtATerminal, ShowsNoLineBehindHalfALineOfOutput) {
     EXPECT_THAT(terminal_.await("so far"), ContainsRegex("waiting"));
 }
 
-TEST_F(ConsoleAtATerminal, ShowsNoLineThatIsNotWanted) {
+TEST_F(ConsoleAtATerminal, ShowsNoLineWhenItIsSilent) {
     EXPECT_EQ(console_.wait_for("b", Waiting::silent, start_), nullptr);
 }
 
-TEST_F(ConsoleAtATerminal, EndsALineThatWasCut) {
+TEST_F(ConsoleAtATerminal, EndsACutLine) {
     console_.write_error("EXIT STATUS 5 cut");
     console_.write_hint("do this");
     console_.write_hint("");

@@ -1,4 +1,4 @@
-// What the command says of requests that fail in part, with the agent as it is in a product tree of its own.
+// What the command reports about requests that fail in part, with the real agent.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ TEST_F(WhatFailedOfAgent, IsAnUnknownCategory) {
     EXPECT_EQ(result.exit_status, 1);
 }
 
-TEST_F(WhatFailedOfAgent, IsACategoryThatAnsweredNothing) {
+TEST_F(WhatFailedOfAgent, IsACategoryWithoutAnAnswer) {
     const CommandRun result = run({"ENABLELOGGING", "KOB:kob=99", "ZMLOGDIR:jobd"});
     EXPECT_EQ(result.errors, std::string(success) + "zmlogadm: 0 of 1 item failed; 1 thing not answered: KOB\n");
 }
@@ -63,7 +63,7 @@ TEST_F(WhatFailedOfAgent, IsAnEarlierCleanUp) {
     EXPECT_EQ(result.errors, std::string(success) + "zmlogadm: 1 of 2 items failed: /tmp; 0 things not answered\n");
 }
 
-TEST_F(WhatFailedOfAgent, IsNothingWhereAMisplacedOptionStopsTheRequest) {
+TEST_F(WhatFailedOfAgent, IsNothingWhenAMisplacedOptionStopsTheRequest) {
     write_file(store, "111.DebugLevel=1\n");
     for (const Arguments& misplaced :
          {Arguments{"-H", "backup7"}, Arguments{"--host=backup7"}, Arguments{"-Hbackup7"}}) {

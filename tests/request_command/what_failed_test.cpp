@@ -1,4 +1,4 @@
-// What the command says, and how it ends, where an answer says that something failed.
+// What the command reports, and its exit status, when an answer contains failures.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,13 +17,13 @@ class WhatFailed : public AnsweredCommand {
 
 const std::string one_of_two = "PROCESS=VMCONF:a STATUS=0 MSG=Set debug logging\nEXIT STATUS 0 done\n";
 
-TEST_F(WhatFailed, IsNamedBehindTheStatusLine) {
+TEST_F(WhatFailed, IsNamedAfterTheStatusLine) {
     const CommandRun run = run_with({}, one_of_two);
     EXPECT_EQ(run.errors, "EXIT STATUS 0 done\nzmlogadm: 0 of 1 item failed; 1 thing not answered: FOO\n");
     EXPECT_EQ(run.exit_status, 0);
 }
 
-TEST_F(WhatFailed, BeginsALineWhereTheStatusLineHasNoEnd) {
+TEST_F(WhatFailed, BeginsALineAfterACutStatusLine) {
     const CommandRun run = run_with({}, "EXIT STATUS 0 done");
     EXPECT_EQ(run.errors, "EXIT STATUS 0 done\nzmlogadm: 0 of 0 items failed; 2 things not answered: VMCONF, FOO\n");
 }
@@ -45,12 +45,12 @@ TEST_F(WhatFailed, IsAFailureOfTheCommandWhenStrict) {
     EXPECT_EQ(run_with({"--strict"}, "EXIT STATUS 0 done\n", {"CLEANUP"}).exit_status, 1);
 }
 
-TEST_F(WhatFailed, LeavesAnotherStatusAsItIs) {
+TEST_F(WhatFailed, LeavesAnotherStatusUnchanged) {
     EXPECT_EQ(run_with({"--strict"}, "PROCESS=VMCONF:a STATUS=1 MSG=no\nEXIT STATUS 29 no\n").exit_status, 29);
     EXPECT_EQ(run_with({"--strict"}, "PROCESS=VMCONF:a STATUS=1 MSG=no\nEXIT STATUS 5772 no\n").exit_status, 252);
 }
 
-TEST_F(WhatFailed, IsNothingWhereAllSucceeded) {
+TEST_F(WhatFailed, IsNothingWhenAllSucceed) {
     const CommandRun run =
         run_with({"--strict"}, "PROCESS=VMCONF:a STATUS=0 MSG=x\nPROCESS=FOO:b STATUS=0 MSG=x\nEXIT STATUS 0 done\n");
     EXPECT_EQ(run.errors, "EXIT STATUS 0 done\n");

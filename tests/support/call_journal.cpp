@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -17,13 +18,15 @@ namespace {
 // Far from the numbers that tests look at, those of the next descriptors to be opened.
 constexpr int chosen_descriptor = 500;
 
-// The journal is a file in memory. Child processes inherit it, and with it the place to write at. Nothing here calls
-// what the wrappers of system calls replace, because they write into the journal.
+// The journal is a file in memory. Child processes inherit it. Nothing here calls what the wrappers of system calls
+// replace, because they write into the journal.
 int open_file() {
     const int file = memfd_create("call journal", MFD_CLOEXEC);
     const int moved = dup3(file, chosen_descriptor, O_CLOEXEC);
     close(file);
-    if (moved < 0) {
+    // Appends are atomic. Other writes of two processes to one file in memory can land at the same place, because such a
+    // file has no lock of its position.
+    if (moved < 0 || syscall(SYS_fcntl, moved, F_SETFL, O_APPEND) != 0) {
         perror("call journal");
         abort();
     }
@@ -80,7 +83,7 @@ std::string read_file() {
 }  // namespace
 
 void clear() {
-    if (ftruncate(descriptor(), 0) != 0 || lseek(descriptor(), 0, SEEK_SET) != 0) {
+    if (ftruncate(descriptor(), 0) != 0) {
         perror("call journal");
         abort();
     }
