@@ -44,13 +44,13 @@ END
 
 # Ends the half hour on host $1 and waits until it is restored: only the log directory, which holds logs, is left.
 half_an_hour_passes() {
-    [[ -p /tmp/clock/backup$1 ]] || fail "nothing waits on backup$1"
+    [[ -p /tmp/clock/backup$1 ]] || fail "no command waits on backup$1"
     : >"/tmp/clock/backup$1"
     local deadline=$((SECONDS + 30))
     until [[ $(ssh "backup$1" zmlogstate diff /usr/kumel/case-4711/before) == */night:* ]] &&
         [[ $(ssh "backup$1" zmlogstate diff /usr/kumel/case-4711/before | wc -l) == 1 ]]; do
         if ((SECONDS > deadline)); then
-            fail "backup$1 was not restored by itself"
+            fail "backup$1 did not restore itself"
             return
         fi
     done

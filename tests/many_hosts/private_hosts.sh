@@ -135,7 +135,7 @@ wait_for_listeners() {
     for listener in "$@"; do
         until [[ -n $(ss --no-header --listening --tcp --numeric "src $listener") ]]; do
             if ((SECONDS > deadline)); then
-                echo "Nobody listens at $listener; the hosts say:" >&2
+                echo "Nobody listens at $listener; the output of the hosts:" >&2
                 tail -n 5 /tmp/backup*.output >&2
                 return 1
             fi

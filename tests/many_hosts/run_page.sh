@@ -48,8 +48,8 @@ check_command() {
     } >$answer 2>&1 </dev/null
     status=$?
     set -e -o pipefail
-    if ! printf '%s' "$2" | diff --unified --label "on the page" --label "in truth" - $answer; then
-        fail "this is not the answer of: $1"
+    if ! printf '%s' "$2" | diff --unified --label "on the page" --label "actual" - $answer; then
+        fail "another output of: $1"
     fi
 }
 
@@ -97,7 +97,7 @@ if ((commands == 0)); then
     exit 1
 fi
 if ((failures > 0)); then
-    echo "$failures things are not as the page says."
+    echo "The page is wrong in $failures places."
     exit 1
 fi
-echo "All $commands commands of the page answer what it shows."
+echo "The output of all $commands commands is as the page shows."

@@ -48,7 +48,7 @@ class Mutant(NamedTuple):
 
 
 class Mutator:
-    """All mutants of a source, in its order."""
+    """All mutants of a source, in the order of the source."""
 
     def __init__(self, file: str, source: str) -> None:
         self.file, self.source = file, source
@@ -114,10 +114,10 @@ class Mutator:
                 for other in ("{}", "true"):
                     yield self.tokens[i + 1].start, self.tokens[i + 1].start + len(value), other
 
-    def forced_condition(self, first: int, behind: int) -> Iterator[tuple[int, int, str]]:
+    def forced_condition(self, first: int, end_index: int) -> Iterator[tuple[int, int, str]]:
         """A condition that declares a variable still declares it."""
-        declares = any(self.text(j) == "=" for j in range(first, behind))
-        start, end = self.tokens[first].start, self.tokens[behind - 1].end
+        declares = any(self.text(j) == "=" for j in range(first, end_index))
+        start, end = self.tokens[first].start, self.tokens[end_index - 1].end
         for forced in ("true", "false"):
             yield start, end, f"{self.source[start:end]}; {forced}" if declares else forced
 
@@ -128,7 +128,7 @@ class Mutator:
             yield left.start, right.start, ""
 
     def dropped_statement(self, i: int) -> Iterator[tuple[int, int, str]]:
-        """A call, an assignment or an increment that is a statement of its own."""
+        """Yields the code without a statement that is a call, an assignment or an increment."""
         if self.text(i - 1) not in (";", "{", "}", ":") or self.text(i) in KEYWORDS:
             return
         j = i
@@ -161,7 +161,7 @@ class Mutator:
         raise ValueError(f"{self.file}: a bracket is not closed")
 
     def end_of_statement(self, i: int) -> int:
-        """Its semicolon, or the token where it turns out to be something else."""
+        """Returns its semicolon, or the token that shows that it is no such statement."""
         while self.text(i) != ";":
             if self.text(i) in CLOSING or (self.text(i) == "{" and self.text(i - 1) == ")"):
                 return i

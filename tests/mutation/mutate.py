@@ -35,7 +35,7 @@ END_TO_END, LOGGING = "tests/end_to_end/end_to_end_tests", "tests/end_to_end/log
 INVALID, SURVIVED, PASSED, FAILED, HUNG = "invalid", "survived", "passed", "failed", "hung"
 WITH_HEADERS = ("-include", "mutant.h")
 SANITIZERS = ("-fsanitize=address,undefined", "-fno-sanitize-recover=all")
-AGENT = "zmlogadmagent"  # what the programs below tests/end_to_end run
+AGENT = "zmlogadmagent"  # the program that the tests below tests/end_to_end run
 
 # The test programs for a mutant of each file, the most likely to fail first. The tests that kill agents at each system
 # call take long, and only concern rewritten files.
@@ -70,7 +70,7 @@ def plan_of(file: str) -> list[tuple[str, str]]:
 
 
 class Workshop:
-    """Builds mutants and puts them to the test."""
+    """Builds mutants and tests them."""
 
     def __init__(self, sources: Path, build: Path) -> None:
         self.sources, self.build = sources, build
@@ -127,8 +127,8 @@ class Workshop:
 
     def result_of(self, mutant: Mutant) -> str:
         """Returns INVALID, SURVIVED, FAILED or HUNG."""
-        behind = mutant.start + len(mutant.original)
-        source = self.source[:mutant.start] + mutant.mutated + self.source[behind:]
+        end = mutant.start + len(mutant.original)
+        source = self.source[:mutant.start] + mutant.mutated + self.source[end:]
         if not self.compile(source, *WITH_HEADERS) or self.code() == self.original_code:
             return INVALID
         linked = ""

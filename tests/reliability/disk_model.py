@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""What the disk may hold after a power failure, at every moment of a change of a file.
+"""Checks every state that the disk may have after a power failure, at every moment of a change of a file.
 
 disk_model.py AGENT ZMLOGADM, in a private root: records the system calls of a request that changes qr.conf, and of one
-that changes a unified logging store, and replays them on a model of a disk. What was not flushed may be there or not,
-in any combination: each write wholly, by half or not at all, each change of a name in any order, modes and owners too.
-For every moment and every combination the file has to be the whole old or the whole new one, with its mode; and when
-the answer has been sent, the new one. The model then has to find fault with the same calls less their flushes.
+that changes a unified logging store, and replays them on a model of a disk. Changes that were not flushed may be on the
+disk in any combination: each write wholly, by half or not at all, and changes of names and modes in any order. In every
+state at every moment, the file must be the whole old or the whole new one with its mode, and the new one when the
+answer has been sent. To test the model itself, the calls are replayed without each flush, and the model must find
+faults.
 """
 
 import glob
@@ -22,7 +23,7 @@ MODE = 0o640
 
 
 class Inode:
-    """What is on the disk for sure, and what may be: writes and modes since the last flush."""
+    """The data and mode that are on the disk, and the changes since the last flush, which may be."""
 
     def __init__(self, data=b"", mode=0):
         self.data, self.mode, self.pending = data, mode, []
@@ -33,7 +34,7 @@ class Inode:
         self.pending = []
 
     def possible(self):
-        """Every state of the data and the mode that may be on the disk."""
+        """Returns every state of data and mode that may be on the disk."""
         states = set()
         for chosen in itertools.product((True, False), repeat=len(self.pending)):
             data, mode = self.data, self.mode
@@ -53,7 +54,7 @@ def change_mode(new_mode):
 
 
 class Disk:
-    """One folder: the names that are there for sure, and changes of names that may be."""
+    """A folder: the names that are on the disk, and the changes of names that may be."""
 
     def __init__(self, name, inode):
         self.names, self.current, self.pending = {name: inode}, {name: inode}, []
@@ -66,7 +67,7 @@ class Disk:
         self.names, self.pending = dict(self.current), []
 
     def possible_inodes(self, name):
-        """Every inode, or None, that may have the name."""
+        """Returns every inode that may have the name, and None if it may be missing."""
         found = set()
         for count in range(len(self.pending) + 1):
             for changes in itertools.permutations(self.pending, count):
@@ -104,7 +105,7 @@ def text_of(escaped):
 
 
 class Call:
-    """A line of the trace: name, the descriptors' paths, the quoted texts, the rest."""
+    """A line of the trace: the name, the paths of descriptors, the quoted texts, and the flags."""
 
     def __init__(self, line):
         match = COMPLETE.match(line)
@@ -120,7 +121,7 @@ class Call:
 
 
 class Replay:
-    """Carries the calls out on the model, those that are about one folder."""
+    """Replays the calls that concern one folder."""
 
     def __init__(self, path, old, new):
         self.path, self.old, self.new = path, old, new
@@ -188,14 +189,14 @@ def is_answer(call):
 
 
 def agent_calls():
-    """The calls of that process which sent the answer, up to its sending."""
+    """Returns the calls of the process that sent the answer, up to the answer."""
     for name in glob.glob(TRACE + ".*"):
         with open(name, encoding="ascii") as lines:
             calls = [Call(line) for line in lines if COMPLETE.match(line)]
         answers = [number for number, call in enumerate(calls) if is_answer(call)]
         if answers:
             return calls[: answers[0] + 1]
-    sys.exit("no process has sent an answer")
+    sys.exit("no process sent an answer")
 
 
 def record(agent, zmlogadm, path, old, argument):
@@ -205,7 +206,7 @@ def record(agent, zmlogadm, path, old, argument):
         file.write(old)
     os.chmod(path, MODE)
     subprocess.run(
-        # A file for each process: in one file the calls of two would be torn apart.
+        # One file for each process: in a single file, calls of two processes would interrupt each other.
         ["strace", "-ff", "-y", "-xx", "-s", "1000000", "-o", TRACE, "-e", "trace=" + CALLS]
         + [zmlogadm, "--agent", agent, "ENABLELOGGING", argument],
         check=True,
@@ -215,7 +216,7 @@ def record(agent, zmlogadm, path, old, argument):
     with open(path, "rb") as file:
         new = file.read()
     if new == old:
-        sys.exit(f"{path} was not changed")
+        sys.exit(f"{path} did not change")
     return agent_calls(), new
 
 
@@ -223,7 +224,8 @@ def check(agent, zmlogadm, path, old, argument):
     calls, new = record(agent, zmlogadm, path, old, argument)
     replay = Replay(path, old, new)
     faults = replay.run(calls)
-    print(f"{path}: {len(calls)} calls, {replay.moments} moments, {replay.states} states of the disk, {len(faults)} faults")
+    counts = f"{len(calls)} calls, {replay.moments} moments, {replay.states} states of the disk, {len(faults)} faults"
+    print(f"{path}: {counts}")
     for fault in faults:
         print("   ", fault)
     flushes = [call for call in calls if call.name == "fsync" and not call.failed]
@@ -231,7 +233,7 @@ def check(agent, zmlogadm, path, old, argument):
         less = Replay(path, old, new).run([call for call in calls if call is not left_out])
         print(f"    without the flush of {left_out.paths[0]}: {len(less)} faults")
         if not less:
-            faults.append("the model does not miss a flush")
+            faults.append("the model finds no fault without a flush")
     return not faults and len(flushes) == 2
 
 

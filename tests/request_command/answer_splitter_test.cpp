@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// What an answer was told apart into.
+// The parts of an answer.
 struct Parts {
     std::string output;
     std::optional<std::string> status_line;
@@ -23,7 +23,7 @@ void PrintTo(const Parts& parts, std::ostream* stream) {
             << testing::PrintToString(parts.status);
 }
 
-// Prints answers into a text.
+// Collects the parts of an answer.
 class SplitterRun {
   public:
     void take(std::string_view bytes) { splitter_.take(bytes); }
@@ -64,7 +64,7 @@ struct Answer {
     [[nodiscard]] std::string bytes() const { return output + status_line; }
 };
 
-// A status line that an agent has cut.
+// Returns a status line that the agent has cut.
 std::string cut_line(const std::string& beginning) {
     return beginning + std::string(511 - beginning.size(), 'x');
 }
@@ -110,13 +110,13 @@ const std::vector<Answer> answers = {
     {"MarkerThatDoesNotCountBehindOneThatWould", "EXIT STATUS 0 done; EXIT STATUS unknown\n", "", {}},
 };
 
-TEST(AnswerSplitter, TellsPartsApartWhenTheAnswerComesAtOnce) {
+TEST(AnswerSplitter, SeparatesThePartsOfAWholeAnswer) {
     for (const Answer& answer : answers) {
         EXPECT_EQ(print_whole(answer.bytes()), answer.parts()) << answer.name;
     }
 }
 
-TEST(AnswerSplitter, TellsPartsApartWhereverTheAnswerIsSplitInTwo) {
+TEST(AnswerSplitter, SeparatesThePartsOfAnAnswerInTwoPieces) {
     for (const Answer& answer : answers) {
         const std::string bytes = answer.bytes();
         for (std::size_t split = 0; split <= bytes.size(); ++split) {
@@ -128,7 +128,7 @@ TEST(AnswerSplitter, TellsPartsApartWhereverTheAnswerIsSplitInTwo) {
     }
 }
 
-TEST(AnswerSplitter, TellsPartsApartWhenTheAnswerComesByteByByte) {
+TEST(AnswerSplitter, SeparatesThePartsOfAnAnswerInSingleBytes) {
     for (const Answer& answer : answers) {
         SplitterRun splitter;
         for (const char byte : answer.bytes()) {
@@ -138,13 +138,13 @@ TEST(AnswerSplitter, TellsPartsApartWhenTheAnswerComesByteByByte) {
     }
 }
 
-TEST(AnswerSplitter, PassesOutputOnAtOnce) {
+TEST(AnswerSplitter, PassesOutputAtOnce) {
     SplitterRun splitter;
     splitter.take("one\ntwo, not ended");
     EXPECT_EQ(splitter.output(), "one\ntwo, not ended");
 }
 
-TEST(AnswerSplitter, KeepsBackTheBeginningOfAMarkerAndNothingElse) {
+TEST(AnswerSplitter, HoldsBackOnlyTheBeginningOfAMarker) {
     SplitterRun splitter;
     splitter.take("one EXIT STAT");
     EXPECT_EQ(splitter.output(), "one ");
@@ -152,33 +152,33 @@ TEST(AnswerSplitter, KeepsBackTheBeginningOfAMarkerAndNothingElse) {
     EXPECT_EQ(splitter.output(), "one EXIT STATION");
 }
 
-TEST(AnswerSplitter, KeepsAStatusLineBackWhateverPauseFollows) {
+TEST(AnswerSplitter, HoldsBackAStatusLineUntilMoreFollows) {
     SplitterRun splitter;
     splitter.take("one\nEXIT STATUS 0 done\n");
     splitter.take("");
     EXPECT_EQ(splitter.output(), "one\n");
 }
 
-TEST(AnswerSplitter, PassesAToolsStatusLineOnOnceMoreFollows) {
+TEST(AnswerSplitter, PassesAToolsStatusLineWhenMoreFollows) {
     SplitterRun splitter;
     splitter.take("EXIT STATUS 0 done\n");
     splitter.take("m");
     EXPECT_EQ(splitter.output(), "EXIT STATUS 0 done\nm");
 }
 
-TEST(AnswerSplitter, PassesAMarkerOnOnceNoNumberFollows) {
+TEST(AnswerSplitter, PassesAMarkerWhenNoNumberFollows) {
     SplitterRun splitter;
     splitter.take("EXIT STATUS o");
     EXPECT_EQ(splitter.output(), "EXIT STATUS o");
 }
 
-TEST(AnswerSplitter, PassesAStatusLineOnOnceAnotherBegins) {
+TEST(AnswerSplitter, PassesAStatusLineWhenAnotherBegins) {
     SplitterRun splitter;
     splitter.take("EXIT STATUS 7 cut EXIT STATUS");
     EXPECT_EQ(splitter.output(), "EXIT STATUS 7 cut ");
 }
 
-TEST(AnswerSplitter, PassesALineOnOnceItIsTooLongForAStatusLine) {
+TEST(AnswerSplitter, PassesALineWhenItIsTooLongForAStatusLine) {
     SplitterRun splitter;
     const std::string line = cut_line("EXIT STATUS 6 ");
     splitter.take(line);
@@ -187,17 +187,17 @@ TEST(AnswerSplitter, PassesALineOnOnceItIsTooLongForAStatusLine) {
     EXPECT_EQ(splitter.output(), line + "x");
 }
 
-TEST(AnswerSplitter, TakesAWholeStatusLineFromABrokenConnection) {
+TEST(AnswerSplitter, AcceptsAWholeStatusLineFromABrokenConnection) {
     EXPECT_EQ(print_whole("one\nEXIT STATUS 5 no\n", AnswerEnd::broken),
               (Parts{.output = "one\n", .status_line = "EXIT STATUS 5 no\n", .status = 5}));
 }
 
-TEST(AnswerSplitter, TakesALineOfFullLengthFromABrokenConnection) {
+TEST(AnswerSplitter, AcceptsALineOfFullLengthFromABrokenConnection) {
     const std::string line = cut_line("EXIT STATUS 5 ");
     EXPECT_EQ(print_whole(line, AnswerEnd::broken), (Parts{.output = "", .status_line = line, .status = 5}));
 }
 
-TEST(AnswerSplitter, TakesNoStatusFromALineThatABrokenConnectionMayHaveShortened) {
+TEST(AnswerSplitter, TakesALineThatABrokenConnectionMayHaveCutForOutput) {
     EXPECT_EQ(print_whole("one\nEXIT STATUS 57", AnswerEnd::broken),
               (Parts{.output = "one\nEXIT STATUS 57", .status_line = std::nullopt, .status = std::nullopt}));
 }

@@ -29,13 +29,13 @@ Kind peer_of(const Texts& arguments) {
     return std::get<Kind>(parse(arguments).peer);
 }
 
-std::string refusal_of(const Texts& arguments) {
+std::string rejection_of(const Texts& arguments) {
     try {
         parse(arguments);
     } catch (const Refusal& refusal) {
         return refusal.what();
     }
-    return "not refused";
+    return "accepted";
 }
 
 const std::vector<std::string> words_without_tools = {"ENABLELOGGING", "DISABLELOGGING", "RESETLOGGING", "GETDISKSPACE",
@@ -76,41 +76,41 @@ const std::vector<std::string> own_options = {"-H",
                                               "--help",
                                               "--version"};
 
-TEST(Options, AreRefusedBehindAWordWhoseArgumentsNoToolTakes) {
+TEST(Options, AreRejectedAfterAWordThatRunsNoTool) {
     for (const std::string& word : words_without_tools) {
         for (const std::string& option : own_options) {
-            EXPECT_THAT(refusal_of({word, "a:b", option, "c"}),
+            EXPECT_THAT(rejection_of({word, "a:b", option, "c"}),
                         HasSubstr("put the option " + option + " in front of " + word))
                 << option;
         }
     }
 }
 
-TEST(Options, AreRefusedBehindTheWordAlsoAfterTwoDashes) {
-    EXPECT_THAT(refusal_of({"--", "CLEANUP", "-H"}), HasSubstr("-H"));
-    EXPECT_THAT(refusal_of({"CLEANUP", "--", "-H"}), HasSubstr("-H"));
+TEST(Options, AreRejectedAfterTheWordAlsoAfterTwoDashes) {
+    EXPECT_THAT(rejection_of({"--", "CLEANUP", "-H"}), HasSubstr("-H"));
+    EXPECT_THAT(rejection_of({"CLEANUP", "--", "-H"}), HasSubstr("-H"));
 }
 
-TEST(Options, ThatAreMisplacedSayHowADirectoryIsWritten) {
-    EXPECT_THAT(refusal_of({"CLEANUP", "-H"}), HasSubstr("write a directory of that name as ./-H"));
-    EXPECT_THAT(refusal_of({"GETDISKSPACE", "--json"}), HasSubstr("write a directory of that name as ./--json"));
-    EXPECT_THAT(refusal_of({"ENABLELOGGING", "-H"}), testing::Not(HasSubstr("./")));
+TEST(Options, ThatAreMisplacedGetAHintAboutDirectories) {
+    EXPECT_THAT(rejection_of({"CLEANUP", "-H"}), HasSubstr("write a directory of that name as ./-H"));
+    EXPECT_THAT(rejection_of({"GETDISKSPACE", "--json"}), HasSubstr("write a directory of that name as ./--json"));
+    EXPECT_THAT(rejection_of({"ENABLELOGGING", "-H"}), testing::Not(HasSubstr("./")));
 }
 
 TEST(Options, ThatAreMisplacedShowNoControlCharacters) {
-    EXPECT_THAT(refusal_of({"CLEANUP", "-H\x1b[2J"}), HasSubstr("put the option -H\\x1b[2J in front"));
+    EXPECT_THAT(rejection_of({"CLEANUP", "-H\x1b[2J"}), HasSubstr("put the option -H\\x1b[2J in front"));
 }
 
-TEST(Options, ThatAreMisplacedHaveACodeOfTheirOwn) {
+TEST(Options, ThatAreMisplacedHaveTheirOwnCode) {
     try {
         parse({"CLEANUP", "-H"});
-        ADD_FAILURE() << "not refused";
+        ADD_FAILURE() << "accepted";
     } catch (const Refusal& refusal) {
         EXPECT_EQ(refusal.code(), FailureCode::misplaced_option);
     }
 }
 
-TEST(Options, LeaveWhatIsNoneOfThemToTheRequest) {
+TEST(Options, LeaveOtherTextsToTheRequest) {
     for (const std::string& word : words_without_tools) {
         for (const char* argument : {"-x", "-", "--", "-lx", "-+", "-:", "--=x", "--hosts", "--unknown", "---host",
                                      "./-H", "H", "-Vx=", "a-H", ""}) {
@@ -119,7 +119,7 @@ TEST(Options, LeaveWhatIsNoneOfThemToTheRequest) {
     }
 }
 
-TEST(Options, BehindAWordThatRunsAToolAreTheTools) {
+TEST(Options, AfterAWordThatRunsAToolBelongToTheTool) {
     for (const char* word : {"RUNZMSU", "RUNZMCPLOGS", "CALCLOGSIZE", "FETCHFILE", "ZMLA", "zmsu", "zmcplogs",
                              "ktlogcfg", "versioninfo", "another", "cleanup"}) {
         for (const std::string& option : own_options) {
@@ -166,11 +166,11 @@ TEST(Options, NameASocket) {
     EXPECT_EQ(peer_of<LocalSocket>({"--socket", "/a/b", "CLEANUP"}).path, "/a/b");
 }
 
-TEST(Options, GiveConnectingThirtySecondsByDefault) {
+TEST(Options, AllowThirtySecondsToConnectByDefault) {
     EXPECT_EQ(parse({"CLEANUP"}).timeout, std::chrono::seconds(30));
 }
 
-TEST(Options, GiveConnectingTheTimeThatIsNamed) {
+TEST(Options, AllowTheGivenTimeToConnect) {
     EXPECT_EQ(parse({"-t", "1", "CLEANUP"}).timeout, std::chrono::seconds(1));
     EXPECT_EQ(parse({"--timeout", "86400", "CLEANUP"}).timeout, std::chrono::hours(24));
 }
@@ -186,11 +186,11 @@ TEST(Options, EndAtTwoDashes) {
     EXPECT_THAT(parse({"--", "-l", "x"}).request, ElementsAre("-l", "x"));
 }
 
-TEST(Options, LeaveTwoDashesBehindTheWordToTheRequest) {
+TEST(Options, LeaveTwoDashesAfterTheWordToTheRequest) {
     EXPECT_THAT(parse({"zmsu", "--", "-l"}).request, ElementsAre("zmsu", "--", "-l"));
 }
 
-TEST(Options, TakeTextsOfEveryLengthThatAnAgentTakes) {
+TEST(Options, AcceptTextsOfEveryLengthThatAgentsAccept) {
     const std::string longest(2047, 'x');
     EXPECT_THAT(parse({longest, "", longest}).request, ElementsAre(longest, "", longest));
 }
@@ -202,30 +202,30 @@ TEST(Options, AskForHelpOrTheVersionWithoutAWord) {
     EXPECT_EQ(parse({"--version"}).action, Action::show_version);
 }
 
-TEST(Options, AreRefusedWithoutAWord) {
-    EXPECT_THAT(refusal_of({}), HasSubstr("a request word is missing"));
-    EXPECT_THAT(refusal_of({"-l"}), HasSubstr("a request word is missing"));
-    EXPECT_THAT(refusal_of({"--"}), HasSubstr("a request word is missing"));
+TEST(Options, AreRejectedWithoutAWord) {
+    EXPECT_THAT(rejection_of({}), HasSubstr("a request word is missing"));
+    EXPECT_THAT(rejection_of({"-l"}), HasSubstr("a request word is missing"));
+    EXPECT_THAT(rejection_of({"--"}), HasSubstr("a request word is missing"));
 }
 
-TEST(Options, AreRefusedWhenUnknown) {
-    EXPECT_THAT(refusal_of({"-x", "CLEANUP"}), HasSubstr("there is no option -x"));
-    EXPECT_THAT(refusal_of({"-lx", "CLEANUP"}), HasSubstr("there is no option -x"));
-    EXPECT_THAT(refusal_of({"--unknown=5", "CLEANUP"}), HasSubstr("there is no option --unknown "));
-    EXPECT_THAT(refusal_of({"-\x1b", "CLEANUP"}), HasSubstr("there is no option -\\x1b"));
+TEST(Options, AreRejectedWhenUnknown) {
+    EXPECT_THAT(rejection_of({"-x", "CLEANUP"}), HasSubstr("there is no option -x"));
+    EXPECT_THAT(rejection_of({"-lx", "CLEANUP"}), HasSubstr("there is no option -x"));
+    EXPECT_THAT(rejection_of({"--unknown=5", "CLEANUP"}), HasSubstr("there is no option --unknown "));
+    EXPECT_THAT(rejection_of({"-\x1b", "CLEANUP"}), HasSubstr("there is no option -\\x1b"));
 }
 
-TEST(Options, AreRefusedWhenAbbreviatedTooFar) {
-    EXPECT_THAT(refusal_of({"--h", "CLEANUP"}), HasSubstr("several options begin with --h "));
+TEST(Options, AreRejectedWhenAbbreviatedTooFar) {
+    EXPECT_THAT(rejection_of({"--h", "CLEANUP"}), HasSubstr("several options begin with --h "));
 }
 
-TEST(Options, AreRefusedWithoutTheirArgument) {
-    EXPECT_THAT(refusal_of({"-lH"}), HasSubstr("the option --host needs an argument"));
-    EXPECT_THAT(refusal_of({"--agent"}), HasSubstr("the option --agent needs an argument"));
+TEST(Options, AreRejectedWithoutTheirArgument) {
+    EXPECT_THAT(rejection_of({"-lH"}), HasSubstr("the option --host needs an argument"));
+    EXPECT_THAT(rejection_of({"--agent"}), HasSubstr("the option --agent needs an argument"));
 }
 
-TEST(Options, AreRefusedWithAnArgumentThatTheyDoNotTake) {
-    EXPECT_THAT(refusal_of({"--local=yes", "CLEANUP"}), HasSubstr("the option --local takes no argument"));
+TEST(Options, AreRejectedWithAnArgumentThatTheyDoNotTake) {
+    EXPECT_THAT(rejection_of({"--local=yes", "CLEANUP"}), HasSubstr("the option --local takes no argument"));
 }
 
 TEST(Options, AskForJsonAlsoAfterAnInvalidOption) {
@@ -236,38 +236,39 @@ TEST(Options, AskForJsonAlsoAfterAnInvalidOption) {
     EXPECT_EQ(answer_format(read_options(3, arguments.data())), AnswerFormat::json);
 }
 
-TEST(Options, AreRefusedWhenTheyContradictEachOther) {
-    EXPECT_THAT(refusal_of({"-S", "a", "-H", "b", "CLEANUP"}), HasSubstr("--socket cannot be used together"));
-    EXPECT_THAT(refusal_of({"-l", "-S", "a", "CLEANUP"}), HasSubstr("--socket cannot be used together"));
-    EXPECT_THAT(refusal_of({"-H", "b", "-l", "CLEANUP"}), HasSubstr("--host cannot be used together"));
-    EXPECT_THAT(refusal_of({"--agent", "a", "-H", "b", "CLEANUP"}), HasSubstr("--agent cannot be used together"));
-    EXPECT_THAT(refusal_of({"--agent", "a", "-S", "b", "CLEANUP"}), HasSubstr("--agent cannot be used together"));
-    EXPECT_THAT(refusal_of({"-p", "5", "CLEANUP"}), HasSubstr("--port needs --host"));
-    EXPECT_THAT(refusal_of({"-p", "5", "-S", "a", "CLEANUP"}), HasSubstr("--port needs --host"));
+TEST(Options, AreRejectedWhenTheyContradictEachOther) {
+    EXPECT_THAT(rejection_of({"-S", "a", "-H", "b", "CLEANUP"}), HasSubstr("--socket cannot be used together"));
+    EXPECT_THAT(rejection_of({"-l", "-S", "a", "CLEANUP"}), HasSubstr("--socket cannot be used together"));
+    EXPECT_THAT(rejection_of({"-H", "b", "-l", "CLEANUP"}), HasSubstr("--host cannot be used together"));
+    EXPECT_THAT(rejection_of({"--agent", "a", "-H", "b", "CLEANUP"}), HasSubstr("--agent cannot be used together"));
+    EXPECT_THAT(rejection_of({"--agent", "a", "-S", "b", "CLEANUP"}), HasSubstr("--agent cannot be used together"));
+    EXPECT_THAT(rejection_of({"-p", "5", "CLEANUP"}), HasSubstr("--port needs --host"));
+    EXPECT_THAT(rejection_of({"-p", "5", "-S", "a", "CLEANUP"}), HasSubstr("--port needs --host"));
 }
 
-TEST(Options, AreRefusedWithNumbersOutOfRange) {
+TEST(Options, AreRejectedWithNumbersOutOfRange) {
     for (const char* port : {"0", "65536", "-1", "99999999999999999999", "", "x", "5x", " 5", "+5", "0x10", "5.0"}) {
-        EXPECT_THAT(refusal_of({"-H", "there", "-p", port, "CLEANUP"}),
+        EXPECT_THAT(rejection_of({"-H", "there", "-p", port, "CLEANUP"}),
                     HasSubstr("the port must be a number from 1 to 65535"))
             << port;
     }
     for (const char* seconds : {"0", "86401", "-1", "99999999999999999999", "", "x", "5s", "1.5"}) {
-        EXPECT_THAT(refusal_of({"-t", seconds, "CLEANUP"}), HasSubstr("the time-out must be a number from 1 to 86400"))
+        EXPECT_THAT(rejection_of({"-t", seconds, "CLEANUP"}),
+                    HasSubstr("the time-out must be a number from 1 to 86400"))
             << seconds;
     }
 }
 
-TEST(Options, AreRefusedWithTextsThatNoAgentTakes) {
+TEST(Options, AreRejectedWithTextsThatNoAgentAccepts) {
     const std::string too_long(2048, 'x');
-    EXPECT_THAT(refusal_of({too_long}), HasSubstr("the word has 2048 bytes"));
-    EXPECT_THAT(refusal_of({"CLEANUP", "a", too_long}), HasSubstr("argument 2 has 2048 bytes"));
+    EXPECT_THAT(rejection_of({too_long}), HasSubstr("the word has 2048 bytes"));
+    EXPECT_THAT(rejection_of({"CLEANUP", "a", too_long}), HasSubstr("argument 2 has 2048 bytes"));
 }
 
 TEST(HelpText, FitsAScreen) {
     const std::string text = help_text();
     std::string_view rest = text;
-    EXPECT_LT(std::count(rest.begin(), rest.end(), '\n'), 24);  // a line is left for the prompt
+    EXPECT_LT(std::count(rest.begin(), rest.end(), '\n'), 24);  // one line is left for the prompt
     for (std::size_t end = 0; (end = rest.find('\n')) != std::string_view::npos; rest.remove_prefix(end + 1)) {
         EXPECT_LE(end, 80U) << rest.substr(0, end);
     }

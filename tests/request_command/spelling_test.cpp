@@ -10,7 +10,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(EditDistance, CountsInsertionsOmissionsReplacementsAndExchanges) {
+TEST(EditDistance, CountsInsertionsOmissionsReplacementsAndSwaps) {
     EXPECT_EQ(edit_distance("", ""), 0U);
     EXPECT_EQ(edit_distance("abc", "abc"), 0U);
     EXPECT_EQ(edit_distance("", "abc"), 3U);
@@ -23,24 +23,24 @@ TEST(EditDistance, CountsInsertionsOmissionsReplacementsAndExchanges) {
     EXPECT_EQ(edit_distance("kitten", "sitting"), 3U);
 }
 
-TEST(EditDistance, CountsEditsBetweenExchangedLetters) {
+TEST(EditDistance, CountsEditsBetweenSwappedLetters) {
     EXPECT_EQ(edit_distance("ca", "abc"), 2U);
     EXPECT_EQ(edit_distance("abc", "ca"), 2U);
     EXPECT_EQ(edit_distance("a cat", "an abct"), 3U);
 }
 
-TEST(EditDistance, TakesBytesOfAnyValue) {
+TEST(EditDistance, AcceptsBytesOfAnyValue) {
     EXPECT_EQ(edit_distance("\xff\x80", "\x80\xff"), 1U);
 }
 
-TEST(NearestWords, HaveTwoEditsAtMost) {
+TEST(NearestWords, HaveAtMostTwoEdits) {
     EXPECT_THAT(nearest_words("GETDISKSAPCE", {"GETDISKSPACE", "CLEANUP"}), ElementsAre("GETDISKSPACE"));
     EXPECT_THAT(nearest_words("CLAENPU", {"GETDISKSPACE", "CLEANUP"}), ElementsAre("CLEANUP"));
     EXPECT_THAT(nearest_words("CLAENPUX", {"GETDISKSPACE", "CLEANUP"}), IsEmpty());
     EXPECT_THAT(nearest_words("", {"GETDISKSPACE", "CLEANUP"}), IsEmpty());
 }
 
-TEST(NearestWords, HaveEditsInHalfOfTheirLettersAtMost) {
+TEST(NearestWords, HaveEditsInAtMostHalfOfTheirLetters) {
     EXPECT_THAT(nearest_words("KR", {"RK"}), ElementsAre("RK"));
     EXPECT_THAT(nearest_words("AB", {"RK"}), IsEmpty());
     EXPECT_THAT(nearest_words("KABC", {"KOB"}), IsEmpty());
@@ -60,40 +60,40 @@ TEST(NearestWords, AreNoneForAKnownWord) {
     EXPECT_THAT(nearest_words("ZMLOGDIR", {"MMLOGDIR", "ZMLOGDIR"}), IsEmpty());
 }
 
-TEST(SpellingRemarks, TellTheWordThatMayHaveBeenMeant) {
+TEST(SpellingRemarks, SuggestAWord) {
     EXPECT_THAT(spelling_remarks({"GETDISKSAPCE", "/tmp"}),
                 ElementsAre("GETDISKSAPCE is no known request word; did you mean GETDISKSPACE?"));
     EXPECT_THAT(spelling_remarks({"Enablelogging"}),
                 ElementsAre("Enablelogging is no known request word; did you mean ENABLELOGGING?"));
 }
 
-TEST(SpellingRemarks, TellTheToolThatMayHaveBeenMeant) {
+TEST(SpellingRemarks, SuggestATool) {
     EXPECT_THAT(spelling_remarks({"zmcplog"}), ElementsAre("zmcplog is no known request word; did you mean zmcplogs?"));
     EXPECT_THAT(spelling_remarks({"VersionInfo"}),
                 ElementsAre("VersionInfo is no known request word; did you mean versioninfo?"));
 }
 
-TEST(SpellingRemarks, TellTheCategoriesThatMayHaveBeenMeant) {
+TEST(SpellingRemarks, SuggestCategories) {
     EXPECT_THAT(spelling_remarks({"RESETLOGGING", "ZMKTLU:111", "VMCONF:vmd", "XMLOGDIR:a", "kob:kob=5"}),
                 ElementsAre("ZMKTLU is no known category; did you mean ZMKTUL?",
                             "XMLOGDIR is no known category; did you mean ZMLOGDIR or MMLOGDIR?",
                             "kob is no known category; did you mean KOB?"));
 }
 
-TEST(SpellingRemarks, AreMadeOfCategoriesOfLoggingWordsAlone) {
+TEST(SpellingRemarks, SuggestCategoriesOnlyForLoggingWords) {
     for (const char* word : {"ZMLA", "CLEANUP", "zmsu", "NOTHINGLIKEIT"}) {
         EXPECT_THAT(spelling_remarks({word, "ZMKTLU:111"}), IsEmpty()) << word;
     }
 }
 
-TEST(SpellingRemarks, AreNotMadeOfWhatIsNearNothing) {
+TEST(SpellingRemarks, AreEmptyForWordsUnlikeAny) {
     EXPECT_THAT(spelling_remarks({"REBOOT"}), IsEmpty());
     EXPECT_THAT(spelling_remarks({std::string(2047, 'x')}), IsEmpty());
     EXPECT_THAT(spelling_remarks({""}), IsEmpty());
     EXPECT_THAT(spelling_remarks({"ENABLELOGGING", "WEBSERVER:111", ":", "ZMKTLU", ""}), IsEmpty());
 }
 
-TEST(SpellingRemarks, AreNotMadeOfKnownWordsAndCategories) {
+TEST(SpellingRemarks, AreEmptyForKnownWordsAndCategories) {
     for (const KnownWord& word : known_words) {
         EXPECT_THAT(spelling_remarks({std::string(word.name)}), IsEmpty());
     }
