@@ -20,13 +20,13 @@
 #include "platform/posix.h"
 #include "tests/support/test_files.h"
 
-// There when the branches that the tests take are counted. What ends with _exit would lose its counts otherwise.
+// Exists in builds that count branches. A process that ends with _exit has to write its counts itself.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" void __gcov_dump() __attribute__((weak));
 
 namespace {
 
-// Counts the failures of the current test so far, for what failed before the child began is not its failure.
+// Counts the failures of the current test so far. Earlier failures are not failures of the child.
 int failures() {
     const testing::TestResult& result = *testing::UnitTest::GetInstance()->current_test_info()->result();
     int count = 0;

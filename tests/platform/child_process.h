@@ -1,12 +1,12 @@
-// A process of a test's own.
+// Child processes of a test.
 #pragma once
 
 #include <sys/types.h>
 
 #include <functional>
 
-// A child process that does the work and ends: with status 0, or with 1 when an expectation of the test failed in it
-// or something was thrown. It is killed when its owner or this process goes first.
+// A child process that does the work and ends with status 0, or with 1 when an expectation failed or something was
+// thrown. It is killed when its owner or this process ends first.
 class ChildProcess {
   public:
     explicit ChildProcess(const std::function<void()>& work);
@@ -19,7 +19,7 @@ class ChildProcess {
     // Waits for its end. Returns its exit status, or -1 when a signal ended it.
     int wait();
 
-    // Tells whether it has not ended yet.
+    // Returns whether it is still running.
     bool runs();
 
   private:
@@ -27,13 +27,13 @@ class ChildProcess {
     int status_ = 0;
 };
 
-// Tells whether the work succeeded in a process of its own, whose descriptors, environment, rights and library state
-// are gone with it.
+// Runs the work in a child process, so that its descriptors, environment, permissions and library state do not affect
+// this one. Returns whether it succeeded.
 bool succeeds_in_child(const std::function<void()>& work);
 
-// Runs the current test anew in a process in which nothing was done before. Returns true there, where the test goes on;
-// here it is over, having failed if it failed there.
+// Runs the current test again in a fresh process. Returns true in that process. Returns false in this one, where the
+// test fails if it failed there.
 bool in_fresh_process();
 
-// Gives up the rights by which root reads and writes files that their modes deny. For child processes.
+// Drops the capabilities that let root ignore the modes of files. For child processes.
 void give_up_file_rights();

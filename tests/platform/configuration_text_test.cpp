@@ -1,4 +1,4 @@
-// Configuration texts: what is accepted and what is refused.
+// Which configuration texts are accepted and which are rejected.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -105,7 +105,7 @@ const std::string refused[] = {
     "KEY=value\x1f",
     "KEY=value\x7f",
     "KEY=\v",
-    // A verbosity that is no signed 32-bit number.
+    // A verbosity that is not a signed 32-bit number.
     "VERBOSE=",
     "VERBOSE=five",
     "VERBOSE=5x",
@@ -129,7 +129,7 @@ const std::string refused[] = {
     "tapemgr_verbose=five",
     "Tapemgr_Verbose=2147483648",
     "A_VERBOSE=x",
-    // Who is trusted.
+    // The list of trusted hosts.
     "SERVER=elsewhere",
     "server=elsewhere",
     "Server=elsewhere",
@@ -161,7 +161,7 @@ TEST_F(ConfigurationText, IsAcceptedWhenEveryLineIsASetting) {
     }
 }
 
-TEST_F(ConfigurationText, IsRefusedWhenOneLineIsNoSetting) {
+TEST_F(ConfigurationText, IsRejectedWhenALineIsNotASetting) {
     for (const std::string& text : refused) {
         ConfigRecord record{};
         EXPECT_NE(parse(text, record), 0) << testing::PrintToString(text);
@@ -169,7 +169,7 @@ TEST_F(ConfigurationText, IsRefusedWhenOneLineIsNoSetting) {
     }
 }
 
-TEST_F(ConfigurationText, IsRefusedWithTheSameStatusWhateverIsWrong) {
+TEST_F(ConfigurationText, IsRejectedWithTheSameStatusForAnyReason) {
     ConfigRecord record{};
     const int status = parse("SERVER=elsewhere", record);
     for (const std::string& text : refused) {
@@ -188,9 +188,9 @@ TEST_F(ConfigurationText, MayHaveAKeyAndAValueOfAnyLength) {
     FreeConfig(&record);
 }
 
-// Every byte that is no control character may be in a value; a newline begins the next line, and a zero byte ends the
+// A value may contain every byte except control characters. A newline begins the next line, and a zero byte ends the
 // text.
-TEST_F(ConfigurationText, MayHaveAnyByteInAValueThatIsNoControlCharacter) {
+TEST_F(ConfigurationText, MayHaveAnyByteExceptControlCharactersInAValue) {
     for (int byte = 1; byte < 256; ++byte) {
         if (byte == '\n') {
             continue;
@@ -202,7 +202,7 @@ TEST_F(ConfigurationText, MayHaveAnyByteInAValueThatIsNoControlCharacter) {
     }
 }
 
-TEST_F(ConfigurationText, ChangesNothingOfItsOwn) {
+TEST_F(ConfigurationText, DoesNotChangeTheFile) {
     ConfigRecord record{};
     EXPECT_EQ(parse("KEY=value", record), 0);
     FreeConfig(&record);
@@ -210,7 +210,7 @@ TEST_F(ConfigurationText, ChangesNothingOfItsOwn) {
     EXPECT_EQ(names_in("/usr/kumel/zembrath"), (std::vector<std::string>{"bin", "logs", "qr.conf", "sec"}));
 }
 
-TEST_F(ConfigurationText, LeavesTheRecordEmptyWhenItIsRefused) {
+TEST_F(ConfigurationText, LeavesTheRecordEmptyWhenItIsRejected) {
     ConfigRecord record{};
     EXPECT_NE(parse("A=1\nB=2\nSERVER=elsewhere\n", record), 0);
     EXPECT_EQ(record.settings, nullptr);

@@ -22,7 +22,7 @@ struct Update {
 };
 
 const Update rows[] = {
-    // Setting a key that is there: its first line is replaced, in its place.
+    // Setting an existing key replaces its first line.
     {"KEY = old\n", "KEY=new", "KEY = new\n"},
     {"A = 1\nKEY = old\nB = 2\n", "KEY=new", "A = 1\nKEY = new\nB = 2\n"},
     {"KEY=old\n", "KEY=new", "KEY = new\n"},
@@ -30,12 +30,12 @@ const Update rows[] = {
     {"KEY = \n", "KEY=new", "KEY = new\n"},
     {"KEY =\n", "KEY=new", "KEY = new\n"},
     {"KEY = a = b\n", "KEY=new", "KEY = new\n"},
-    // The form changes also where the value is the same.
+    // The line is rewritten even when the value is the same.
     {"KEY=new\n", "KEY=new", "KEY = new\n"},
     {"KEY = new\r\n", "KEY=new", "KEY = new\n"},
     {" KEY = new\n", "KEY=new", "KEY = new\n"},
     {"KEY = new \n", "KEY=new", "KEY = new\n"},
-    // The later lines go.
+    // Later lines of the key are removed.
     {"KEY = 1\nA = 1\nKEY = 2\nB = 2\nKEY = 3\n", "KEY=new", "KEY = new\nA = 1\nB = 2\n"},
     {"KEY = new\nKEY = new\n", "KEY=new", "KEY = new\n"},
     {"KEY = new\nkey = other\n", "KEY=new", "KEY = new\n"},
@@ -47,7 +47,7 @@ const Update rows[] = {
     {"aZ = 1\nAz = 2\n", "AZ=new", "AZ = new\n"},
     {"AZ = 1\n", "az=new", "az = new\n"},
     {"z = 1\na = 2\n", "Z\nA=new\n", "A = new\n"},
-    // A key that is not there is added at the end.
+    // A new key is added at the end.
     {"", "KEY=new", "KEY = new\n"},
     {"A = 1\n", "KEY=new", "A = 1\nKEY = new\n"},
     {"A = 1\n\n# end\n", "KEY=new", "A = 1\n\n# end\nKEY = new\n"},
@@ -61,7 +61,7 @@ const Update rows[] = {
     {"A = 1\nKEY = 1\nB = 2\nkey = 2\nKEY=3\n", "KEY", "A = 1\nB = 2\n"},
     {"A = 1\nKEY = 1", "KEY", "A = 1\n"},
     {"A = 1\nB = 2\n", "a\nb", ""},
-    // Of several settings of one key the last holds.
+    // The last of several settings of one key counts.
     {"KEY = old\n", "KEY=1\nKEY=2\nKEY=3\n", "KEY = 3\n"},
     {"KEY = old\n", "KEY=1\nKEY\n", ""},
     {"KEY = old\n", "KEY\nKEY=2\n", "KEY = 2\n"},
@@ -77,7 +77,7 @@ const Update rows[] = {
     {"", "VERBOSE=-2147483648", "VERBOSE = -2147483648\n"},
     {"", "VERBOSE=007", "VERBOSE = 007\n"},
     {"", "VERBOSE=-0", "VERBOSE = -0\n"},
-    // A last line without a newline gains one.
+    // A last line without a newline gets one.
     {"A = 1", "KEY=new", "A = 1\nKEY = new\n"},
     {"KEY = old", "KEY=new", "KEY = new\n"},
     {"KEY = old\nA = 1", "KEY=new", "KEY = new\nA = 1\n"},
@@ -95,7 +95,7 @@ const Update rows[] = {
      "@ = 1\n[ = 2\n` = 3\n{ = 4\nK@ = 5\nK[ = 6\nK` = 7\nK{ = 8\nK/ = 9\nK: = 10\nK = new\n"},
     {"SERVER = a\nKEY = old\nSERVER = b\nSERVER = a\n", "KEY=new", "SERVER = a\nKEY = new\nSERVER = b\nSERVER = a\n"},
     {"\n\n\nKEY = old\n\n\n", "KEY=new", "\n\n\nKEY = new\n\n\n"},
-    // Several at once.
+    // Several changes at once.
     {"A = 1\nB = 2\nC = 3\n", "C=33\nA\nD=4\nB=22\n", "B = 22\nC = 33\nD = 4\n"},
 };
 
@@ -137,7 +137,7 @@ class ConfigurationUpdate : public ProductTest {
     ConfigurationUpdate() { system_calls::reset(); }
 };
 
-TEST_F(ConfigurationUpdate, ChangesTheLinesOfItsKeysAlone) {
+TEST_F(ConfigurationUpdate, ChangesOnlyTheLinesOfItsKeys) {
     for (const Update& row : rows) {
         write_file(main_configuration, row.before);
         EXPECT_EQ(apply(row.settings), 0);
@@ -157,7 +157,7 @@ TEST_F(ConfigurationUpdate, ChangesNothingTheSecondTime) {
     }
 }
 
-TEST_F(ConfigurationUpdate, DoesNotWriteAFileOfWhichNoLineChanges) {
+TEST_F(ConfigurationUpdate, DoesNotWriteAFileWhenNoLineChanges) {
     for (const Update& row : rows_without_change) {
         write_file(main_configuration, row.before);
         const struct stat before = state_of(main_configuration);
@@ -185,7 +185,7 @@ TEST_F(ConfigurationUpdate, KeepsAFileOfManyLines) {
     EXPECT_TRUE(read_file(main_configuration) == before + "LAST = new\n");
 }
 
-TEST_F(ConfigurationUpdate, TakesManySettings) {
+TEST_F(ConfigurationUpdate, AppliesManySettings) {
     std::string settings;
     std::string after = "SERVER = localhost\n";
     for (int i = 0; i < 20'000; ++i) {
@@ -208,7 +208,7 @@ TEST_F(ConfigurationUpdate, AppliesARecordAgain) {
     FreeConfig(&record);
 }
 
-TEST_F(ConfigurationUpdate, IsRefusedForAnyOtherConfigurationThanTheStandardServers) {
+TEST_F(ConfigurationUpdate, IsRejectedForAnyConfigurationExceptTheStandardServers) {
     char settings[] = "KEY=new";
     ConfigRecord record{};
     ASSERT_EQ(ParseConfigExA(settings, &record, nullptr, 1), 0);
@@ -229,7 +229,7 @@ TEST_F(ConfigurationUpdate, FailsWithoutAFile) {
     EXPECT_FALSE(exists(main_configuration));
 }
 
-// What is set is what is read afterwards.
+// A later read returns what was set.
 TEST_F(ConfigurationUpdate, IsReadAfterwards) {
     write_file(main_configuration, "verbose = 1\nVERBOSE = 2\n");
     EXPECT_EQ(apply("VERBOSE=5"), 0);

@@ -9,7 +9,7 @@
 
 class CrashedRewrite : public RewriteTest {
   protected:
-    // Kills the change at a stop. Returns false when it has none of that number and went through.
+    // Kills the change at this stop. Returns false when the change ended before it.
     [[nodiscard]] bool crash_at(int stop) const {
         const Change change = GetParam().prepare();
         TracedProcess traced([&] { return change() == 0 ? 0 : 1; });
@@ -25,7 +25,7 @@ class CrashedRewrite : public RewriteTest {
 };
 FOR_EACH_REWRITTEN_FILE(CrashedRewrite);
 
-TEST_P(CrashedRewrite, LeavesTheOldOrTheNewTextAndNothingThatTheNextOneDoesNotClearAway) {
+TEST_P(CrashedRewrite, LeavesTheOldOrTheNewTextAndOnlyFilesThatTheNextRewriteRemoves) {
     int old_texts = 0;
     int new_texts = 0;
     write_file(GetParam().path, GetParam().before);
@@ -46,8 +46,8 @@ TEST_P(CrashedRewrite, LeavesTheOldOrTheNewTextAndNothingThatTheNextOneDoesNotCl
     EXPECT_GT(new_texts, 2);
 }
 
-// The next rewrite does not take the text of the one that was killed.
-TEST_P(CrashedRewrite, LeavesNothingThatTheNextOneTakesUp) {
+// The next rewrite does not use the text of the killed one.
+TEST_P(CrashedRewrite, LeavesNothingThatTheNextRewriteReuses) {
     for (int stop = 1; crash_at(stop); ++stop) {
         write_file(GetParam().path, "# other\n");
         EXPECT_EQ(GetParam().add_entry(2), 0);

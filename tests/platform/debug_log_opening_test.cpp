@@ -60,7 +60,7 @@ TEST_F(DebugLogOpening, NamesTheFileAfterTheLocalDate) {
     }
 }
 
-TEST_F(DebugLogOpening, StaysWithTheDateOnWhichTheAgentStarted) {
+TEST_F(DebugLogOpening, KeepsTheDateOnWhichTheAgentStarted) {
     EXPECT_TRUE(succeeds_in_child([&] {
         set_time_zone("UTC0");
         ASSERT_NE(open_log(), -1);
@@ -94,7 +94,7 @@ TEST_F(DebugLogOpening, Appends) {
     EXPECT_TRUE(log.starts_with("cut short\n12:00:00.000 [")) << log;
 }
 
-TEST_F(DebugLogOpening, KeepsWhatTheFileHolds) {
+TEST_F(DebugLogOpening, KeepsTheOldLines) {
     write_file(log_, "earlier\n");
     EXPECT_TRUE(succeeds_in_child([&] {
         set_time_zone("UTC0");
@@ -106,7 +106,7 @@ TEST_F(DebugLogOpening, KeepsWhatTheFileHolds) {
     EXPECT_TRUE(log.ends_with("] <16> t: m\n")) << log;
 }
 
-TEST_F(DebugLogOpening, BeginsANewLineAfterOneThatAnotherProcessCouldNotFinish) {
+TEST_F(DebugLogOpening, BeginsANewLineAfterALineThatAnotherProcessDidNotFinish) {
     for (const std::string before : {"x", "whole\nto", "whole\n\n\\"}) {
         write_file(log_, before);
         EXPECT_TRUE(succeeds_in_child([&] {
@@ -122,7 +122,7 @@ TEST_F(DebugLogOpening, BeginsANewLineAfterOneThatAnotherProcessCouldNotFinish) 
     }
 }
 
-// Another process has begun a new line first, and nothing of it is lost.
+// Another process began a new line first. Nothing of it is lost.
 TEST_F(DebugLogOpening, KeepsWhatOthersWroteAfterATornLine) {
     write_file(log_, "torn");
     EXPECT_TRUE(succeeds_in_child([&] {
@@ -135,7 +135,7 @@ TEST_F(DebugLogOpening, KeepsWhatOthersWroteAfterATornLine) {
     EXPECT_TRUE(log.starts_with("torn\nanother's\n\n12:00:00.000 [")) << log;
 }
 
-TEST_F(DebugLogOpening, NeedsNoRightToRead) {
+TEST_F(DebugLogOpening, NeedsNoReadPermission) {
     write_file(log_, "earlier\n");
     set_mode(log_, 0200);
     EXPECT_TRUE(succeeds_in_child([&] {
@@ -148,8 +148,8 @@ TEST_F(DebugLogOpening, NeedsNoRightToRead) {
     EXPECT_TRUE(read_file(log_).starts_with("earlier\n12:00:00.000 ["));
 }
 
-// Older kernels make a terminal that is opened to write the controlling one of the process, unless the flag forbids it.
-TEST_F(DebugLogOpening, TakesNoTerminal) {
+// On older kernels a terminal opened for writing becomes the controlling terminal, unless the flag forbids it.
+TEST_F(DebugLogOpening, AcquiresNoTerminal) {
     EXPECT_TRUE(succeeds_in_child([&] {
         set_time_zone("UTC0");
         for (const char* log : {"a new one", "one that is there"}) {
@@ -179,7 +179,7 @@ TEST_F(DebugLogOpening, CreatesTheFileWithTheModeLessTheUmask) {
     }
 }
 
-TEST_F(DebugLogOpening, LeavesTheModesOfWhatIsThere) {
+TEST_F(DebugLogOpening, KeepsTheModesOfExistingFiles) {
     write_file(log_, "");
     set_mode(log_, 0600);
     set_mode(root_.path("agent"), 0711);
@@ -200,8 +200,8 @@ TEST_F(DebugLogOpening, DoesNotCreateTheRoot) {
     EXPECT_FALSE(exists(root_.path("missing")));
 }
 
-// Nobody reads it, so opening it as a file would wait for ever.
-TEST_F(DebugLogOpening, FailsWhereTheFileIsAFifo) {
+// Nobody reads the FIFO, so opening it like a file would wait forever.
+TEST_F(DebugLogOpening, FailsWhenTheFileIsAFifo) {
     make_folder(root_.path("agent"));
     ASSERT_EQ(mkfifo(log_.c_str(), 0600), 0);
     EXPECT_TRUE(succeeds_in_child([&] {
@@ -211,7 +211,7 @@ TEST_F(DebugLogOpening, FailsWhereTheFileIsAFifo) {
     }));
 }
 
-TEST_F(DebugLogOpening, FailsWhereTheFolderIsAFile) {
+TEST_F(DebugLogOpening, FailsWhenTheFolderIsAFile) {
     write_file(root_.path("agent"), "a file");
     EXPECT_TRUE(succeeds_in_child([&] {
         EXPECT_EQ(open_log(), -1);
@@ -220,7 +220,7 @@ TEST_F(DebugLogOpening, FailsWhereTheFolderIsAFile) {
     EXPECT_EQ(read_file(root_.path("agent")), "a file");
 }
 
-TEST_F(DebugLogOpening, FailsWhereTheFileIsAFolder) {
+TEST_F(DebugLogOpening, FailsWhenTheFileIsAFolder) {
     make_folder(log_);
     EXPECT_TRUE(succeeds_in_child([&] {
         set_time_zone("UTC0");
@@ -230,7 +230,7 @@ TEST_F(DebugLogOpening, FailsWhereTheFileIsAFolder) {
     EXPECT_TRUE(names_in(log_).empty());
 }
 
-TEST_F(DebugLogOpening, FailsWhereTheFileMayNotBeCreated) {
+TEST_F(DebugLogOpening, FailsWhenTheFileMayNotBeCreated) {
     make_folder(root_.path("agent"));
     set_mode(root_.path("agent"), 0555);
     EXPECT_TRUE(succeeds_in_child([&] {
@@ -241,7 +241,7 @@ TEST_F(DebugLogOpening, FailsWhereTheFileMayNotBeCreated) {
     EXPECT_TRUE(names_in(root_.path("agent")).empty());
 }
 
-TEST_F(DebugLogOpening, LeavesTheOutValueAlone) {
+TEST_F(DebugLogOpening, DoesNotTouchTheOutValue) {
     EXPECT_TRUE(succeeds_in_child([&] {
         int out = 4711;
         EXPECT_NE(open_debug_log(root_.path().c_str(), "agent", "agent", 0666, &out), -1);
@@ -262,11 +262,11 @@ TEST_F(DebugLogOpening, ReturnsTheDescriptorOfTheLog) {
     }));
 }
 
-TEST_F(DebugLogOpening, GivesADescriptorThatIsClosedOnExec) {
+TEST_F(DebugLogOpening, ReturnsADescriptorThatIsClosedOnExec) {
     EXPECT_TRUE(succeeds_in_child([&] { EXPECT_EQ(fcntl(open_log(), F_GETFD), FD_CLOEXEC); }));
 }
 
-// Where a standard stream is closed its number is the lowest free one.
+// The number of a closed standard stream is the lowest free one.
 TEST_F(DebugLogOpening, IsNeverAStandardStream) {
     for (int closed = 1; closed < 8; ++closed) {
         EXPECT_TRUE(succeeds_in_child([&] {

@@ -122,7 +122,7 @@ TEST_F(DebugLog, WritesTheTimeOfEachMessage) {
     EXPECT_EQ(times, "00:00:59.000 00:00:59.999 00:01:00.001 23:59:59.000 00:00:59.002 ");
 }
 
-TEST_F(DebugLog, FillsTheTimeUpWithZeros) {
+TEST_F(DebugLog, PadsTheTimeWithZeros) {
     overrides.time_of_day = timespec{3723, 4'000'000};
     const std::string log = debug_log_of([] {
         setenv("TZ", "UTC0", 1);
@@ -132,7 +132,7 @@ TEST_F(DebugLog, FillsTheTimeUpWithZeros) {
     EXPECT_TRUE(log.starts_with("01:02:03.004 [")) << log;
 }
 
-// Those who read logs know the numbers.
+// Readers of logs rely on the numbers.
 TEST_F(DebugLog, HasTheseNumbersForLevels) {
     EXPECT_EQ(log_level::detail, 2);
     EXPECT_EQ(log_level::information, 4);
@@ -155,8 +155,8 @@ TEST_F(DebugLog, WritesAnEmptyMessage) {
     EXPECT_EQ(line_with_text(""), "<4> tag: ");
 }
 
-// No byte stands for that character here.
-TEST_F(DebugLog, WritesALineAlsoForAMessageThatCannotBePrinted) {
+// This character cannot be converted in the C locale.
+TEST_F(DebugLog, WritesALineEvenForAMessageThatCannotBePrinted) {
     EXPECT_EQ(logged_message([] { logmsgf(log_level::information, "tag", "text %ls", L"\u20ac"); }), "<4> tag: ");
 }
 
@@ -185,7 +185,7 @@ TEST_F(DebugLog, EscapesEveryByteBelow32InAMessageOfAnyLength) {
     }
 }
 
-TEST_F(DebugLog, KeepsEveryByteOf128AndMore) {
+TEST_F(DebugLog, KeepsEveryByteFrom128On) {
     std::string text;
     for (int byte = 128; byte < 256; ++byte) {
         text += static_cast<char>(byte);
@@ -204,8 +204,8 @@ TEST_F(DebugLog, CutsNoMessage) {
     }
 }
 
-// Around the length of which a line is short enough for the stack, too.
-TEST_F(DebugLog, CutsNoMessageOfAnyLengthNorAnEscape) {
+// Includes the lengths around which a line no longer fits on the stack.
+TEST_F(DebugLog, CutsNeitherAMessageOfAnyLengthNorAnEscape) {
     constexpr std::size_t lengths = 2100;
     const std::string log = debug_log_of([] {
         for (std::size_t length = 0; length < lengths; ++length) {
@@ -235,7 +235,7 @@ TEST_F(DebugLog, WritesAMessageWithASingleWrite) {
     }
 }
 
-TEST_F(DebugLog, LeavesTheErrorNumberAlone) {
+TEST_F(DebugLog, KeepsTheErrorNumber) {
     debug_log_of([] {
         errno = ENOTTY;
         logmsgf(log_level::error, "t", "%s", std::string(1U << 20, 'x').c_str());
@@ -243,7 +243,7 @@ TEST_F(DebugLog, LeavesTheErrorNumberAlone) {
     });
 }
 
-TEST_F(DebugLog, LeavesTheErrorNumberAloneWhenTheLogCannotBeWritten) {
+TEST_F(DebugLog, KeepsTheErrorNumberWhenTheLogCannotBeWritten) {
     debug_log_of([] {
         failures["write"] = {ENOSPC};
         errno = ENOTTY;
@@ -252,7 +252,7 @@ TEST_F(DebugLog, LeavesTheErrorNumberAloneWhenTheLogCannotBeWritten) {
     });
 }
 
-TEST_F(DebugLog, KeepsLinesOfProcessesThatShareItApart) {
+TEST_F(DebugLog, SeparatesTheLinesOfProcessesThatShareIt) {
     const std::string text(5000, 'x');
     const std::string log = debug_log_of([&text] {
         const auto write_lines = [&text] {

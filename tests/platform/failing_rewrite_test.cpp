@@ -1,4 +1,4 @@
-// Rewrites that fail because a call fails or a disk takes no more.
+// Rewrites that fail because a call fails or a disk is full or read-only.
 #include "tests/platform/failing_rewrite.h"
 
 #include <gtest/gtest.h>
@@ -77,7 +77,7 @@ class Mount {
 
 FOR_EACH_REWRITTEN_FILE(FailingRewrite);
 
-TEST_P(FailingRewrite, LeavesTheOldTextWhereverItFailsBeforeTheRename) {
+TEST_P(FailingRewrite, LeavesTheOldTextWhenAnyCallBeforeTheRenameFails) {
     for (const FailingCall& failing : calls_before_the_rename) {
         SCOPED_TRACE(failing.reason);
         const Change change = prepare_anew();
@@ -87,7 +87,7 @@ TEST_P(FailingRewrite, LeavesTheOldTextWhereverItFailsBeforeTheRename) {
     }
 }
 
-TEST_P(FailingRewrite, LeavesTheOldTextWhereverTheDiskIsFull) {
+TEST_P(FailingRewrite, LeavesTheOldTextWhenTheDiskIsFullAtAnyByte) {
     for (const auto& [reason, disk] : full_disks) {
         SCOPED_TRACE(reason);
         const Change change = prepare_anew();
@@ -97,7 +97,7 @@ TEST_P(FailingRewrite, LeavesTheOldTextWhereverTheDiskIsFull) {
     }
 }
 
-TEST_P(FailingRewrite, LeavesTheOldTextWhenTheOwnerOrTheGroupCannotBeGiven) {
+TEST_P(FailingRewrite, LeavesTheOldTextWhenOwnerOrGroupCannotBeSet) {
     const Change change = GetParam().prepare();
     const struct stat state = state_of(GetParam().path);
     for (const uid_t user : {state.st_uid, state.st_uid + 1}) {
@@ -108,7 +108,7 @@ TEST_P(FailingRewrite, LeavesTheOldTextWhenTheOwnerOrTheGroupCannotBeGiven) {
     expect_change();
 }
 
-TEST_P(FailingRewrite, IsOneWhenTheFolderCannotBeFlushedThoughTheChangeStands) {
+TEST_P(FailingRewrite, IsReportedWhenTheFolderCannotBeFlushedAlthoughTheChangeIsMade) {
     for (const int error : {EIO, ENOSPC}) {
         write_file(GetParam().path, GetParam().before);
         const Change change = GetParam().prepare();
@@ -120,7 +120,7 @@ TEST_P(FailingRewrite, IsOneWhenTheFolderCannotBeFlushedThoughTheChangeStands) {
     }
 }
 
-TEST_P(FailingRewrite, GoesOnAfterAnInterruptedWaitForTheLock) {
+TEST_P(FailingRewrite, ContinuesAfterAnInterruptedWaitForTheLock) {
     const Change change = GetParam().prepare();
     failures["flock"] = times(3, EINTR);
     EXPECT_EQ(change(), 0);
@@ -128,7 +128,7 @@ TEST_P(FailingRewrite, GoesOnAfterAnInterruptedWaitForTheLock) {
     expect_rewritten();
 }
 
-// A file system of a few pages, full but for less than the new text takes.
+// The file system has a few pages, and fewer of them free than the new text needs.
 TEST_P(FailingRewrite, LeavesTheOldTextOnAFullDisk) {
     {
         const Mount disk("disk", GetParam().folder(), "tmpfs", 0, "size=64k");
@@ -149,15 +149,15 @@ TEST_P(FailingRewrite, LeavesTheOldTextOnAFullDisk) {
     expect_text(GetParam().before);
 }
 
-// A file system of as many files as there are and one more, which the lock takes.
-TEST_P(FailingRewrite, LeavesTheOldTextOnADiskThatTakesNoMoreFiles) {
+// The file system has room for one more file, which is the lock.
+TEST_P(FailingRewrite, LeavesTheOldTextOnADiskWithoutFreeInodes) {
     const Mount disk("disk", GetParam().folder(), "tmpfs", 0, "nr_inodes=3");
     write_file(GetParam().path, GetParam().before);
     names_before_ = names_in(GetParam().folder());
     expect_failure(GetParam().prepare(), ENOSPC);
 }
 
-// What is mounted cannot be replaced.
+// A mount point cannot be replaced.
 TEST_P(FailingRewrite, LeavesTheOldTextOfAFileThatIsMounted) {
     const Change change = GetParam().prepare();
     {
@@ -179,7 +179,7 @@ TEST_P(FailingRewrite, LeavesTheOldTextOnAReadOnlyDisk) {
     expect_change();
 }
 
-TEST_P(FailingRewrite, LeavesTheLockFree) {
+TEST_P(FailingRewrite, ReleasesTheLock) {
     const Change change = GetParam().prepare();
     failures["fsync file"] = {EIO};
     EXPECT_EQ(change(), GetParam().failure(EIO));

@@ -9,10 +9,10 @@
 #include "tests/platform/system_calls.h"
 #include "tests/support/connected_sockets.h"
 
-// What the error number is before a read, so that a success that touches it is seen.
+// The error number before a read. It shows whether a successful read changes it.
 inline constexpr int untouched = 4711;
 
-// More seconds than any read takes that works.
+// More seconds than any successful read takes.
 inline constexpr int plenty_of_time = 30;
 
 inline constexpr int longest_string = 2047;
@@ -35,7 +35,7 @@ struct ReadString {
 std::ostream& operator<<(std::ostream& out, const ReadNumber& read);
 std::ostream& operator<<(std::ostream& out, const ReadString& read);
 
-// Where a long has 32 bits, the low ones are what is read.
+// When a long has 32 bits, only the low ones are kept.
 ReadNumber number_read(long long number);
 ReadNumber number_refused(int error);
 ReadString string_read(const std::string& text);
@@ -43,8 +43,7 @@ ReadString string_refused(int error);
 
 ReadNumber read_number(int socket, int timeout = plenty_of_time);
 
-// A failed read leaves an empty text, and no part of one. The test fails when the library writes behind the buffer's
-// end.
+// A failed read leaves an empty text. The test fails when the library writes beyond the buffer.
 ReadString read_string(int socket, int max_length = longest_string, int timeout = plenty_of_time);
 
 // Returns a text of so many bytes.
@@ -63,7 +62,7 @@ class FramingTest : public testing::Test {
     void close_peer() { ends_.peer_end.reset(); }
     [[nodiscard]] int socket() const { return ends_.agent_end.get(); }
 
-    // Takes what has been sent and not been read.
+    // Returns what was sent and not read.
     [[nodiscard]] std::string unread() const;
 
     // Makes a new connection over which the text is sent.

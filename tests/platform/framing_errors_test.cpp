@@ -13,12 +13,12 @@ using system_calls::overrides;
 
 namespace {
 
-class RefusedNumber : public FramingTest {};
-class RefusedString : public FramingTest {};
+class RejectedNumber : public FramingTest {};
+class RejectedString : public FramingTest {};
 
 using namespace std::string_literals;
 
-// What is no netstring, whatever it was meant to be. Nothing more comes, and nothing more is waited for.
+// Texts that are not netstrings. They are rejected without waiting for more.
 const std::string no_netstrings[] = {
     ":",
     ":5,",  // no length
@@ -36,7 +36,7 @@ const std::string no_netstrings[] = {
     "1 :5,",
     "1,5,",
     "1;",
-    "1\0:5,"s,  // a length that goes on with something else
+    "1\0:5,"s,  // a length followed by something else
     "00",
     "00:,",
     "01:5,",
@@ -90,21 +90,21 @@ const std::string numbers_out_of_range[] = {
 
 }  // namespace
 
-TEST_F(RefusedNumber, IsEprotoWhereThereIsNoNetstring) {
+TEST_F(RejectedNumber, IsEprotoWithoutANetstring) {
     for (const std::string& text : no_netstrings) {
         connect_and_send(text);
         EXPECT_EQ(read_number(socket()), number_refused(EPROTO)) << testing::PrintToString(text);
     }
 }
 
-TEST_F(RefusedString, IsEprotoWhereThereIsNoNetstring) {
+TEST_F(RejectedString, IsEprotoWithoutANetstring) {
     for (const std::string& text : no_netstrings) {
         connect_and_send(text);
         EXPECT_EQ(read_string(socket()), string_refused(EPROTO)) << testing::PrintToString(text);
     }
 }
 
-TEST_F(RefusedNumber, IsEprotoWhereTheTextIsNoNumber) {
+TEST_F(RejectedNumber, IsEprotoWhenTheTextIsNotANumber) {
     for (const std::string& text : no_numbers) {
         connect_and_send(framed(text) + "rest");
         EXPECT_EQ(read_number(socket()), number_refused(EPROTO)) << testing::PrintToString(text);
@@ -112,7 +112,7 @@ TEST_F(RefusedNumber, IsEprotoWhereTheTextIsNoNumber) {
     }
 }
 
-TEST_F(RefusedNumber, IsErangeBeyond64Bits) {
+TEST_F(RejectedNumber, IsErangeBeyond64Bits) {
     for (const std::string& text : numbers_out_of_range) {
         connect_and_send(framed(text) + "rest");
         EXPECT_EQ(read_number(socket()), number_refused(ERANGE)) << text;
@@ -120,33 +120,33 @@ TEST_F(RefusedNumber, IsErangeBeyond64Bits) {
     }
 }
 
-TEST_F(RefusedNumber, IsEprotoBeyond64BitsWithoutTheComma) {
+TEST_F(RejectedNumber, IsEprotoBeyond64BitsWithoutTheComma) {
     send("20:99999999999999999999;");
     EXPECT_EQ(read_number(socket()), number_refused(EPROTO));
 }
 
-// Nothing but the length comes, so what is refused is refused without waiting for more.
-TEST_F(RefusedNumber, IsEmsgsizeFromTheLengthAlone) {
+// Only the length arrives, so the rejection does not wait for more.
+TEST_F(RejectedNumber, IsEmsgsizeAsSoonAsTheLengthArrives) {
     for (const char* length : {"2048:", "9999:", "65536:", "2147483648:", "4294967297:", "9999999999:"}) {
         connect_and_send(length);
         EXPECT_EQ(read_number(socket()), number_refused(EMSGSIZE)) << length;
     }
 }
 
-TEST_F(RefusedString, IsEmsgsizeFromTheLengthAlone) {
+TEST_F(RejectedString, IsEmsgsizeAsSoonAsTheLengthArrives) {
     for (const char* length : {"2048:", "9999:", "65536:", "2147483648:", "4294967297:", "9999999999:"}) {
         connect_and_send(length);
         EXPECT_EQ(read_string(socket()), string_refused(EMSGSIZE)) << length;
     }
 }
 
-TEST_F(RefusedString, IsNotCutToFit) {
+TEST_F(RejectedString, IsNotCutToFit) {
     send(framed(repeated('x', 2048)));
     EXPECT_EQ(read_string(socket()), string_refused(EMSGSIZE));
     EXPECT_EQ(unread(), repeated('x', 2048) + ",");
 }
 
-TEST_F(RefusedString, IsEmsgsizeOneByteBeyondWhatTheCallerSays) {
+TEST_F(RejectedString, IsEmsgsizeOneByteBeyondTheCallersLimit) {
     struct Limit {
         int max_length;
         const char* length;
@@ -157,7 +157,7 @@ TEST_F(RefusedString, IsEmsgsizeOneByteBeyondWhatTheCallerSays) {
     }
 }
 
-TEST_F(RefusedString, TakesWhatShowsTheErrorAndNoMore) {
+TEST_F(RejectedString, ConsumesOnlyTheBytesThatShowTheError) {
     struct BadString {
         std::string sent;
         int error;
@@ -182,7 +182,7 @@ TEST_F(RefusedString, TakesWhatShowsTheErrorAndNoMore) {
     }
 }
 
-TEST_F(RefusedString, IsEilseqWithAZeroByte) {
+TEST_F(RejectedString, IsEilseqWithAZeroByte) {
     for (const std::string& text : {"\0"s, "\0abc"s, "a\0c"s, "abc\0"s, repeated('\0', 2047)}) {
         connect_and_send(framed(text) + "rest");
         EXPECT_EQ(read_string(socket()), string_refused(EILSEQ)) << testing::PrintToString(text);
@@ -190,7 +190,7 @@ TEST_F(RefusedString, IsEilseqWithAZeroByte) {
     }
 }
 
-TEST_F(RefusedNumber, IsEconnresetWhereverThePeerCloses) {
+TEST_F(RejectedNumber, IsEconnresetWhereverThePeerCloses) {
     const std::string whole = "10:2147483648,";
     for (std::size_t sent = 0; sent < whole.size(); ++sent) {
         connect_and_send(whole.substr(0, sent));
@@ -199,7 +199,7 @@ TEST_F(RefusedNumber, IsEconnresetWhereverThePeerCloses) {
     }
 }
 
-TEST_F(RefusedString, IsEconnresetWhereverThePeerCloses) {
+TEST_F(RejectedString, IsEconnresetWhereverThePeerCloses) {
     const std::string whole = "12:GETDISKSPACE,";
     for (std::size_t sent = 0; sent < whole.size(); ++sent) {
         connect_and_send(whole.substr(0, sent));
@@ -208,20 +208,20 @@ TEST_F(RefusedString, IsEconnresetWhereverThePeerCloses) {
     }
 }
 
-TEST_F(RefusedString, IsEconnresetWhenThePeerEndsItsSendingAlone) {
+TEST_F(RejectedString, IsEconnresetWhenThePeerOnlyStopsSending) {
     send("12:GET");
     ASSERT_EQ(shutdown(ends_.peer_end.get(), SHUT_WR), 0);
     EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
 }
 
-TEST_F(RefusedString, IsEconnresetWhenThePeerCloses) {
+TEST_F(RejectedString, IsEconnresetWhenThePeerCloses) {
     overrides.steady_time = std::chrono::nanoseconds(0);
     overrides.instead_of_waiting = [&] { close_peer(); };
     send("12:GET");
     EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
 }
 
-TEST_F(RefusedString, IsEconnresetWhenThePeerResetsTheConnection) {
+TEST_F(RejectedString, IsEconnresetWhenThePeerResetsTheConnection) {
     ends_ = connect_over_tcp({});
     const linger reset = {.l_onoff = 1, .l_linger = 0};
     ASSERT_EQ(setsockopt(ends_.peer_end.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset), 0);
@@ -229,40 +229,40 @@ TEST_F(RefusedString, IsEconnresetWhenThePeerResetsTheConnection) {
     EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
 }
 
-TEST_F(RefusedNumber, TellsWhatTheSystemCallReported) {
+TEST_F(RejectedNumber, ReportsTheErrorOfTheSystemCall) {
     EXPECT_EQ(read_number(-1), number_refused(EBADF));
     const Descriptor unconnected(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     EXPECT_EQ(read_number(unconnected.get()), number_refused(ENOTCONN));
 }
 
-TEST_F(RefusedString, TellsWhatTheSystemCallReported) {
+TEST_F(RejectedString, ReportsTheErrorOfTheSystemCall) {
     EXPECT_EQ(read_string(-1), string_refused(EBADF));
     const Descriptor unconnected(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     EXPECT_EQ(read_string(unconnected.get()), string_refused(ENOTCONN));
 }
 
-// A socket tells of an error once, and then goes on as if there had been none.
-TEST_F(RefusedString, TellsWhatASingleReceptionReported) {
+// A socket reports an error once. Later calls succeed.
+TEST_F(RejectedString, ReportsAnErrorThatTheSocketReportsOnce) {
     send("4:/tmp,");
     failures["recv"] = {EHOSTUNREACH};
     EXPECT_EQ(read_string(socket()), string_refused(EHOSTUNREACH));
     EXPECT_EQ(unread(), "4:/tmp,");
 }
 
-TEST_F(RefusedNumber, TellsWhatASingleReceptionReported) {
+TEST_F(RejectedNumber, ReportsAnErrorThatTheSocketReportsOnce) {
     send("1:5,");
     failures["recv"] = {EHOSTUNREACH};
     EXPECT_EQ(read_number(socket()), number_refused(EHOSTUNREACH));
     EXPECT_EQ(unread(), "1:5,");
 }
 
-TEST_F(RefusedNumber, TellsWhyItsRestCouldNotBeWaitedFor) {
+TEST_F(RejectedNumber, ReportsWhyTheWaitForItsRestFailed) {
     failures["poll"] = {ENOMEM};
     send("4:10");
     EXPECT_EQ(read_number(socket()), number_refused(ENOMEM));
 }
 
-TEST_F(RefusedString, TellsWhyItsRestCouldNotBeWaitedFor) {
+TEST_F(RejectedString, ReportsWhyTheWaitForItsRestFailed) {
     failures["poll"] = {ENOMEM};
     send("4:/t");
     EXPECT_EQ(read_string(socket()), string_refused(ENOMEM));

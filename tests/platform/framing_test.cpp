@@ -1,4 +1,4 @@
-// Framed reads that succeed, and how much they take.
+// Framed reads that succeed, and how many bytes they consume.
 #include <chrono>
 #include <climits>
 #include <string>
@@ -60,7 +60,7 @@ TEST_F(FramedString, IsReadWhole) {
     }
 }
 
-TEST_F(FramedString, MayBeAsLongAsTheCallerSays) {
+TEST_F(FramedString, MayBeAsLongAsTheCallersLimit) {
     struct Limit {
         int max_length;
         std::string text;
@@ -72,19 +72,19 @@ TEST_F(FramedString, MayBeAsLongAsTheCallerSays) {
     }
 }
 
-TEST_F(FramedNumber, TakesItsOwnBytesAlone) {
+TEST_F(FramedNumber, ConsumesOnlyItsOwnBytes) {
     send("1:2,12:GETDISKSPACE,");
     EXPECT_EQ(read_number(socket()), number_read(2));
     EXPECT_EQ(unread(), "12:GETDISKSPACE,");
 }
 
-TEST_F(FramedString, TakesItsOwnBytesAlone) {
+TEST_F(FramedString, ConsumesOnlyItsOwnBytes) {
     send("4:/tmp,what comes behind the request");
     EXPECT_EQ(read_string(socket()), string_read("/tmp"));
     EXPECT_EQ(unread(), "what comes behind the request");
 }
 
-TEST_F(FramedString, TakesItsOwnBytesAloneWhenItIsEmptyOrLong) {
+TEST_F(FramedString, ConsumesOnlyItsOwnBytesWhenItIsEmptyOrLong) {
     send("0:," + framed(repeated('x', 2047)) + "0:,end");
     EXPECT_EQ(read_string(socket()), string_read(""));
     EXPECT_EQ(read_string(socket()), string_read(repeated('x', 2047)));
@@ -92,7 +92,7 @@ TEST_F(FramedString, TakesItsOwnBytesAloneWhenItIsEmptyOrLong) {
     EXPECT_EQ(unread(), "end");
 }
 
-TEST_F(FramedString, TakesItsOwnBytesAloneWhereverItsArrivalPauses) {
+TEST_F(FramedString, ConsumesOnlyItsOwnBytesWhereverItsArrivalPauses) {
     const std::string value = "12:GETDISKSPACE,";
     system_calls::overrides.steady_time = std::chrono::nanoseconds(0);
     for (std::size_t first = 0; first < value.size(); ++first) {
@@ -103,7 +103,7 @@ TEST_F(FramedString, TakesItsOwnBytesAloneWhereverItsArrivalPauses) {
     }
 }
 
-// Bytes left there would end each wait at once.
+// Unread bytes would end each wait at once.
 TEST_F(FramedString, IsWaitedForWithNothingLeftUnread) {
     std::string coming = "12:GETDISKSPACE,";
     int waits = 0;
@@ -118,7 +118,7 @@ TEST_F(FramedString, IsWaitedForWithNothingLeftUnread) {
     EXPECT_EQ(waits, 16);
 }
 
-TEST_F(FramedString, TakesTwoReceptionsOrThreeWhereTheBufferHasNoRoomForItsLength) {
+TEST_F(FramedString, TakesTwoCallsOrThreeWhenTheBufferHasNoRoomForItsLength) {
     for (const auto& [text, receptions] :
          {std::pair(std::string(), 2), std::pair(std::string("/tmp"), 2), std::pair(repeated('x', 2042), 2),
           std::pair(repeated('x', 2043), 3), std::pair(repeated('x', 2047), 3)}) {
@@ -138,7 +138,7 @@ TEST_F(FramedString, IsReadBeforeTheEndOfTheConnection) {
     EXPECT_EQ(read_string(socket()), string_refused(ECONNRESET));
 }
 
-// The peer's next byte comes when the reader has taken all before it and waits.
+// The next byte arrives when the reader has consumed all earlier ones and waits.
 TEST_F(FramedString, IsReadWhenItComesByteByByte) {
     std::string coming = "4:1066,12:GETDISKSPACE,";
     system_calls::overrides.steady_time = std::chrono::nanoseconds(0);

@@ -1,4 +1,4 @@
-// The time of framed reads, and interruptions. Where it is not said otherwise the clock is the test's own.
+// Timeouts and interruptions of framed reads. Most tests control the clock.
 #include <sys/socket.h>
 
 #include <chrono>
@@ -22,7 +22,7 @@ namespace {
 
 class FramingTime : public FramingTest {
   protected:
-    // From here on the peer sends a byte of the text a second, when the reader waits for it, and then closes.
+    // The peer sends one byte of the text per second, while the reader waits, and then closes.
     void send_a_byte_a_second(const std::string& text) {
         overrides.steady_time = std::chrono::nanoseconds(0);
         overrides.instead_of_waiting = [this, text, next = 0U]() mutable {
@@ -38,14 +38,14 @@ class FramingTime : public FramingTest {
 
 }  // namespace
 
-TEST_F(FramingTime, IsOverForAPeerThatSendsNothing) {
+TEST_F(FramingTime, EndsForAPeerThatSendsNothing) {
     for (const int timeout : {0, 1}) {
         EXPECT_EQ(read_number(socket(), timeout), number_refused(ETIMEDOUT));
         EXPECT_EQ(read_string(socket(), longest_string, timeout), string_refused(ETIMEDOUT));
     }
 }
 
-TEST_F(FramingTime, IsOverForAPeerThatStopsAnywhere) {
+TEST_F(FramingTime, EndsForAPeerThatStopsAnywhere) {
     const std::string whole = "12:GETDISKSPACE,";
     for (std::size_t sent = 0; sent < whole.size(); ++sent) {
         connect_and_send(whole.substr(0, sent));
@@ -53,36 +53,36 @@ TEST_F(FramingTime, IsOverForAPeerThatStopsAnywhere) {
     }
 }
 
-TEST_F(FramingTime, IsNotWaitedForWhenThePeerHasClosed) {
+TEST_F(FramingTime, IsNotUsedUpWhenThePeerHasClosed) {
     send("12:GET");
     close_peer();
     EXPECT_EQ(read_string(socket(), longest_string, 0), string_refused(ECONNRESET));
 }
 
-TEST_F(FramingTime, BoundsTheWholeStringAndNotEachReadOfIt) {
+TEST_F(FramingTime, LimitsTheWholeStringAndNotEachRead) {
     send_a_byte_a_second("4:/tmp,");
     EXPECT_EQ(read_string(socket(), longest_string, 4), string_refused(ETIMEDOUT));
 }
 
-TEST_F(FramingTime, BoundsTheWholeNumberAndNotEachReadOfIt) {
+TEST_F(FramingTime, LimitsTheWholeNumberAndNotEachRead) {
     send_a_byte_a_second("4:1066,");
     EXPECT_EQ(read_number(socket(), 4), number_refused(ETIMEDOUT));
 }
 
-TEST_F(FramingTime, IsEnoughForAValueThatTakesLess) {
+TEST_F(FramingTime, SufficesForAValueThatTakesLess) {
     send_a_byte_a_second("4:/tmp,4:1066,");
     EXPECT_EQ(read_string(socket(), longest_string, 8), string_read("/tmp"));
     EXPECT_EQ(read_number(socket(), 8), number_read(1066));
 }
 
-TEST_F(FramingTime, BeginsAnewWithEachValue) {
+TEST_F(FramingTime, BeginsAgainWithEachValue) {
     send_a_byte_a_second("0:,0:,0:,0:,");
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(read_string(socket(), longest_string, 4), string_read(""));
     }
 }
 
-TEST_F(FramingTime, IsOverAfterWaitsThatBroughtNothing) {
+TEST_F(FramingTime, EndsAfterWaitsThatBroughtNothing) {
     overrides.steady_time = std::chrono::nanoseconds(0);
     overrides.instead_of_waiting = [this] {
         *overrides.steady_time += seconds(1);
@@ -94,7 +94,7 @@ TEST_F(FramingTime, IsOverAfterWaitsThatBroughtNothing) {
     EXPECT_EQ(*overrides.steady_time, seconds(3));
 }
 
-TEST_F(FramingTime, IsNotOverInItsLastMillisecond) {
+TEST_F(FramingTime, DoesNotEndBeforeItsLastMillisecond) {
     overrides.steady_time = std::chrono::nanoseconds(0);
     overrides.instead_of_waiting = [this] {
         if (*overrides.steady_time == std::chrono::nanoseconds(0)) {
@@ -106,21 +106,21 @@ TEST_F(FramingTime, IsNotOverInItsLastMillisecond) {
     EXPECT_EQ(read_string(socket(), longest_string, 3), string_read("/tmp"));
 }
 
-// The longest time that the main configuration can ask for.
+// The longest timeout that the main configuration accepts.
 TEST_F(FramingTime, MayBeADay) {
     ChildProcess peer([&] { send("4:/tmp,"); });
     EXPECT_EQ(read_string(socket(), longest_string, 86400), string_read("/tmp"));
     EXPECT_EQ(peer.wait(), 0);
 }
 
-TEST_F(FramingTime, GoesOnAfterInterruptedReads) {
+TEST_F(FramingTime, ContinuesAfterInterruptedReads) {
     failures["recv"] = times(5, EINTR);
     send("4:/tmp,");
     EXPECT_EQ(read_string(socket()), string_read("/tmp"));
     EXPECT_EQ(failing_calls::reset(), "");
 }
 
-TEST_F(FramingTime, GoesOnAfterInterruptedWaits) {
+TEST_F(FramingTime, ContinuesAfterInterruptedWaits) {
     failures["poll"] = times(5, EINTR);
     overrides.steady_time = std::chrono::nanoseconds(0);
     overrides.instead_of_waiting = [&] {
@@ -137,8 +137,8 @@ volatile std::sig_atomic_t signals_caught = 0;
 
 }  // namespace
 
-// Real signals, which end every wait that does not go on by itself.
-TEST_F(FramingTime, GoesOnAfterSignals) {
+// Real signals, which interrupt every wait.
+TEST_F(FramingTime, ContinuesAfterSignals) {
     struct sigaction action {};
     action.sa_handler = [](int) { signals_caught = 1; };
     struct sigaction before {};

@@ -7,7 +7,7 @@
 
 using platform_library::is_host_name;
 
-TEST(HostName, IsWhatCanBeLookedUp) {
+TEST(HostName, IsATextThatCanBeLookedUp) {
     for (const char* text : {"a", "backup7", "backup7.example.org", "backup7.example.org.", "7backup",
                              "10.77.0.2.example", "0xbackup", "-s", "under_score", "h\xC3\xB6st", "10.77.0.x2", "*"}) {
         EXPECT_TRUE(is_host_name(text)) << text;

@@ -31,7 +31,7 @@ Result refused(int error) {
     return {-1, error};
 }
 
-// A failure has to leave the error number in errno too.
+// A failure has to set errno too.
 Result make_directory(const std::string& path, int mode = 0755) {
     Result result = {.status = 4711, .error = 4711};
     errno = 4711;
@@ -74,7 +74,7 @@ TEST_F(LogDirectory, IsCreatedWithItsMissingParents) {
     EXPECT_EQ(mode_of(folder_.path("a/b/c")), 0700U);
 }
 
-TEST_F(LogDirectory, LetsNobodyElseWriteIntoItsParentsWhateverTheUmask) {
+TEST_F(LogDirectory, LetsNobodyElseWriteToItsParentsWithAnyUmask) {
     umask(0);
     EXPECT_EQ(make_directory(folder_.path("a/b/c"), 0777), created);
     EXPECT_EQ(mode_of(folder_.path("a")), 0755U);
@@ -82,7 +82,7 @@ TEST_F(LogDirectory, LetsNobodyElseWriteIntoItsParentsWhateverTheUmask) {
     EXPECT_EQ(mode_of(folder_.path("a/b/c")), 0777U);
 }
 
-TEST_F(LogDirectory, IsCreatedBelowParentsThatAreThere) {
+TEST_F(LogDirectory, IsCreatedBelowExistingParents) {
     make_folder(folder_.path("a/b"));
     set_mode(folder_.path("a/b"), 0711);
     EXPECT_EQ(make_directory(folder_.path("a/b/c/d")), created);
@@ -90,7 +90,7 @@ TEST_F(LogDirectory, IsCreatedBelowParentsThatAreThere) {
     EXPECT_TRUE(exists(folder_.path("a/b/c/d")));
 }
 
-TEST_F(LogDirectory, IsLeftAsItIsWhenItIsThere) {
+TEST_F(LogDirectory, IsNotChangedWhenItExists) {
     make_folder(folder_.path("a"));
     set_mode(folder_.path("a"), 0711);
     write_file(folder_.path("a/file"), "kept");
@@ -99,13 +99,13 @@ TEST_F(LogDirectory, IsLeftAsItIsWhenItIsThere) {
     EXPECT_EQ(read_file(folder_.path("a/file")), "kept");
 }
 
-TEST_F(LogDirectory, IsThereTheSecondTime) {
+TEST_F(LogDirectory, ExistsTheSecondTime) {
     EXPECT_EQ(make_directory(folder_.path("a/b")), created);
     EXPECT_EQ(make_directory(folder_.path("a/b")), was_there);
     EXPECT_EQ(make_directory(folder_.path("a")), was_there);
 }
 
-TEST_F(LogDirectory, MayBeWrittenInManyWays) {
+TEST_F(LogDirectory, MayBeSpelledInManyWays) {
     struct Spelling {
         const char* path;
         const char* created;
@@ -120,7 +120,7 @@ TEST_F(LogDirectory, MayBeWrittenInManyWays) {
     }
 }
 
-TEST_F(LogDirectory, IsCreatedWithItsMissingParentsAlsoWithASlashAtTheEnd) {
+TEST_F(LogDirectory, IsCreatedWithItsMissingParentsEvenWithASlashAtTheEnd) {
     EXPECT_EQ(make_directory(folder_.path("a/b/"), 0700), created);
     EXPECT_EQ(mode_of(folder_.path("a")), 0755U);
     EXPECT_EQ(mode_of(folder_.path("a/b")), 0700U);
@@ -129,7 +129,7 @@ TEST_F(LogDirectory, IsCreatedWithItsMissingParentsAlsoWithASlashAtTheEnd) {
     EXPECT_EQ(mode_of(folder_.path("c/d")), 0700U);
 }
 
-TEST_F(LogDirectory, IsCreatedWithItsMissingParentsAlsoWithADotAtTheEnd) {
+TEST_F(LogDirectory, IsCreatedWithItsMissingParentsEvenWithADotAtTheEnd) {
     struct Spelling {
         const char* path;
         const char* created;
@@ -171,7 +171,7 @@ TEST_F(LogDirectory, IsTheRootOfTheFileSystem) {
     }
 }
 
-TEST_F(LogDirectory, IsRefusedWhereSomethingElseHasTheName) {
+TEST_F(LogDirectory, FailsWhenSomethingElseHasTheName) {
     write_file(folder_.path("file"), "kept");
     make_link("file", folder_.path("link to file"));
     make_link("missing", folder_.path("link to nothing"));
@@ -184,7 +184,7 @@ TEST_F(LogDirectory, IsRefusedWhereSomethingElseHasTheName) {
     EXPECT_FALSE(exists(folder_.path("missing")));
 }
 
-TEST_F(LogDirectory, IsRefusedWhereAParentIsSomethingElse) {
+TEST_F(LogDirectory, FailsWhenAParentIsNotADirectory) {
     write_file(folder_.path("file"), "kept");
     for (const char* path : {"file/a", "file/a/b", "file/../a"}) {
         EXPECT_EQ(make_directory(folder_.path(path)), refused(ENOTDIR)) << path;
@@ -192,7 +192,7 @@ TEST_F(LogDirectory, IsRefusedWhereAParentIsSomethingElse) {
     EXPECT_EQ(names_in(folder_.path()), std::vector<std::string>{"file"});
 }
 
-TEST_F(LogDirectory, IsRefusedWithTheSystemsError) {
+TEST_F(LogDirectory, FailsWithTheErrorOfTheSystem) {
     make_link("missing", folder_.path("link to nothing"));
     make_link("loop", folder_.path("loop"));
     EXPECT_EQ(make_directory(""), refused(ENOENT));
@@ -202,7 +202,7 @@ TEST_F(LogDirectory, IsRefusedWithTheSystemsError) {
     EXPECT_EQ(make_directory(folder_.path("a/" + std::string(256, 'n') + "/b")), refused(ENAMETOOLONG));
 }
 
-TEST_F(LogDirectory, IsRefusedWithoutTheRightToWrite) {
+TEST_F(LogDirectory, FailsWithoutWritePermission) {
     make_folder(folder_.path("closed"));
     set_mode(folder_.path("closed"), 0555);
     EXPECT_TRUE(succeeds_in_child([&] {
@@ -213,7 +213,7 @@ TEST_F(LogDirectory, IsRefusedWithoutTheRightToWrite) {
     EXPECT_TRUE(names_in(folder_.path("closed")).empty());
 }
 
-TEST_F(LogDirectory, IsThereWithoutTheRightToWriteBesideIt) {
+TEST_F(LogDirectory, ExistsEvenWithoutWritePermissionBesideIt) {
     make_folder(folder_.path("closed/a"));
     set_mode(folder_.path("closed"), 0555);
     EXPECT_TRUE(succeeds_in_child([&] {

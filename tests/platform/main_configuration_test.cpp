@@ -40,7 +40,7 @@ const Verbosity rows[] = {
     {"verbose = 5\n", 5},
     {"Verbose = 5\n", 5},
     {"vERBOSE = 5\n", 5},
-    // What is no entry.
+    // Lines that are not entries.
     {"#VERBOSE = 5\n", 0},
     {"# VERBOSE = 5\n", 0},
     {"VERBOSE 5\n", 0},
@@ -63,7 +63,7 @@ const Verbosity rows[] = {
     {"\n\n   \n\t\r\n# remark\nno entry\n= 1\n9 = 2\n\0\xff\nVERBOSE = 5\n\n"s, 5},
     {"KEY = \"VERBOSE = 9\"\nVERBOSE = 5\n", 5},
     {"KEY = VERBOSE\n= 9\nVERBOSE = 5\n", 5},
-    // The first line holds.
+    // The first line counts.
     {"VERBOSE = 5\nVERBOSE = 3\n", 5},
     {"verbose = 5\nVERBOSE = 3\n", 5},
     {"VERBOSE = none\nVERBOSE = 3\n", 0},
@@ -103,7 +103,7 @@ const Verbosity rows[] = {
 
 }  // namespace
 
-TEST_F(MainConfiguration, GivesTheGlobalVerbosity) {
+TEST_F(MainConfiguration, HasTheGlobalVerbosity) {
     for (const Verbosity& row : rows) {
         write_file(main_configuration, row.configuration);
         ASSERT_EQ(ZM_read_master_config(), 0);
@@ -126,7 +126,7 @@ TEST_F(MainConfiguration, IsEmptyBeforeItIsRead) {
     }
 }
 
-TEST_F(MainConfiguration, IsWhatTheLastReadingFound) {
+TEST_F(MainConfiguration, IsWhatTheLastReadFound) {
     write_file(main_configuration, "VERBOSE = 5\nNETWORK_TIMEOUT = 60\n");
     ASSERT_EQ(ZM_read_master_config(), 0);
     const ConfigRecord* const record = get_master_config_ptr();
@@ -153,12 +153,12 @@ TEST_F(MainConfiguration, IsNotChangedByReading) {
     EXPECT_EQ(names_in("/usr/kumel/zembrath"), (std::vector<std::string>{"bin", "logs", "qr.conf", "sec"}));
 }
 
-TEST_F(MainConfiguration, CannotBeReadWhereThereIsNone) {
+TEST_F(MainConfiguration, CannotBeReadWhenItIsMissing) {
     remove_tree(main_configuration);
     EXPECT_NE(ZM_read_master_config(), 0);
 }
 
-TEST_F(MainConfiguration, CannotBeReadWhereItsFolderIsMissing) {
+TEST_F(MainConfiguration, CannotBeReadWhenItsFolderIsMissing) {
     remove_tree("/usr/kumel");
     EXPECT_NE(ZM_read_master_config(), 0);
 }
@@ -169,7 +169,7 @@ TEST_F(MainConfiguration, CannotBeReadFromAFolder) {
     EXPECT_NE(ZM_read_master_config(), 0);
 }
 
-// Nobody writes to it, so reading it as a file would wait for ever.
+// Nobody writes to the FIFO, so reading it like a file would wait forever.
 TEST_F(MainConfiguration, IsEmptyInAFifo) {
     write_file(main_configuration, "VERBOSE = 5\n");
     ASSERT_EQ(ZM_read_master_config(), 0);
@@ -179,7 +179,7 @@ TEST_F(MainConfiguration, IsEmptyInAFifo) {
     EXPECT_EQ(get_master_config_ptr()->VERBOSE, 0);
 }
 
-TEST_F(MainConfiguration, CannotBeReadWithoutTheRight) {
+TEST_F(MainConfiguration, CannotBeReadWithoutPermission) {
     set_mode(main_configuration, 0);
     EXPECT_TRUE(succeeds_in_child([] {
         give_up_file_rights();

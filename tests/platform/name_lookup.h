@@ -1,4 +1,4 @@
-// Looks names up, and remembers what was found.
+// Looks names up and collects the addresses.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ struct Found {
 inline constexpr std::chrono::seconds long_time{100};
 inline constexpr std::chrono::seconds short_time{1};
 
-// Looks the names up until an address comes that is `wanted`.
+// Looks the names up until the `wanted` address is found.
 inline Found find(const Texts& names, std::chrono::seconds time = long_time, const std::string& wanted = "") {
     Found found;
     found.end = platform_library::look_up(names, Clock::now() + time, [&](const platform_library::Address& address) {

@@ -1,4 +1,4 @@
-// The look-up of names in a child process: what it starts, what it believes, and when it ends.
+// The look-up of names in a child process: what it starts, which output it accepts, and when it ends.
 #include "platform/library/name_lookup.h"
 
 #include <gmock/gmock.h>
@@ -33,7 +33,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// What is found when getent prints the text.
+// Returns the addresses that are found when getent prints the text.
 Texts found_in(const std::string& text) {
     write_file("/tmp/answer", text);
     const StandInGetent getent("cat /tmp/answer\n");
@@ -42,10 +42,10 @@ Texts found_in(const std::string& text) {
     return found.addresses;
 }
 
-// Commands that go on for ever, whatever they are asked to do.
+// Commands that run forever and ignore signals.
 const std::string hang = "trap '' HUP INT TERM PIPE\nexec tail -f /dev/null\n";
 
-// The look-up is over when its time is.
+// Expects that the look-up ends when its time is over.
 void expect_timed_out(const std::string& commands) {
     const StandInGetent getent(commands);
     const auto start = Clock::now();
@@ -55,7 +55,7 @@ void expect_timed_out(const std::string& commands) {
     EXPECT_LT(taken, short_time + std::chrono::seconds(1));
 }
 
-// Waits for the end of a process that has lost its parent to this one.
+// Waits for a process whose parent is gone, and expects that it was killed.
 void expect_killed(pid_t process) {
     int status = 0;
     ASSERT_EQ(waitpid(process, &status, 0), process);
@@ -71,13 +71,13 @@ TEST_F(NameLookUp, AsksGetentForEachName) {
     EXPECT_EQ(read_file("/tmp/run.--help"), "[/usr/bin/getent][ahosts][--][--help]");
 }
 
-TEST_F(NameLookUp, LetsNoSilentNameHideAnother) {
+TEST_F(NameLookUp, FindsANameBesideOneThatGetsNoAnswer) {
     const StandInGetent getent("[ \"$3\" = silent ] && exec tail -f /dev/null\necho '10.77.0.9 STREAM'\n");
     EXPECT_EQ(find({"silent", "one"}, long_time, "10.77.0.9").end, LookUpEnd::stopped);
     EXPECT_EQ(find({"one", "silent"}, long_time, "10.77.0.9").end, LookUpEnd::stopped);
 }
 
-TEST_F(NameLookUp, AsksForMoreNamesThanItAsksForAtOnce) {
+TEST_F(NameLookUp, AsksForMoreNamesThanItStartsAtOnce) {
     const StandInGetent getent("echo \"10.77.0.$3 STREAM\"\n");
     Texts names;
     Texts addresses;
@@ -96,19 +96,19 @@ TEST_F(NameLookUp, StartsNothingWithoutNames) {
     EXPECT_FALSE(exists("/tmp/runs"));
 }
 
-TEST_F(NameLookUp, ShowsEveryAddressInItsOrder) {
+TEST_F(NameLookUp, ReportsEveryAddressInOrder) {
     EXPECT_THAT(
         found_in("10.77.0.9       STREAM one\n10.77.0.9       DGRAM  \nfd77::1         STREAM two\n10.77.0.3\n"),
         ElementsAre("10.77.0.9", "fd77::1", "10.77.0.3"));
 }
 
-TEST_F(NameLookUp, FindsTheNamesThatAreKnownAmongOthers) {
+TEST_F(NameLookUp, FindsTheKnownNamesAmongOthers) {
     write_file("/etc/hosts", "10.77.0.9 one\nfd77::1 two\n");
     EXPECT_THAT(find({"nobody.example.test", "one", "-s", "--help", "two"}).addresses,
                 testing::UnorderedElementsAre("10.77.0.9", "fd77::1"));
 }
 
-TEST_F(NameLookUp, KnowsTheInterfaceOfALinkLocalAddress) {
+TEST_F(NameLookUp, KeepsTheInterfaceOfALinkLocalAddress) {
     const StandInGetent getent("echo 'fe80::2%1 STREAM name'\n");
     std::uint32_t scope = 0;
     look_up({"name"}, Clock::now() + long_time, [&](const Address& address) {
@@ -118,7 +118,7 @@ TEST_F(NameLookUp, KnowsTheInterfaceOfALinkLocalAddress) {
     EXPECT_EQ(scope, 1U);
 }
 
-TEST_F(NameLookUp, BelievesNoLineThatBeginsWithNoAddress) {
+TEST_F(NameLookUp, IgnoresALineThatDoesNotBeginWithAnAddress) {
     for (const char* text : {"", "\n", "garbage\n", "name 10.77.0.2\n", " 10.77.0.2\n", "\t10.77.0.2\n", "10.77.0.2x\n",
                              "10.77.0.02 STREAM name\n", "10.77.2 STREAM name\n", "0x0a4d0002 STREAM\n",
                              "10.77.0.2\r\n", "10.77.0.2,10.77.0.3\n", "\x01\xFF\x7F\n"}) {
@@ -129,13 +129,13 @@ TEST_F(NameLookUp, BelievesNoLineThatBeginsWithNoAddress) {
     EXPECT_THAT(found_in("10.77.0.2" + std::string(100000, '2') + "\n"), IsEmpty());
 }
 
-TEST_F(NameLookUp, BelievesNoLineWithoutItsEnd) {
+TEST_F(NameLookUp, IgnoresALineWithoutItsNewline) {
     EXPECT_THAT(found_in("10.77.0.2"), IsEmpty());
     EXPECT_THAT(found_in("10.77.0.2 STREAM name"), IsEmpty());
     EXPECT_THAT(found_in("10.77.0.9 STREAM name\n10.77.0.2"), ElementsAre("10.77.0.9"));
 }
 
-TEST_F(NameLookUp, BelievesWholeLinesWhateverComesAfterThem) {
+TEST_F(NameLookUp, UsesWholeLinesWhateverFollowsThem) {
     EXPECT_THAT(found_in("10.77.0.2 STREAM " + std::string(100000, 'x') + "\n"), ElementsAre("10.77.0.2"));
     EXPECT_THAT(found_in("garbage\n10.77.0.2 STREAM\n"), ElementsAre("10.77.0.2"));
     for (const char* end : {"exit 2", "exit 127", "kill -KILL $$", "kill -SEGV $$"}) {
@@ -146,7 +146,7 @@ TEST_F(NameLookUp, BelievesWholeLinesWhateverComesAfterThem) {
     }
 }
 
-TEST_F(NameLookUp, TakesALineThatComesInPieces) {
+TEST_F(NameLookUp, AcceptsALineThatArrivesInPieces) {
     const StandInGetent getent("printf 10.77.\nread -r line </tmp/fifo\nprintf '0.2 STREAM\\n'\n");
     ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0);
     ChildProcess rest([] { write_file("/tmp/fifo", "go on\n"); });
@@ -154,26 +154,26 @@ TEST_F(NameLookUp, TakesALineThatComesInPieces) {
     EXPECT_EQ(rest.wait(), 0);
 }
 
-TEST_F(NameLookUp, EndsWithTheAddressThatIsWanted) {
+TEST_F(NameLookUp, EndsWithTheWantedAddress) {
     const StandInGetent getent("echo 10.77.0.9 STREAM\necho 10.77.0.2 STREAM\necho 10.77.0.3 STREAM\n" + hang);
     const Found found = find({"name"}, long_time, "10.77.0.2");
     EXPECT_EQ(found.end, LookUpEnd::stopped);
     EXPECT_THAT(found.addresses, ElementsAre("10.77.0.9", "10.77.0.2"));
 }
 
-TEST_F(NameLookUp, EndsWithItsTimeWhenGetentHangs) {
+TEST_F(NameLookUp, EndsInTimeWhenGetentHangs) {
     expect_timed_out(hang);
 }
 
-TEST_F(NameLookUp, EndsWithItsTimeWhenGetentLeavesAnotherProcessWithItsOutput) {
+TEST_F(NameLookUp, EndsInTimeWhenGetentLeavesAProcessWithItsOutput) {
     expect_timed_out("tail -f /dev/null &\nexit 0\n");
 }
 
-TEST_F(NameLookUp, EndsWithItsTimeWhenGetentStops) {
+TEST_F(NameLookUp, EndsInTimeWhenGetentIsStopped) {
     expect_timed_out("kill -STOP $$\n");
 }
 
-TEST_F(NameLookUp, KeepsNothingOfAnAnswerWithoutEnd) {
+TEST_F(NameLookUp, BuffersNothingOfAnEndlessAnswer) {
     for (const char* endless : {"exec cat /dev/zero\n", "exec yes 10.77.0.2x\n", "exec yes ''\n"}) {
         rusage before{};
         rusage after{};
@@ -206,8 +206,8 @@ TEST_F(NameLookUp, EndsWithItsCaller) {
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 0), 0);
 }
 
-TEST_F(NameLookUp, GivesGetentNothingOfTheCallersButItsNames) {
-    // In the background, so that the shell changes nothing of its own for it.
+TEST_F(NameLookUp, PassesGetentNothingOfTheCallerExceptTheNames) {
+    // They run in the background, so that the shell does not change its own state for them.
     const StandInGetent getent(
         "cat /proc/$$/environ >/tmp/environment &\ncat /proc/self/status >/tmp/status\n"
         "ls -l /proc/$$/fd >/tmp/descriptors &\nwait\n");
@@ -230,7 +230,7 @@ TEST_F(NameLookUp, GivesGetentNothingOfTheCallersButItsNames) {
     const std::string status = read_file("/tmp/status");
     EXPECT_THAT(status, ContainsRegex("\nSigBlk:\t0*\n"));
     EXPECT_THAT(status, ContainsRegex("\nSigIgn:\t0*\n"));
-    // The shell has opened the script for itself.
+    // The shell has the script open as descriptor 10.
     EXPECT_THAT(read_file("/tmp/descriptors"), testing::MatchesRegex("total 0\n"
                                                                      "[^\n]* 0 -> [^\n]*/dev/null\n"
                                                                      "[^\n]* 1 -> pipe:[^\n]*\n"
@@ -238,7 +238,7 @@ TEST_F(NameLookUp, GivesGetentNothingOfTheCallersButItsNames) {
                                                                      "[^\n]* 2 -> [^\n]*/dev/null\n"));
 }
 
-TEST_F(NameLookUp, NeedsNoStandardStreamsOfTheCaller) {
+TEST_F(NameLookUp, WorksWithoutStandardStreams) {
     write_file("/etc/hosts", "10.77.0.9 one\n");
     EXPECT_TRUE(succeeds_in_child([] {
         for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -248,7 +248,7 @@ TEST_F(NameLookUp, NeedsNoStandardStreamsOfTheCaller) {
     }));
 }
 
-TEST_F(NameLookUp, SaysWhyItCannotStart) {
+TEST_F(NameLookUp, ReportsWhyItCannotStart) {
     failures["pipe2"] = {EMFILE};
     EXPECT_EQ(find({"localhost"}).end, LookUpEnd::not_started);
     EXPECT_EQ(errno, EMFILE);
@@ -257,7 +257,7 @@ TEST_F(NameLookUp, SaysWhyItCannotStart) {
     EXPECT_EQ(errno, EAGAIN);
 }
 
-TEST_F(NameLookUp, GoesOnAfterInterruptions) {
+TEST_F(NameLookUp, ContinuesAfterInterruptions) {
     write_file("/etc/hosts", "10.77.0.9 one\n");
     failures["poll"] = times(2, EINTR);
     failures["read"] = times(2, EINTR);

@@ -11,7 +11,7 @@
 
 using platform_library::LookUpEnd;
 
-// Files that are there and are no programs: without the right to execute, and with an interpreter that is missing.
+// Files that cannot be executed: without execute permission, and with a missing interpreter.
 class WithoutGetent : public NameLookUp, public testing::WithParamInterface<unsigned> {
   protected:
     WithoutGetent() {
@@ -27,7 +27,7 @@ class WithoutGetent : public NameLookUp, public testing::WithParamInterface<unsi
 INSTANTIATE_TEST_SUITE_P(Table, WithoutGetent, testing::Values(0644, 0755),
                          [](const auto& row) { return row.param == 0644 ? "NotExecutable" : "NotInterpretable"; });
 
-TEST_P(WithoutGetent, FindsNamesOfFiles) {
+TEST_P(WithoutGetent, FindsNamesInTheHostsFile) {
     write_file("/etc/hosts", "10.77.0.9 one\nfd77::1 two\n");
     EXPECT_THAT(find({"nobody.example.test", "one", "two"}).addresses,
                 testing::UnorderedElementsAre("10.77.0.9", "fd77::1"));
@@ -39,7 +39,7 @@ TEST_P(WithoutGetent, AsksNameServers) {
     EXPECT_THAT(name_server.questions(), testing::Contains("address nobody.example.test."));
 }
 
-TEST_P(WithoutGetent, EndsWithItsTime) {
+TEST_P(WithoutGetent, EndsInTime) {
     const SilentNameServers silent;
     EXPECT_EQ(find({"nobody.example.test"}, short_time).end, LookUpEnd::timed_out);
 }

@@ -1,4 +1,4 @@
-// What a rewrite finds under the name of its new file.
+// Files that already have the name of the new file of a rewrite.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,11 +31,11 @@ void make_file(const std::string& path, unsigned mode) {
 
 struct Obstacle {
     const char* name;
-    // Makes something at the path. Returns whether that worked.
+    // Creates something at the path. Returns whether that worked.
     std::function<bool(const std::string& path)> make;
 };
 
-// What no rewrite can have made.
+// Files that no rewrite can have made.
 const Obstacle obstacles[] = {
     {"empty folder", [](const std::string& path) { return mkdir(path.c_str(), 0700) == 0; }},
     {"link to a file", [](const std::string& path) { return symlink("/opt/there", path.c_str()) == 0; }},
@@ -53,7 +53,7 @@ const Obstacle obstacles[] = {
 
 class NameOfNewFile : public RewriteTest {
   protected:
-    // The change fails, changes nothing and leaves what has the name.
+    // Expects that the change fails, changes nothing and leaves the file that has the name.
     void expect_obstacle_to_stay() const {
         const struct stat before = state_of(GetParam().new_file());
         EXPECT_EQ(GetParam().change(), GetParam().failure(EEXIST));
@@ -65,7 +65,7 @@ class NameOfNewFile : public RewriteTest {
 };
 FOR_EACH_REWRITTEN_FILE(NameOfNewFile);
 
-TEST_P(NameOfNewFile, IsLeftToWhatNoRewriteMade) {
+TEST_P(NameOfNewFile, IsLeftToFilesThatNoRewriteMade) {
     make_file("/opt/there", 0600);
     for (const Obstacle& obstacle : obstacles) {
         SCOPED_TRACE(obstacle.name);
@@ -86,8 +86,8 @@ TEST_P(NameOfNewFile, IsLeftToAnotherOwnersFile) {
     expect_obstacle_to_stay();
 }
 
-// The new file has the old one's owner and mode just before it gets the name.
-TEST_P(NameOfNewFile, IsClearedOfWhatACrashLeft) {
+// The new file gets the owner and the mode of the old one right before the rename.
+TEST_P(NameOfNewFile, IsFreedOfTheFileOfACrash) {
     const uid_t owner = namespace_has_several_users() ? 1234 : 0;
     for (const unsigned mode : {0600U, 0640U}) {
         for (const uid_t user : {uid_t{0}, owner}) {
@@ -101,7 +101,7 @@ TEST_P(NameOfNewFile, IsClearedOfWhatACrashLeft) {
     }
 }
 
-TEST_P(NameOfNewFile, MayBeThatOfAFileThatCannotBeRemoved) {
+TEST_P(NameOfNewFile, MayBelongToAFileThatCannotBeRemoved) {
     make_file(GetParam().new_file(), 0600);
     const Change change = GetParam().prepare();
     failures["unlinkat"] = {EROFS};
@@ -112,8 +112,8 @@ TEST_P(NameOfNewFile, MayBeThatOfAFileThatCannotBeRemoved) {
     expect_change();
 }
 
-// Whoever may put a link into the folder does not get the text written elsewhere, however quick they are.
-TEST_P(NameOfNewFile, IsNotWrittenThroughAsALink) {
+// Whoever can create a link in the folder cannot redirect the text, however quick they are.
+TEST_P(NameOfNewFile, IsNotWrittenThroughWhenItIsALink) {
     make_file("/opt/there", 0600);
     make_file(GetParam().new_file(), 0600);
     const Change change = GetParam().prepare();

@@ -20,7 +20,7 @@ namespace {
 constexpr int name_service = 53;
 constexpr std::size_t head_size = 12;
 constexpr unsigned char pointer_type = 12;
-// The question that ends the server.
+// The query that ends the server.
 constexpr std::string_view stop = "stop";
 
 void check(long result, const char* what) {
@@ -29,7 +29,7 @@ void check(long result, const char* what) {
     }
 }
 
-// The address of a name server, 127.0.0.1 being the first.
+// Returns the address of a name server; the first is 127.0.0.1.
 sockaddr_in server_address(unsigned number = 0) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -51,7 +51,7 @@ struct Question {
     bool for_a_name = false;
 };
 
-// The name is a row of labels, each with its length before it; type and class follow.
+// The name consists of labels, each preceded by its length. Type and class follow.
 Question parse_question(const std::string& message) {
     Question question;
     while (question.end < message.size() && message[question.end] != '\0') {
@@ -75,7 +75,7 @@ std::string encode_name(const std::string& name) {
     return encoded + '\0';
 }
 
-// The question again, with one answer to a question for a name and "no such name" to any other.
+// Returns the question with one answer when it asks for a name, and with "no such name" otherwise.
 std::string answer_to(const std::string& message, const Question& question, const std::string& name) {
     using namespace std::string_literals;
     const std::string identity = message.substr(0, 2);
@@ -117,7 +117,7 @@ NameServer::NameServer(const std::string& name_of_every_address) : socket_(serve
     process_ = std::make_unique<ChildProcess>([&] { serve(socket_.get(), telling.get(), name_of_every_address); });
 }
 
-// It is asked to stop in its own queue: whatever was asked before that has been told.
+// The stop is a query of its own, so all earlier queries have been recorded.
 std::vector<std::string> NameServer::questions() {
     const Descriptor client(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const sockaddr_in address = server_address();

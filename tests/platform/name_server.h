@@ -8,13 +8,13 @@
 #include "platform/posix.h"
 #include "tests/platform/child_process.h"
 
-// Makes the private root's only name server, 127.0.0.1, answer. It knows the name of every address (always the same
-// one) and the address of no name.
+// Runs the only name server of the private root, 127.0.0.1. It has the same name for every address, and no address for
+// any name.
 class NameServer {
   public:
     explicit NameServer(const std::string& name_of_every_address);
 
-    // Ends it. Returns what was asked, as "address NAME" and "name NAME", each question once.
+    // Ends the server. Returns its queries as "address NAME" and "name NAME", each once.
     std::vector<std::string> questions();
 
   private:
@@ -23,8 +23,8 @@ class NameServer {
     std::unique_ptr<ChildProcess> process_;
 };
 
-// Makes three name servers, of 127.0.0.1, 127.0.0.2 and 127.0.0.3, the private root's only ones. None of them answers,
-// and everybody who asks is to wait for minutes.
+// Three name servers, 127.0.0.1 to 127.0.0.3, the only ones of the private root. None of them answers, and the
+// resolver is configured to wait for minutes.
 class SilentNameServers {
   public:
     SilentNameServers();
@@ -32,7 +32,7 @@ class SilentNameServers {
     SilentNameServers& operator=(const SilentNameServers&) = delete;
     ~SilentNameServers();
 
-    // Tells whether somebody has asked.
+    // Returns whether there was a query.
     [[nodiscard]] bool were_asked() const;
 
   private:

@@ -1,4 +1,4 @@
-// The SERVER list: where the addresses of its names come from, and within which time.
+// The SERVER list: which sources give the addresses of its names, and how long that may take.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* journal = "/tmp/asked";
 
-// A getent that gives the foreign host's address to whatever it is asked for, and keeps what that was.
+// A getent that returns the address of the foreign host for every name, and records the names.
 const std::string believer = std::string("shift 2\nprintf '%s ' \"$@\" >>") + journal + "\necho '10.77.0.2 STREAM'\n";
 
 }  // namespace
@@ -42,7 +42,7 @@ class NameSources : public ProductTest {
         foreign_.connect({.listener = "10.77.0.1", .server = "10.77.0.1", .peer = "10.77.0.2"});
 };
 
-TEST_F(NameSources, AreThoseOfTheHostsOwnCLibrary) {
+TEST_F(NameSources, AreThoseOfTheCLibraryOfTheHost) {
     const ConnectedSockets local = connect_locally();
     trust({"anything.localhost"});
     write_file("/etc/nsswitch.conf", "hosts: files\n");
@@ -53,7 +53,7 @@ TEST_F(NameSources, AreThoseOfTheHostsOwnCLibrary) {
     write_file("/etc/nsswitch.conf", "hosts: files dns\n");
 }
 
-TEST_F(NameSources, AreAskedForEachNameThatIsLeft) {
+TEST_F(NameSources, AreAskedForEachRemainingName) {
     const StandInGetent getent(std::string("shift 2\nprintf '%s ' \"$@\" >>") + journal + "\n");
     write_file("/etc/hosts", "10.77.0.9 known.example.test\n");
     EXPECT_FALSE(foreign_is_trusted(
@@ -62,7 +62,7 @@ TEST_F(NameSources, AreAskedForEachNameThatIsLeft) {
                 testing::AnyOf("one.example.test two.example.test ", "two.example.test one.example.test "));
 }
 
-TEST_F(NameSources, AreAskedForNoTextThatIsNoName) {
+TEST_F(NameSources, AreNotAskedForTextsThatAreNotNames) {
     const StandInGetent getent(believer);
     for (const char* server :
          {"10.77.0.02", "192.168.010.005", "10.5", "0xbeef", "172818434", "10.77.0.2.", "a b", "a\tb", "10.77.0.2%1",
@@ -89,7 +89,7 @@ TEST_F(NameSources, BeginWithTheHostsFile) {
     EXPECT_FALSE(exists(journal));
 }
 
-// What this host says itself holds, whatever others say.
+// What this host says about itself takes precedence over what others say.
 TEST_F(NameSources, EndWithTheHostsFileForANameThatIsInIt) {
     const StandInGetent getent(believer);
     write_file("/etc/hosts", "10.77.0.9 far.example.test\n");
@@ -97,7 +97,7 @@ TEST_F(NameSources, EndWithTheHostsFileForANameThatIsInIt) {
     EXPECT_FALSE(exists(journal));
 }
 
-TEST_F(NameSources, ReadTheHostsFileAsItIsMeant) {
+TEST_F(NameSources, ReadOnlyWellFormedLinesOfTheHostsFile) {
     write_file("/etc/nsswitch.conf", "hosts: dns\n");
     for (const char* hosts :
          {"", "#10.77.0.2 far.example.test\n", "10.77.0.2 # far.example.test\n", "10.77.0.2 other#far.example.test\n",
@@ -112,12 +112,12 @@ TEST_F(NameSources, ReadTheHostsFileAsItIsMeant) {
     write_file("/etc/nsswitch.conf", "hosts: files dns\n");
 }
 
-TEST_F(NameSources, AreNotBelievedForANumberInTheHostsFile) {
+TEST_F(NameSources, AreIgnoredForANumberInTheHostsFile) {
     write_file("/etc/hosts", "10.77.0.2 10.5 0xbeef\n");
     EXPECT_FALSE(foreign_is_trusted({"10.5", "0xbeef"}));
 }
 
-TEST_F(NameSources, AreLeftWhenTheirTimeIsOver) {
+TEST_F(NameSources, AreAbandonedWhenTheirTimeEnds) {
     const SilentNameServers silent;
     const auto start = Clock::now();
     EXPECT_FALSE(foreign_is_trusted({"one.example.test", "two.example.test", "three.example.test"}, 1));

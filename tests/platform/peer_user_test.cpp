@@ -25,7 +25,7 @@ void write_process_file(const std::string& name, const std::string& text) {
     }
 }
 
-// From here on this process and its peers are that user: who has one user alone changes its number.
+// From here on this process and its peers are that user. With only one user its number changes.
 void become_user(const std::string& user) {
     if (unshare(CLONE_NEWUSER) != 0) {
         throw std::system_error(errno, std::generic_category(), "user namespace");
@@ -84,7 +84,7 @@ TEST_F(LocalPeer, IsAnOrdinaryUserByNumber) {
     }
 }
 
-// The kernel tells who made the socket, not who holds it now, and what the peer says does not count.
+// The kernel reports who created the socket, not who has it now. What the peer says does not count.
 TEST_F(LocalPeer, IsTheOneWhoConnected) {
     const ConnectedSockets connection = connect_locally();
     ASSERT_EQ(send(connection.peer_end.get(), "I am root", 9, 0), 9);

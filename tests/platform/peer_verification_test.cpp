@@ -1,4 +1,4 @@
-// Peer verification: what it tells of a connection and leaves in the debug log.
+// Peer verification: what it reports of a connection and writes to the debug log.
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -27,12 +27,12 @@ std::string logged_verification(const ConnectedSockets& connection) {
     return logged_message([&] { EXPECT_EQ(verify_peer(connection.agent_end.get()).status, 0); });
 }
 
-// Fills the place for a port in.
+// Inserts the port.
 std::string expected_message(const std::string& host, int port, const std::string& rest) {
     return "<4> xnet_verify_peer_creds: H=" + host + " P=" + std::to_string(port) + " " + rest;
 }
 
-// Nothing is believed of a connection that could not be examined; the log has what is known of it all the same.
+// A connection that could not be examined is not trusted. The log still shows what is known of it.
 void expect_not_examined(int socket, const std::string& host = "unknown", int port = 0) {
     EXPECT_EQ(logged_message([&] {
                   const VerifiedPeer peer = verify_peer(socket);
@@ -43,7 +43,7 @@ void expect_not_examined(int socket, const std::string& host = "unknown", int po
               expected_message(host, port, "U=unknown F=0x0 UT=0"));
 }
 
-// Makes the port of this host's loopback address the one that the socket sends to.
+// Connects the socket to the port of the loopback address of this host.
 void connect_to_port(int socket, int family, int port) {
     sockaddr_in ipv4{};
     ipv4.sin_family = AF_INET;
@@ -130,7 +130,7 @@ TEST_F(PeerVerification, LogsAForeignPeer) {
     }
 }
 
-TEST_F(PeerVerification, TellsWhatItLogs) {
+TEST_F(PeerVerification, ReturnsWhatItLogs) {
     trust({"localhost"});
     const ConnectedSockets local = connect_locally();
     VerifiedPeer peer = verify_peer(local.agent_end.get());
@@ -169,7 +169,7 @@ TEST_F(PeerVerification, ExaminesAPeerThatHasClosedItsEnd) {
     EXPECT_TRUE(is_trusted(connection.agent_end.get()));
 }
 
-TEST_F(PeerVerification, FailsForWhatIsNoConnection) {
+TEST_F(PeerVerification, FailsForADescriptorThatIsNotAConnection) {
     trust({"localhost"});
     expect_not_examined(-1);
     int pipe_ends[2] = {-1, -1};
@@ -186,8 +186,8 @@ TEST_F(PeerVerification, FailsForWhatIsNoConnection) {
     expect_not_examined(listening_alone.get());
 }
 
-// Whoever the kernel does not name is nobody, not root.
-TEST_F(PeerVerification, FailsForALocalPeerWhoseUserTheKernelDoesNotTell) {
+// A peer that the kernel does not name is unknown, not root.
+TEST_F(PeerVerification, FailsForALocalPeerWithoutAUserFromTheKernel) {
     trust({"localhost"});
     const ConnectedSockets connection = connect_locally();
     failing_calls::failures["getsockopt"] = {ENOBUFS};
@@ -195,7 +195,7 @@ TEST_F(PeerVerification, FailsForALocalPeerWhoseUserTheKernelDoesNotTell) {
     system_calls::reset();
 }
 
-TEST_F(PeerVerification, FailsForALocalConnectionThatIsNoStream) {
+TEST_F(PeerVerification, FailsForALocalConnectionThatIsNotAStream) {
     trust({"localhost"});
     for (const int type : {SOCK_DGRAM, SOCK_SEQPACKET}) {
         int ends[2] = {-1, -1};
@@ -206,7 +206,7 @@ TEST_F(PeerVerification, FailsForALocalConnectionThatIsNoStream) {
     }
 }
 
-// Whoever sends a datagram writes any address into it, be it one of TCP.
+// The sender of a datagram can write any address into it, even with the protocol number of TCP.
 TEST_F(PeerVerification, FailsForAConnectionOfDatagrams) {
     trust({"localhost", "127.0.0.1"});
     struct Socket {
@@ -222,7 +222,7 @@ TEST_F(PeerVerification, FailsForAConnectionOfDatagrams) {
     }
 }
 
-TEST_F(PeerVerification, BelievesTcpAlone) {
+TEST_F(PeerVerification, TrustsOnlyTcp) {
     trust({"localhost"});
     const ConnectedSockets connection = connect_over_tcp({.peer_port = last_reserved_port});
     for (const int protocol : {IPPROTO_TCP, IPPROTO_MPTCP}) {
@@ -237,8 +237,8 @@ TEST_F(PeerVerification, BelievesTcpAlone) {
     system_calls::reset();
 }
 
-// All that the library does is done here once.
-TEST_F(PeerVerification, IsTheOnlyOneToLog) {
+// Every operation of the library runs here once.
+TEST_F(PeerVerification, IsTheOnlyOperationThatLogs) {
     trust({"localhost", "elsewhere.example.test"});
     const ConnectedSockets connection = connect_locally();
     const std::string log = debug_log_of([&] {

@@ -1,4 +1,4 @@
-// Files that are put back whole from a copy.
+// Files that are restored from a copy.
 #include "platform/library/put_back.h"
 
 #include <fcntl.h>
@@ -43,7 +43,7 @@ TEST_F(PutBack, MakesAFileWithTextAndMode) {
     EXPECT_FALSE(fs::exists(new_path()));
 }
 
-TEST_F(PutBack, ReplacesALinkAndNotWhatItLeadsTo) {
+TEST_F(PutBack, ReplacesALinkAndNotItsTarget) {
     write_file(folder_.path() + "/target", "target");
     fs::create_symlink("target", path());
     ASSERT_EQ(put_file(path(), whole_file("old", 0644)), 0);
@@ -57,14 +57,14 @@ TEST_F(PutBack, MakesALinkOverAFile) {
     EXPECT_EQ(fs::read_symlink(path()), "elsewhere");
 }
 
-TEST_F(PutBack, RemovesAFileThatIsThereOrNot) {
+TEST_F(PutBack, RemovesAFileThatMayBeMissing) {
     write_file(path(), "now");
     EXPECT_EQ(remove_file(path()), 0);
     EXPECT_FALSE(fs::exists(path()));
     EXPECT_EQ(remove_file(path()), 0);
 }
 
-TEST_F(PutBack, ClearsAwayWhatACrashLeft) {
+TEST_F(PutBack, RemovesWhatACrashLeft) {
     write_file(new_path(), "half of i");
     ASSERT_EQ(put_file(path(), whole_file("old", 0600)), 0);
     EXPECT_EQ(read_file(path()), "old");
@@ -102,7 +102,7 @@ TEST_F(PutBack, LeavesTheFileOfAnotherUser) {
     EXPECT_EQ(read_file(new_path()), "theirs");
 }
 
-TEST_F(PutBack, ACrashDoesNotBlockTheNextRewrite) {
+TEST_F(PutBack, DoesNotBlockTheNextRewriteAfterACrash) {
     write_file(path(), "now");
     write_file(new_path(), "old");
     ASSERT_EQ(chmod(new_path().c_str(), 0666), 0);

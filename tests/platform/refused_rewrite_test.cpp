@@ -1,4 +1,4 @@
-// Rewrites that fail because of what is there: rights, kinds of files, links and locks.
+// Rewrites that fail because of permissions, kinds of files, links or locks.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -30,7 +30,7 @@ TEST_P(RefusedRewrite, LeavesTheOldTextInAFolderThatMayNotBeWritten) {
     expect_nothing_left_behind();
 }
 
-// Whoever may not list a folder cannot flush it either.
+// A folder that may not be listed cannot be flushed either.
 TEST_P(RefusedRewrite, LeavesTheOldTextInAFolderThatMayNotBeListed) {
     const Change change = GetParam().prepare();
     set_mode(GetParam().folder(), 0333);
@@ -43,8 +43,8 @@ TEST_P(RefusedRewrite, LeavesTheOldTextInAFolderThatMayNotBeListed) {
     expect_nothing_left_behind();
 }
 
-// A file that stays as it is needs no right but to be found, to be read and to be locked.
-TEST_P(RefusedRewrite, IsNoneWhereNothingIsToBeChangedInAFolderThatMayNotBeListed) {
+// A file that does not change only has to be found, read and locked.
+TEST_P(RefusedRewrite, SucceedsWithoutAChangeInAFolderThatMayNotBeListed) {
     expect_change();
     const struct stat before = state_of(GetParam().path);
     const Change change = GetParam().prepare();
@@ -86,7 +86,7 @@ TEST_P(RefusedRewrite, CreatesNoFile) {
     EXPECT_FALSE(exists(GetParam().path));
 }
 
-TEST_P(RefusedRewrite, LeavesAFolderOfTheName) {
+TEST_P(RefusedRewrite, LeavesAFolderWithTheFilesName) {
     const Change change = GetParam().prepare();
     remove_tree(GetParam().path);
     write_file(GetParam().path + "/file", "kept");
@@ -95,8 +95,8 @@ TEST_P(RefusedRewrite, LeavesAFolderOfTheName) {
     expect_nothing_left_behind();
 }
 
-// Nobody writes to it, so a rewrite that opened it as a file would wait for ever.
-TEST_P(RefusedRewrite, LeavesAFifoOfTheName) {
+// Nobody writes to the FIFO, so opening it like a file would wait forever.
+TEST_P(RefusedRewrite, LeavesAFifoWithTheFilesName) {
     const Change change = GetParam().prepare();
     remove_tree(GetParam().path);
     ASSERT_EQ(mkfifo(GetParam().path.c_str(), 0600), 0);
@@ -105,7 +105,7 @@ TEST_P(RefusedRewrite, LeavesAFifoOfTheName) {
     expect_nothing_left_behind();
 }
 
-TEST_P(RefusedRewrite, LeavesALinkThatLeadsNowhere) {
+TEST_P(RefusedRewrite, LeavesADanglingLink) {
     struct DeadLink {
         const char* target;
         int error;
@@ -126,8 +126,8 @@ TEST_P(RefusedRewrite, LeavesALinkThatLeadsNowhere) {
     expect_nothing_left_behind();
 }
 
-// Whoever can put a link there does not make files elsewhere with it.
-TEST_P(RefusedRewrite, FollowsNoLinkInThePlaceOfTheLock) {
+// Whoever can create a link there cannot create files elsewhere with it.
+TEST_P(RefusedRewrite, DoesNotFollowALinkAtTheLocksPath) {
     make_folder("/opt/site");
     for (const char* target : {"/opt/site/missing", "/opt/site/there"}) {
         write_file("/opt/site/there", "kept");
@@ -147,7 +147,7 @@ TEST_P(RefusedRewrite, LeavesAFileThatCannotBeLocked) {
     expect_nothing_left_behind();
 }
 
-TEST_P(RefusedRewrite, LeavesAFileBehindALinkThatCannotBeLocked) {
+TEST_P(RefusedRewrite, LeavesTheTargetOfALinkThatCannotBeLocked) {
     const std::string target = "/opt/site/target";
     write_file(target, GetParam().before);
     make_folder(target + ".lock");
@@ -159,8 +159,8 @@ TEST_P(RefusedRewrite, LeavesAFileBehindALinkThatCannotBeLocked) {
     expect_nothing_left_behind();
 }
 
-// What such a link leads to is not locked.
-TEST_P(RefusedRewrite, FollowsNoLinkThatTakesTheFilesPlaceWhileItIsLocked) {
+// The target of such a link is not locked.
+TEST_P(RefusedRewrite, DoesNotFollowALinkThatReplacesTheLockedFile) {
     remove_tree(GetParam().path);
     write_file("/opt/site/settings", GetParam().before);
     write_file("/opt/site/other", GetParam().before);

@@ -32,7 +32,7 @@ Descriptor hold_lock(const std::string& name) {
     return lock;
 }
 
-// Child processes have the descriptor too, so closing it would not do.
+// Child processes have the descriptor too, so closing it would not release the lock.
 void release(const Descriptor& lock) {
     EXPECT_EQ(flock(lock.get(), LOCK_UN), 0);
 }
@@ -43,7 +43,7 @@ bool is_locked(const std::string& name) {
     return flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
-// Tells whether the kernel lists the process among those that wait for a lock.
+// Returns whether the kernel lists the process as waiting for a lock.
 bool waits_for_lock(pid_t process) {
     const std::string locks = read_file("/proc/locks");
     const std::string mark = " " + std::to_string(process) + " ";
@@ -69,7 +69,7 @@ void await_wait_for_lock(ChildProcess& process) {
 constexpr int writers = 8;
 constexpr int changes_of_each = 20;
 
-// Makes the changes 0, 1 and so on, in several processes at once.
+// Makes the changes 0, 1 and so on in several processes at once.
 void change_in_many_processes(const std::function<void(int number)>& change) {
     std::deque<ChildProcess> processes;
     for (int writer = 0; writer < writers; ++writer) {
@@ -88,7 +88,7 @@ void change_in_many_processes(const std::function<void(int number)>& change) {
 
 class RewriteLock : public RewriteTest {
   protected:
-    // Lets many processes add entries at once; the order in which they come to stand does not matter.
+    // Many processes add entries at once. Their order does not matter.
     void expect_no_change_lost() const {
         change_in_many_processes([](int number) { EXPECT_EQ(GetParam().add_entry(number), 0); });
         const std::string text = read_file(GetParam().path);
@@ -105,7 +105,7 @@ class RewriteLock : public RewriteTest {
 };
 FOR_EACH_REWRITTEN_FILE(RewriteLock);
 
-TEST_P(RewriteLock, IsAFileBesideTheNameThatOnlyItsOwnerMayUse) {
+TEST_P(RewriteLock, IsAFileBesideTheOriginalThatOnlyItsOwnerMayUse) {
     for (const mode_t mask : {0U, 022U}) {
         remove_tree(GetParam().lock());
         const mode_t mask_before = umask(mask);
@@ -144,7 +144,7 @@ TEST_P(RewriteLock, IsHeldFromTheReadToTheEnd) {
     EXPECT_FALSE(is_locked(GetParam().lock()));
 }
 
-// What the holder writes meanwhile is read afterwards.
+// The waiting process reads what the holder has written.
 TEST_P(RewriteLock, IsWaitedForBeforeTheFileIsRead) {
     const Descriptor lock = hold_lock(GetParam().lock());
     ChildProcess writer([&] { EXPECT_EQ(GetParam().change(), 0); });
@@ -157,7 +157,7 @@ TEST_P(RewriteLock, IsWaitedForBeforeTheFileIsRead) {
     expect_nothing_left_behind();
 }
 
-TEST_P(RewriteLock, IsWaitedForByEveryWriter) {
+TEST_P(RewriteLock, MakesEveryWriterWait) {
     const Descriptor lock = hold_lock(GetParam().lock());
     ChildProcess first([&] { EXPECT_EQ(GetParam().add_entry(1), 0); });
     ChildProcess second([&] { EXPECT_EQ(GetParam().add_entry(2), 0); });
@@ -172,7 +172,7 @@ TEST_P(RewriteLock, IsWaitedForByEveryWriter) {
     EXPECT_TRUE(text == GetParam().before + one + two || text == GetParam().before + two + one) << text;
 }
 
-TEST_P(RewriteLock, IsWaitedForAlsoWhereTheNameIsALink) {
+TEST_P(RewriteLock, IsWaitedForEvenWhenTheNameIsALink) {
     remove_tree(GetParam().path);
     write_file("/opt/site/settings", GetParam().before);
     make_link("/opt/site/settings", GetParam().path);
@@ -185,7 +185,7 @@ TEST_P(RewriteLock, IsWaitedForAlsoWhereTheNameIsALink) {
     expect_rewritten();
 }
 
-TEST_P(RewriteLock, IsFreeAfterItsHolderWasKilled) {
+TEST_P(RewriteLock, IsReleasedWhenItsHolderIsKilled) {
     const Change change = GetParam().prepare();
     ChildProcess holder([&] {
         overrides.before_call = [](const std::string& call) {
@@ -204,7 +204,7 @@ TEST_P(RewriteLock, LosesNoChangeOfManyWriters) {
     expect_no_change_lost();
 }
 
-// Two products' stores may be one file.
+// The stores of two products may be the same file.
 TEST(RewriteLockOfTwoNames, LosesNoChangeOfManyWriters) {
     make_product_tree();
     system_calls::reset();

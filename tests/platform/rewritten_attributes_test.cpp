@@ -1,4 +1,4 @@
-// Which extended attributes a rewrite gives the new file, and which it does not.
+// Which extended attributes a rewrite copies to the new file.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -26,7 +26,7 @@ using namespace std::string_literals;
 
 constexpr const char* access_list = "system.posix_acl_access";
 
-// Lets the group of the process read and write, besides owner and owning group.
+// Allows the group of the process to read and write.
 const std::string list_with_a_group =
     "\x02\0\0\0"
     "\x01\0\x06\0\xff\xff\xff\xff"
@@ -79,8 +79,8 @@ TEST_P(RewrittenAttributes, AreKeptWhenTheyAreAnAccessControlList) {
     EXPECT_EQ(mode_of(path), mode);
 }
 
-// The list that a folder gives to new files is nothing that the old file had.
-TEST_P(RewrittenAttributes, HaveNoAccessControlListThatTheOldFileHadNot) {
+// The folder gives new files a default list, which the old file did not have.
+TEST_P(RewrittenAttributes, GainNoAccessControlListThatTheOldFileLacked) {
     give_attribute(GetParam().folder(), "system.posix_acl_default", list_with_a_group);
     set_mode(GetParam().path, 0640);
     expect_change();
@@ -88,7 +88,7 @@ TEST_P(RewrittenAttributes, HaveNoAccessControlListThatTheOldFileHadNot) {
     EXPECT_EQ(mode_of(GetParam().path), 0640U);
 }
 
-TEST_P(RewrittenAttributes, AreNotMissedOnAFileSystemWithoutThem) {
+TEST_P(RewrittenAttributes, AreNotRequiredOnAFileSystemWithoutThem) {
     const Change change = GetParam().prepare();
     failures["flistxattr"] = always(ENOTSUP);
     EXPECT_EQ(change(), 0);
@@ -111,7 +111,7 @@ TEST_P(RewrittenAttributes, AreReadAgainWhenTheyHaveGrown) {
 TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheyCannotBeRead) {
     give_attribute(GetParam().path, "user.note", "kept");
     const Change change = GetParam().prepare();
-    // First the size is asked for, then the value.
+    // The first query reads the size, the second one the value.
     for (const std::size_t queries : {0U, 1U}) {
         failures["fgetxattr"] = always_after(queries, EIO);
         EXPECT_EQ(change(), GetParam().failure(EIO)) << queries;
@@ -121,7 +121,7 @@ TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheyCannotBeRead) {
     }
 }
 
-TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheNewFileWasBornWithAListThatStays) {
+TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenAnInheritedListCannotBeRemoved) {
     give_attribute(GetParam().folder(), "system.posix_acl_default", list_with_a_group);
     const Change change = GetParam().prepare();
     failures["fremovexattr"] = {EPERM};
@@ -133,7 +133,7 @@ TEST_P(RewrittenAttributes, MakeTheRewriteFailWhenTheNewFileWasBornWithAListThat
 }
 
 // The folder gives every new file a list.
-TEST_P(RewrittenAttributes, AreNotGivenAgainWhenTheNewFileWasBornWithThem) {
+TEST_P(RewrittenAttributes, AreNotSetAgainWhenTheNewFileInheritedThem) {
     give_attribute(GetParam().folder(), "system.posix_acl_default", list_with_a_group);
     const std::string sample = GetParam().folder() + "/sample";
     ASSERT_TRUE(Descriptor(open(sample.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)).valid());
@@ -146,7 +146,7 @@ TEST_P(RewrittenAttributes, AreNotGivenAgainWhenTheNewFileWasBornWithThem) {
     EXPECT_EQ(attribute_of(GetParam().path, access_list), born_with);
 }
 
-TEST_P(RewrittenAttributes, TakeThePlaceOfOthersThatTheNewFileWasBornWith) {
+TEST_P(RewrittenAttributes, ReplaceOthersThatTheNewFileInherited) {
     give_attribute(GetParam().folder(), "system.posix_acl_default", list_with_a_group);
     give_attribute(GetParam().path, access_list, list_with_a_group);
     expect_change();
@@ -154,7 +154,7 @@ TEST_P(RewrittenAttributes, TakeThePlaceOfOthersThatTheNewFileWasBornWith) {
     EXPECT_EQ(attribute_of(GetParam().path, access_list), list_with_a_group);
 }
 
-TEST_P(RewrittenAttributes, DoNotVouchForTheNewTextWithTheOldOnesHash) {
+TEST_P(RewrittenAttributes, DoNotIncludeAHashOfTheOldText) {
     struct stat state {};
     ASSERT_EQ(stat(GetParam().path.c_str(), &state), 0);
     const Change change = GetParam().prepare();

@@ -77,7 +77,7 @@ const RewrittenFile& store_file_of_a_product() {
     return file;
 }
 
-// The map's line ends in the number of users.
+// The line of the map ends with the number of users.
 RewriteTest::RewriteTest() {
     make_product_tree();
     write_file(GetParam().path, GetParam().before);

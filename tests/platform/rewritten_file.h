@@ -6,17 +6,17 @@
 #include <functional>
 #include <string>
 
-// Carries a prepared change out. Returns 0 or the library's status.
+// Makes a prepared change. Returns 0 or the status of the library.
 using Change = std::function<int()>;
 
 struct RewrittenFile {
     const char* name;
     std::string path;
-    std::string before;               // what the test begins with
-    std::string after;                // what the change makes of it
+    std::string before;               // the text before the change
+    std::string after;                // the text after the change
     std::function<Change()> prepare;  // what comes before the file is rewritten
     std::function<int(int error)> failure;
-    // An entry of its own for each number, and the line that it makes.
+    // Adds an entry that only this number has. The line of that entry.
     std::function<int(int number)> add_entry;
     std::function<std::string(int number)> entry_line;
 
@@ -42,7 +42,7 @@ class RewriteTest : public testing::TestWithParam<RewrittenFile> {
     void expect_rewritten() const { expect_text(GetParam().after); }
     void expect_text(const std::string& text) const;
 
-    // The folder holds what it held at the beginning and the lock file.
+    // The folder contains what it contained before, and the lock file.
     void expect_nothing_left_behind() const;
 
     // The change works.

@@ -1,4 +1,4 @@
-// What a rewrite keeps of the file, and how it goes about it.
+// What a rewrite keeps of the file, and in which order it works.
 #include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -53,7 +53,7 @@ std::size_t place_of(const std::string& call) {
 class SafeRewrite : public RewriteTest {};
 FOR_EACH_REWRITTEN_FILE(SafeRewrite);
 
-TEST_P(SafeRewrite, PutsANewFileInThePlaceOfTheOldOne) {
+TEST_P(SafeRewrite, ReplacesTheOldFileWithANewOne) {
     const Descriptor reader(open(GetParam().path.c_str(), O_RDONLY | O_CLOEXEC));
     expect_change();
     std::string old_text;
@@ -76,8 +76,7 @@ TEST_P(SafeRewrite, KeepsTheMode) {
     }
 }
 
-// The number of another user can be given away only where there is one: to a user namespace of a single user it is
-// unknown, and then the file is that user's before and after.
+// A file can only be given to a user that exists. A user namespace of a single user has no other one.
 TEST_P(SafeRewrite, KeepsTheOwnerWithSetIdBitsAmongTheUsersOfTheNamespace) {
     const bool has_others = namespace_has_several_users();
     const uid_t user = has_others ? 1234 : 0;
@@ -93,14 +92,14 @@ TEST_P(SafeRewrite, KeepsTheOwnerWithSetIdBitsAmongTheUsersOfTheNamespace) {
     }
 }
 
-TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerBeforeItGetsTheName) {
+TEST_P(SafeRewrite, SetsTheOldOwnerBeforeTheRename) {
     overrides.owner = system_calls::OwnedFile{.file = state_of(GetParam().path).st_ino, .user = 1234, .group = 5678};
     expect_change();
     EXPECT_LT(place_of("give owner 1234:5678"), place_of("give mode"));
     EXPECT_LT(place_of("give mode"), place_of("rename"));
 }
 
-TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerWhereOnlyUserOrGroupIsAnother) {
+TEST_P(SafeRewrite, SetsTheOldOwnerWhenOnlyUserOrGroupDiffers) {
     struct Owner {
         uid_t user;
         gid_t group;
@@ -116,7 +115,7 @@ TEST_P(SafeRewrite, GivesTheNewFileTheOldOnesOwnerWhereOnlyUserOrGroupIsAnother)
     }
 }
 
-// Among them a user's own draft of the file.
+// One of them is a user's own draft of the file.
 TEST_P(SafeRewrite, LeavesTheOtherFilesOfTheFolder) {
     for (const char* ending : {".new", ".tmp", ".bak", "~"}) {
         write_file(GetParam().path + ending, "kept");
@@ -127,7 +126,7 @@ TEST_P(SafeRewrite, LeavesTheOtherFilesOfTheFolder) {
     }
 }
 
-TEST_P(SafeRewrite, ReplacesTheFileThatALinkPointsTo) {
+TEST_P(SafeRewrite, ReplacesTheTargetOfALink) {
     for (const char* target : {"/opt/site/settings", "../../../opt/site/settings"}) {
         remove_tree(GetParam().path);
         write_file("/opt/site/settings", GetParam().before);
@@ -155,7 +154,7 @@ TEST_P(SafeRewrite, FollowsALinkToALink) {
     EXPECT_EQ(read_file("/opt/site/settings"), GetParam().after);
 }
 
-TEST_P(SafeRewrite, LeavesAnotherNameOfTheFileTheOldText) {
+TEST_P(SafeRewrite, LeavesTheOldTextUnderOtherNamesOfTheFile) {
     ASSERT_EQ(link(GetParam().path.c_str(), "/usr/kumel/backup"), 0);
     expect_change();
     EXPECT_EQ(read_file("/usr/kumel/backup"), GetParam().before);
@@ -175,7 +174,7 @@ TEST_P(SafeRewrite, FlushesTheFileBeforeTheRenameAndTheFolderAfterIt) {
     EXPECT_EQ(std::count(system_calls::journal.begin(), system_calls::journal.end(), "write"), 1);
 }
 
-// The new text is not under the name before the rename.
+// The old text has the name until the rename.
 TEST_P(SafeRewrite, KeepsTheOldTextUntilTheRename) {
     overrides.before_call = [&](const std::string& call) {
         if (call != "flush folder" && call != "read") {
@@ -187,7 +186,7 @@ TEST_P(SafeRewrite, KeepsTheOldTextUntilTheRename) {
     expect_rewritten();
 }
 
-TEST_P(SafeRewrite, LetsNobodyElseReadTheNewFileBeforeItHasItsMode) {
+TEST_P(SafeRewrite, HidesTheNewFileFromOthersUntilItHasItsMode) {
     set_mode(GetParam().path, 0600);
     const mode_t mask_before = umask(0);
     int drafts = 0;
@@ -206,7 +205,7 @@ TEST_P(SafeRewrite, LetsNobodyElseReadTheNewFileBeforeItHasItsMode) {
     EXPECT_EQ(drafts, 2);  // the lock file and the new file
 }
 
-TEST_P(SafeRewrite, HandsNoDescriptorToAProgramThatIsStartedMeanwhile) {
+TEST_P(SafeRewrite, LeaksNoDescriptorIntoAProgramStartedMeanwhile) {
     const std::set<int> before = open_descriptors();
     std::size_t seen = 0;
     overrides.before_call = [&](const std::string& call) {
@@ -229,7 +228,7 @@ TEST_P(SafeRewrite, LeavesNoDescriptorOpen) {
     EXPECT_EQ(open_descriptors(), before);
 }
 
-TEST_P(SafeRewrite, GoesOnAfterInterruptedReads) {
+TEST_P(SafeRewrite, ContinuesAfterInterruptedReads) {
     const Change change = GetParam().prepare();
     failures["read"] = times(3, EINTR);
     EXPECT_EQ(change(), 0);
@@ -237,7 +236,7 @@ TEST_P(SafeRewrite, GoesOnAfterInterruptedReads) {
     expect_rewritten();
 }
 
-TEST_P(SafeRewrite, GoesOnAfterShortAndInterruptedWrites) {
+TEST_P(SafeRewrite, ContinuesAfterShortAndInterruptedWrites) {
     const Change change = GetParam().prepare();
     overrides.longest_write = 1;
     failures["write"] = times(3, EINTR);
@@ -246,7 +245,7 @@ TEST_P(SafeRewrite, GoesOnAfterShortAndInterruptedWrites) {
     expect_rewritten();
 }
 
-TEST_P(SafeRewrite, IsReadWholeAtAnyMoment) {
+TEST_P(SafeRewrite, IsNeverSeenHalfDone) {
     ChildProcess writer([&] {
         for (int i = 0; i < 100; ++i) {
             ASSERT_EQ(GetParam().change(), 0);

@@ -1,4 +1,4 @@
-// What the tests of the SERVER list share: names that resolve, and connections with peers of this host and of another.
+// What the tests of the SERVER list share: names, and connections with peers on this host and on another one.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 #include "tests/support/product_test.h"
 #include "tests/support/test_files.h"
 
-// Names that resolve: to addresses of this host and of others.
+// Names of addresses of this host and of others.
 inline constexpr const char* hosts_file =
     "127.0.0.1 localhost\n"
     "::1 localhost\n"

@@ -17,7 +17,7 @@ struct ServerListCase {
     bool trusted;
 };
 
-// What makes this host trusted, and what does not.
+// Which entries trust this host.
 const ServerListCase this_host_cases[] = {
     {{}, false},
     {{""}, false},
@@ -47,7 +47,7 @@ const ServerListCase this_host_cases[] = {
     {{"::2"}, false},
     {{"126.255.255.255"}, false},
     {{"128.0.0.1"}, false},
-    // Numbers that older readers of addresses take for one of these.
+    // Numbers that older parsers read as one of these.
     {{"127.1"}, false},
     {{"127.0.0.01"}, false},
     {{"0x7f000001"}, false},
@@ -72,7 +72,7 @@ const ServerListCase this_host_cases[] = {
     {{"own6.example.test"}, true},
     {{"trusted.example.test"}, false},
     {{"nobody.example.test"}, false},
-    // Some entry is enough.
+    // One matching entry is enough.
     {{"nobody.example.test", "10.77.0.9", "localhost"}, true},
     {{"localhost", "nobody.example.test"}, true},
     {{"10.77.0.9", "own.example.test", "nobody.example.test"}, true},
@@ -85,7 +85,7 @@ const ServerListCase this_host_cases[] = {
     {{"127.0.0.1:24761"}, false},
 };
 
-// What makes the foreign host, 10.77.0.2, trusted, and what does not.
+// Which entries trust the foreign host, 10.77.0.2.
 const ServerListCase foreign_host_cases[] = {
     {{}, false},
     {{""}, false},
@@ -175,7 +175,7 @@ TEST_F(ServerList, TrustsAForeignPeerByItsAddress) {
     expect_cases(foreign_host_cases, foreign_.connect(from_foreign));
 }
 
-TEST_F(ServerList, TrustsAForeignPeerByItsAddressAlsoWhenThatIsMapped) {
+TEST_F(ServerList, TrustsAForeignPeerByItsMappedAddress) {
     expect_cases(foreign_host_cases, foreign_.connect(from_foreign_mapped));
 }
 
@@ -183,8 +183,8 @@ TEST_F(ServerList, TrustsAForeignPeerByItsIpv6Address) {
     expect_cases(foreign_ipv6_cases, foreign_.connect(from_foreign_ipv6));
 }
 
-// A link-local address is one host's on each network; an entry may tell the network by its interface.
-TEST_F(ServerList, TrustsALinkLocalAddressOnTheInterfaceThatItTells) {
+// A link-local address is unique only within a network. An entry may name the network by its interface.
+TEST_F(ServerList, TrustsALinkLocalAddressOnlyOnItsInterface) {
     const unsigned cable = if_nametoindex("home");
     const unsigned loopback = if_nametoindex("lo");
     ASSERT_NE(cable, 0U);

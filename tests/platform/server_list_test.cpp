@@ -19,8 +19,8 @@ using failing_calls::always;
 using failing_calls::failures;
 using system_calls::overrides;
 
-// This host's name is of use to this host alone; where it resolves to another, that one is named.
-TEST_F(ServerList, TakesANameOfThisHostForAnotherThatItResolvesTo) {
+// The name of this host matches only this host. If it resolves to another host, it matches that one.
+TEST_F(ServerList, TrustsTheHostThatThisHostsNameResolvesTo) {
     const ConnectedSockets connection = foreign_.connect(from_foreign);
     trust({"agenthost.example.test"});
     EXPECT_FALSE(is_trusted(connection.agent_end.get()));
@@ -28,7 +28,7 @@ TEST_F(ServerList, TakesANameOfThisHostForAnotherThatItResolvesTo) {
     EXPECT_TRUE(is_trusted(connection.agent_end.get()));
 }
 
-TEST_F(ServerList, KnowsAHostNameWithoutADomain) {
+TEST_F(ServerList, MatchesAHostNameWithoutADomain) {
     EXPECT_TRUE(succeeds_in_child([] {
         ASSERT_EQ(sethostname("lonely", 6), 0);
         const ConnectedSockets connection = connect_locally();
@@ -40,7 +40,7 @@ TEST_F(ServerList, KnowsAHostNameWithoutADomain) {
     ASSERT_EQ(sethostname(private_host_name, strlen(private_host_name)), 0);
 }
 
-TEST_F(ServerList, KnowsAHostNameOfTheGreatestLength) {
+TEST_F(ServerList, MatchesAHostNameOfTheGreatestLength) {
     const std::string name(64, 'n');
     ASSERT_EQ(sethostname(name.c_str(), name.size()), 0);
     const ConnectedSockets connection = connect_locally();
@@ -51,7 +51,7 @@ TEST_F(ServerList, KnowsAHostNameOfTheGreatestLength) {
     ASSERT_EQ(sethostname(private_host_name, strlen(private_host_name)), 0);
 }
 
-TEST_F(ServerList, TakesNoEntryForAHostNameThatIsEmpty) {
+TEST_F(ServerList, MatchesNoEntryWithAnEmptyHostName) {
     EXPECT_TRUE(succeeds_in_child([] {
         ASSERT_EQ(sethostname("", 0), 0);
         const ConnectedSockets connection = connect_locally();
@@ -63,8 +63,8 @@ TEST_F(ServerList, TakesNoEntryForAHostNameThatIsEmpty) {
     ASSERT_EQ(sethostname(private_host_name, strlen(private_host_name)), 0);
 }
 
-// Its addresses still tell that it is meant.
-TEST_F(ServerList, KnowsThisHostByItsAddressesAloneWhenTheSystemDoesNotTellItsName) {
+// Its addresses still match.
+TEST_F(ServerList, MatchesThisHostOnlyByItsAddressesWhenItsNameIsUnknown) {
     const ConnectedSockets connection = connect_locally();
     failures["gethostname"] = always(EPERM);
     trust({"agenthost"});
@@ -78,7 +78,7 @@ TEST_F(ServerList, KnowsThisHostByItsAddressesAloneWhenTheSystemDoesNotTellItsNa
     EXPECT_TRUE(is_trusted(connection.agent_end.get()));
 }
 
-TEST_F(ServerList, KnowsThisHostByItsLoopbackAddressesAloneWhenTheSystemDoesNotTellTheOthers) {
+TEST_F(ServerList, MatchesThisHostOnlyByLoopbackAddressesWhenOthersAreUnknown) {
     const ConnectedSockets connection = connect_locally();
     failures["getifaddrs"] = always(ENOMEM);
     for (const char* host : {"10.77.0.1", "own.example.test", "own6.example.test"}) {
@@ -89,7 +89,7 @@ TEST_F(ServerList, KnowsThisHostByItsLoopbackAddressesAloneWhenTheSystemDoesNotT
     EXPECT_TRUE(is_trusted(connection.agent_end.get()));
 }
 
-TEST_F(ServerList, PassesOverInterfacesWithoutAddress) {
+TEST_F(ServerList, SkipsInterfacesWithoutAnAddress) {
     const ConnectedSockets connection = connect_locally();
     overrides.interface_without_address = true;
     trust({"10.77.0.1"});
@@ -98,7 +98,7 @@ TEST_F(ServerList, PassesOverInterfacesWithoutAddress) {
     EXPECT_FALSE(is_trusted(connection.agent_end.get()));
 }
 
-TEST_F(ServerList, TakesNoAddressAtAllForThisHosts) {
+TEST_F(ServerList, DoesNotCountAnEmptyAddressAsOwn) {
     EXPECT_FALSE(platform_library::OwnAddresses().hold(platform_library::Address()));
 }
 
@@ -145,8 +145,8 @@ TEST_F(ServerList, LooksNothingUpWhenAnEntryMatchesExactly) {
     EXPECT_EQ(name_server.questions(), std::vector<std::string>());
 }
 
-// The peer's host decides what its address is called.
-TEST_F(ServerList, BelievesNoNameOfAnAddress) {
+// The peer controls the name of its address.
+TEST_F(ServerList, IgnoresTheNameOfAnAddress) {
     NameServer name_server("server.example.test");
     const ConnectedSockets connection = foreign_.connect(from_foreign);
     trust({"server.example.test"});
@@ -156,7 +156,7 @@ TEST_F(ServerList, BelievesNoNameOfAnAddress) {
     }
 }
 
-TEST_F(ServerList, LooksNothingUpAfterItsTime) {
+TEST_F(ServerList, LooksNothingUpWithoutTime) {
     NameServer name_server("unused.example.test");
     const ConnectedSockets connection = foreign_.connect(from_foreign);
     trust({"nobody.example.test", "trusted.example.test"});

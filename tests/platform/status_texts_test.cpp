@@ -35,14 +35,14 @@ bool has_its_own_text(int status) {
     return text_without_number(status) != text_without_number(424242);
 }
 
-// A status line has room for 511 bytes; the text is to be short beside that.
+// A status line holds 511 bytes. The text has to leave room for the rest.
 constexpr std::size_t longest_text = 200;
 
 }  // namespace
 
 class StatusText : public ProductTest {};
 
-TEST_F(StatusText, IsAStatusesOwn) {
+TEST_F(StatusText, IsUniqueForEachStatusOfTheProduct) {
     std::map<std::string, int> seen;
     for (const int status : product_statuses) {
         EXPECT_TRUE(has_its_own_text(status)) << status;
@@ -51,13 +51,13 @@ TEST_F(StatusText, IsAStatusesOwn) {
     }
 }
 
-TEST_F(StatusText, HoldsTheNumberOfAnyOtherStatus) {
+TEST_F(StatusText, ContainsTheNumberOfAnyOtherStatus) {
     for (const int status : unknown_statuses) {
         EXPECT_NE(std::string(getECmsg(status)).find(std::to_string(status)), std::string::npos) << getECmsg(status);
     }
 }
 
-TEST_F(StatusText, IsNeverEmptyNorLongNorTwoLines) {
+TEST_F(StatusText, IsNeverEmptyOrLongOrTwoLines) {
     for (int status = -10; status < 12000; ++status) {
         const std::string text = getECmsg(status);
         EXPECT_FALSE(text.empty()) << status;
@@ -66,20 +66,20 @@ TEST_F(StatusText, IsNeverEmptyNorLongNorTwoLines) {
     }
 }
 
-TEST_F(StatusText, TellsWhyTheMainConfigurationCouldNotBeUpdated) {
+TEST_F(StatusText, SaysWhyTheMainConfigurationCouldNotBeUpdated) {
     for (const int error : {EPERM, ENOENT, EACCES, ENOSPC, EROFS, EBUSY, EXDEV}) {
         const int status = platform_library::status::configuration_not_updated + error;
         EXPECT_NE(std::string(getECmsg(status)).find(strerror(error)), std::string::npos) << getECmsg(status);
     }
 }
 
-TEST_F(StatusText, SaysWhatToMoveAwayWhereTheNewMainConfigurationHasNoName) {
+TEST_F(StatusText, SaysWhatToMoveAwayWhenTheNewNameIsTaken) {
     const std::string text = getECmsg(platform_library::status::configuration_not_updated + EEXIST);
     EXPECT_NE(text.find("(6017)"), std::string::npos) << text;
     EXPECT_NE(text.find(".qr.conf.new"), std::string::npos) << text;
 }
 
-TEST_F(StatusText, EndsThatOfAFailedUpdateBelowWhatAToolEndsWith) {
+TEST_F(StatusText, TreatsNumbersFrom6144OnAsStatusesOfTools) {
     EXPECT_NE(std::string(getECmsg(6143)).find("qr.conf"), std::string::npos) << getECmsg(6143);
     // The connection broker's wait status is 256 times the exit status of its tool: 24 to 27 here.
     for (const int status : {6144, 6400, 6656, 6912}) {
@@ -88,7 +88,7 @@ TEST_F(StatusText, EndsThatOfAFailedUpdateBelowWhatAToolEndsWith) {
     }
 }
 
-TEST_F(StatusText, IsThereForEveryFailureOfTheLibrary) {
+TEST_F(StatusText, ExistsForEveryFailureOfTheLibrary) {
     std::map<std::string, int> failures;
     remove_tree(main_configuration);
     failures["configuration not read"] = ZM_read_master_config();

@@ -10,7 +10,7 @@
 
 inline constexpr long default_product = 51216;
 
-// A level that there is not. No level of a test has this number.
+// Means that there is no level. No test uses this number as a level.
 inline constexpr int none = -4711;
 
 inline std::string store_file(long product = default_product) {
@@ -21,7 +21,7 @@ inline void write_store(const std::string& text, long product = default_product)
     write_file(store_file(product), text);
 }
 
-// An originator's configuration as it was read.
+// The configuration of an originator as it was read.
 class Originator {
   public:
     explicit Originator(unsigned long number, long product = default_product) : product_(product), number_(number) {

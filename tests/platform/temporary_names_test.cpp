@@ -28,7 +28,7 @@ class TemporaryName : public testing::Test {
     TemporaryName() { system_calls::reset(); }
     ~TemporaryName() override { system_calls::reset(); }
 
-    // Returns a name without the folder, of which the test makes sure.
+    // Returns a name without the folder, which has to be the expected one.
     [[nodiscard]] std::string choose(const std::string& prefix = "zmla") const {
         const std::string path = temporary_name(folder_.path(), prefix);
         const std::string front = folder_.path() + "/";
@@ -47,7 +47,7 @@ long long nanoseconds_now() {
 
 }  // namespace
 
-TEST_F(TemporaryName, HasTheShapeThatIsCleanedUp) {
+TEST_F(TemporaryName, HasTheFormThatCleanupAccepts) {
     for (int i = 0; i < 1000; ++i) {
         const std::string name = choose();
         EXPECT_TRUE(matches_pattern("<temporary>", name)) << name;
@@ -59,7 +59,7 @@ TEST_F(TemporaryName, BeginsWithItsPrefix) {
     EXPECT_EQ(choose("other").size(), 5 + 1 + 29 + 1 + 6U);
 }
 
-TEST_F(TemporaryName, HoldsTheTimeAndTheProcess) {
+TEST_F(TemporaryName, ContainsTheTimeAndTheProcess) {
     const long long before = nanoseconds_now();
     const std::string name = choose();
     const long long after = nanoseconds_now();
@@ -71,7 +71,7 @@ TEST_F(TemporaryName, HoldsTheTimeAndTheProcess) {
     EXPECT_EQ(name.substr(24, 10), process);
 }
 
-TEST_F(TemporaryName, HoldsTheTimeIn19Digits) {
+TEST_F(TemporaryName, ContainsTheTimeIn19Digits) {
     overrides.time_of_day = timespec{1'700'000'000, 42};
     EXPECT_EQ(choose().substr(5, 19), "1700000000000000042");
 }
@@ -85,8 +85,8 @@ TEST_F(TemporaryName, EndsInLettersAndDigitsOfAllKinds) {
     EXPECT_EQ(std::string(seen.begin(), seen.end()), "0123456789abcdefghijklmnopqrstuvwxyz");
 }
 
-// Of 256 values of a byte the last four would make the first four characters likelier than the others.
-TEST_F(TemporaryName, EndsInCharactersThatAreAllAsLikely) {
+// 256 is not a multiple of 36. The last four values of a byte would make four characters more likely.
+TEST_F(TemporaryName, EndsInEquallyLikelyCharacters) {
     std::map<char, int> times;
     for (int byte = 0; byte < 252; ++byte) {
         const auto value = static_cast<unsigned char>(byte);
@@ -101,7 +101,7 @@ TEST_F(TemporaryName, EndsInCharactersThatAreAllAsLikely) {
     }
 }
 
-TEST_F(TemporaryName, EndsInWhatTheClockTellsWithoutASourceOfRandomBytes) {
+TEST_F(TemporaryName, EndsInCharactersFromTheClockWithoutRandomBytes) {
     failures["getrandom"] = always(ENOSYS);
     overrides.time_of_day = timespec{1'700'000'000, 256 + 35};
     EXPECT_TRUE(choose().ends_with("-999999"));
@@ -109,7 +109,7 @@ TEST_F(TemporaryName, EndsInWhatTheClockTellsWithoutASourceOfRandomBytes) {
     EXPECT_TRUE(choose().ends_with("-aaaaaa"));
 }
 
-TEST_F(TemporaryName, IsAnotherOneEachTime) {
+TEST_F(TemporaryName, DiffersEachTime) {
     overrides.time_of_day = timespec{1'700'000'000, 42};
     std::set<std::string> names;
     for (int i = 0; i < 100; ++i) {
@@ -124,8 +124,8 @@ TEST_F(TemporaryName, CreatesNothing) {
     EXPECT_TRUE(temporary_name("/no/such/folder", "zmla").starts_with("/no/such/folder/zmla-"));
 }
 
-// Time and chance bring the same name again.
-TEST_F(TemporaryName, IsNotOneThatExists) {
+// The same time and the same random bytes give the same name.
+TEST_F(TemporaryName, IsNotTaken) {
     const std::deque<unsigned char> chance = {1, 2, 3, 4, 5, 6};
     overrides.time_of_day = timespec{1'700'000'000, 42};
     overrides.random_bytes = chance;

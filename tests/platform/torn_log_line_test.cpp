@@ -18,7 +18,7 @@ using system_calls::overrides;
 
 namespace {
 
-// Logs a message of which one write takes no more than so many bytes, or which fails to be written.
+// Logs a message. Its writes take at most so many bytes, or fail.
 void log_message(const char* text, std::size_t longest_write, int error = 0) {
     overrides.longest_write = longest_write;
     if (error != 0) {
@@ -29,7 +29,7 @@ void log_message(const char* text, std::size_t longest_write, int error = 0) {
     failures.clear();
 }
 
-// The log of these messages, without what is before the level.
+// Returns the log of these messages, without time and process.
 std::string log_of(const std::function<void()>& messages) {
     const std::string log = debug_log_of([&] {
         overrides.time_of_day = timespec{0, 0};
@@ -71,7 +71,7 @@ TEST_F(TornLine, IsFollowedByANewOneInASingleWrite) {
     });
 }
 
-TEST_F(TornLine, IsFollowedByANewOneOnceThereIsRoom) {
+TEST_F(TornLine, IsFollowedByANewOneOnceThereIsSpace) {
     EXPECT_EQ(log_of([] {
                   log_message("cut", up_to_the_time);
                   log_message("lost", all, ENOSPC);
@@ -90,7 +90,7 @@ TEST_F(TornLine, IsEndedOnce) {
               "00:00:00.000 \n<16> t: next\n");
 }
 
-TEST_F(TornLine, IsNotWhatAMessageThatWasLostWholeLeaves) {
+TEST_F(TornLine, IsNotLeftByAMessageThatWasLostWhole) {
     EXPECT_EQ(log_of([] {
                   log_message("lost", all, ENOSPC);
                   log_message("next", all);

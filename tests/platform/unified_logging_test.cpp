@@ -30,16 +30,16 @@ const StoredLevels readable[] = {
     {"111.DiagnosticLevel=4\n111.DebugLevel=3", 111, 3, 4},
     {"111.DebugLevel=3\n", 111, 3, none},
     {"111.DiagnosticLevel=4\n", 111, none, 4},
-    // Else the levels of originator 112, each for itself.
+    // A missing level is that of originator 112.
     {"112.DebugLevel=1\n112.DiagnosticLevel=6\n", 111, 1, 6},
     {"112.DebugLevel=1\n112.DiagnosticLevel=6\n111.DebugLevel=5\n", 111, 5, 6},
     {"112.DebugLevel=1\n112.DiagnosticLevel=6\n111.DiagnosticLevel=2\n", 111, 1, 2},
     {"112.DiagnosticLevel=6\n", 111, none, 6},
     {"112.DebugLevel=1\n112.DiagnosticLevel=6\n", 112, 1, 6},
-    // Else none: other originators do not count.
+    // Other originators do not count.
     {"113.DebugLevel=1\n113.DiagnosticLevel=6\n", 111, none, none},
     {"1111.DebugLevel=1\n11.DebugLevel=2\n1.DebugLevel=3\n", 111, none, none},
-    // Of several entries of one kind the first holds.
+    // The first of several entries of one kind counts.
     {"111.DebugLevel=3\n111.DebugLevel=4\n", 111, 3, none},
     {"112.DebugLevel=3\n112.DebugLevel=4\n", 111, 3, none},
     {"111.DebugLevel=0\n112.DebugLevel=4\n111.DebugLevel=5\n", 111, 0, none},
@@ -52,7 +52,7 @@ const StoredLevels readable[] = {
     // Any originator.
     {"0.DebugLevel=3\n", 0, 3, none},
     {"4294967295.DebugLevel=3\n", 4294967295UL, 3, none},
-    // Lines that are no entries.
+    // Lines that are not entries.
     {"# 111.DebugLevel=3\n#111.DebugLevel=3\n", 111, none, none},
     {" 111.DebugLevel=3\n\t111.DebugLevel=3\n", 111, none, none},
     {"111.DebugLevel =3\n111 .DebugLevel=3\n111. DebugLevel=3\n", 111, none, none},
@@ -77,7 +77,7 @@ const StoredLevels readable[] = {
     {"112.DebugLevel=3\n112.DebugLevel=x\n", 111, 3, none},
 };
 
-// Holds an entry of originator 111 that is no signed 32-bit number.
+// Each text has an entry of originator 111 that is not a signed 32-bit number.
 const std::string unreadable[] = {
     "111.DebugLevel=\n",
     "111.DebugLevel=x\n",
@@ -108,7 +108,7 @@ const std::string unreadable[] = {
 
 class UnifiedLogging : public ProductTest {};
 
-TEST_F(UnifiedLogging, GivesTheEffectiveLevels) {
+TEST_F(UnifiedLogging, ReturnsTheEffectiveLevels) {
     for (const StoredLevels& row : readable) {
         write_store(row.store);
         const Originator originator(row.originator);
@@ -126,7 +126,7 @@ TEST_F(UnifiedLogging, CannotBeReadWithABadEntryOfTheOriginator) {
     }
 }
 
-TEST_F(UnifiedLogging, CannotBeReadWithABadEntryOfTheDefaultOriginatorForItself) {
+TEST_F(UnifiedLogging, CannotReadTheDefaultOriginatorWithABadEntryOfItsOwn) {
     write_store("112.DebugLevel=x\n");
     EXPECT_NE(Originator(112).status(), 0);
     EXPECT_EQ(Originator(111).status(), 0);
@@ -146,14 +146,14 @@ TEST_F(UnifiedLogging, CannotBeReadFromAFolder) {
     EXPECT_NE(Originator(111).status(), 0);
 }
 
-// Nobody writes to it, so reading it as a file would wait for ever.
+// Nobody writes to the FIFO, so reading it like a file would wait forever.
 TEST_F(UnifiedLogging, HasNoLevelsInAFifo) {
     ASSERT_EQ(mkfifo(store_file().c_str(), 0600), 0);
     EXPECT_EQ(Originator(111).status(), 0);
     EXPECT_EQ(Originator(111).debug_level(), none);
 }
 
-TEST_F(UnifiedLogging, CannotBeReadWithoutTheRight) {
+TEST_F(UnifiedLogging, CannotBeReadWithoutPermission) {
     write_store("111.DebugLevel=3\n");
     set_mode(store_file(), 0);
     EXPECT_TRUE(succeeds_in_child([] {
@@ -162,14 +162,14 @@ TEST_F(UnifiedLogging, CannotBeReadWithoutTheRight) {
     }));
 }
 
-TEST_F(UnifiedLogging, GivesNoHandleWhenItCannotBeRead) {
+TEST_F(UnifiedLogging, ReturnsNoHandleWhenItCannotBeRead) {
     holkLogCfg* handle = nullptr;
     EXPECT_NE(holkLogReadCfg(default_product, 111, &handle), 0);
     EXPECT_EQ(handle, nullptr);
     holkLogFreeCfg(handle);
 }
 
-TEST_F(UnifiedLogging, KeepsOneFileAProduct) {
+TEST_F(UnifiedLogging, KeepsOneFilePerProduct) {
     for (const long product : {51216L, 58330L, 60385L}) {
         write_store("111.DebugLevel=" + std::to_string(product % 7) + "\n", product);
     }
@@ -185,7 +185,7 @@ TEST_F(UnifiedLogging, IsNotWrittenByReading) {
     EXPECT_EQ(names_in("/usr/kumel/ktul"), std::vector<std::string>{"51216.conf"});
 }
 
-TEST_F(UnifiedLogging, TakesLevelsFrom0To6) {
+TEST_F(UnifiedLogging, AcceptsLevelsFrom0To6) {
     write_store("");
     Originator originator(111);
     for (int level = 0; level <= 6; ++level) {
@@ -196,7 +196,7 @@ TEST_F(UnifiedLogging, TakesLevelsFrom0To6) {
     }
 }
 
-TEST_F(UnifiedLogging, RefusesOtherLevels) {
+TEST_F(UnifiedLogging, RejectsOtherLevels) {
     write_store("111.DebugLevel=3\n111.DiagnosticLevel=4\n");
     Originator originator(111);
     for (const int level : {-1, 7, 8, 10, 255, 256, INT_MAX, INT_MIN}) {
@@ -209,7 +209,7 @@ TEST_F(UnifiedLogging, RefusesOtherLevels) {
     EXPECT_EQ(read_file(store_file()), "111.DebugLevel=3\n111.DiagnosticLevel=4\n");
 }
 
-TEST_F(UnifiedLogging, GivesTheDefaultForWhatWasRemoved) {
+TEST_F(UnifiedLogging, ReturnsTheDefaultForARemovedLevel) {
     write_store("111.DebugLevel=3\n111.DiagnosticLevel=4\n112.DebugLevel=1\n");
     Originator originator(111);
     EXPECT_EQ(originator.remove(holk_debug_level_setting), 0);
@@ -219,7 +219,7 @@ TEST_F(UnifiedLogging, GivesTheDefaultForWhatWasRemoved) {
     EXPECT_EQ(originator.diagnostic_level(), none);
 }
 
-TEST_F(UnifiedLogging, RemovesWhatIsNotThere) {
+TEST_F(UnifiedLogging, MayRemoveALevelThatIsNotSet) {
     write_store("");
     Originator originator(111);
     for (const int mask : {32, 64, 96, 0}) {

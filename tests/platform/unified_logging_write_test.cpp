@@ -35,7 +35,7 @@ struct StoreChange {
     std::string after;
 };
 
-// Originator 111's changes.
+// Changes of originator 111.
 const StoreChange rows[] = {
     {"nothing changed", "111.DebugLevel=3\nrest", {}, "111.DebugLevel=3\nrest"},
     {"set where nothing is", "", {debug(6), diagnostic(5)}, "111.DebugLevel=6\n111.DiagnosticLevel=5\n"},
@@ -109,7 +109,7 @@ const StoreChange rows[] = {
 
 class UnifiedLoggingWrite : public ProductTest {};
 
-TEST_F(UnifiedLoggingWrite, AppliesWhatWasChangedAndNothingElse) {
+TEST_F(UnifiedLoggingWrite, AppliesOnlyTheChanges) {
     for (const StoreChange& row : rows) {
         write_store(row.before);
         Originator originator(111);
@@ -136,7 +136,7 @@ TEST_F(UnifiedLoggingWrite, IsReadAfterwards) {
     EXPECT_EQ(Originator(111).diagnostic_level(), 6);
 }
 
-TEST_F(UnifiedLoggingWrite, TakesTheGreatestOriginator) {
+TEST_F(UnifiedLoggingWrite, AcceptsTheGreatestOriginator) {
     write_store("");
     Originator originator(4294967295UL);
     originator.set_debug_level(4);
@@ -144,7 +144,7 @@ TEST_F(UnifiedLoggingWrite, TakesTheGreatestOriginator) {
     EXPECT_EQ(read_file(store_file()), "4294967295.DebugLevel=4\n");
 }
 
-TEST_F(UnifiedLoggingWrite, ChangesTheProductsFileAlone) {
+TEST_F(UnifiedLoggingWrite, ChangesOnlyTheFileOfTheProduct) {
     write_store("111.DebugLevel=1\n", 51216);
     write_store("111.DebugLevel=1\n", 58330);
     Originator originator(111, 58330);

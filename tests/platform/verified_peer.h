@@ -1,4 +1,4 @@
-// What peer verification finds out.
+// The results of peer verification.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ inline VerifiedPeer verify_peer(int socket, int timeout = 60) {
     return peer;
 }
 
-// Makes these the hosts that are trusted.
+// Sets the list of trusted hosts.
 inline void trust(const std::vector<std::string>& hosts) {
     std::string text;
     for (const std::string& host : hosts) {
@@ -35,7 +35,7 @@ inline void trust(const std::vector<std::string>& hosts) {
     static_cast<void>(ZM_read_master_config());
 }
 
-// Tells whether the peer counts as one on a trusted host. The connection could be examined in any case.
+// Returns whether the peer is on a trusted host. Expects that the connection could be examined.
 inline bool is_trusted(int socket, int timeout = 60) {
     const VerifiedPeer peer = verify_peer(socket, timeout);
     return peer.status == 0 && (peer.flags & peer_flag::host_is_server) != 0;

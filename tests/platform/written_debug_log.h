@@ -5,13 +5,13 @@
 #include <string>
 #include <string_view>
 
-// Opens a debug log in a process of its own, does the work there and returns what is in the log then. The test fails
-// when something fails in that process.
+// Opens a debug log in a child process, does the work there and returns the text of the log. The test fails when
+// something fails in that process.
 std::string debug_log_of(const std::function<void()>& work);
 
-// Returns the one line of the log without its newline and what is before the level; the test fails when the log is not
-// one line of its form.
+// Returns the only line of the log, without its newline and what precedes the level. The test fails when the log is
+// anything else.
 std::string message_of(const std::string& log);
 
-// As debug_log_of and message_of together.
+// Combines debug_log_of and message_of.
 std::string logged_message(const std::function<void()>& work);

@@ -15,7 +15,7 @@
 namespace call_journal {
 namespace {
 
-// Far from the numbers that tests look at, those of the next descriptors to be opened.
+// Higher than the numbers that tests check, which are those of the next descriptors to be opened.
 constexpr int chosen_descriptor = 500;
 
 // The journal is a file in memory. Child processes inherit it. Nothing here calls what the wrappers of system calls

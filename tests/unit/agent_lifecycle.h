@@ -32,7 +32,7 @@ class AgentLifecycle : public ProductPathTest {
         }
     }
 
-    // Runs the agent in a child process with the connection on descriptor 0, once that process has been prepared.
+    // Runs the agent in a child process with the connection as descriptor 0. `prepare` runs there first.
     int run(const std::function<void()>& prepare = [] {}) {
         const int status = run_in_child([&] {
             dup3(socket_.agent(), STDIN_FILENO, 0);

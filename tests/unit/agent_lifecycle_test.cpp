@@ -56,11 +56,11 @@ TEST_F(AgentLifecycle, PreparesTheProcessInOrder) {
                             "xnet_get_max_timeout",
                             "get_string " + socket + " cleared 2047 301"};
     Texts first_calls = calls();
-    first_calls.resize(expected.size());  // what comes after that is how the process ends
+    first_calls.resize(expected.size());  // later calls end the process
     EXPECT_EQ(first_calls, expected);
 }
 
-TEST_F(AgentLifecycle, KeepsTheSocketUnderAnotherNumberThanTheStandardStreams) {
+TEST_F(AgentLifecycle, MovesTheSocketAwayFromTheStandardStreams) {
     const int next = next_descriptor();
     script.during_verification = [&] {
         for (const int fd : {0, 1, 2, next}) {
@@ -130,7 +130,7 @@ TEST_F(AgentLifecycle, EndsWith17WhenTheSocketCannotBeDuplicated) {
     EXPECT_EQ(socket_.received(), "");
 }
 
-TEST_F(AgentLifecycle, EndsWithAStatusOfItsOwnForEachStreamThatCannotBeRedirected) {
+TEST_F(AgentLifecycle, EndsWithItsOwnStatusForEachStreamThatCannotBeRedirected) {
     const std::vector<int> statuses = {11, 12, 18};
     for (std::size_t opens = 0; opens < 3; ++opens) {
         failures["open /dev/null"] = always_after(opens, ENFILE);
@@ -155,14 +155,14 @@ TEST_F(AgentLifecycle, EndsWith252WhenTheStatusOfTheConfigurationIsTooLarge) {
     EXPECT_EQ(run(), 252);
 }
 
-TEST_F(AgentLifecycle, WorksOnWithoutADebugLog) {
+TEST_F(AgentLifecycle, ContinuesWithoutADebugLog) {
     script.debug_log_descriptor = -1;
     request({"FETCHFILE"});
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(socket_.received(), "EXIT STATUS 0 text of 0\n");
 }
 
-TEST_F(AgentLifecycle, TellsThePeerTheStatusOfAFailedVerification) {
+TEST_F(AgentLifecycle, SendsThePeerTheStatusOfAFailedVerification) {
     script.verification_fails = 46;
     EXPECT_EQ(run(), 46);
     EXPECT_EQ(socket_.received(), "EXIT STATUS 46 text of 46\n");
@@ -186,19 +186,19 @@ TEST_F(AgentLifecycle, EndsWith135ForAPeerThatIsNotRoot) {
     EXPECT_EQ(child_messages().at(1), (LogLine{error, program, "client communication setup failed SC=135"}));
 }
 
-TEST_F(AgentLifecycle, TellsThePeerThatTheRequestWasNotReceived) {
+TEST_F(AgentLifecycle, SendsThePeerTheStatusOfARequestThatWasNotReceived) {
     script.framed_reads = {recording_platform::framed_failure(0, ETIMEDOUT)};
     EXPECT_EQ(run(), 252);
     EXPECT_EQ(socket_.received(), "EXIT STATUS 5763 text of 5763\n");
     const Lines lines = child_messages();
     ASSERT_GE(lines.size(), 3U);
-    // The log knows it before the peer does.
+    // The message is logged before the peer gets the status.
     EXPECT_EQ(lines.at(lines.size() - 3), (LogLine{error, program, "failed to receive args SC=5763"}));
     EXPECT_EQ(lines.at(lines.size() - 2).tag, "socksend");
     EXPECT_EQ(lines.at(lines.size() - 1).tag, "socksend");
 }
 
-TEST_F(AgentLifecycle, AnswersAWordThatIsNotValidWithItsStatus) {
+TEST_F(AgentLifecycle, AnswersAnInvalidWordWithItsStatus) {
     request({"runzmsu"});
     EXPECT_EQ(run(), 5764 % 256);
     EXPECT_EQ(socket_.received(), "EXIT STATUS 5764 text of 5764\n");
@@ -215,7 +215,7 @@ TEST_F(AgentLifecycle, RunsTheToolOfAnExternalWord) {
     EXPECT_EQ(child_messages_under("perform_cleanup_on_failure"), Lines{});
 }
 
-TEST_F(AgentLifecycle, HandsNothingToAToolThatTheNetworkServiceLeftOpen) {
+TEST_F(AgentLifecycle, PassesNoDescriptorOfTheNetworkServiceToATool) {
     const int socket = next_descriptor();
     write_tool(support + "old_zmsu", "for fd; do [ -e /proc/$$/fd/$fd ] && echo open || echo closed; done\n");
     request({"zmsu", number(socket), "3", "300"});
@@ -228,14 +228,14 @@ TEST_F(AgentLifecycle, HandsNothingToAToolThatTheNetworkServiceLeftOpen) {
     EXPECT_NE(socket, 3);
 }
 
-TEST_F(AgentLifecycle, WaitsForItsToolAlsoWhenTheNetworkServiceIgnoresItsChildren) {
+TEST_F(AgentLifecycle, WaitsForItsToolEvenWhenTheNetworkServiceIgnoresItsChildren) {
     write_tool(support + "old_zmsu", "exit 3\n");
     request({"zmsu"});
     EXPECT_EQ(run([] { signal(SIGCHLD, SIG_IGN); }), 3);
     EXPECT_EQ(socket_.received(), "\nEXIT STATUS 3 text of 3\n");
 }
 
-TEST_F(AgentLifecycle, ThrowsAwayWhatARefusedPeerHasSent) {
+TEST_F(AgentLifecycle, DiscardsWhatARejectedPeerHasSent) {
     script.peer_flags = 0x40;
     socket_.peer_sends(std::string(50'000, 'x'));
     EXPECT_EQ(run(), 252);
@@ -243,7 +243,7 @@ TEST_F(AgentLifecycle, ThrowsAwayWhatARefusedPeerHasSent) {
     EXPECT_EQ(socket_.left_for_agent(), "");
 }
 
-TEST_F(AgentLifecycle, DoesNotReadForEverFromAPeerThatGoesOnSending) {
+TEST_F(AgentLifecycle, DoesNotReadForeverFromAPeerThatKeepsSending) {
     request({"FETCHFILE"});
     overrides.bytes_without_end = true;
     EXPECT_EQ(run(), 0);

@@ -46,7 +46,7 @@ int next_descriptor() {
 namespace children {
 
 int start() {
-    fflush(nullptr);  // or the child would write it once more
+    fflush(nullptr);  // or the child would write the same text again
     const pid_t child = fork();
     if (child == -1) {
         throw std::runtime_error("fork");

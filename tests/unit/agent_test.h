@@ -22,32 +22,31 @@ using system_calls::overrides;
 using Lines = std::vector<LogLine>;
 using Texts = std::vector<std::string>;
 
-// A test that starts with a fresh platform library and ends with everything released that the library gave out.
+// A test that starts with a fresh platform library and expects that everything of the library is released.
 class AgentTest : public ::testing::Test {
   protected:
     AgentTest();
     ~AgentTest() override;
 };
 
-// One that finds the product's fixed paths missing: /usr/kumel, /opt and /etc/rkregistry.cfg.
+// A test that starts without the fixed paths of the product: /usr/kumel, /opt/HOLKkob and /etc/rkregistry.cfg.
 class ProductPathTest : public AgentTest {
   protected:
     ProductPathTest();
 };
 
-// The number that the next descriptor to be opened gets.
+// Returns the number that the next opened descriptor will get.
 int next_descriptor();
 
-// Calls a function whose child processes end by themselves: one that came back would go on with the tests.
+// Calls a function whose child processes have to end by themselves. A child that returns is ended.
 template <typename Function>
 int call_that_forks(Function function);
 
-// Runs the function in a child process that nothing comes back from. Returns its exit status, or -1 when
-// a signal ended it.
+// Runs the function in a child process. Returns its exit status, or -1 when a signal ended it.
 template <typename Function>
 int run_in_child(Function function);
 
-// How these two work.
+// Helpers of the two functions above.
 namespace children {
 int start();
 int wait(int child);

@@ -13,20 +13,20 @@ TEST(BoundedPrint, KeepsRoomForTheTerminator) {
     EXPECT_EQ(bounded_print(4, "%s", "abcd"), "abc");
 }
 
-TEST(BoundedPrint, GivesNothingIntoABufferOfOneByte) {
+TEST(BoundedPrint, WritesAnEmptyTextToABufferOfOneByte) {
     EXPECT_EQ(bounded_print(1, "%s", "abcd"), "");
 }
 
-TEST(BoundedPrint, GivesTheEmptyTextForAnEmptyOne) {
+TEST(BoundedPrint, ReturnsAnEmptyTextForAnEmptyOne) {
     EXPECT_EQ(bounded_print(8, "%s", ""), "");
 }
 
-// No byte stands for that character here.
-TEST(BoundedPrint, GivesNothingForWhatCannotBePrinted) {
+// This character cannot be converted in the C locale.
+TEST(BoundedPrint, ReturnsAnEmptyTextForWhatCannotBePrinted) {
     EXPECT_EQ(bounded_print(16, "%s %ls", "text", L"\u20ac"), "");
 }
 
-TEST(BoundedCopy, ReturnsWhatFitsBesideTheTerminator) {
+TEST(BoundedCopy, ReturnsWhatFitsBeforeTheTerminator) {
     EXPECT_EQ(bounded_copy(5, "abcd"), "abcd");
     EXPECT_EQ(bounded_copy(4, "abcd"), "abc");
     EXPECT_EQ(bounded_copy(1, "abcd"), "");

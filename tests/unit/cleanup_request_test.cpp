@@ -46,7 +46,7 @@ TEST_F(CleanupRequest, DoesNothingWithoutADirectory) {
     EXPECT_EQ(recording_platform::messages(), Lines{});
 }
 
-TEST_F(CleanupRequest, RemovesACollectionResultWhereverItLies) {
+TEST_F(CleanupRequest, RemovesACollectionResultInAnyFolder) {
     write_file(result_ + "/file", "x");
     EXPECT_EQ(clean_up({result_}), 0);
     EXPECT_FALSE(exists(result_));
@@ -64,7 +64,7 @@ TEST_F(CleanupRequest, RemovesAResultNamedByItsBareName) {
     ASSERT_EQ(chdir("/"), 0);
 }
 
-TEST_F(CleanupRequest, TellsTheWholeNameOfALongArgument) {
+TEST_F(CleanupRequest, ReportsTheWholeNameOfALongArgument) {
     expect_refusal(std::string(2047, 'x'), "Does not match expected format");
 }
 
@@ -84,27 +84,27 @@ TEST_F(CleanupRequest, DoesNotRemoveAResultThatHoldsASubdirectory) {
               (LogLine{information, "remove_directory", "Removing directory (" + result_ + ") Option(0)"}));
 }
 
-TEST_F(CleanupRequest, TellsTheErrorOfAFailedRemoval) {
+TEST_F(CleanupRequest, ReportsTheErrorOfAFailedRemoval) {
     EXPECT_EQ(clean_up({result_}), 5784);
     const std::string answer = "CLEANUP: Failed to clean up " + result_ + ": No such file or directory";
     EXPECT_EQ(socket_.received(), answer + "\n");
     EXPECT_EQ(messages_under(tag), (Lines{{error, tag, "Cleanup result D=" + result_ + " #D=1 NSC=5784 M=" + answer}}));
 }
 
-TEST_F(CleanupRequest, TellsTheErrorOfTheRemovalThatStoppedIt) {
+TEST_F(CleanupRequest, ReportsTheErrorThatStoppedARemoval) {
     write_file(result_ + "/stuck", "");
     failures["unlink " + result_ + "/stuck"] = always(EBUSY);
     EXPECT_EQ(clean_up({result_}), 5784);
     EXPECT_EQ(socket_.received(), "CLEANUP: Failed to clean up " + result_ + ": Device or resource busy\n");
 }
 
-TEST_F(CleanupRequest, RefusesAnEmptyName) {
+TEST_F(CleanupRequest, RejectsAnEmptyName) {
     EXPECT_EQ(clean_up({""}), 5820);
     EXPECT_EQ(messages_under(check_tag), (Lines{{error, check_tag, "Directory path is empty!"}}));
     EXPECT_EQ(socket_.received(), "CLEANUP: Will not clean up unknown location: \n");
 }
 
-TEST_F(CleanupRequest, RefusesANameThatIsNotOfThreePieces) {
+TEST_F(CleanupRequest, RejectsANameThatHasNotThreePieces) {
     constexpr const char* reason = "Does not match expected format";
     expect_refusal("/", reason);
     expect_refusal("/tmp", reason);
@@ -114,51 +114,51 @@ TEST_F(CleanupRequest, RefusesANameThatIsNotOfThreePieces) {
     expect_refusal("/tmp/zmla" + digits + "abcdef", reason);
 }
 
-TEST_F(CleanupRequest, RefusesANameWithoutThePrefix) {
+TEST_F(CleanupRequest, RejectsANameWithoutThePrefix) {
     constexpr const char* reason = "Expected directory prefix is missing";
     expect_refusal("/tmp/ZMLA-" + digits + "-abcdef", reason);
     expect_refusal("/tmp/-" + digits + "-abcdef", reason);
     expect_refusal("/tmp/xzmla-" + digits + "-abcdef", reason);
 }
 
-TEST_F(CleanupRequest, TestsARelativePathWhole) {
+TEST_F(CleanupRequest, ChecksTheWholeOfARelativePath) {
     expect_refusal("tmp/" + result_name, "Expected directory prefix is missing");
 }
 
-TEST_F(CleanupRequest, RefusesAMiddleOfAnotherLength) {
+TEST_F(CleanupRequest, RejectsAMiddleOfAnotherLength) {
     constexpr const char* reason = "The middle is not 29 chars";
     expect_refusal("zmla-1234-abcdef", reason);
     expect_refusal("/tmp/zmla-" + digits + "0-abcdef", reason);
     expect_refusal("/tmp/zmla--abcdef", reason);
 }
 
-TEST_F(CleanupRequest, RefusesAMiddleThatIsNotAllDigits) {
+TEST_F(CleanupRequest, RejectsAMiddleThatIsNotAllDigits) {
     constexpr const char* reason = "The middle is not all digits";
     expect_refusal("/tmp/zmla-x" + digits.substr(1) + "-abcdef", reason);
     expect_refusal("/tmp/zmla-" + digits.substr(1) + ":-abcdef", reason);
     expect_refusal("/tmp/zmla-" + digits.substr(1) + " -abcdef", reason);
 }
 
-TEST_F(CleanupRequest, RefusesAnEndOfAnotherLength) {
+TEST_F(CleanupRequest, RejectsAnEndOfAnotherLength) {
     constexpr const char* reason = "The end is not 6 chars";
     expect_refusal("/tmp/zmla-" + digits + "-abcde", reason);
     expect_refusal("/tmp/zmla-" + digits + "-abcdefg", reason);
     expect_refusal("/tmp/zmla-" + digits + "-", reason);
 }
 
-TEST_F(CleanupRequest, NamesTheFirstOfSeveralReasons) {
+TEST_F(CleanupRequest, ReportsTheFirstOfSeveralReasons) {
     expect_refusal("/tmp/other-12-x", "Expected directory prefix is missing");
     expect_refusal("/tmp/zmla-1x-x", "The middle is not 29 chars");
     expect_refusal("/tmp/zmla-" + digits.substr(1) + "x-abc", "The middle is not all digits");
 }
 
-TEST_F(CleanupRequest, TrimsBlanksForTheCheckAlone) {
+TEST_F(CleanupRequest, TrimsBlanksOnlyForTheCheck) {
     make_folder(result_);
     EXPECT_EQ(clean_up({" " + result_}), 5784);
     EXPECT_TRUE(exists(result_));
 }
 
-TEST_F(CleanupRequest, RefusesToLookAboveTheLastComponent) {
+TEST_F(CleanupRequest, ChecksOnlyTheLastComponent) {
     make_folder(result_ + "/x");
     expect_refusal(result_ + "/x", "Does not match expected format");
     EXPECT_TRUE(exists(result_ + "/x"));

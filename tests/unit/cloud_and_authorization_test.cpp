@@ -38,12 +38,12 @@ TEST_F(ProcessCorvid, SetsTheStorageServersLevel) {
     EXPECT_EQ(responses_, (Responses{"PROCESS=CORVID:zmwqf STATUS=0 MSG=Set up zmwqf debug logging\n"}));
 }
 
-TEST_F(ProcessCorvid, TakesFiveForTheStorageServerAlone) {
+TEST_F(ProcessCorvid, SetsLevelFiveForTheStorageServerWithoutALevel) {
     process_corvid("CORVID", {"zmwqf"}, responses_);
     EXPECT_EQ(read_file(storage_file), "WQF:LOGLEVEL=5\n");
 }
 
-TEST_F(ProcessCorvid, GivesEveryOtherNameToTheRecoveryServer) {
+TEST_F(ProcessCorvid, SetsTheRecoveryServersLevelForEveryOtherName) {
     for (const std::string name : {"other", "ZMWQF", "zmwqf2", "zmwq", " zmwqf", "zmwqf ", ""}) {
         write_file(recovery_file, "");
         EXPECT_EQ(process_corvid("CORVID", {name + "=3"}, responses_), 0);
@@ -53,12 +53,12 @@ TEST_F(ProcessCorvid, GivesEveryOtherNameToTheRecoveryServer) {
     EXPECT_EQ(read_file(storage_file), "");
 }
 
-TEST_F(ProcessCorvid, TakesFiveForTheRecoveryServerAlone) {
+TEST_F(ProcessCorvid, SetsLevelFiveForTheRecoveryServerWithoutALevel) {
     process_corvid("CORVID", {"other"}, responses_);
     EXPECT_EQ(read_file(recovery_file), "HLT:LOGLEVEL=5\n");
 }
 
-TEST_F(ProcessCorvid, SkipsNothingAfterAFailureAndReturnsIt) {
+TEST_F(ProcessCorvid, AppliesTheOtherValuesAfterAFailureAndReturnsItsStatus) {
     remove_tree(storage_file);
     EXPECT_EQ(process_corvid("CORVID", {"other=1", "zmwqf=1", "other=2"}, responses_), 5803);
     EXPECT_EQ(read_file(recovery_file), "HLT:LOGLEVEL=2\n");
@@ -76,7 +76,7 @@ TEST_F(ProcessCorvid, CombinesSeveralFailuresIntoTheSameStatus) {
 
 class ProcessCloud : public CloudAndAuthorization {};
 
-TEST_F(ProcessCloud, SetsTheContainersLevelWhateverTheName) {
+TEST_F(ProcessCloud, SetsTheContainersLevelForAnyName) {
     EXPECT_EQ(process_cloud("CLOUD", {"skyhold"}, responses_), 0);
     EXPECT_EQ(read_file(container_file), "SHCT_LOG_LEVEL=5\n");
     EXPECT_EQ(process_cloud("CLOUD", {"other=2"}, responses_), 0);
@@ -85,13 +85,13 @@ TEST_F(ProcessCloud, SetsTheContainersLevelWhateverTheName) {
                                      "PROCESS=CLOUD:other STATUS=0 MSG=Set up other debug logging\n"}));
 }
 
-TEST_F(ProcessCloud, TellsAndReturnsAFailure) {
+TEST_F(ProcessCloud, ReportsAndReturnsAFailure) {
     remove_tree(container_file);
     EXPECT_EQ(process_cloud("CLOUD", {"a", "b"}, responses_), 5803);
     EXPECT_EQ(responses_.size(), 2U);
 }
 
-TEST_F(ProcessCloud, SkipsNothingAfterAFailureAndReturnsIt) {
+TEST_F(ProcessCloud, AppliesTheOtherValuesAfterAFailureAndReturnsItsStatus) {
     refuse_the_first_rename();
     EXPECT_EQ(process_cloud("CLOUD", {"a", "b=2"}, responses_), 5803);
     EXPECT_EQ(read_file(container_file), "SHCT_LOG_LEVEL=2\n");
@@ -107,21 +107,21 @@ TEST_F(ProcessHolkaz, WritesKeyAndDefaultInQuotationMarks) {
     EXPECT_EQ(responses_, (Responses{"PROCESS=HOLKAZ:az STATUS=0 MSG=Set up az debug logging\n"}));
 }
 
-TEST_F(ProcessHolkaz, WritesAPeersLevelAsItWasSent) {
+TEST_F(ProcessHolkaz, WritesALevelExactlyAsItWasSent) {
     process_holkaz("HOLKAZ", {"az=4"}, responses_);
     EXPECT_EQ(read_file(authorization_file), "\"DebugLevel\"=4\n");
     process_holkaz("HOLKAZ", {"az=\"4\""}, responses_);
     EXPECT_EQ(read_file(authorization_file), "\"DebugLevel\"=\"4\"\n");
 }
 
-TEST_F(ProcessHolkaz, TellsAndReturnsAFailure) {
+TEST_F(ProcessHolkaz, ReportsAndReturnsAFailure) {
     remove_tree(authorization_file);
     EXPECT_EQ(process_holkaz("HOLKAZ", {"az"}, responses_), 5803);
     EXPECT_EQ(responses_, (Responses{"PROCESS=HOLKAZ:az STATUS=5803 MSG=Could not open file " + authorization_file +
                                      " E=2 (No such file or directory)\n"}));
 }
 
-TEST_F(ProcessHolkaz, SkipsNothingAfterAFailureAndReturnsIt) {
+TEST_F(ProcessHolkaz, AppliesTheOtherValuesAfterAFailureAndReturnsItsStatus) {
     refuse_the_first_rename();
     EXPECT_EQ(process_holkaz("HOLKAZ", {"a", "b=2"}, responses_), 5803);
     EXPECT_EQ(read_file(authorization_file), "\"DebugLevel\"=2\n");

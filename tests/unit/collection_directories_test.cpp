@@ -48,7 +48,7 @@ TEST_F(CollectionDirectories, AreTheDefaultOneAndATemporaryNameInIt) {
               (Lines{{information, tag, "zmcplogs/zmsu o/p dir: " + temporary_ + ", collect dir:" + collection_}}));
 }
 
-TEST_F(CollectionDirectories, AreCreatedSaveTheTemporaryOne) {
+TEST_F(CollectionDirectories, AreCreatedExceptTheTemporaryOne) {
     choose({"RUNZMSU"});
     EXPECT_EQ(calls(), (Texts{"mkdir " + default_ + " 493", "temporary_name " + default_ + " zmla"}));
     EXPECT_EQ(mode_of(default_), 0755U);
@@ -86,7 +86,7 @@ TEST_F(CollectionDirectories, AreTakenFromTheFirstOfTwoOptions) {
     EXPECT_EQ(args_, (RequestVector{"RUNZMCPLOGS", "--collectdir", second}));
 }
 
-TEST_F(CollectionDirectories, AreNotTakenFromALookalike) {
+TEST_F(CollectionDirectories, AreNotTakenFromASimilarOption) {
     EXPECT_EQ(choose({"RUNZMCPLOGS", "--collectdir=/x", "--COLLECTDIR", "/y"}), 0);
     EXPECT_EQ(collection_, default_);
     EXPECT_EQ(args_.size(), 4U);
@@ -99,27 +99,27 @@ TEST_F(CollectionDirectories, MayExist) {
     EXPECT_EQ(mode_of(default_), 0700U);
 }
 
-TEST_F(CollectionDirectories, AreRefusedWith5811WhenTheParentIsMissing) {
+TEST_F(CollectionDirectories, FailWith5811WhenTheParentIsMissing) {
     const std::string deep = folder_.path("missing/below");
     EXPECT_EQ(choose({"RUNZMSU", "--collectdir", deep}), 5811);
     EXPECT_EQ(messages(), (Lines{{error, tag, "Failed to create DIR=" + deep + " E=2 (No such file or directory)"}}));
     EXPECT_EQ(recording_platform::calls_of("temporary_name"), Texts{});
 }
 
-TEST_F(CollectionDirectories, AreRefusedWith5811ForAnEmptyName) {
+TEST_F(CollectionDirectories, FailWith5811ForAnEmptyName) {
     EXPECT_EQ(choose({"RUNZMSU", "--collectdir", ""}), 5811);
     EXPECT_EQ(messages(), (Lines{{error, tag, "Failed to create DIR= E=2 (No such file or directory)"}}));
 }
 
-TEST_F(CollectionDirectories, AreRefusedWith5811WhenTheDiskIsFull) {
+TEST_F(CollectionDirectories, FailWith5811WhenTheDiskIsFull) {
     failures["mkdir " + default_] = {ENOSPC};
     EXPECT_EQ(choose({"RUNZMSU"}), 5811);
     EXPECT_EQ(messages(),
               (Lines{{error, tag, "Failed to create DIR=" + default_ + " E=28 (No space left on device)"}}));
 }
 
-// Only EEXIST says that the directory is there, and nothing else is asked.
-TEST_F(CollectionDirectories, AreRefusedWith5811ForEveryErrorButThatTheyAreThere) {
+// Only EEXIST means that the directory exists; nothing else is checked.
+TEST_F(CollectionDirectories, FailWith5811ForEveryErrorExceptThatTheyExist) {
     make_folder(default_);
     for (int number = 1; number <= EHWPOISON; ++number) {
         failures["mkdir " + default_] = {number};

@@ -31,7 +31,7 @@ TEST_F(IsCmdValid, AcceptsTheRequestWordsAsBuiltIn) {
     }
 }
 
-TEST_F(IsCmdValid, RefusesAnyOtherWord) {
+TEST_F(IsCmdValid, RejectsAnyOtherWord) {
     for (const std::string word : {"", "zmlogadm", "ZMSU", "Zmsu", "zmsu ", " zmsu", "zmsu2", "enablelogging",
                                    "CLEANUPS", "CLEAN", "/bin/sh", "%s%n"}) {
         recording_platform::reset();
@@ -44,7 +44,7 @@ TEST_F(IsCmdValid, RefusesAnyOtherWord) {
 
 class GetCommandPath : public AgentTest {};
 
-TEST_F(GetCommandPath, KnowsTheToolBehindEachWord) {
+TEST_F(GetCommandPath, ReturnsTheToolOfEachWord) {
     const std::vector<std::pair<std::string, std::string>> paths = {
         {"zmsu", "/usr/kumel/zembrath/bin/support/old_zmsu"},
         {"RUNZMSU", "/usr/kumel/zembrath/bin/support/old_zmsu"},

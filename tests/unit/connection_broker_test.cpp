@@ -38,7 +38,7 @@ class ExtractKobValues : public AgentTest {
         EXPECT_EQ(messages(), Lines{});
     }
 
-    void expect_refused(const std::string& value, const std::string& told) {
+    void expect_rejected(const std::string& value, const std::string& told) {
         EXPECT_EQ(extract({value}), 5809) << value;
         EXPECT_EQ(messages(), (Lines{{error, "validate_kob_ctgyargs", "Invalid KOB DbgLevel spec: " + told}}));
     }
@@ -53,20 +53,20 @@ TEST_F(ExtractKobValues, AcceptsTheLevels0To10) {
     }
 }
 
-TEST_F(ExtractKobValues, RefusesLevelsOutsideOfThat) {
-    expect_refused("kob=11", "N=kob V=11");
-    expect_refused("kob=-1", "N=kob V=-1");
-    expect_refused("kob=2147483647", "N=kob V=2147483647");
+TEST_F(ExtractKobValues, RejectsLevelsOutsideThatRange) {
+    expect_rejected("kob=11", "N=kob V=11");
+    expect_rejected("kob=-1", "N=kob V=-1");
+    expect_rejected("kob=2147483647", "N=kob V=2147483647");
 }
 
-TEST_F(ExtractKobValues, KeepsTheLevelTextAsItCame) {
+TEST_F(ExtractKobValues, KeepsTheLevelTextAsReceived) {
     expect_accepted("kob=07", "07");
     expect_accepted("kob=3x", "3x");
     expect_accepted("kob= \t+5 ", " \t+5 ");
     expect_accepted("kob=5=7", "5=7");
 }
 
-TEST_F(ExtractKobValues, TakesTextWithoutDigitsForZero) {
+TEST_F(ExtractKobValues, ReadsTextWithoutDigitsAsZero) {
     expect_accepted("kob=abc", "abc");
     expect_accepted("kob=", "");
     expect_accepted("kob", "");
@@ -76,27 +76,27 @@ TEST_F(ExtractKobValues, TakesTextWithoutDigitsForZero) {
 TEST_F(ExtractKobValues, KeepsTheLow32BitsOfTheLevel) {
     expect_accepted("kob=4294967301", "4294967301");
     expect_accepted("kob=-4294967296", "-4294967296");
-    expect_refused("kob=4294967307", "N=kob V=11");
-    expect_refused("kob=99999999999999999999", "N=kob V=-1");
+    expect_rejected("kob=4294967307", "N=kob V=11");
+    expect_rejected("kob=99999999999999999999", "N=kob V=-1");
 }
 
-TEST_F(ExtractKobValues, RefusesAnyOtherName) {
-    expect_refused("KOB=5", "N=KOB V=5");
-    expect_refused("=5", "N= V=5");
-    expect_refused(" kob=5", "N= kob V=5");
-    expect_refused("", "N= V=0");
-    expect_refused("kob2=11", "N=kob2 V=11");
+TEST_F(ExtractKobValues, RejectsAnyOtherName) {
+    expect_rejected("KOB=5", "N=KOB V=5");
+    expect_rejected("=5", "N= V=5");
+    expect_rejected(" kob=5", "N= kob V=5");
+    expect_rejected("", "N= V=0");
+    expect_rejected("kob2=11", "N=kob2 V=11");
 }
 
-TEST_F(ExtractKobValues, RefusesAnyOtherNumberOfValues) {
+TEST_F(ExtractKobValues, RejectsAnyOtherNumberOfValues) {
     EXPECT_EQ(extract({}), 5809);
     EXPECT_EQ(messages(), (Lines{{error, "validate_kob_ctgyargs", "Expected 1, NOT 0"}}));
     EXPECT_EQ(extract({"kob=5", "kob=6"}), 5809);
     EXPECT_EQ(messages(), (Lines{{error, "validate_kob_ctgyargs", "Expected 1, NOT 2"}}));
 }
 
-// Hides what is written to standard error, of which the agent has none: the shell reports there how the tool ended.
-// Uses no call that is recorded.
+// Hides what the shell writes to standard error, which the agent redirects to /dev/null. Makes no call that is
+// recorded.
 class HiddenStandardError {
   public:
     HiddenStandardError() {
@@ -113,7 +113,7 @@ class HiddenStandardError {
     HiddenStandardError& operator=(const HiddenStandardError&) = delete;
 
   private:
-    // Far from the numbers that tests look at.
+    // Higher than the numbers that tests check.
     static constexpr int shown_ = 501;
 };
 
@@ -123,7 +123,7 @@ class ProcessKob : public ProductPathTest {
         return call_that_forks([&] { return process_kob("KOB", values, responses_); });
     }
 
-    // Makes the tool write its arguments, one a line.
+    // The tool writes its arguments, one per line.
     static void install_tool(int exit_status) {
         write_tool(tool, "printf '%s\\n' \"$@\" > " + arguments + "\nexit " + std::to_string(exit_status) + "\n");
     }
@@ -144,7 +144,7 @@ TEST_F(ProcessKob, RunsTheToolWithTheLevelAndAnswers) {
                                  {information, tag, "Completed w/ 0"}}));
 }
 
-TEST_F(ProcessKob, GivesTheShellTheLevelTextAsItCame) {
+TEST_F(ProcessKob, PassesTheLevelTextToTheShellAsReceived) {
     install_tool(0);
     for (const std::string level : {"07", "3x", "abc", "", "-", "5=7", "+3"}) {
         recording_platform::reset();
@@ -153,13 +153,13 @@ TEST_F(ProcessKob, GivesTheShellTheLevelTextAsItCame) {
     }
 }
 
-TEST_F(ProcessKob, RunsTheToolForANameAlone) {
+TEST_F(ProcessKob, RunsTheToolForANameWithoutALevel) {
     install_tool(0);
     EXPECT_EQ(process({"kob"}), 0);
     EXPECT_TRUE(read_file(arguments).ends_with("-s\nDebugLevel=\n"));
 }
 
-TEST_F(ProcessKob, PassesALevelTextThatMeansSomethingToAShellLetterForLetter) {
+TEST_F(ProcessKob, QuotesALevelTextThatAShellWouldInterpret) {
     install_tool(0);
     for (const std::string level :
          {"5; touch /opt/HOLKkob/x", "5 | $(touch /opt/HOLKkob/x)", "5`touch /opt/HOLKkob/x`",
@@ -170,7 +170,7 @@ TEST_F(ProcessKob, PassesALevelTextThatMeansSomethingToAShellLetterForLetter) {
     }
 }
 
-TEST_F(ProcessKob, PassesTheRawWaitStatusOfAFailingToolOn) {
+TEST_F(ProcessKob, ReturnsTheRawWaitStatusOfAFailingTool) {
     install_tool(2);
     EXPECT_EQ(process({"kob=5"}), 512);
     EXPECT_EQ(responses_, (Responses{"PROCESS=KOB:kob STATUS=512 MSG=failed to change KOB cfg\n"}));
@@ -178,13 +178,13 @@ TEST_F(ProcessKob, PassesTheRawWaitStatusOfAFailingToolOn) {
     EXPECT_EQ(messages().at(2), (LogLine{information, tag, "Completed w/ 512"}));
 }
 
-TEST_F(ProcessKob, Gives256ForAToolThatEndsWith1) {
+TEST_F(ProcessKob, Returns256ForAToolThatEndsWith1) {
     install_tool(1);
     EXPECT_EQ(process({"kob=5"}), 256);
 }
 
-// The shell tells with 128 and the signal's number how the tool ended, or becomes the tool and ends so itself.
-TEST_F(ProcessKob, PassesTheRawWaitStatusOfAKilledToolOn) {
+// The shell ends with 128 plus the number of the signal, or becomes the tool and is killed itself.
+TEST_F(ProcessKob, ReturnsTheRawWaitStatusOfAKilledTool) {
     write_tool(tool, "kill -KILL $$\n");
     const int status = process({"kob=5"});
     EXPECT_TRUE(status == (128 + SIGKILL) * 256 || status == SIGKILL) << status;
@@ -192,19 +192,19 @@ TEST_F(ProcessKob, PassesTheRawWaitStatusOfAKilledToolOn) {
               (Responses{"PROCESS=KOB:kob STATUS=" + std::to_string(status) + " MSG=failed to change KOB cfg\n"}));
 }
 
-TEST_F(ProcessKob, Gives32512ForAMissingTool) {
+TEST_F(ProcessKob, Returns32512ForAMissingTool) {
     EXPECT_EQ(process({"kob=5"}), 32512);
     EXPECT_EQ(responses_, (Responses{"PROCESS=KOB:kob STATUS=32512 MSG=failed to change KOB cfg\n"}));
 }
 
-TEST_F(ProcessKob, GivesMinusOneWhenNoShellCanBeStarted) {
+TEST_F(ProcessKob, ReturnsMinusOneWhenNoShellCanBeStarted) {
     failures["system"] = {EAGAIN};
     EXPECT_EQ(process({"kob=5"}), -1);
     EXPECT_EQ(responses_, (Responses{"PROCESS=KOB:kob STATUS=-1 MSG=failed to change KOB cfg\n"}));
     EXPECT_EQ(messages().back(), (LogLine{information, tag, "Completed w/ -1"}));
 }
 
-TEST_F(ProcessKob, RunsNothingForArgumentsThatAreNotValid) {
+TEST_F(ProcessKob, RunsNothingForInvalidArguments) {
     install_tool(0);
     for (const Values& values : {Values{"kob=11"}, Values{"KOB=5"}, Values{"kob=5", "kob=6"}, Values{}}) {
         recording_platform::reset();

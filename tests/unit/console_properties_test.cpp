@@ -38,7 +38,7 @@ TEST_F(ProcessJavagui, EditsOnceWithTheMaskOfTheFirstValue) {
     EXPECT_EQ(calls_of("rename").size(), 2U);
 }
 
-TEST_F(ProcessJavagui, TakesAnEmptyMask) {
+TEST_F(ProcessJavagui, AcceptsAnEmptyMask) {
     write_file(file, "debugMask=7\n");
     process({"a="}, "enable");
     EXPECT_EQ(read_file(file), "debugMask=\nprintcmds=true\n");
@@ -68,7 +68,7 @@ TEST_F(ProcessJavagui, CommentsBothKeysOutForDisableAndReset) {
     }
 }
 
-TEST_F(ProcessJavagui, TellsThatTheMaskWasNotSet) {
+TEST_F(ProcessJavagui, ReportsThatTheMaskWasNotSet) {
     write_file(file, "printcmds=true\n");
     EXPECT_EQ(process({"a", "b"}, "disable"), 0);
     const std::string notice =
@@ -83,7 +83,7 @@ TEST_F(ProcessJavagui, DropsTheNoticeThatTracingWasNotSet) {
     EXPECT_EQ(messages_under("unset_parameter").size(), 1U);
 }
 
-TEST_F(ProcessJavagui, TellsEveryValueThatTheFileIsMissing) {
+TEST_F(ProcessJavagui, ReportsTheMissingFileForEveryValue) {
     const std::string reason = " MSG=Could not open file " + file + " E=2 (No such file or directory)\n";
     EXPECT_EQ(process({"a", "b"}, "enable"), 0);
     EXPECT_EQ(process({"c"}, "disable"), 0);
@@ -104,7 +104,7 @@ TEST_F(ProcessJavagui, DoesNotTryTheMaskWhenTracingCouldNotBeSet) {
     EXPECT_TRUE(responses_.at(1).starts_with("PROCESS=JAVAGUI:b STATUS=5803 MSG=Failed to rename "));
 }
 
-TEST_F(ProcessJavagui, AnswersASuccessForAnyOtherActionAndEditsNothing) {
+TEST_F(ProcessJavagui, ReportsSuccessForAnyOtherActionAndEditsNothing) {
     write_file(file, "printcmds=true\n");
     for (const char* action : {"Enable", "", "other"}) {
         responses_.clear();

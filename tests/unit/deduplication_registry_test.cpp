@@ -37,7 +37,7 @@ TEST_F(GetKpaConfFilepath, ComesFromTheFirstLineWithTheMarkerAnywhere) {
     EXPECT_EQ(path_, "/first");
 }
 
-TEST_F(GetKpaConfFilepath, ComesFromALineWhereverItLies) {
+TEST_F(GetKpaConfFilepath, ComesFromALineAnywhereInTheFile) {
     const std::string marked_line = "kpa.cfg=/etc/kpa\n";
     for (const std::size_t length : {0U, 4091U, 4095U, 4096U, 300'000U}) {
         path_.clear();
@@ -65,7 +65,7 @@ TEST_F(GetKpaConfFilepath, ComesFromALastLineWithoutANewline) {
     EXPECT_EQ(path_, "/kpa.cfg");
 }
 
-TEST_F(GetKpaConfFilepath, StaysAsItWasForALineWithoutAnEqualsSign) {
+TEST_F(GetKpaConfFilepath, IsNotChangedForALineWithoutAnEqualsSign) {
     path_ = "before";
     EXPECT_EQ(find("kpa.cfg\nx=/kpa.cfg\n"), 0);
     EXPECT_EQ(path_, "before");
@@ -121,14 +121,14 @@ TEST_F(GetKpaConfFilepath, NeverOverrunsTheBuffer) {
     }
 }
 
-TEST_F(GetKpaConfFilepath, Returns5806ForAFolderWhichHasNoLines) {
+TEST_F(GetKpaConfFilepath, Returns5806ForAFolder) {
     EXPECT_EQ(get_kpa_conf_filepath(folder_.path(), path_, buffer_.data(), buffer_.size()), 5806);
     const std::string told = "Failed to find kpa.cfg entry in " + folder_.path();
     EXPECT_EQ(buffer_.data(), told);
     EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
 }
 
-// Registries put together at random from what matters in one, each compared with what a plain reading of it gives.
+// Compares random registries with the result of a simple parser.
 class RandomRegistry : public GetKpaConfFilepath {
   protected:
     std::string make_text() {
@@ -161,7 +161,7 @@ class RandomRegistry : public GetKpaConfFilepath {
     std::mt19937 random_{1};
 };
 
-TEST_F(RandomRegistry, GivesThePathOfItsFirstMarkedLineUpToAZeroByte) {
+TEST_F(RandomRegistry, ReturnsThePathOfItsFirstMarkedLineUpToAZeroByte) {
     int found = 0;
     for (int i = 0; i < 2000; ++i) {
         const std::string text = make_text();

@@ -76,14 +76,14 @@ TEST_F(ProcessRk, SetsTheLoggingOfQtpiped) {
     EXPECT_EQ(messages(), (Lines{{information, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessRk, TakesFullForANameAlone) {
+TEST_F(ProcessRk, SetsFullForANameWithoutALevel) {
     write_file(fixed_file, "");
     EXPECT_EQ(process({"qtpiped"}), 0);
     EXPECT_EQ(read_file(fixed_file), "Logging=full,thread\n");
     EXPECT_EQ(responses_, (Responses{"PROCESS=RK:qtpiped STATUS=0 MSG=Set debug logging 'full'\n"}));
 }
 
-TEST_F(ProcessRk, TakesAnEmptyValueAndFurtherEqualsSigns) {
+TEST_F(ProcessRk, AcceptsAnEmptyValueAndFurtherEqualsSigns) {
     write_file(fixed_file, "");
     process({"qtpiped="});
     EXPECT_EQ(read_file(fixed_file), "Logging=,thread\n");
@@ -115,7 +115,7 @@ TEST_F(ProcessRk, EditsASharedFileOnceAndRepeatsTheOutcome) {
                                           {information, tag, responses_.at(2)}}));
 }
 
-TEST_F(ProcessRk, TakesAPathThatEndsAtAZeroByteForTheOneBeforeIt) {
+TEST_F(ProcessRk, EndsAPathAtAZeroByte) {
     write_file(registry, "x=" + named_file + '\0' + "further\n");
     write_file(named_file, "A=1\n");
     EXPECT_EQ(process({"kpad", "kpafsd=none"}), 0);
@@ -124,8 +124,8 @@ TEST_F(ProcessRk, TakesAPathThatEndsAtAZeroByteForTheOneBeforeIt) {
     EXPECT_EQ(messages_under(tag).at(1), (LogLine{detail, tag, "Using cached: EC=0 M="}));
 }
 
-// The registry names the same file in two ways, for it is read for each component.
-TEST_F(ProcessRk, KnowsAFileAgainWhateverFollowsAZeroByte) {
+// The registry is read for each component, so it can name the same file in two ways.
+TEST_F(ProcessRk, RecognizesAFileWhateverFollowsAZeroByte) {
     write_file(registry, "x=" + named_file + "\n");
     write_file(named_file, "");
     overrides.before_call = [](const std::string& call) {
@@ -164,15 +164,15 @@ TEST_F(ProcessRk, RepeatsAFailedOutcomeToo) {
     EXPECT_EQ(messages_under("set_parameter_value").size(), 1U);
 }
 
-TEST_F(ProcessRk, ReadsTheRegistryAfreshForEachComponent) {
+TEST_F(ProcessRk, ReadsTheRegistryAgainForEachComponent) {
     write_file(registry, "x=" + named_file + "\n");
     write_file(named_file, "");
     process({"kpad", "qtpiped", "kpafsd"});
     EXPECT_EQ(messages_under("get_rk_conf_filepath").size(), 2U);
-    EXPECT_EQ(calls_of("open " + registry).size(), 3U);  // the test's own one first
+    EXPECT_EQ(calls_of("open " + registry).size(), 3U);  // the first one is the test's own
 }
 
-TEST_F(ProcessRk, TellsThatTheRegistryIsMissing) {
+TEST_F(ProcessRk, ReportsThatTheRegistryIsMissing) {
     write_file(fixed_file, "");
     EXPECT_EQ(process({"kpad=none", "qtpiped"}), 0);
     EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=5803 MSG=Failed to open file (" + registry +
@@ -181,7 +181,7 @@ TEST_F(ProcessRk, TellsThatTheRegistryIsMissing) {
     EXPECT_EQ(messages_under(tag).at(0), (LogLine{information, tag, responses_.at(0)}));
 }
 
-TEST_F(ProcessRk, TellsThatTheRegistryNamesNoFile) {
+TEST_F(ProcessRk, ReportsThatTheRegistryNamesNoFile) {
     write_file(registry, "nothing\n");
     EXPECT_EQ(process({"kpad"}), 0);
     EXPECT_EQ(responses_, (Responses{"PROCESS=RK:kpad STATUS=5806 MSG=Failed to find kpa.cfg entry in " + registry +

@@ -23,7 +23,7 @@ TEST(Descriptor, IsClosedWithItsOwner) {
     EXPECT_FALSE(is_open(fd));
 }
 
-TEST(Descriptor, LeavesTheErrorNumberAloneWhenItIsClosed) {
+TEST(Descriptor, KeepsTheErrorNumberWhenItIsClosed) {
     {
         const Descriptor file = open_root();
         errno = ENOSPC;
@@ -31,7 +31,7 @@ TEST(Descriptor, LeavesTheErrorNumberAloneWhenItIsClosed) {
     EXPECT_EQ(errno, ENOSPC);
 }
 
-TEST(Descriptor, GoesFromOneOwnerToTheOther) {
+TEST(Descriptor, MovesFromOneOwnerToAnother) {
     Descriptor from = open_root();
     Descriptor to = open_root();
     const int moved = from.get();

@@ -19,7 +19,7 @@ using log_level::error;
 using log_level::information;
 constexpr const char* tag = "list_dir_and_send_output";
 
-// The names in the order in which the directory yields them, without "." and "..".
+// Returns the names in the order of the directory, without "." and "..".
 Texts names_in(const std::string& folder) {
     Texts names;
     const Directory directory(opendir(folder.c_str()));
@@ -61,7 +61,7 @@ TEST_F(ListDirAndSendOutput, SendsNothingForAnEmptyDirectory) {
     EXPECT_EQ(socket_.received(), "");
 }
 
-TEST_F(ListDirAndSendOutput, PassesOverDirectories) {
+TEST_F(ListDirAndSendOutput, SkipsDirectories) {
     make_folder(folder_.path("below"));
     make_link(folder_.path("below"), folder_.path("link"));
     EXPECT_EQ(list(folder_.path()), 0);
@@ -130,7 +130,7 @@ TEST_F(ListDirAndSendOutput, LeavesTheLinesSentBeforeADanglingLink) {
     EXPECT_EQ(socket_.received(), expected);
 }
 
-TEST_F(ListDirAndSendOutput, EndsWithSuccessWhenTheReadingFails) {
+TEST_F(ListDirAndSendOutput, SucceedsWhenReadingTheDirectoryFails) {
     for (const char* name : {"a", "b", "c", "d"}) {
         write_file(folder_.path(name), "");
     }
@@ -191,7 +191,7 @@ TEST_F(ListDirAndSendOutput, SkipsADirectoryWhosePathIsCutToThatOfAnother) {
     EXPECT_EQ(socket_.received(), "");
 }
 
-TEST_F(ListDirAndSendOutput, AsksOnceForAllPlainFiles) {
+TEST_F(ListDirAndSendOutput, ExaminesPlainFilesWithOneCallOnly) {
     for (const char* name : {"a", "b", "c"}) {
         write_file(folder_.path(name), "");
     }
@@ -199,7 +199,7 @@ TEST_F(ListDirAndSendOutput, AsksOnceForAllPlainFiles) {
     EXPECT_EQ(recording_platform::calls_of("fstatat"), (Texts{"fstatat " + folder_.path() + "/."}));
 }
 
-// Takes from this process what lets root pass over permissions.
+// Removes the capabilities that let root ignore permissions.
 void give_up_overriding_permissions() {
     __user_cap_header_struct header = {.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
     std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> sets{};

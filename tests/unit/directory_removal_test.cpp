@@ -61,7 +61,7 @@ TEST_F(RemoveDirectory, RemovesEverythingBelowWhenAskedTo) {
                                  removing(directory_ + "/below/deeper", 1)}));
 }
 
-TEST_F(RemoveDirectory, RefusesToDescendForPlainFilesOnly) {
+TEST_F(RemoveDirectory, DoesNotDescendWithTheOptionForPlainFilesOnly) {
     write_file(directory_ + "/below/file", "x");
     EXPECT_EQ(remove(plain_files_only), 5784);
     EXPECT_TRUE(exists(directory_ + "/below/file"));
@@ -70,14 +70,14 @@ TEST_F(RemoveDirectory, RefusesToDescendForPlainFilesOnly) {
                                  {error, tag, "failed to remove FILE=" + directory_ + "/below RV=5784"}}));
 }
 
-TEST_F(RemoveDirectory, RefusesToDescendWithAnyOtherOption) {
+TEST_F(RemoveDirectory, DoesNotDescendWithAnyOtherOption) {
     make_folder(directory_ + "/below");
     EXPECT_EQ(remove(2), 5784);
     EXPECT_EQ(remove(-1), 5784);
     EXPECT_TRUE(exists(directory_ + "/below"));
 }
 
-TEST_F(RemoveDirectory, HasRemovedTheFilesReadBeforeTheSubdirectory) {
+TEST_F(RemoveDirectory, RemovesTheFilesReadBeforeTheSubdirectory) {
     for (const char* name : {"/a", "/b", "/c"}) {
         write_file(directory_ + name, "");
     }
@@ -115,7 +115,7 @@ TEST_F(RemoveDirectory, Returns5784ForAFile) {
     EXPECT_TRUE(exists(folder_.path("file")));
 }
 
-TEST_F(RemoveDirectory, LeavesWhatCannotBeExaminedAndGoesOn) {
+TEST_F(RemoveDirectory, LeavesWhatCannotBeExaminedAndContinues) {
     make_link("/missing", directory_ + "/dangling");
     write_file(directory_ + "/a", "");
     write_file(directory_ + "/z", "");
@@ -129,7 +129,7 @@ TEST_F(RemoveDirectory, LeavesWhatCannotBeExaminedAndGoesOn) {
                      {error, tag, "rmdir failed DIR=" + directory_ + " E=39 (Directory not empty)"}}));
 }
 
-TEST_F(RemoveDirectory, PassesOverAFileThatHasGoneMeanwhile) {
+TEST_F(RemoveDirectory, SkipsAFileThatHasVanished) {
     for (const char* name : {"/a", "/vanishing", "/z"}) {
         write_file(directory_ + name, "");
     }
@@ -152,7 +152,7 @@ TEST_F(RemoveDirectory, StopsAtAFileThatCannotBeRemoved) {
                      {error, tag, "failed to remove FILE=" + directory_ + "/stuck RV=5784"}}));
 }
 
-TEST_F(RemoveDirectory, TellsAFailureBelowAtEveryLevel) {
+TEST_F(RemoveDirectory, ReportsAFailureBelowAtEveryLevel) {
     write_file(directory_ + "/below/stuck", "");
     failures["unlink " + directory_ + "/below/stuck"] = always(EBUSY);
     EXPECT_EQ(remove(recursively), 5784);
@@ -171,7 +171,7 @@ TEST_F(RemoveDirectory, Returns5784WhenTheEmptyDirectoryCannotBeRemoved) {
               (LogLine{error, tag, "rmdir failed DIR=" + directory_ + " E=16 (Device or resource busy)"}));
 }
 
-TEST_F(RemoveDirectory, TakesAFailingReadForTheEndOfTheDirectory) {
+TEST_F(RemoveDirectory, TreatsAFailingReadAsTheEndOfTheDirectory) {
     write_file(directory_ + "/a", "");
     failures["readdir"] = {EIO};
     EXPECT_EQ(remove(recursively), 5784);
@@ -180,7 +180,7 @@ TEST_F(RemoveDirectory, TakesAFailingReadForTheEndOfTheDirectory) {
                                  {error, tag, "rmdir failed DIR=" + directory_ + " E=39 (Directory not empty)"}}));
 }
 
-TEST_F(RemoveDirectory, AsksNothingAboutPlainFiles) {
+TEST_F(RemoveDirectory, DoesNotExaminePlainFiles) {
     write_file(directory_ + "/a", "");
     recording_platform::reset();
     EXPECT_EQ(remove(plain_files_only), 0);
@@ -188,7 +188,7 @@ TEST_F(RemoveDirectory, AsksNothingAboutPlainFiles) {
                                                   "unlink " + directory_ + "/a", "rmdir " + directory_}));
 }
 
-TEST_F(RemoveDirectory, LooksAnewAtAPlainFileThatHasBecomeADirectory) {
+TEST_F(RemoveDirectory, ExaminesAPlainFileAgainThatHasBecomeADirectory) {
     write_file(directory_ + "/changing", "");
     overrides.before_call = [&](const std::string& call) {
         if (call == "unlink " + directory_ + "/changing") {
@@ -215,7 +215,7 @@ TEST_F(RemoveDirectory, StopsAtADirectoryThatCannotBeOpened) {
                      {error, tag, "failed to remove FILE=" + directory_ + "/below RV=5784"}}));
 }
 
-// The path of an entry of this length, and the directory that holds it.
+// The path of an entry, of this length, and the directory that contains it.
 struct LongPath {
     LongPath(const std::string& above, std::size_t length) : directory(above) {
         const std::string name(100, 'f');
@@ -246,8 +246,8 @@ TEST_F(RemoveDirectory, LeavesAnEntryWhosePathIsLonger) {
                      {error, tag, "rmdir failed DIR=" + entry.directory + " E=39 (Directory not empty)"}}));
 }
 
-// The path of such an entry, cut to its buffer, is the directory's own.
-TEST_F(RemoveDirectory, DoesNotDescendIntoItselfWhereItsPathLeavesNoRoomForAName) {
+// The path of such an entry is cut to its buffer, and then equals the path of the directory.
+TEST_F(RemoveDirectory, DoesNotDescendIntoItselfWhenItsPathLeavesNoRoomForAName) {
     const LongPath entry(directory_, 2047);
     remove_tree(entry.path);
     write_file(entry.path + "/file", "");
@@ -256,7 +256,7 @@ TEST_F(RemoveDirectory, DoesNotDescendIntoItselfWhereItsPathLeavesNoRoomForAName
     EXPECT_EQ(messages().at(1), (LogLine{error, tag, "cannot access " + entry.path + " E=36 (File name too long)"}));
 }
 
-TEST_F(RemoveDirectory, ShowsTheWholePathOfADirectoryWhosePathIsLongerItself) {
+TEST_F(RemoveDirectory, LogsTheWholePathOfADirectoryWithALongerPath) {
     const LongPath entry(directory_, 2100);
     remove_tree(entry.path);
     make_folder(entry.path);
@@ -265,15 +265,15 @@ TEST_F(RemoveDirectory, ShowsTheWholePathOfADirectoryWhosePathIsLongerItself) {
     EXPECT_EQ(messages(), (Lines{removing(entry.path, 1)}));
 }
 
-// How a directory can be named, and what its removal then says.
-TEST_F(RemoveDirectory, TakesSlashesAfterTheName) {
+// How a directory can be named, and what its removal then logs.
+TEST_F(RemoveDirectory, AcceptsSlashesAfterTheName) {
     make_folder(directory_ + "/below");
     EXPECT_EQ(remove_directory((directory_ + "//").c_str(), recursively), 0);
     EXPECT_FALSE(exists(directory_));
     EXPECT_EQ(messages(), (Lines{removing(directory_ + "//", 1), removing(directory_ + "///below", 1)}));
 }
 
-TEST_F(RemoveDirectory, TakesARelativeName) {
+TEST_F(RemoveDirectory, AcceptsARelativeName) {
     write_file(directory_ + "/below/file", "");
     ASSERT_EQ(chdir(folder_.path().c_str()), 0);
     EXPECT_EQ(remove_directory("directory/below", recursively), 0);
@@ -283,7 +283,7 @@ TEST_F(RemoveDirectory, TakesARelativeName) {
     EXPECT_EQ(messages(), (Lines{removing("directory/below", 1), removing("directory", 1)}));
 }
 
-TEST_F(RemoveDirectory, CannotRemoveWhatOnlyDotsName) {
+TEST_F(RemoveDirectory, CannotRemoveANameOfDots) {
     ASSERT_EQ(chdir(directory_.c_str()), 0);
     EXPECT_EQ(remove_directory(".", recursively), 5784);
     EXPECT_EQ(messages().back(), (LogLine{error, tag, "rmdir failed DIR=. E=22 (Invalid argument)"}));
@@ -297,12 +297,12 @@ TEST_F(RemoveDirectory, CannotRemoveWhatOnlyDotsName) {
               (LogLine{error, tag, "rmdir failed DIR=" + folder_.path() + "/. E=22 (Invalid argument)"}));
 }
 
-TEST_F(RemoveDirectory, FindsNothingOfAnEmptyName) {
+TEST_F(RemoveDirectory, FailsForAnEmptyName) {
     EXPECT_EQ(remove_directory("", recursively), 5784);
     EXPECT_EQ(messages(), (Lines{{error, tag, "Failed to open dir:  E=2 (No such file or directory)"}}));
 }
 
-TEST_F(RemoveDirectory, FindsNothingInAMissingFolderOrInAFile) {
+TEST_F(RemoveDirectory, FailsBelowAMissingFolderAndBelowAFile) {
     write_file(folder_.path("file"), "");
     EXPECT_EQ(remove_directory((directory_ + "/missing/below").c_str(), recursively), 5784);
     EXPECT_EQ(remove_directory((folder_.path("file") + "/below").c_str(), recursively), 5784);

@@ -24,7 +24,7 @@ TEST_F(ExecuteCmdSendOutput, Returns602WhenTheSocketCannotBeMadeNonBlocking) {
     EXPECT_EQ(calls_of("recv"), Texts{});
 }
 
-TEST_F(ExecuteCmdSendOutput, SetsTheNonBlockingFlagAloneAndLeavesItSet) {
+TEST_F(ExecuteCmdSendOutput, SetsOnlyTheNonBlockingFlagAndLeavesItSet) {
     write_tool(utility, "");
     execute({"zmsu"});
     EXPECT_EQ(calls_of("fcntl " + fd() + " " + std::to_string(F_SETFL)),
@@ -42,7 +42,7 @@ TEST_F(ExecuteCmdSendOutput, ClearsTheNonBlockingFlagOnlyForTheTool) {
     EXPECT_EQ(calls_of(set), (Texts{set + std::to_string(flags), set + std::to_string(O_NONBLOCK)}));
 }
 
-TEST_F(ExecuteCmdSendOutput, RunsTheToolAlsoWhereTheFlagCannotBeCleared) {
+TEST_F(ExecuteCmdSendOutput, RunsTheToolEvenWhenTheFlagCannotBeCleared) {
     write_tool(utility, "echo out\n");
     ASSERT_EQ(fcntl(socket_.agent(), F_SETFL, O_NONBLOCK), 0);
     failures["fcntl F_SETFL"] = always(EPERM);
@@ -56,7 +56,7 @@ TEST_F(ExecuteCmdSendOutput, ProbesThePeerWithOneByte) {
     EXPECT_EQ(calls_of("recv"), (Texts{"recv " + fd() + " 1 0"}));
 }
 
-TEST_F(ExecuteCmdSendOutput, Returns23WhateverTheToolsCodeWhenThePeerHasClosed) {
+TEST_F(ExecuteCmdSendOutput, Returns23ForAnyExitCodeWhenThePeerHasClosed) {
     write_tool(utility, "exit 3\n");
     socket_.peer_closes();
     EXPECT_EQ(execute({"zmsu"}), 23);
@@ -79,7 +79,7 @@ TEST_F(ExecuteCmdSendOutput, Returns23WhenThePeerHasSentMore) {
     EXPECT_EQ(socket_.received(), "");
 }
 
-TEST_F(ExecuteCmdSendOutput, TakesAFailingProbeForAPeerThatWaits) {
+TEST_F(ExecuteCmdSendOutput, TreatsAFailingProbeAsAPeerThatWaits) {
     write_tool(utility, "exit 3\n");
     failures["recv"] = {ECONNRESET};
     EXPECT_EQ(execute({"zmsu"}), 3);
@@ -129,7 +129,7 @@ TEST_F(ExecuteCmdSendOutput, LeavesTheSocketItselfOpenForTheTool) {
     EXPECT_EQ(socket_.received(), "open\n\n");
 }
 
-// One standard stream is the socket itself, in a process that the connection was made for.
+// One standard stream is the socket itself, in a child process.
 class StandardStreamAsSocket : public ExecuteCmdSendOutput {
   protected:
     void execute_with(int stream, const Lines& expected) {

@@ -16,7 +16,7 @@ using recording_platform::calls_of;
 using recording_platform::child_messages_under;
 using recording_platform::messages_under;
 
-// What follows the beginning up to the end of its line.
+// Returns what follows the beginning, up to the end of its line.
 std::string line_after(const std::string& beginning, const std::string& text) {
     const std::size_t start = text.find(beginning) + beginning.size();
     return text.substr(start, text.find('\n', start) - start);
@@ -69,13 +69,13 @@ TEST_F(ExecuteCmdSendOutput, RunsTheToolsOfTheOtherWords) {
     EXPECT_EQ(socket_.received(), "zmcplogs\n\nzmcplogs\n\nzmcplogs\n\nversioninfo\n\nktlogcfg\n\nzmlogadm\n\n");
 }
 
-TEST_F(ExecuteCmdSendOutput, PassesTheArgumentsBehindTheWordLetterForLetter) {
+TEST_F(ExecuteCmdSendOutput, PassesTheArgumentsAfterTheWordUnchanged) {
     write_tool(utility, "printf '[%s]' \"$@\"\n");
     execute({"zmsu", "-a", "", "two words", "$HOME;*", "%s"});
     EXPECT_EQ(socket_.received(), "[-a][][two words][$HOME;*][%s]\n");
 }
 
-TEST_F(ExecuteCmdSendOutput, ShowsTheToolItsOwnPathInThePlaceOfTheWord) {
+TEST_F(ExecuteCmdSendOutput, PassesTheToolItsPathInsteadOfTheWord) {
     make_folder(bin + "support");
     make_link("/bin/cat", utility);
     execute({"zmsu", "/proc/self/cmdline"});
@@ -90,7 +90,7 @@ TEST_F(ExecuteCmdSendOutput, RunsAToolWithoutArgumentsForARequestOfOneElement) {
               (Lines{{information, "setup_execvp_argv", "input C=" + utility + ", #ARGS=1, MAX ARGV SLOTS=512"}}));
 }
 
-TEST_F(ExecuteCmdSendOutput, LogsEachArgumentCountedFromTheFilesSlot) {
+TEST_F(ExecuteCmdSendOutput, LogsEachArgumentWithItsSlot) {
     write_tool(utility, "");
     execute({"zmsu", "-a", "%n"});
     EXPECT_EQ(child_messages_under("setup_execvp_argv"),
@@ -126,7 +126,7 @@ TEST_F(ExecuteCmdSendOutput, Returns29ForAMissingTool) {
               (Lines{{information, tag, "child process exited CEC=29 C=" + utility}, nothing_to_read_}));
 }
 
-TEST_F(ExecuteCmdSendOutput, Returns29ForAToolThatIsNoProgram) {
+TEST_F(ExecuteCmdSendOutput, Returns29ForAToolThatIsNotAProgram) {
     make_folder(utility);
     EXPECT_EQ(execute({"zmsu"}), 29);
 }
@@ -161,14 +161,14 @@ TEST_F(ExecuteCmdSendOutput, Returns5769WhenTheChildCannotBeAwaited) {
     EXPECT_EQ(calls_of("recv"), Texts{});
 }
 
-TEST_F(ExecuteCmdSendOutput, WaitsForItsOwnChildAlone) {
+TEST_F(ExecuteCmdSendOutput, WaitsOnlyForItsOwnChild) {
     write_tool(utility, "exit 3\n");
     EXPECT_EQ(run_in_child([&] {
                   const pid_t other = fork();
                   if (other == 0) {
                       _exit(9);
                   }
-                  // The other one has ended first, and stays to be waited for.
+                  // The other child has ended first, and nobody has waited for it.
                   siginfo_t end{};
                   waitid(P_PID, static_cast<id_t>(other), &end, WEXITED | WNOWAIT);
                   return execute({"zmsu"});
@@ -176,8 +176,8 @@ TEST_F(ExecuteCmdSendOutput, WaitsForItsOwnChildAlone) {
               3);
 }
 
-// Where the peer has gone, a tool's writes fail as the agent's own do, and no signal ends it.
-TEST_F(ExecuteCmdSendOutput, LeavesTheSignalsAsTheAgentHasThem) {
+// When the peer has gone, writes of a tool fail like those of the agent, and no signal ends it.
+TEST_F(ExecuteCmdSendOutput, LeavesTheSignalsAsTheAgentSetThem) {
     make_folder(bin + "support");
     make_link("/bin/cat", utility);
     EXPECT_EQ(execute({"zmsu", "/proc/self/status"}), 0);

@@ -34,7 +34,7 @@ TEST_F(FailedCollection, LosesItsTemporaryDirectoryWhenTheLogCopierFails) {
     EXPECT_FALSE(exists(temporary_));
 }
 
-TEST_F(FailedCollection, CleansUpBeforeTheStatusLineAndKeepsTheStatusWhateverTheOutcome) {
+TEST_F(FailedCollection, CleansUpBeforeTheStatusLineAndKeepsTheStatus) {
     write_tool(support + "zmcplogs", "exit 6\n");
     request({"RUNZMCPLOGS"});
     EXPECT_EQ(run(), 6);

@@ -45,7 +45,7 @@ TEST_F(CalcFreeSpaceSendOutput, SendsWholeMebibytesOfBlocksOfTheBlockSize) {
     EXPECT_EQ(calls_of("statvfs"), (Texts{"statvfs " + folder_.path()}));
 }
 
-TEST_F(CalcFreeSpaceSendOutput, CutsMebibytesOff) {
+TEST_F(CalcFreeSpaceSendOutput, RoundsMebibytesDown) {
     tell_space(1, 1048575, 2097151);
     EXPECT_EQ(query("/"), 0);
     EXPECT_EQ(socket_.received(), "CALCLOGSIZE: TARGET_DIR=/ FREE_SPACE=0 MB TOTAL_SPACE=1 MB\n");
@@ -73,7 +73,7 @@ TEST_F(CalcFreeSpaceSendOutput, CutsOneTrailingSlash) {
     EXPECT_EQ(socket_.received(), answer("/"));
 }
 
-TEST_F(CalcFreeSpaceSendOutput, LogsTheDirectoryAsItWasGiven) {
+TEST_F(CalcFreeSpaceSendOutput, LogsTheDirectoryAsReceived) {
     query(folder_.path() + "/");
     EXPECT_EQ(messages_under(tag), (Lines{{information, tag, "Checking available space at " + folder_.path() + "/"}}));
 }
@@ -97,7 +97,7 @@ TEST_F(CalcFreeSpaceSendOutput, MeasuresTheRootForAMissingDirectoryInIt) {
     EXPECT_EQ(socket_.received(), answer("/"));
 }
 
-TEST_F(CalcFreeSpaceSendOutput, GoesNoFurtherUpThanTheParent) {
+TEST_F(CalcFreeSpaceSendOutput, MeasuresNothingAboveTheParent) {
     EXPECT_EQ(query(folder_.path("missing/below")), 5784);
     EXPECT_EQ(socket_.received(), "");
     EXPECT_EQ(messages_under(tag).back(),
@@ -114,14 +114,14 @@ TEST_F(CalcFreeSpaceSendOutput, MeasuresTheWorkingFolderForAMissingRelativeName)
     EXPECT_EQ(socket_.received(), answer("."));
 }
 
-TEST_F(CalcFreeSpaceSendOutput, MeasuresTheParentOfAMissingDirectoryAlsoWhereThePathIsLong) {
+TEST_F(CalcFreeSpaceSendOutput, MeasuresTheParentOfAMissingDirectoryWithALongPath) {
     std::string deep = folder_.path();
     while (deep.size() < 1900) {
         deep += "/" + std::string(100, 'd');
     }
     deep += "/" + std::string(2045 - deep.size() - 1, 'd');
     make_folder(deep);
-    // Of 2047 characters in all: were it cut by one, the folder's own parent would be the one.
+    // The path has 2047 characters. If it were cut by one, the parent of the folder would be measured.
     const std::string missing = deep + "/x";
     EXPECT_EQ(query(missing), 0);
     EXPECT_EQ(messages_under(tag).at(1),
@@ -130,7 +130,7 @@ TEST_F(CalcFreeSpaceSendOutput, MeasuresTheParentOfAMissingDirectoryAlsoWhereThe
     EXPECT_EQ(socket_.received(), ("CALCLOGSIZE: TARGET_DIR=" + deep).substr(0, 1023));
 }
 
-TEST_F(CalcFreeSpaceSendOutput, TakesTheParentOfTheFirst2047Characters) {
+TEST_F(CalcFreeSpaceSendOutput, MeasuresTheParentOfTheFirst2047Characters) {
     const std::string name(2100, 'x');
     EXPECT_EQ(query(folder_.path(name) + "/below"), 0);
     EXPECT_EQ(socket_.received(), answer(folder_.path()));
@@ -161,7 +161,7 @@ TEST_F(CalcFreeSpaceSendOutput, CutsTheLineTo1023Characters) {
     EXPECT_EQ(socket_.received(), ("CALCLOGSIZE: TARGET_DIR=" + deep).substr(0, 1023));
 }
 
-TEST_F(CalcFreeSpaceSendOutput, TakesNoNameForAFormat) {
+TEST_F(CalcFreeSpaceSendOutput, DoesNotUseANameAsAFormat) {
     make_folder(folder_.path("%s%n"));
     EXPECT_EQ(query(folder_.path("%s%n")), 0);
     EXPECT_EQ(socket_.received(), answer(folder_.path("%s%n")));

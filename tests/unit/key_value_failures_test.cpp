@@ -19,35 +19,35 @@ TEST_F(KeyValueFileReplacement, FailsForAMissingFileAndCreatesNone) {
     remove_tree(path_);
     const std::string text = "Could not open file " + path_ + " E=2 (No such file or directory)";
     EXPECT_EQ(set(), 5803);
-    expect_told("set_parameter_value", text);
+    expect_reported("set_parameter_value", text);
     EXPECT_EQ(unset(), 5804);
-    expect_told("unset_parameter", text);
+    expect_reported("unset_parameter", text);
     EXPECT_FALSE(exists(path_));
     EXPECT_FALSE(exists(copy_));
 }
 
-TEST_F(KeyValueFileReplacement, FailsWhenTheFolderIsNone) {
+TEST_F(KeyValueFileReplacement, FailsWhenTheFolderIsAFile) {
     const std::string below = path_ + "/below";
     EXPECT_EQ(set_parameter_value(below, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 5803);
-    expect_told("set_parameter_value", "Could not open file " + below + " E=20 (Not a directory)");
+    expect_reported("set_parameter_value", "Could not open file " + below + " E=20 (Not a directory)");
 }
 
 TEST_F(KeyValueFileReplacement, FailsWhenNoCopyCanBeWritten) {
     make_folder(copy_);
     const std::string text = "Could not open file " + copy_ + " for writing E=21 (Is a directory)";
     EXPECT_EQ(set(), 5803);
-    expect_told("set_parameter_value", text);
+    expect_reported("set_parameter_value", text);
     EXPECT_EQ(unset(), 5804);
-    expect_told("unset_parameter", text);
+    expect_reported("unset_parameter", text);
     EXPECT_EQ(read_file(path_), "X=1\nA\n");
 }
 
-TEST_F(KeyValueFileReplacement, NeedsNoCopyWhenNothingIsToBeUnset) {
+TEST_F(KeyValueFileReplacement, WritesNoCopyWhenThereIsNothingToUnset) {
     make_folder(copy_);
     EXPECT_EQ(unset_parameter(path_, "Y", "=", buffer_.data(), buffer_.size(), "#"), 0);
 }
 
-TEST_F(KeyValueFileReplacement, NeedsACopyAlsoWhenNothingWillChange) {
+TEST_F(KeyValueFileReplacement, WritesACopyEvenWhenNothingChanges) {
     make_folder(copy_);
     EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 0), 5803);
 }
@@ -56,10 +56,10 @@ TEST_F(KeyValueFileReplacement, LeavesTheCopyWhenItCannotBeRenamed) {
     const std::string text = "Failed to rename " + copy_ + " to " + path_ + " E=16 (Device or resource busy)";
     failures["rename"] = {EBUSY, EBUSY};
     EXPECT_EQ(set(), 5803);
-    expect_told("set_parameter_value", text);
+    expect_reported("set_parameter_value", text);
     EXPECT_EQ(read_file(copy_), "X=2\nA\n");
     EXPECT_EQ(unset(), 5804);
-    expect_told("unset_parameter", text);
+    expect_reported("unset_parameter", text);
     EXPECT_EQ(read_file(copy_), "#X=1\nA\n");
     EXPECT_EQ(read_file(path_), "X=1\nA\n");
 }
@@ -68,11 +68,11 @@ TEST_F(KeyValueFileReplacement, FailsToReplaceAFolder) {
     remove_tree(path_);
     make_folder(path_);
     EXPECT_EQ(set(), 5803);
-    expect_told("set_parameter_value", "Failed to rename " + copy_ + " to " + path_ + " E=21 (Is a directory)");
+    expect_reported("set_parameter_value", "Failed to rename " + copy_ + " to " + path_ + " E=21 (Is a directory)");
     EXPECT_EQ(read_file(copy_), "X=2\n");
 }
 
-TEST_F(KeyValueFileReplacement, TellsTheNoticeAndThenTheFailure) {
+TEST_F(KeyValueFileReplacement, ReportsTheNoticeAndThenTheFailure) {
     failures["rename"] = {EBUSY};
     EXPECT_EQ(set_parameter_value(path_, "Y", "=", "2", buffer_.data(), buffer_.size(), 0), 5803);
     const std::string failure = "Failed to rename " + copy_ + " to " + path_ + " E=16 (Device or resource busy)";
@@ -81,20 +81,20 @@ TEST_F(KeyValueFileReplacement, TellsTheNoticeAndThenTheFailure) {
     EXPECT_EQ(buffer_.data(), failure);
 }
 
-TEST_F(KeyValueFileReplacement, DoesNotWriteThroughALinkInThePlaceOfTheCopy) {
+TEST_F(KeyValueFileReplacement, DoesNotWriteThroughALinkAtTheCopysPath) {
     const std::string other = folder_.path("other");
     write_file(other, "kept");
     make_link(other, copy_);
     const std::string text = "Could not open file " + copy_ + " for writing E=40 (Too many levels of symbolic links)";
     EXPECT_EQ(set(), 5803);
-    expect_told("set_parameter_value", text);
+    expect_reported("set_parameter_value", text);
     EXPECT_EQ(unset(), 5804);
-    expect_told("unset_parameter", text);
+    expect_reported("unset_parameter", text);
     EXPECT_EQ(read_file(other), "kept");
 }
 
 TEST_F(KeyValueFileReplacement, IgnoresThatALineCouldNotBeWritten) {
-    // The copy is opened second when setting, and first, once the file has been closed, when unsetting.
+    // Setting opens the copy second. Unsetting closes the file first, so the copy gets the first descriptor.
     overrides.watched_descriptor = next_descriptor() + 1;
     overrides.writes = {{.accepted = -1, .error = ENOSPC}};
     EXPECT_EQ(set(), 0);
@@ -108,7 +108,7 @@ TEST_F(KeyValueFileReplacement, IgnoresThatALineCouldNotBeWritten) {
     EXPECT_STREQ(buffer_.data(), "");
 }
 
-// A file that has no room for its copy: this process may not write files of its size.
+// This process may not write files of the size of the copy.
 TEST_F(KeyValueFileReplacement, FailsWhenTheCopyWouldBeLargerThanThisProcessMayWrite) {
     const std::string text = "X=1\n" + std::string(100'000, 'x') + "\nlast\n";
     write_file(path_, text);
@@ -131,7 +131,7 @@ TEST_F(KeyValueFileReplacement, FailsWhenTheCopyWouldBeLargerThanThisProcessMayW
 // The caller's buffer.
 class ErrorBuffer : public KeyValueFileReplacement {
   protected:
-    // Lets a failure of each operation be told to a buffer of so many bytes.
+    // Reports a failure of each operation to a buffer of so many bytes.
     void expect_bounded(unsigned long size) {
         const std::string whole = "Could not open file " + missing_ + " E=2 (No such file or directory)";
         const std::string told = whole.substr(0, size - 1);
@@ -165,7 +165,7 @@ TEST_F(ErrorBuffer, CutsALongPath) {
     EXPECT_EQ(buffer_.data(), ("Could not open file " + path).substr(0, 1023));
 }
 
-TEST_F(ErrorBuffer, StaysAsItIsWhenThereIsNothingToTell) {
+TEST_F(ErrorBuffer, IsNotChangedBySuccess) {
     std::fill(buffer_.begin(), buffer_.end(), '~');
     const std::array<char, 1024> filled = buffer_;
     EXPECT_EQ(set(), 0);

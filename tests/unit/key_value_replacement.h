@@ -15,7 +15,7 @@ class KeyValueFileReplacement : public AgentTest {
     int set() { return set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 1); }
     int unset() { return unset_parameter(path_, "X", "=", buffer_.data(), buffer_.size(), "#"); }
 
-    void expect_told(const char* operation, const std::string& text) {
+    void expect_reported(const char* operation, const std::string& text) {
         EXPECT_EQ(buffer_.data(), text);
         EXPECT_EQ(recording_platform::messages(), (Lines{{log_level::error, operation, text}}));
         for (const auto& message : recording_platform::messages_in_full()) {

@@ -18,7 +18,7 @@ namespace {
 
 using recording_platform::calls_of;
 
-// What is open, with the flags of each.
+// Returns the open descriptors with their flags.
 std::map<int, int> descriptors() {
     constexpr int behind_the_highest = 64;
     std::map<int, int> open;
@@ -51,8 +51,8 @@ TEST_F(KeyValueFileReplacement, ReadsTheFileOnceTheCopyIsThere) {
     EXPECT_EQ(read_file(path_), "X=2\nB\n");
 }
 
-// What looks unchanged has been written anew all the same.
-TEST_F(KeyValueFileReplacement, TakesPlaceAlsoWhenNoLineChanges) {
+// The text stays the same, but the file is a new one.
+TEST_F(KeyValueFileReplacement, HappensEvenWhenNoLineChanges) {
     set_mode(path_, 0600);
     EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 0), 0);
     EXPECT_EQ(read_file(path_), "X=1\nA\n");
@@ -65,7 +65,7 @@ TEST_F(KeyValueFileReplacement, TakesPlaceAlsoWhenNoLineChanges) {
     EXPECT_EQ(calls_of("rename").size(), 2U);
 }
 
-TEST_F(KeyValueFileReplacement, GivesTheFileToTheAgentsUserWithoutItsAttributes) {
+TEST_F(KeyValueFileReplacement, MakesTheAgentsUserTheOwnerAndDropsAttributes) {
     for (const bool setting : {true, false}) {
         write_file(path_, "X=1\n");
         // Only root can give a file away.
@@ -80,7 +80,7 @@ TEST_F(KeyValueFileReplacement, GivesTheFileToTheAgentsUserWithoutItsAttributes)
     }
 }
 
-TEST_F(KeyValueFileReplacement, WaitsForNoLock) {
+TEST_F(KeyValueFileReplacement, IgnoresLocks) {
     const Descriptor locked(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_EQ(flock(locked.get(), LOCK_EX), 0);
     EXPECT_EQ(set(), 0);
@@ -88,7 +88,7 @@ TEST_F(KeyValueFileReplacement, WaitsForNoLock) {
     EXPECT_EQ(read_file(path_), "X=2\n#A\n");
 }
 
-TEST_F(KeyValueFileReplacement, HasTheCopyAloneOpenWhenItWrites) {
+TEST_F(KeyValueFileReplacement, HasOnlyTheCopyOpenWhenItWrites) {
     const std::size_t before = descriptors().size();
     int writes = 0;
     overrides.watched_descriptor = next_descriptor() + 1;
@@ -102,7 +102,7 @@ TEST_F(KeyValueFileReplacement, HasTheCopyAloneOpenWhenItWrites) {
     EXPECT_EQ(writes, 2);
 }
 
-TEST_F(KeyValueFileReplacement, GivesTheModeOfANewFile) {
+TEST_F(KeyValueFileReplacement, GivesTheFileTheModeOfANewOne) {
     for (const unsigned mode : {0600U, 0777U, 0444U}) {
         remove_tree(path_);
         write_file(path_, "X=1\n");
@@ -118,7 +118,7 @@ TEST_F(KeyValueFileReplacement, GivesTheModeOfANewFile) {
     EXPECT_EQ(mode_of(path_), 0640U);
 }
 
-TEST_F(KeyValueFileReplacement, UsesAStaleCopyWithItsOwnMode) {
+TEST_F(KeyValueFileReplacement, ReusesAStaleCopyAndItsMode) {
     for (const bool setting : {true, false}) {
         write_file(path_, "X=1\n");
         write_file(copy_, "a stale text that is longer than the new one\n");
@@ -130,7 +130,7 @@ TEST_F(KeyValueFileReplacement, UsesAStaleCopyWithItsOwnMode) {
     }
 }
 
-TEST_F(KeyValueFileReplacement, PutsAFileInThePlaceOfALink) {
+TEST_F(KeyValueFileReplacement, ReplacesALinkWithAFile) {
     const std::string link = folder_.path("link");
     make_link(path_, link);
     EXPECT_EQ(set_parameter_value(link, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 0);
@@ -138,7 +138,7 @@ TEST_F(KeyValueFileReplacement, PutsAFileInThePlaceOfALink) {
     EXPECT_EQ(read_file(path_), "X=1\nA\n");
 }
 
-TEST_F(KeyValueFileReplacement, EndsANameWhereTheSystemDoes) {
+TEST_F(KeyValueFileReplacement, EndsAPathAtAZeroByte) {
     const std::string path = path_ + '\0' + "further";
     EXPECT_EQ(set_parameter_value(path, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 0);
     EXPECT_EQ(read_file(path_), "X=2\nA\n");
@@ -147,14 +147,14 @@ TEST_F(KeyValueFileReplacement, EndsANameWhereTheSystemDoes) {
     EXPECT_FALSE(exists(copy_));
 }
 
-TEST_F(KeyValueFileReplacement, WritesEachLineAtOnce) {
+TEST_F(KeyValueFileReplacement, WritesEachLineWithOneCall) {
     const std::string copy = std::to_string(next_descriptor() + 1);
     overrides.watched_descriptor = next_descriptor() + 1;
     set();
     EXPECT_EQ(calls_of("write"), (Texts{"write " + copy + " 4", "write " + copy + " 2"}));
 }
 
-TEST_F(KeyValueFileReplacement, HandsNoDescriptorToAProgramThatIsStartedMeanwhile) {
+TEST_F(KeyValueFileReplacement, LeaksNoDescriptorIntoAProgramStartedMeanwhile) {
     const std::map<int, int> before = descriptors();
     std::set<std::string> calls_with_files;
     overrides.watched_descriptor = next_descriptor() + 1;

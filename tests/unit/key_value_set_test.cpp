@@ -1,4 +1,4 @@
-// What set_parameter_value makes of a file, byte for byte.
+// How set_parameter_value changes a file, byte for byte.
 
 #include <array>
 
@@ -49,10 +49,10 @@ class KeyValueFile : public AgentTest, public testing::WithParamInterface<EditCa
     std::array<char, 1024> buffer_{"untouched"};
 };
 
-// With the set flag.
+// With the flag that makes the setting active.
 class MadeActive : public KeyValueFile {};
 
-TEST_P(MadeActive, GivesTheFileAndTellsNothing) {
+TEST_P(MadeActive, ChangesTheFileAndReportsNothing) {
     EXPECT_EQ(apply(1), 0);
     expect_outcome();
     EXPECT_STREQ(buffer_.data(), "untouched");
@@ -97,10 +97,10 @@ INSTANTIATE_TEST_SUITE_P(
     }),
     name_of_case);
 
-// Without it, and the setting's default stands in the file, active or commented out.
+// Without the flag, and the file contains the default, active or commented out.
 class DefaultKeptOrRestored : public KeyValueFile {};
 
-TEST_P(DefaultKeptOrRestored, GivesTheFileAndTellsNothing) {
+TEST_P(DefaultKeptOrRestored, ChangesTheFileAndReportsNothing) {
     EXPECT_EQ(apply(0), 0);
     expect_outcome();
     EXPECT_STREQ(buffer_.data(), "untouched");
@@ -131,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, DefaultKeptOrRestored,
                          }),
                          name_of_case);
 
-// Without it, and the default is nowhere.
+// Without the flag, and the file does not contain the default.
 class DefaultMissing : public KeyValueFile {};
 
 TEST_P(DefaultMissing, KeepsTheLinesAndWarns) {
@@ -160,13 +160,13 @@ class SetParameterValue : public AgentTest {
     std::array<char, 1024> buffer_{};
 };
 
-TEST_F(SetParameterValue, TakesAnyFlagButZeroAsSet) {
+TEST_F(SetParameterValue, TreatsAnyFlagExceptZeroAsSet) {
     write_file(path_, "#X=1\n");
     EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), -1), 0);
     EXPECT_EQ(read_file(path_), "X=2\n");
 }
 
-TEST_F(SetParameterValue, TakesLinesOfAnyLength) {
+TEST_F(SetParameterValue, AcceptsLinesOfAnyLength) {
     const std::string line(300'000, 'y');
     write_file(path_, line + "\nX=1" + line + "\n" + line);
     EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 0);

@@ -1,4 +1,4 @@
-// What unset_parameter makes of a file, byte for byte.
+// How unset_parameter changes a file, byte for byte.
 
 #include <array>
 
@@ -42,7 +42,7 @@ class KeyValueFile : public AgentTest, public testing::WithParamInterface<EditCa
 // The setting begins a line.
 class Unset : public KeyValueFile {};
 
-TEST_P(Unset, GivesTheFileAndTellsNothing) {
+TEST_P(Unset, ChangesTheFileAndReportsNothing) {
     EXPECT_EQ(apply(), 0);
     EXPECT_EQ(read_file(path_), GetParam().after);
     EXPECT_FALSE(exists(path_ + ".new"));
@@ -73,10 +73,10 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, Unset,
                          }),
                          name_of_case);
 
-// It does not.
+// The setting does not begin a line.
 class NothingToUnset : public KeyValueFile {};
 
-TEST_P(NothingToUnset, LeavesTheFileUntouchedAndTellsThat) {
+TEST_P(NothingToUnset, LeavesTheFileUntouchedAndReportsThat) {
     const std::string notice = "Parameter X is not set in file " + path_;
     EXPECT_EQ(apply(), 0);
     EXPECT_EQ(read_file(path_), GetParam().before);
@@ -107,7 +107,7 @@ class UnsetParameter : public AgentTest {
     std::array<char, 1024> buffer_{};
 };
 
-TEST_F(UnsetParameter, FindsNothingToDoTheSecondTime) {
+TEST_F(UnsetParameter, ChangesNothingTheSecondTime) {
     write_file(path_, "X = 1\n");
     EXPECT_EQ(unset_parameter(path_, "X", " = ", buffer_.data(), buffer_.size(), "#"), 0);
     EXPECT_STREQ(buffer_.data(), "");

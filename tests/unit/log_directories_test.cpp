@@ -22,7 +22,7 @@ std::string line_for_long_name(const std::string& category, const std::string& n
            name + " E=36 (File name too long)\n";
 }
 
-// A name that system calls find too long, and whose line of 1022 or 1023 characters is whole.
+// A name that is too long for system calls, but whose line of 1022 or 1023 characters is not cut.
 std::string fitting_name(const std::string& category, const std::string& root) {
     return too_long_name.substr(0, (1023 - line_for_long_name(category, "", root).size()) / 2);
 }
@@ -37,7 +37,7 @@ class ProcessZmulogdir : public AgentTest {
     Responses responses_;
 };
 
-TEST_F(ProcessZmulogdir, CreatesTheDirectoryWithTheLibrarysMode) {
+TEST_F(ProcessZmulogdir, CreatesTheDirectoryWithTheModeOfTheLibrary) {
     script.directory_creation_mode = 01770;
     EXPECT_EQ(process({"abc"}), 0);
     EXPECT_EQ(calls(), (Texts{"getDirCreationMode abc", "mklogdirpath " + logs + "/abc 1016 0"}));
@@ -46,27 +46,27 @@ TEST_F(ProcessZmulogdir, CreatesTheDirectoryWithTheLibrarysMode) {
     EXPECT_EQ(messages(), (Lines{{information, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessZmulogdir, ExtendsTheSignOfTheMode) {
+TEST_F(ProcessZmulogdir, SignExtendsTheMode) {
     script.directory_creation_mode = -1;
     process({"abc"});
     EXPECT_EQ(calls().at(1), "mklogdirpath " + logs + "/abc -1 0");
     EXPECT_TRUE(responses_.at(0).ends_with(" Perm=37777777777\n"));
 }
 
-TEST_F(ProcessZmulogdir, IgnoresAPermissionOfThePeers) {
+TEST_F(ProcessZmulogdir, IgnoresAPermissionThatThePeerSent) {
     EXPECT_EQ(process({"abc=700"}), 0);
     EXPECT_EQ(calls(), (Texts{"getDirCreationMode abc", "mklogdirpath " + logs + "/abc 493 0"}));
     EXPECT_EQ(responses_,
               (Responses{"PROCESS=ZMLOGDIR:abc STATUS=0 MSG=Set up log directory DIR=" + logs + "/abc Perm=755\n"}));
 }
 
-TEST_F(ProcessZmulogdir, TakesTheNameAsItIs) {
+TEST_F(ProcessZmulogdir, UsesTheNameUnchanged) {
     process({"../a/b", ""});
     EXPECT_EQ(calls_of("mklogdirpath"),
               (Texts{"mklogdirpath " + logs + "/../a/b 493 0", "mklogdirpath " + logs + "/ 493 0"}));
 }
 
-TEST_F(ProcessZmulogdir, TellsThatTheDirectoryExists) {
+TEST_F(ProcessZmulogdir, ReportsThatTheDirectoryExists) {
     script.log_directory_error = EEXIST;
     EXPECT_EQ(process({"abc"}), 0);
     EXPECT_EQ(responses_,
@@ -74,8 +74,8 @@ TEST_F(ProcessZmulogdir, TellsThatTheDirectoryExists) {
     EXPECT_EQ(messages(), (Lines{{information, tag, responses_.at(0)}}));
 }
 
-// Nothing of one value's outcome is left for the next.
-TEST_F(ProcessZmulogdir, AsksForEachDirectoryWithACodeOfZero) {
+// The outcome of one value does not affect the next.
+TEST_F(ProcessZmulogdir, CreatesEachDirectoryWithTheErrorCodeCleared) {
     script.log_directory_error = ENOSPC;
     process({"a", "b"});
     EXPECT_EQ(calls_of("mklogdirpath"),
@@ -91,7 +91,7 @@ TEST_F(ProcessZmulogdir, PassesTheCategoryOn) {
     EXPECT_TRUE(responses_.at(1).starts_with("PROCESS=other:a STATUS=1 "));
 }
 
-TEST_F(ProcessZmulogdir, TellsTheErrorNumberOfTheMomentAndNotTheLibrarysCode) {
+TEST_F(ProcessZmulogdir, ReportsErrnoInsteadOfTheCodeOfTheLibrary) {
     script.log_directory_result = -1;
     script.log_directory_error = ENOSPC;
     script.log_directory_error_number = EIO;
@@ -102,7 +102,7 @@ TEST_F(ProcessZmulogdir, TellsTheErrorNumberOfTheMomentAndNotTheLibrarysCode) {
                                  {error, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessZmulogdir, AnswersAFailureWithoutACodeAsASuccess) {
+TEST_F(ProcessZmulogdir, ReportsAFailureWithoutACodeAsSuccess) {
     script.log_directory_result = -1;
     EXPECT_EQ(process({"abc"}), 0);
     EXPECT_EQ(responses_,
@@ -111,7 +111,7 @@ TEST_F(ProcessZmulogdir, AnswersAFailureWithoutACodeAsASuccess) {
                                  {information, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessZmulogdir, AnswersASuccessWithACodeAsAFailure) {
+TEST_F(ProcessZmulogdir, ReportsASuccessWithACodeAsFailure) {
     script.log_directory_error = EACCES;
     script.log_directory_error_number = EACCES;
     EXPECT_EQ(process({"abc"}), 0);
@@ -120,7 +120,7 @@ TEST_F(ProcessZmulogdir, AnswersASuccessWithACodeAsAFailure) {
     EXPECT_EQ(messages(), (Lines{{error, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessZmulogdir, AnswersAFailureWithTheCodeOfAnExistingDirectoryAsAFailure) {
+TEST_F(ProcessZmulogdir, ReportsAFailureWithTheCodeOfAnExistingDirectoryAsFailure) {
     script.log_directory_result = -1;
     script.log_directory_error = EEXIST;
     script.log_directory_error_number = ENOTDIR;
@@ -129,7 +129,7 @@ TEST_F(ProcessZmulogdir, AnswersAFailureWithTheCodeOfAnExistingDirectoryAsAFailu
                                      "/abc E=20 (Not a directory)\n"}));
 }
 
-TEST_F(ProcessZmulogdir, CreatesNothingForAnotherActionAndAnswersASuccess) {
+TEST_F(ProcessZmulogdir, CreatesNothingForAnotherActionAndReportsSuccess) {
     for (const std::string action : {"disable", "reset", "Enable", ""}) {
         recording_platform::reset();
         responses_.clear();
@@ -194,7 +194,7 @@ TEST_F(ProcessMmlogdir, CreatesTheRootAndTheDirectory) {
                                  {information, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessMmlogdir, TellsThatTheDirectoryExists) {
+TEST_F(ProcessMmlogdir, ReportsThatTheDirectoryExists) {
     make_folder(debug + "/abc");
     EXPECT_EQ(process({"abc"}), 0);
     EXPECT_EQ(responses_,
@@ -202,7 +202,7 @@ TEST_F(ProcessMmlogdir, TellsThatTheDirectoryExists) {
     EXPECT_EQ(messages().back(), (LogLine{information, tag, responses_.at(0)}));
 }
 
-TEST_F(ProcessMmlogdir, StartsEachValueAnew) {
+TEST_F(ProcessMmlogdir, KeepsNothingOfOneValueForTheNext) {
     make_folder(debug + "/old");
     EXPECT_EQ(process({"old", "new"}), 0);
     EXPECT_EQ(responses_,
@@ -219,7 +219,7 @@ TEST_F(ProcessMmlogdir, PassesTheCategoryOn) {
     EXPECT_TRUE(responses_.at(2).starts_with("PROCESS=other:ALL STATUS=1 "));
 }
 
-TEST_F(ProcessMmlogdir, TakesTheValueWithAnEqualsSignForTheName) {
+TEST_F(ProcessMmlogdir, UsesAValueWithAnEqualsSignAsTheName) {
     EXPECT_EQ(process({"abc=700"}), 0);
     EXPECT_EQ(mode_of(debug + "/abc=700"), 0755U);
 }
@@ -234,13 +234,13 @@ TEST_F(ProcessMmlogdir, CreatesOneLevelOnly) {
     EXPECT_TRUE(exists(debug + "/a/b"));
 }
 
-TEST_F(ProcessMmlogdir, GoesOnAfterAFailure) {
+TEST_F(ProcessMmlogdir, ContinuesAfterAFailure) {
     EXPECT_EQ(process({"a/b", "c"}), 0);
     EXPECT_EQ(responses_.size(), 2U);
     EXPECT_TRUE(exists(debug + "/c"));
 }
 
-TEST_F(ProcessMmlogdir, CreatesTheRootAloneForAnotherAction) {
+TEST_F(ProcessMmlogdir, CreatesOnlyTheRootForAnotherAction) {
     for (const std::string action : {"disable", "reset", "Enable"}) {
         remove_tree(debug);
         recording_platform::reset();
@@ -274,13 +274,13 @@ TEST_F(ProcessMmlogdir, Returns1WithOneLineWhenTheRootCannotBeCreated) {
     }
 }
 
-TEST_F(ProcessMmlogdir, Returns1WhateverTheActionWhenTheRootCannotBeCreated) {
+TEST_F(ProcessMmlogdir, Returns1ForAnyActionWhenTheRootCannotBeCreated) {
     remove_tree("/usr/kumel/volmgr");
     EXPECT_EQ(process({"a"}, "disable"), 1);
     EXPECT_EQ(responses_.size(), 1U);
 }
 
-TEST_F(ProcessMmlogdir, TakesAFileForAnExistingRoot) {
+TEST_F(ProcessMmlogdir, TreatsAFileAsAnExistingRoot) {
     write_file(debug, "");
     EXPECT_EQ(process({"a"}), 0);
     EXPECT_EQ(responses_, (Responses{"PROCESS=MMLOGDIR:a STATUS=1 MSG=Failed to create log directory DIR=" + debug +

@@ -26,7 +26,7 @@ class SplitCategoryArguments : public AgentTest {
         EXPECT_EQ(values_, Texts{});
         const auto in_full = messages_in_full();
         ASSERT_EQ(in_full.size(), 1U);
-        // The message's format stands in the place of the tag and the argument in that of the format.
+        // The format of the message is passed as the tag, and the argument as the format.
         EXPECT_EQ(in_full[0].line, (LogLine{error, "Invalid 'ctgy:args' format: %s Position=%d RV=%d", argument}));
         EXPECT_EQ(in_full[0].format, format);
         EXPECT_EQ(in_full[0].numbers, (std::vector<int>{position, 5822}));
@@ -64,7 +64,7 @@ TEST_F(SplitCategoryArguments, TrimsNothing) {
     EXPECT_EQ(values_, (Texts{" a ", " b "}));
 }
 
-TEST_F(SplitCategoryArguments, SplitsAtTheFirstColonAlone) {
+TEST_F(SplitCategoryArguments, SplitsOnlyAtTheFirstColon) {
     EXPECT_EQ(split("A,B:c:d,e:"), 0);
     EXPECT_EQ(category_, "A,B");
     EXPECT_EQ(values_, (Texts{"c:d", "e:"}));
@@ -83,18 +83,18 @@ TEST_F(SplitCategoryArguments, AppendsToTheValues) {
     EXPECT_EQ(values_, (Texts{"kept", "b"}));
 }
 
-TEST_F(SplitCategoryArguments, RefusesAnArgumentWithoutAColon) {
+TEST_F(SplitCategoryArguments, RejectsAnArgumentWithoutAColon) {
     expect_malformed("ZMKTUL", "ZMKTUL", -1);
     expect_malformed("a,b=c", "a,b=c", -1);
     expect_malformed("", "", -1);
 }
 
-TEST_F(SplitCategoryArguments, RefusesAnArgumentThatEndsInItsColon) {
+TEST_F(SplitCategoryArguments, RejectsAnArgumentThatEndsInItsColon) {
     expect_malformed("ZMKTUL:", "ZMKTUL:", 6);
     expect_malformed(":", ":", 0);
 }
 
-TEST_F(SplitCategoryArguments, LogsAMalformedArgumentLetterForLetter) {
+TEST_F(SplitCategoryArguments, LogsAMalformedArgumentUnchanged) {
     expect_malformed("%s%n %d 100%", "%%s%%n %%d 100%%", -1);
     expect_malformed("%%:", "%%%%:", 2);
 }
@@ -140,7 +140,7 @@ TEST_F(HandleLogging, SendsTheLinesOnlyWhenAllCategoriesAreDone) {
                             "socksend"}));
 }
 
-TEST_F(HandleLogging, PassesOverAnUnknownCategoryInSilence) {
+TEST_F(HandleLogging, SkipsAnUnknownCategorySilently) {
     for (const std::string argument : {"FOO:x", ":x", "zmlogdir:x", "ZMLOGDIR :x", "ZMLOGDIRS:x"}) {
         recording_platform::reset();
         EXPECT_EQ(handle({"ENABLELOGGING", argument}), 0);
@@ -174,7 +174,7 @@ TEST_F(HandleLogging, StartsEachCategoryWithoutTheValuesOfTheOneBefore) {
     EXPECT_EQ(socket_.received(), directory_line("a") + directory_line("b") + directory_line("c"));
 }
 
-TEST_F(HandleLogging, Returns5796AndGoesOnWhenALineIsNotSent) {
+TEST_F(HandleLogging, Returns5796AndContinuesWhenALineIsNotSent) {
     overrides.watched_descriptor = socket_.agent();
     overrides.writes = {{.accepted = 5}, {.accepted = -1, .error = ECONNRESET}};
     EXPECT_EQ(handle({"ENABLELOGGING", "ZMLOGDIR:a,b"}), 5796);
@@ -184,7 +184,7 @@ TEST_F(HandleLogging, Returns5796AndGoesOnWhenALineIsNotSent) {
                                                       " (SFD=" + std::to_string(socket_.agent()) + ")"}));
 }
 
-TEST_F(HandleLogging, Returns5796AlsoWhenTheLastCategoryFailed) {
+TEST_F(HandleLogging, Returns5796EvenWhenTheLastCategoryFailed) {
     const std::string line =
         "PROCESS=MMLOGDIR:ALL STATUS=1 MSG=Failed to create DIR=/usr/kumel/volmgr/debug E=2 (No such file or "
         "directory)\n";
@@ -196,13 +196,13 @@ TEST_F(HandleLogging, Returns5796AlsoWhenTheLastCategoryFailed) {
     EXPECT_EQ(socket_.received(), "");
 }
 
-TEST_F(HandleLogging, TakesNothingOfThePeersForAFormat) {
+TEST_F(HandleLogging, DoesNotUseThePeersTextAsAFormat) {
     EXPECT_EQ(handle({"%s%n", "ZMLOGDIR:%s%n"}, "enable"), 0);
     EXPECT_EQ(socket_.received(), directory_line("%s%n"));
     EXPECT_EQ(messages().front(), (LogLine{information, tag, "enable logging C=%s%n"}));
 }
 
-// Which handler a category's values go to, and with what.
+// Which handler gets the values of a category, and with which arguments.
 class CategoryTable : public HandleLogging {
   protected:
     std::string answer(const std::string& argument, const char* action = "enable") {
@@ -211,7 +211,7 @@ class CategoryTable : public HandleLogging {
     }
 };
 
-TEST_F(CategoryTable, GivesEachUnifiedLoggingCategoryItsProduct) {
+TEST_F(CategoryTable, PassesItsProductToEachUnifiedLoggingCategory) {
     EXPECT_EQ(answer("ZMKTUL:7=2"), "PROCESS=ZMKTUL:7 STATUS=0 MSG=DEBUG:7=1,7=2 DIAG:7=6,7=6\n");
     EXPECT_EQ(answer("QPKTUL:7=2"), "PROCESS=QPKTUL:7 STATUS=0 MSG=DEBUG:7=1,7=2 DIAG:7=6,7=6\n");
     EXPECT_EQ(answer("SEARCHKTUL:7=2"), "PROCESS=SEARCHKTUL:7 STATUS=0 MSG=DEBUG:7=1,7=2 DIAG:7=6,7=6\n");
@@ -219,7 +219,7 @@ TEST_F(CategoryTable, GivesEachUnifiedLoggingCategoryItsProduct) {
                                                  "holkLogReadCfg 58330 7", "holkLogReadCfg 60385 7"}));
 }
 
-TEST_F(CategoryTable, TellsTheActionToTheLogDirectories) {
+TEST_F(CategoryTable, PassesTheActionToTheLogDirectories) {
     make_folder("/usr/kumel/volmgr");
     for (const std::string action : {"enable", "disable", "reset"}) {
         recording_platform::reset();
@@ -232,7 +232,7 @@ TEST_F(CategoryTable, TellsTheActionToTheLogDirectories) {
     }
 }
 
-TEST_F(CategoryTable, TellsTheActionToTheConsoleAndTheVolumeManager) {
+TEST_F(CategoryTable, PassesTheActionToTheConsoleAndTheVolumeManager) {
     const std::string console_file = "/usr/kumel/java/Debug.properties";
     for (const char* action : {"disable", "reset"}) {
         write_file(console_file, "printcmds=true\ndebugMask=1\n");
@@ -244,7 +244,7 @@ TEST_F(CategoryTable, TellsTheActionToTheConsoleAndTheVolumeManager) {
     }
 }
 
-TEST_F(CategoryTable, GivesTheOtherCategoriesTheirHandlers) {
+TEST_F(CategoryTable, CallsTheHandlersOfTheOtherCategories) {
     const std::string plugins = "/usr/kumel/lib/stg-plugins/";
     write_file(plugins + "qtpipe.conf", "");
     write_file(plugins + "rk.conf", "DEBUGLOG = /\n");

@@ -51,17 +51,17 @@ TEST_F(ProcessQrconf, AnswersEachEntryUnderItsNameAsReceived) {
                                  {information, tag, responses_.at(1)}}));
 }
 
-TEST_F(ProcessQrconf, TellsTheGlobalVerbosity) {
+TEST_F(ProcessQrconf, ReportsTheGlobalVerbosity) {
     script.global_verbosity = -2;
     process({});
     EXPECT_EQ(messages(), (Lines{{detail, tag, "current global VERBOSE=-2"}}));
 }
 
-TEST_F(ProcessQrconf, TakesFiveForANameAlone) {
+TEST_F(ProcessQrconf, SetsLevelFiveForANameWithoutALevel) {
     EXPECT_EQ(text_of({"VERBOSE"}), "VERBOSE=5\n");
 }
 
-TEST_F(ProcessQrconf, TakesAnEmptyLevelAsItIs) {
+TEST_F(ProcessQrconf, AppliesAnEmptyLevelUnchanged) {
     EXPECT_EQ(text_of({"verbose="}), "VERBOSE=\n");
 }
 
@@ -82,7 +82,7 @@ TEST_F(ProcessQrconf, ZeroesEachStructureMemberInAReset) {
     }
 }
 
-TEST_F(ProcessQrconf, KnowsAStructureMemberWhateverItsCase) {
+TEST_F(ProcessQrconf, RecognizesAStructureMemberInAnyCase) {
     EXPECT_EQ(text_of({"Jobd_Verbose=-1"}), "JOBD_VERBOSE=0\n");
     EXPECT_EQ(messages_under("isqrconfstructmember"),
               (Lines{{detail, "isqrconfstructmember", "qr.conf structure member: 8 JOBD_VERBOSE"}}));
@@ -116,7 +116,7 @@ TEST_F(ProcessQrconf, WritesMinusOneWhileGlobalLoggingIsOn) {
     EXPECT_EQ(messages_under("isqrconfstructmember"), Lines{});
 }
 
-TEST_F(ProcessQrconf, AsksForTheGlobalVerbosityAnewForEachEntry) {
+TEST_F(ProcessQrconf, FetchesTheGlobalVerbosityForEachEntry) {
     script.next_global_verbosities = {7, 0, 3, 0};
     EXPECT_EQ(text_of({"A_VERBOSE=-1", "B_VERBOSE=-1", "C_VERBOSE=-1"}), "A_VERBOSE\nB_VERBOSE=-1\nC_VERBOSE\n");
     EXPECT_EQ(messages_under(tag).at(0), (LogLine{detail, tag, "current global VERBOSE=7"}));
@@ -127,7 +127,7 @@ TEST_F(ProcessQrconf, ResetsForExactlyMinusOne) {
               "A_VERBOSE=-10\nB_VERBOSE=0\nC_VERBOSE= -1\n");
 }
 
-TEST_F(ProcessQrconf, DoesNotConsultTheAction) {
+TEST_F(ProcessQrconf, IgnoresTheAction) {
     for (const char* action : {"enable", "disable", "reset", "other"}) {
         recording_platform::reset();
         EXPECT_EQ(process({"JOBD_VERBOSE=4"}, action), 0);
@@ -142,7 +142,7 @@ TEST_F(ProcessQrconf, ParsesAndAppliesAnEmptyTextWithoutEntries) {
     EXPECT_EQ(responses_, Responses{});
 }
 
-TEST_F(ProcessQrconf, AppliesNothingThatIsRefused) {
+TEST_F(ProcessQrconf, AppliesNothingThatIsRejected) {
     script.settings_refused = 9017;
     EXPECT_EQ(process({"A=1", "b=2"}), 9017);
     EXPECT_EQ(calls(), (Texts{"ParseConfigExA A=1\nB=2\n other record 1", "FreeConfig"}));
@@ -152,7 +152,7 @@ TEST_F(ProcessQrconf, AppliesNothingThatIsRefused) {
     EXPECT_EQ(messages().at(2), (LogLine{error, tag, responses_.at(1)}));
 }
 
-TEST_F(ProcessQrconf, TellsEveryEntryThatTheUpdateFailed) {
+TEST_F(ProcessQrconf, ReportsTheFailedUpdateForEveryEntry) {
     script.update_refused = -3;
     EXPECT_EQ(process({"A=1", "B=2"}), -3);
     const std::string outcome = " STATUS=1 MSG=qr.conf update failed (RV=-3 text of -3)\n";
@@ -209,20 +209,20 @@ TEST_F(ProcessConfigFileEntry, SetsTheLevelAndAnswers) {
     EXPECT_EQ(messages(), (Lines{{information, "process_config_file_entry", responses_.at(0)}}));
 }
 
-TEST_F(ProcessConfigFileEntry, TakesTheDefaultLevelForANameAlone) {
+TEST_F(ProcessConfigFileEntry, SetsTheDefaultLevelForANameWithoutALevel) {
     write_file(path_, "");
     EXPECT_EQ(process("zmwqf"), 0);
     EXPECT_EQ(read_file(path_), "WQF:LOGLEVEL=5\n");
 }
 
-TEST_F(ProcessConfigFileEntry, TakesTheLevelBehindTheFirstEqualsSignUntrimmed) {
+TEST_F(ProcessConfigFileEntry, UsesTheLevelAfterTheFirstEqualsSignUntrimmed) {
     write_file(path_, "");
     EXPECT_EQ(process(" n = 1=2 "), 0);
     EXPECT_EQ(read_file(path_), "WQF:LOGLEVEL= 1=2 \n");
     EXPECT_EQ(responses_, (Responses{"PROCESS=CORVID: n  STATUS=0 MSG=Set up  n  debug logging\n"}));
 }
 
-TEST_F(ProcessConfigFileEntry, TellsAFailureAtTheLevelOfInformation) {
+TEST_F(ProcessConfigFileEntry, LogsAFailureAtTheInformationLevel) {
     EXPECT_EQ(process("zmwqf=1"), 5803);
     EXPECT_EQ(responses_, (Responses{"PROCESS=CORVID:zmwqf STATUS=5803 MSG=Could not open file " + path_ +
                                      " E=2 (No such file or directory)\n"}));

@@ -66,7 +66,7 @@ TEST_F(RedirectFd, PointsAnOpenDescriptorAtTheNullDevice) {
     EXPECT_EQ(messages(), Lines{});
 }
 
-TEST_F(RedirectFd, LeavesNoOtherDescriptorBehind) {
+TEST_F(RedirectFd, LeavesNoOtherDescriptorOpen) {
     const Descriptor file(open("/", O_RDONLY | O_CLOEXEC));
     const int next = next_descriptor();
     redirect_fd(file.get());
@@ -87,7 +87,7 @@ TEST_F(RedirectFd, FailsForAClosedDescriptorAndLeavesItClosed) {
     EXPECT_EQ(next_descriptor(), closed);
 }
 
-TEST_F(RedirectFd, ReportsAFailingDuplicationInTheLogAlone) {
+TEST_F(RedirectFd, ReportsAFailingDuplicationOnlyInTheLog) {
     const Descriptor file(open("/", O_RDONLY | O_CLOEXEC));
     const int next = next_descriptor();
     failures["dup2"] = {EBUSY};
@@ -113,7 +113,7 @@ class SetupCommsWithClient : public AgentTest {
     }
 };
 
-TEST_F(SetupCommsWithClient, AsksForTheServiceWithClearedResultsAndSixtySeconds) {
+TEST_F(SetupCommsWithClient, VerifiesForTheServiceWithClearedResultsAndSixtySeconds) {
     setup_comms_w_client(5);
     EXPECT_EQ(calls(), (Texts{"xnet_verify_peer_creds 5 1515015233 1 0 0 null 60"}));
 }
@@ -138,33 +138,33 @@ TEST_F(SetupCommsWithClient, ReturnsANegativeStatusOfAFailedVerification) {
     expect_refusal(-1, "failed to accept connection SC=-1 (text of -1)");
 }
 
-TEST_F(SetupCommsWithClient, RefusesAHostThatIsNotInTheServerList) {
+TEST_F(SetupCommsWithClient, RejectsAHostThatIsNotInTheServerList) {
     script.peer_flags = 0x40;
     expect_refusal(5762, "peer not in SERVER list");
 }
 
-TEST_F(SetupCommsWithClient, LooksAtTheHostBeforeTheUser) {
+TEST_F(SetupCommsWithClient, ChecksTheHostBeforeTheUser) {
     script.peer_flags = 0x80;
     expect_refusal(5762, "peer not in SERVER list");
 }
 
-TEST_F(SetupCommsWithClient, RefusesAnUnknownUser) {
+TEST_F(SetupCommsWithClient, RejectsAnUnknownUser) {
     script.peer_flags = 0x82;
     expect_refusal(135, "peer user info unavailable");
 }
 
-TEST_F(SetupCommsWithClient, RefusesAnUnknownUserEvenWithTheFlagsOfRoot) {
+TEST_F(SetupCommsWithClient, RejectsAnUnknownUserEvenWithTheFlagsOfRoot) {
     script.peer_flags = 0x1c2;
     script.user_type = 0;
     expect_refusal(135, "peer user info unavailable");
 }
 
-TEST_F(SetupCommsWithClient, RefusesAnOrdinaryUser) {
+TEST_F(SetupCommsWithClient, RejectsAnOrdinaryUser) {
     script.peer_flags = 0x2;
     expect_refusal(135, "peer is not root user");
 }
 
-TEST_F(SetupCommsWithClient, AcceptsUsersOfAnotherTypeWhateverTheirFlags) {
+TEST_F(SetupCommsWithClient, AcceptsUsersOfAnotherTypeWithAnyFlags) {
     for (const std::uint32_t type : {0U, 1U, 3U, 0xffffffffU}) {
         recording_platform::reset();
         script.peer_flags = 0x2;
@@ -173,7 +173,7 @@ TEST_F(SetupCommsWithClient, AcceptsUsersOfAnotherTypeWhateverTheirFlags) {
     }
 }
 
-TEST_F(SetupCommsWithClient, PassesOverBitsThatItDoesNotKnow) {
+TEST_F(SetupCommsWithClient, IgnoresUnknownBits) {
     script.peer_flags = 0xfffffe3d | 0x2;
     expect_refusal(135, "peer is not root user");
 }

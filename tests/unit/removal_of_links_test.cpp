@@ -1,4 +1,4 @@
-// Links in the way of a removal: where they are followed, and where they are a stranger's.
+// Links below a directory that is removed: which ones are followed, and which ones belong to strangers.
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -18,7 +18,7 @@ using log_level::error;
 using log_level::information;
 constexpr const char* tag = "remove_directory";
 
-// A directory to be removed, and a folder with a file outside of it, which links lead to.
+// A directory to remove, and outside it a folder with a file, the target of links.
 class RemovalOfLinks : public AgentTest {
   protected:
     RemovalOfLinks() {
@@ -48,7 +48,7 @@ class RemovalOfLinks : public AgentTest {
         return names;
     }
 
-    // Moves what has the path away and puts a link to the other folder there, once, right before the call.
+    // Replaces what has the path with a link to the other folder, once, right before the call.
     void put_link_before(const std::string& call, const std::string& path) {
         overrides.before_call = [this, call, path, done = false](const std::string& next) mutable {
             if (next == call && !done) {
@@ -72,7 +72,7 @@ TEST_F(RemovalOfLinks, RemovesALinkToAFileAndKeepsTheFile) {
     EXPECT_EQ(read_file(kept_file_), "x");
 }
 
-TEST_F(RemovalOfLinks, EmptiesWhatALinkToADirectoryLeadsTo) {
+TEST_F(RemovalOfLinks, EmptiesTheTargetOfALinkToADirectory) {
     make_link(other_, directory_ + "/link");
     EXPECT_EQ(remove(), 5784);
     EXPECT_FALSE(exists(kept_file_));
@@ -83,7 +83,7 @@ TEST_F(RemovalOfLinks, EmptiesWhatALinkToADirectoryLeadsTo) {
                                  {error, tag, "failed to remove FILE=" + directory_ + "/link RV=5784"}}));
 }
 
-TEST_F(RemovalOfLinks, EmptiesWhatItsOwnNameLeadsTo) {
+TEST_F(RemovalOfLinks, EmptiesTheTargetWhenItsOwnNameIsALink) {
     for (const std::string slashes : {"", "/", "//"}) {
         const std::string name = folder_.path("name") + slashes;
         remove_tree(folder_.path("name"));
@@ -97,7 +97,7 @@ TEST_F(RemovalOfLinks, EmptiesWhatItsOwnNameLeadsTo) {
     }
 }
 
-// The kernel follows 40 links of a path.
+// The kernel follows at most 40 links of a path.
 TEST_F(RemovalOfLinks, EndsALoopOfLinksWhereTheSystemDoesAndRemovesTheFiles) {
     make_link(".", directory_ + "/loop");
     for (const char* name : {"/a", "/b", "/y", "/z"}) {
@@ -131,7 +131,7 @@ TEST_F(RemovalOfLinks, EndsALoopAfter40LinksOfAnyKind) {
     const Lines log = messages();
     const auto last = std::find_if(log.begin(), log.end(), [](const LogLine& line) { return line.level == error; });
     ASSERT_NE(last, log.end());
-    // As the kernel itself has it.
+    // The kernel agrees.
     const std::string prefix = "cannot access ";
     const std::string path = last->text.substr(prefix.size(), last->text.find(" E=40") - prefix.size());
     EXPECT_EQ(*last, not_accessed(path));
@@ -140,7 +140,7 @@ TEST_F(RemovalOfLinks, EndsALoopAfter40LinksOfAnyKind) {
     EXPECT_EQ(access(path.substr(0, path.rfind('/')).c_str(), F_OK), 0);
 }
 
-// Why a folder's links may be a stranger's.
+// Why the links of a folder may belong to a stranger.
 struct OpenToOthers {
     std::string name;
     unsigned mode;
@@ -177,7 +177,7 @@ TEST_P(LinksOfStrangers, AreLeftWhereTheyAre) {
     EXPECT_EQ(messages(), (Lines{removing(directory_), not_accessed(directory_ + "/link"), not_empty()}));
 }
 
-TEST_P(LinksOfStrangers, AreLeftWhateverTheyLeadTo) {
+TEST_P(LinksOfStrangers, AreLeftWhateverTheirTarget) {
     make_link(kept_file_, directory_ + "/link");
     make_link("/missing", directory_ + "/dangling");
     make_link(".", directory_ + "/loop");
@@ -199,7 +199,7 @@ TEST_P(LinksOfStrangers, AreLeftInAFolderBelow) {
     EXPECT_EQ(messages().at(2), not_accessed(directory_ + "/below/link"));
 }
 
-TEST_P(LinksOfStrangers, AreNotOpenedInThePlaceOfTheDirectory) {
+TEST_P(LinksOfStrangers, AreNotOpenedInsteadOfTheDirectory) {
     make_link(other_, folder_.path("link"));
     open_to_others(folder_.path());
     for (const std::string slashes : {"", "/", "//"}) {
@@ -212,7 +212,7 @@ TEST_P(LinksOfStrangers, AreNotOpenedInThePlaceOfTheDirectory) {
     EXPECT_EQ(read_file(kept_file_), "x");
 }
 
-TEST_P(LinksOfStrangers, AreNotOpenedWhereTheyLeadNowhere) {
+TEST_P(LinksOfStrangers, AreNotOpenedWhenTheyDangle) {
     make_link("/missing", folder_.path("link"));
     open_to_others(folder_.path());
     EXPECT_EQ(remove_directory(folder_.path("link").c_str(), recursively), 5784);
@@ -235,7 +235,7 @@ TEST_P(LinksOfStrangers, AreFollowedAboveTheDirectory) {
     EXPECT_FALSE(exists(directory_));
 }
 
-TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyTakeThePlaceOfTheDirectory) {
+TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyReplaceTheDirectory) {
     open_to_others(folder_.path());
     put_link_before("openat " + directory_, directory_);
     EXPECT_EQ(remove(), 5784);
@@ -243,7 +243,7 @@ TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyTakeThePlaceOfTheDirectory) {
     EXPECT_EQ(messages(), (Lines{not_opened(directory_)}));
 }
 
-TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyTakeThePlaceOfAFolderThatWasLookedAt) {
+TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyReplaceAnExaminedFolder) {
     const std::string below = directory_ + "/below";
     write_file(below + "/file", "");
     open_to_others(directory_);
@@ -255,7 +255,7 @@ TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyTakeThePlaceOfAFolderThatWasLooke
         (Lines{removing(directory_), not_opened(below), {error, tag, "failed to remove FILE=" + below + " RV=5784"}}));
 }
 
-TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyTakeThePlaceOfAFolderThatIsOpen) {
+TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyReplaceAnOpenFolder) {
     const std::string below = directory_ + "/below";
     write_file(below + "/file", "");
     open_to_others(directory_);
@@ -265,7 +265,7 @@ TEST_P(LinksOfStrangers, AreNotFollowedWhenTheyTakeThePlaceOfAFolderThatIsOpen) 
     EXPECT_EQ(messages().at(2), (LogLine{error, tag, "rmdir failed DIR=" + below + " E=20 (Not a directory)"}));
 }
 
-TEST_P(LinksOfStrangers, AreRemovedThemselvesWhenTheyTakeThePlaceOfAPlainFile) {
+TEST_P(LinksOfStrangers, AreRemovedThemselvesWhenTheyReplaceAPlainFile) {
     write_file(directory_ + "/file", "");
     open_to_others(directory_);
     put_link_before("unlink " + directory_ + "/file", directory_ + "/file");

@@ -22,7 +22,7 @@ class PerformRequestSendOutput : public ProductPathTest {
         return call_that_forks([&] { return perform_request_send_output(request, socket_.agent()); });
     }
 
-    // Makes statvfs tell a file system of 8 MiB, 4 of them free.
+    // statvfs reports a file system of 8 MiB, 4 of them free.
     static void tell_space() {
         struct statvfs space {};
         space.f_bsize = 1U << 20U;
@@ -39,7 +39,7 @@ class PerformRequestSendOutput : public ProductPathTest {
     AgentConnection socket_;
 };
 
-TEST_F(PerformRequestSendOutput, GivesEachLoggingRequestItsAction) {
+TEST_F(PerformRequestSendOutput, PassesItsActionToEachLoggingRequest) {
     EXPECT_EQ(perform({"ENABLELOGGING"}), 0);
     EXPECT_EQ(perform({"DISABLELOGGING"}), 0);
     EXPECT_EQ(perform({"RESETLOGGING"}), 0);
@@ -68,7 +68,7 @@ TEST_F(PerformRequestSendOutput, RunsTheLogCopierWithoutTheOptionForItsDirectory
     EXPECT_FALSE(exists(evidence));
 }
 
-TEST_F(PerformRequestSendOutput, LeavesTheRequestAsItWasReceived) {
+TEST_F(PerformRequestSendOutput, DoesNotChangeTheRequest) {
     write_tool(support + "zmcplogs", "");
     const RequestVector request = {"RUNZMCPLOGS", "--collectdir", "/usr/kumel/dir", "-x"};
     perform(request);
@@ -104,7 +104,7 @@ TEST_F(PerformRequestSendOutput, ReturnsTheListingsStatusOfASupportUtilityThatLe
     EXPECT_EQ(perform({"RUNZMSU"}), 5784);
 }
 
-TEST_F(PerformRequestSendOutput, TellsTheSpaceOfTheCollectionDirectoryAndRemovesTheTemporaryOne) {
+TEST_F(PerformRequestSendOutput, ReportsTheSpaceOfTheCollectionDirectoryAndRemovesTheTemporaryOne) {
     tell_space();
     write_tool(support + "zmcplogs", "echo \"$@\"\nmkdir -p $2/below && echo x > $2/below/file\n");
     EXPECT_EQ(perform({"CALCLOGSIZE", "-s"}), 0);
@@ -136,7 +136,7 @@ TEST_F(PerformRequestSendOutput, RemovesNothingWhenTheToolCreatedNoDirectory) {
     EXPECT_EQ(messages_under("remove_directory"), Lines{});
 }
 
-TEST_F(PerformRequestSendOutput, TriesToRemoveWhateverHasTheTemporaryName) {
+TEST_F(PerformRequestSendOutput, TriesToRemoveAFileWithTheTemporaryName) {
     tell_space();
     write_tool(support + "zmcplogs", ": >$1\n");
     EXPECT_EQ(perform({"CALCLOGSIZE"}), 0);
@@ -145,7 +145,7 @@ TEST_F(PerformRequestSendOutput, TriesToRemoveWhateverHasTheTemporaryName) {
     EXPECT_TRUE(exists(temporary_));
 }
 
-TEST_F(PerformRequestSendOutput, TakesADanglingLinkForNothing) {
+TEST_F(PerformRequestSendOutput, TreatsADanglingLinkAsMissing) {
     tell_space();
     write_tool(support + "zmcplogs", "ln -s /missing $1\n");
     EXPECT_EQ(perform({"CALCLOGSIZE"}), 0);
@@ -160,14 +160,14 @@ TEST_F(PerformRequestSendOutput, IgnoresThatTheTemporaryDirectoryCouldNotBeRemov
     EXPECT_EQ(messages_under("remove_directory").size(), 2U);
 }
 
-TEST_F(PerformRequestSendOutput, TellsTheSpaceOfTheDirectoryThatThePeerNames) {
+TEST_F(PerformRequestSendOutput, ReportsTheSpaceOfTheDirectoryThatThePeerNames) {
     tell_space();
     write_tool(support + "zmcplogs", "");
     EXPECT_EQ(perform({"CALCLOGSIZE", "--collectdir", "/usr/kumel/dir"}), 0);
     EXPECT_EQ(socket_.received(), "\n" + space_line("/usr/kumel/dir"));
 }
 
-TEST_F(PerformRequestSendOutput, TellsTheSpaceOfEachDirectory) {
+TEST_F(PerformRequestSendOutput, ReportsTheSpaceOfEachDirectory) {
     tell_space();
     EXPECT_EQ(perform({"GETDISKSPACE", "/tmp", "/usr", "/"}), 0);
     EXPECT_EQ(socket_.received(), space_line("/tmp") + space_line("/usr") + space_line("/"));
@@ -200,7 +200,7 @@ TEST_F(PerformRequestSendOutput, CleansUp) {
     EXPECT_EQ(perform({"CLEANUP"}), 0);
 }
 
-TEST_F(PerformRequestSendOutput, SucceedsForAWordWithoutAHandlerAndTellsTheLogAlone) {
+TEST_F(PerformRequestSendOutput, SucceedsForAWordWithoutAHandlerAndReportsItOnlyInTheLog) {
     for (const std::string word : {"FETCHFILE", "", "getdiskspace", "zmsu", "CLEANUP ", "%s%n"}) {
         recording_platform::reset();
         EXPECT_EQ(perform({word, "/tmp"}), 0) << word;

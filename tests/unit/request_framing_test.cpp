@@ -35,7 +35,7 @@ TEST_F(ReceiveInputsFromClient, ReadsACountAndThatManyStrings) {
                                  {information, tag, "string from peer C="}}));
 }
 
-TEST_F(ReceiveInputsFromClient, FetchesTheTimeOutAfreshBeforeEveryRead) {
+TEST_F(ReceiveInputsFromClient, FetchesTheTimeoutBeforeEveryRead) {
     script.network_timeout = 100;
     receive({framed_number(2), framed_text("a"), framed_text("b")});
     EXPECT_EQ(calls(),
@@ -43,28 +43,28 @@ TEST_F(ReceiveInputsFromClient, FetchesTheTimeOutAfreshBeforeEveryRead) {
                      "get_string 5 cleared 2047 101", "xnet_get_max_timeout", "get_string 5 cleared 2047 102"}));
 }
 
-TEST_F(ReceiveInputsFromClient, RefusesACountOfZeroWithErrorNumberZero) {
+TEST_F(ReceiveInputsFromClient, RejectsACountOfZeroWithErrorNumberZero) {
     EXPECT_EQ(receive({framed_number(0)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failure receiving #args E=0 (Success)"}}));
     EXPECT_EQ(request_, RequestVector{});
 }
 
-TEST_F(ReceiveInputsFromClient, RefusesANegativeCountWithErrorNumberZero) {
+TEST_F(ReceiveInputsFromClient, RejectsANegativeCountWithErrorNumberZero) {
     EXPECT_EQ(receive({framed_number(-4)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failure receiving #args E=0 (Success)"}}));
 }
 
-TEST_F(ReceiveInputsFromClient, TellsWhyTheCountCouldNotBeRead) {
+TEST_F(ReceiveInputsFromClient, ReportsWhyTheCountCouldNotBeRead) {
     EXPECT_EQ(receive({framed_failure(0, ETIMEDOUT)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failure receiving #args E=110 (Connection timed out)"}}));
 }
 
-TEST_F(ReceiveInputsFromClient, TakesTheCountAsASigned32BitValue) {
+TEST_F(ReceiveInputsFromClient, TruncatesTheCountToASigned32BitValue) {
     EXPECT_EQ(receive({framed_number(0x100000001), framed_text("zmsu")}), 0);
     EXPECT_EQ(request_, RequestVector{"zmsu"});
 }
 
-TEST_F(ReceiveInputsFromClient, RefusesACountWhose32BitsAreNotPositive) {
+TEST_F(ReceiveInputsFromClient, RejectsACountWhose32BitsAreNotPositive) {
     EXPECT_EQ(receive({framed_number(0x100000000)}), 5763);
     EXPECT_EQ(receive({framed_number(0x80000000)}), 5763);
 }
@@ -79,13 +79,13 @@ TEST_F(ReceiveInputsFromClient, KeepsTheArgumentsBeforeTheOneThatFailed) {
     EXPECT_EQ(request_, (RequestVector{"a", "b"}));
 }
 
-TEST_F(ReceiveInputsFromClient, TakesAResultOfZeroAsAFailure) {
+TEST_F(ReceiveInputsFromClient, TreatsAResultOfZeroAsAFailure) {
     EXPECT_EQ(receive({framed_number(1), framed_failure(0, 0)}), 5763);
     EXPECT_EQ(messages(), (Lines{{error, tag, "failed to read peer msg A#=0 E=0 Success"}}));
 }
 
 // The error number is cleared once, not before each read.
-TEST_F(ReceiveInputsFromClient, TellsTheErrorNumberOfAnEarlierReadWhereTheFailedOneGivesNone) {
+TEST_F(ReceiveInputsFromClient, ReportsTheErrorNumberOfAnEarlierReadWhenTheFailedOneSetsNone) {
     FramedRead count = framed_number(1);
     count.error_number = EIO;
     EXPECT_EQ(receive({count, framed_failure(0, 0)}), 5763);
@@ -105,19 +105,19 @@ TEST_F(ReceiveInputsFromClient, ReceivesTheLongestArgumentWhole) {
     EXPECT_EQ(request_, RequestVector{longest});
 }
 
-TEST_F(ReceiveInputsFromClient, TakesNoTextForAFormat) {
+TEST_F(ReceiveInputsFromClient, DoesNotUseTextAsAFormat) {
     EXPECT_EQ(receive({framed_number(1), framed_text("%s%n")}), 0);
     EXPECT_EQ(messages(), (Lines{{information, tag, "string from peer C=%s%n"}}));
 }
 
-TEST_F(ReceiveInputsFromClient, SetsNoLimitOfItsOwnToTheCount) {
+TEST_F(ReceiveInputsFromClient, DoesNotLimitTheCount) {
     std::deque<FramedRead> reads = {framed_number(3000)};
     reads.resize(3001, framed_text("x"));
     EXPECT_EQ(receive(reads), 0);
     EXPECT_EQ(request_.size(), 3000U);
 }
 
-TEST_F(ReceiveInputsFromClient, TakesNoRoomForArgumentsThatWereOnlyAnnounced) {
+TEST_F(ReceiveInputsFromClient, AllocatesNothingForArgumentsThatHaveNotArrived) {
     EXPECT_EQ(receive({framed_number(0x7fffffff), framed_text("a"), framed_failure(-1, ECONNRESET)}), 5763);
     EXPECT_LT(request_.capacity(), 100U);
 }

@@ -38,7 +38,7 @@ TEST_F(Socksend, WritesTheTextInOneInstallmentWhenThatIsAccepted) {
     EXPECT_EQ(calls(), (Texts{"write " + fd() + " 6"}));
 }
 
-TEST_F(Socksend, GoesOnWhereAPartialWriteStopped) {
+TEST_F(Socksend, ContinuesWhereAPartialWriteStopped) {
     overrides.writes = {{.accepted = 3}, {.accepted = 1}};
     EXPECT_EQ(send("abcdefg\n"), 8);
     EXPECT_EQ(socket_.received(), "abcdefg\n");
@@ -74,7 +74,7 @@ TEST_F(Socksend, SleepsTenMillisecondsAndRetriesWhenThePeerDrainsNothing) {
     EXPECT_EQ(calls(), (Texts{write, "nanosleep 0 10000000", write, "nanosleep 0 10000000", write}));
 }
 
-TEST_F(Socksend, CountsEveryWriteAlsoBetweenInstallments) {
+TEST_F(Socksend, CountsEveryWriteEvenBetweenInstallments) {
     overrides.writes = {{.accepted = 1}, {.accepted = -1, .error = EAGAIN}};
     EXPECT_EQ(send("ab\n"), 3);
     EXPECT_EQ(messages(),
@@ -91,7 +91,7 @@ TEST_F(Socksend, RetriesWithoutLimit) {
     EXPECT_EQ(messages().at(5000), (LogLine{information, tag, "sent installment #5001: 1 of 1"}));
 }
 
-TEST_F(Socksend, TakesAWriteOfNoBytesAsAnInstallment) {
+TEST_F(Socksend, CountsAWriteOfNoBytesAsAnInstallment) {
     overrides.writes = {{.accepted = 0}};
     EXPECT_EQ(send("ab"), 2);
     EXPECT_EQ(messages(), (Lines{{information, tag, "sent installment #1: 0 of 2"},
@@ -125,19 +125,19 @@ TEST_F(Socksend, LeavesTheRestUnsentAfterAFatalError) {
     EXPECT_EQ(messages().size(), 3U);
 }
 
-TEST_F(Socksend, LeavesTheErrorNumberToItsCaller) {
+TEST_F(Socksend, KeepsTheErrorNumberForItsCaller) {
     overrides.writes = {{.accepted = -1, .error = ECONNRESET}};
     send("ab\n");
     EXPECT_EQ(errno, ECONNRESET);
 }
 
-TEST_F(Socksend, TakesTheLengthAsA32BitInteger) {
+TEST_F(Socksend, TruncatesTheLengthTo32Bits) {
     EXPECT_EQ(socksend(socket_.agent(), "ab", static_cast<unsigned long>(0x100000000ULL)), 0);
     EXPECT_EQ(calls(), Texts{});
     EXPECT_EQ(messages(), (Lines{{information, tag, "sent M=ab L=0, 0"}}));
 }
 
-TEST_F(Socksend, TakesNoTextForAFormat) {
+TEST_F(Socksend, DoesNotUseTextAsAFormat) {
     EXPECT_EQ(send("%n%s\n"), 5);
     EXPECT_EQ(socket_.received(), "%n%s\n");
     EXPECT_EQ(messages().back(), (LogLine{information, tag, "sent M=%n%s\n L=5, 5"}));
@@ -172,7 +172,7 @@ TEST_F(ReportExitStatus, CutsALongLineTo511CharactersAndLosesItsNewline) {
     EXPECT_EQ(messages().front(), (LogLine{information, tag, "sent installment #1: 511 of 511"}));
 }
 
-TEST_F(ReportExitStatus, TakesNoTextForAFormat) {
+TEST_F(ReportExitStatus, DoesNotUseTextAsAFormat) {
     script.status_texts[1] = "100%s %n";
     qas_report_exit_status(1, socket_.agent());
     EXPECT_EQ(socket_.received(), "EXIT STATUS 1 100%s %n\n");

@@ -1,8 +1,9 @@
 // Category RKPLUGIN.
 
+#include "logging_config/storage_plugin.h"
+
 #include <cerrno>
 
-#include "logging_config/storage_plugin.h"
 #include "tests/unit/agent_test.h"
 
 namespace {
@@ -32,14 +33,14 @@ TEST_F(ProcessRkplugin, SetsTheLevelTenAndRestoresTheLog) {
     EXPECT_EQ(messages_under(tag), (Lines{{information, tag, success}}));
 }
 
-TEST_F(ProcessRkplugin, LeavesAnActiveLogAsItIs) {
+TEST_F(ProcessRkplugin, DoesNotChangeAnActiveLog) {
     write_file(file, "DEBUGLOG = /var/log\n#DEBUGLOG = /\nLOGLEVEL = 1\n");
     EXPECT_EQ(process({"rkplugin"}), 0);
     EXPECT_EQ(read_file(file), "DEBUGLOG = /var/log\n#DEBUGLOG = /\nLOGLEVEL = 10\n");
     EXPECT_EQ(responses_, Responses{success});
 }
 
-TEST_F(ProcessRkplugin, TellsThatTheFileHasNoLog) {
+TEST_F(ProcessRkplugin, ReportsThatTheFileHasNoLog) {
     write_file(file, "");
     EXPECT_EQ(process({"rkplugin"}), 0);
     EXPECT_EQ(read_file(file), "LOGLEVEL = 10\n");
@@ -47,7 +48,7 @@ TEST_F(ProcessRkplugin, TellsThatTheFileHasNoLog) {
     EXPECT_EQ(messages_under(tag), (Lines{{information, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessRkplugin, RejectsAValueWithALevelAndAppliesItAllTheSame) {
+TEST_F(ProcessRkplugin, RejectsAValueWithALevelButAppliesIt) {
     write_file(file, "DEBUGLOG = /\n");
     EXPECT_EQ(process({"rkplugin=3"}), 0);
     EXPECT_EQ(read_file(file), "DEBUGLOG = /\nLOGLEVEL = 3\n");
@@ -70,7 +71,7 @@ TEST_F(ProcessRkplugin, AppliesAnyOtherNameUnderThatName) {
               (Responses{rejection, "PROCESS=RKPLUGIN:Other STATUS=0 MSG=Set up rkplugin debug logging\n"}));
 }
 
-TEST_F(ProcessRkplugin, NamesItselfInTheRejectionWhateverTheCategory) {
+TEST_F(ProcessRkplugin, NamesItselfInTheRejectionOfAnyCategory) {
     write_file(file, "DEBUGLOG = /\n");
     process_rkplugin("OTHER", {"x"}, responses_);
     EXPECT_EQ(responses_, (Responses{rejection, "PROCESS=OTHER:x STATUS=0 MSG=Set up rkplugin debug logging\n"}));
@@ -89,7 +90,7 @@ TEST_F(ProcessRkplugin, AppliesAnEmptyValue) {
     EXPECT_EQ(responses_, (Responses{rejection, "PROCESS=RKPLUGIN: STATUS=0 MSG=Set up rkplugin debug logging\n"}));
 }
 
-TEST_F(ProcessRkplugin, TellsThatTheFileIsMissing) {
+TEST_F(ProcessRkplugin, ReportsThatTheFileIsMissing) {
     EXPECT_EQ(process({"rkplugin"}), 0);
     EXPECT_EQ(responses_, (Responses{"PROCESS=RKPLUGIN:rkplugin STATUS=5803 MSG=Could not open file " + file +
                                      " E=2 (No such file or directory)\n"}));
@@ -97,7 +98,7 @@ TEST_F(ProcessRkplugin, TellsThatTheFileIsMissing) {
     EXPECT_EQ(messages_under("set_parameter_value").size(), 1U);
 }
 
-TEST_F(ProcessRkplugin, TellsThatTheLogCouldNotBeRestored) {
+TEST_F(ProcessRkplugin, ReportsThatTheLogCouldNotBeRestored) {
     write_file(file, "#DEBUGLOG = /\n");
     failures["rename"] = {0, EBUSY};
     EXPECT_EQ(process({"rkplugin"}), 0);

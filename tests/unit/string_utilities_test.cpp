@@ -19,7 +19,7 @@ TEST(TrimSpaces, KeepsOtherWhitespace) {
     EXPECT_EQ(trim_spaces("\v x \f"), "\v x \f");
 }
 
-TEST(TrimSpaces, ReturnsATextOfWhitespaceAloneUnchanged) {
+TEST(TrimSpaces, ReturnsATextOfOnlyWhitespaceUnchanged) {
     EXPECT_EQ(trim_spaces("   "), "   ");
     EXPECT_EQ(trim_spaces(" \t\r\n"), " \t\r\n");
 }
@@ -52,7 +52,7 @@ TEST(GetBasename, CutsAtTheBackslashOfARelativePathWithSlashes) {
     EXPECT_EQ(get_basename("a/b\\c/d"), "c/d");
 }
 
-TEST(GetBasename, ReturnsARelativePathExactlyAsItWasPassed) {
+TEST(GetBasename, ReturnsARelativePathUnchanged) {
     EXPECT_EQ(get_basename("a/b"), "a/b");
     EXPECT_EQ(get_basename(" rel/name "), " rel/name ");
     EXPECT_EQ(get_basename(""), "");
@@ -67,7 +67,7 @@ TEST(SplitLhsRhs, SplitsAtTheFirstEqualsSign) {
     EXPECT_EQ(rhs, "B=C");
 }
 
-TEST(SplitLhsRhs, LeavesTheRightSideAsItWasWithoutAnEqualsSign) {
+TEST(SplitLhsRhs, DoesNotChangeTheRightSideWithoutAnEqualsSign) {
     std::string lhs = "old";
     std::string rhs = "before";
     split_lhs_rhs("A", lhs, rhs);
@@ -75,7 +75,7 @@ TEST(SplitLhsRhs, LeavesTheRightSideAsItWasWithoutAnEqualsSign) {
     EXPECT_EQ(rhs, "before");
 }
 
-TEST(SplitLhsRhs, GivesAnEmptyRightSideForATrailingEqualsSign) {
+TEST(SplitLhsRhs, ReturnsAnEmptyRightSideForATrailingEqualsSign) {
     std::string lhs;
     std::string rhs = "before";
     split_lhs_rhs("A=", lhs, rhs);
@@ -83,7 +83,7 @@ TEST(SplitLhsRhs, GivesAnEmptyRightSideForATrailingEqualsSign) {
     EXPECT_EQ(rhs, "");
 }
 
-TEST(SplitLhsRhs, GivesAnEmptyLeftSideForALeadingEqualsSign) {
+TEST(SplitLhsRhs, ReturnsAnEmptyLeftSideForALeadingEqualsSign) {
     std::string lhs = "old";
     std::string rhs;
     split_lhs_rhs("=B", lhs, rhs);
@@ -99,7 +99,7 @@ TEST(SplitLhsRhs, TrimsNothing) {
     EXPECT_EQ(rhs, " B ");
 }
 
-TEST(SplitLhsRhs, TakesTheEmptyTextAsAnEmptyLeftSide) {
+TEST(SplitLhsRhs, TreatsTheEmptyTextAsAnEmptyLeftSide) {
     std::string lhs = "old";
     std::string rhs = "before";
     split_lhs_rhs("", lhs, rhs);
@@ -107,7 +107,7 @@ TEST(SplitLhsRhs, TakesTheEmptyTextAsAnEmptyLeftSide) {
     EXPECT_EQ(rhs, "before");
 }
 
-TEST(Stringupper, PassesEveryByteThroughToupper) {
+TEST(Stringupper, ConvertsEveryByteWithToupper) {
     EXPECT_EQ(stringupper("tapeMgr_verbose-1"), "TAPEMGR_VERBOSE-1");
 }
 
@@ -116,7 +116,7 @@ TEST(Stringupper, KeepsBytesWithoutAnUpperCaseForm) {
     EXPECT_EQ(stringupper(""), "");
 }
 
-TEST(SplitString, GivesThePiecesBetweenTheDelimiters) {
+TEST(SplitString, ReturnsThePiecesBetweenTheDelimiters) {
     Pieces pieces;
     split_string("a-b-c", '-', pieces);
     EXPECT_EQ(pieces, (Pieces{"a", "b", "c"}));
@@ -134,13 +134,13 @@ TEST(SplitString, KeepsEmptyPiecesAtBothEnds) {
     EXPECT_EQ(pieces, (Pieces{"", "a", ""}));
 }
 
-TEST(SplitString, GivesOneEmptyPieceForTheEmptyText) {
+TEST(SplitString, ReturnsOneEmptyPieceForTheEmptyText) {
     Pieces pieces;
     split_string("", '-', pieces);
     EXPECT_EQ(pieces, (Pieces{""}));
 }
 
-TEST(SplitString, AppendsToWhatIsThere) {
+TEST(SplitString, AppendsToTheExistingPieces) {
     Pieces pieces = {"kept"};
     split_string("a,b", ',', pieces);
     EXPECT_EQ(pieces, (Pieces{"kept", "a", "b"}));

@@ -26,7 +26,7 @@ struct WriteOutcome {
 
 // What calls do otherwise than the real ones.
 struct Overrides {
-    pid_t lasting_process = 0;  // the one that may not become another program: trying that aborts it
+    pid_t lasting_process = 0;  // this process aborts when it calls execvp
 
     int watched_descriptor = -1;
     std::deque<WriteOutcome> writes;  // then writes go through again

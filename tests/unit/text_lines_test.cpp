@@ -6,15 +6,15 @@ namespace {
 
 using Lines = std::vector<std::string_view>;
 
-TEST(SplitLines, GivesEachLineWithoutItsNewline) {
+TEST(SplitLines, ReturnsEachLineWithoutItsNewline) {
     EXPECT_EQ(split_lines("a\n\nb\n"), (Lines{"a", "", "b"}));
 }
 
-TEST(SplitLines, TakesALastLineWithoutANewlineForALine) {
+TEST(SplitLines, TreatsALastLineWithoutANewlineAsALine) {
     EXPECT_EQ(split_lines("a\nb"), (Lines{"a", "b"}));
 }
 
-TEST(SplitLines, GivesNoLineForTheEmptyText) {
+TEST(SplitLines, ReturnsNoLineForTheEmptyText) {
     EXPECT_EQ(split_lines(""), Lines{});
 }
 

@@ -62,7 +62,7 @@ TEST_F(ProcessKtulLoglevel, SetsTheLevelAndTheDiagnosticLevelOfAnOriginator) {
                                  {information, tag, responses_.at(0)}}));
 }
 
-TEST_F(ProcessKtulLoglevel, TakesSixForAnOriginatorAlone) {
+TEST_F(ProcessKtulLoglevel, SetsLevelSixForAnOriginatorWithoutALevel) {
     EXPECT_EQ(process({"111"}), 0);
     EXPECT_EQ(responses_, (Texts{"PROCESS=KTUL:111 STATUS=0 MSG=DEBUG:111=1,111=6 DIAG:111=6,111=6\n"}));
     EXPECT_EQ(changes(), (Texts{"holkLogCfgSetDebugLevel 51216 111 6", "holkLogWriteCfg 51216 111 51216 111"}));
@@ -76,14 +76,14 @@ TEST_F(ProcessKtulLoglevel, ReadsNoDefaultsForAnotherProduct) {
     }
 }
 
-TEST_F(ProcessKtulLoglevel, ReadsTheDefaultsAlsoWithoutAValue) {
+TEST_F(ProcessKtulLoglevel, ReadsTheDefaultsEvenWithoutAValue) {
     EXPECT_EQ(process({}), 0);
     EXPECT_EQ(responses_, Texts{});
     EXPECT_EQ(changes(), Texts{});
     EXPECT_EQ(messages(), (Lines{{detail, tag, "Default DbgLvl=1 DiagLvl=6"}}));
 }
 
-TEST_F(ProcessKtulLoglevel, TakesOneAndSixWhenNoLevelIsStored) {
+TEST_F(ProcessKtulLoglevel, UsesOneAndSixWhenNoLevelIsStored) {
     EXPECT_EQ(process({"111=3"}, other_product), 0);
     EXPECT_EQ(messages().at(0), (LogLine{detail, tag, "Current setting P=58330 O=111 DbgLvl=1"}));
     EXPECT_EQ(messages().at(1), (LogLine{detail, tag, "Current setting P=58330 O=111 DiagLvl=6"}));
@@ -118,7 +118,7 @@ TEST_F(ProcessKtulLoglevel, WritesTheDebugLevelOneForAnotherProduct) {
                                 "holkLogWriteCfg 58330 111 58330 111"}));
 }
 
-TEST_F(ProcessKtulLoglevel, TakesOneAndSixWhenTheDefaultsCannotBeRead) {
+TEST_F(ProcessKtulLoglevel, UsesOneAndSixWhenTheDefaultsCannotBeRead) {
     script.unloadable_originators = {{product, 112}};
     set_defaults(3, 5);
     set_levels(111, 5, 5);
@@ -136,7 +136,7 @@ TEST_F(ProcessKtulLoglevel, RemovesTheDiagnosticLevelWhenSixIsTheDefault) {
     EXPECT_EQ(responses_, (Texts{"PROCESS=KTUL:111 STATUS=0 MSG=DEBUG:111=4,111=4 DIAG:111=2,111=6\n"}));
 }
 
-TEST_F(ProcessKtulLoglevel, WritesNothingForLevelsThatStandAlready) {
+TEST_F(ProcessKtulLoglevel, WritesNothingForLevelsThatAreAlreadySet) {
     set_levels(111, 4, 6);
     EXPECT_EQ(process({"111=4"}), 0);
     EXPECT_EQ(changes(), Texts{});
@@ -166,14 +166,14 @@ TEST_F(ProcessKtulLoglevel, Returns5772ForAnOriginatorThatCannotBeLoaded) {
     EXPECT_EQ(changes(), Texts{});
 }
 
-TEST_F(ProcessKtulLoglevel, GoesOnAfterAnOriginatorThatCannotBeLoadedAndReturnsItsStatus) {
+TEST_F(ProcessKtulLoglevel, ContinuesAfterAnOriginatorThatCannotBeLoadedAndReturnsItsStatus) {
     script.unloadable_originators = {{product, 111}};
     EXPECT_EQ(process({"111=4", "117=4"}), 5772);
     ASSERT_EQ(responses_.size(), 2U);
     EXPECT_EQ(responses_[1], "PROCESS=KTUL:117 STATUS=0 MSG=DEBUG:117=1,117=4 DIAG:117=6,117=6\n");
 }
 
-TEST_F(ProcessKtulLoglevel, TellsThatTheDebugLevelCouldNotBeSet) {
+TEST_F(ProcessKtulLoglevel, ReportsThatTheDebugLevelCouldNotBeSet) {
     set_levels(111, 2, 2);
     script.debug_level_not_set = 22;
     EXPECT_EQ(process({"111=9", "112=9"}), 0);
@@ -183,7 +183,7 @@ TEST_F(ProcessKtulLoglevel, TellsThatTheDebugLevelCouldNotBeSet) {
     EXPECT_EQ(messages().back(), (LogLine{error, tag, responses_.at(1)}));
 }
 
-TEST_F(ProcessKtulLoglevel, TellsThatTheDebugLevelCouldNotBeRemoved) {
+TEST_F(ProcessKtulLoglevel, ReportsThatTheDebugLevelCouldNotBeRemoved) {
     set_levels(111, 2, 2);
     script.settings_not_removed = 7;
     EXPECT_EQ(process({"111=1"}), 0);
@@ -203,7 +203,7 @@ TEST_F(ProcessKtulLoglevel, IgnoresThatTheDiagnosticLevelCouldNotBeSetOrRemoved)
     EXPECT_EQ(responses_, (Texts{line, line}));
 }
 
-TEST_F(ProcessKtulLoglevel, TellsThatTheLevelsCouldNotBeWritten) {
+TEST_F(ProcessKtulLoglevel, ReportsThatTheLevelsCouldNotBeWritten) {
     script.levels_not_written = 28;
     EXPECT_EQ(process({"111=4", "117=5"}), 0);
     EXPECT_EQ(responses_, (Texts{"PROCESS=KTUL:111 STATUS=1 MSG=failed to write ktul cfg RV=28 LVL=4\n",
@@ -211,7 +211,7 @@ TEST_F(ProcessKtulLoglevel, TellsThatTheLevelsCouldNotBeWritten) {
     EXPECT_EQ(messages().back(), (LogLine{error, tag, responses_.at(1)}));
 }
 
-TEST_F(ProcessKtulLoglevel, ReleasesEachHandleOnceWhateverHappens) {
+TEST_F(ProcessKtulLoglevel, ReleasesEachHandleOnceAfterAnyFailure) {
     script.levels_not_written = 28;
     set_levels(3, 6, 6);
     process({"1", "2", "3"});
@@ -219,7 +219,7 @@ TEST_F(ProcessKtulLoglevel, ReleasesEachHandleOnceWhateverHappens) {
                                                  "holkLogFreeCfg 51216 2", "holkLogFreeCfg 51216 3"}));
 }
 
-TEST_F(ProcessKtulLoglevel, ReadsTextThatIsNoNumberAsZero) {
+TEST_F(ProcessKtulLoglevel, ReadsTextWithoutANumberAsZero) {
     EXPECT_EQ(process({"abc", "", "111=", "111=x"}, other_product), 0);
     EXPECT_EQ(responses_, (Texts{"PROCESS=KTUL:0 STATUS=0 MSG=DEBUG:0=1,0=6 DIAG:0=6,0=6\n",
                                  "PROCESS=KTUL:0 STATUS=0 MSG=DEBUG:0=1,0=6 DIAG:0=6,0=6\n",
@@ -243,7 +243,7 @@ TEST_F(ProcessKtulLoglevel, SplitsAtTheFirstEqualsSign) {
     EXPECT_EQ(changes().at(0), "holkLogCfgSetDebugLevel 58330 111 5");
 }
 
-TEST_F(ProcessKtulLoglevel, KeepsThe32BitsOfAnOriginatorAndShowsThemSigned) {
+TEST_F(ProcessKtulLoglevel, KeepsTheLow32BitsOfAnOriginatorAndLogsThemSigned) {
     EXPECT_EQ(process({"4294967407=2", "-1=2"}, other_product), 0);
     EXPECT_EQ(calls_of("holkLogReadCfg"), (Texts{"holkLogReadCfg 58330 111", "holkLogReadCfg 58330 4294967295"}));
     EXPECT_EQ(responses_.at(1), "PROCESS=KTUL:-1 STATUS=0 MSG=DEBUG:-1=1,-1=2 DIAG:-1=6,-1=6\n");
@@ -271,7 +271,7 @@ TEST_F(ProcessKtulLoglevel, CutsTheLineOfEachFailureTo1023Characters) {
     EXPECT_EQ(responses_, Texts(3, ("PROCESS=" + category).substr(0, 1023)));
 }
 
-TEST_F(ProcessKtulLoglevel, ShowsAnOriginatorSignedWhateverHappens) {
+TEST_F(ProcessKtulLoglevel, LogsAnOriginatorAsASignedNumberAfterAnyFailure) {
     constexpr unsigned long originator = 0xffffffff;
     set_levels(originator, 3, 6);
     EXPECT_EQ(process({"-1=3"}), 0);

@@ -32,7 +32,7 @@ TEST_F(ProcessVmconf, EnablesOnceAndAnswersEachEntry) {
     EXPECT_EQ(recording_platform::calls_of("rename").size(), 1U);
 }
 
-TEST_F(ProcessVmconf, ChangesNothingWhenEnabledAgainButTheFileItself) {
+TEST_F(ProcessVmconf, ReplacesTheFileWithTheSameTextWhenEnabledAgain) {
     write_file(file, "VERBOSE\n");
     EXPECT_EQ(process({"d"}, "enable"), 0);
     EXPECT_EQ(read_file(file), "VERBOSE\n");
@@ -61,7 +61,7 @@ TEST_F(ProcessVmconf, CommentsOutEveryLineThatBeginsWithTheKeyword) {
     }
 }
 
-TEST_F(ProcessVmconf, AnswersASuccessWhenThereIsNothingToDisable) {
+TEST_F(ProcessVmconf, ReportsSuccessWhenThereIsNothingToDisable) {
     for (const char* action : {"disable", "reset"}) {
         write_file(file, "#VERBOSE");
         responses_.clear();
@@ -82,7 +82,7 @@ TEST_F(ProcessVmconf, Returns1ForAnyOtherAction) {
     EXPECT_EQ(read_file(file), "A\n");
 }
 
-TEST_F(ProcessVmconf, TellsEveryEntryThatTheFileIsMissing) {
+TEST_F(ProcessVmconf, ReportsTheMissingFileForEveryEntry) {
     EXPECT_EQ(process({"a", "b"}, "enable"), 0);
     const std::string reason = "Could not open file " + file + " E=2 (No such file or directory)\n";
     EXPECT_EQ(responses_,
@@ -91,7 +91,7 @@ TEST_F(ProcessVmconf, TellsEveryEntryThatTheFileIsMissing) {
     EXPECT_FALSE(exists(file));
 }
 
-TEST_F(ProcessVmconf, TellsThatTheFileIsMissingWhenDisabling) {
+TEST_F(ProcessVmconf, ReportsThatTheFileIsMissingWhenDisabling) {
     for (const char* action : {"disable", "reset"}) {
         responses_.clear();
         EXPECT_EQ(process({"a"}, action), 0);
@@ -100,7 +100,7 @@ TEST_F(ProcessVmconf, TellsThatTheFileIsMissingWhenDisabling) {
     }
 }
 
-TEST_F(ProcessVmconf, TellsThatTheFileCouldNotBeReplaced) {
+TEST_F(ProcessVmconf, ReportsThatTheFileCouldNotBeReplaced) {
     write_file(file, "VERBOSE\n");
     failures["rename"] = {EBUSY};
     EXPECT_EQ(process({"a"}, "reset"), 0);
@@ -108,7 +108,7 @@ TEST_F(ProcessVmconf, TellsThatTheFileCouldNotBeReplaced) {
                                      " E=16 (Device or resource busy)\n"}));
 }
 
-TEST_F(ProcessVmconf, ChangesTheFileAlsoWithoutAnEntry) {
+TEST_F(ProcessVmconf, ChangesTheFileEvenWithoutAnEntry) {
     write_file(file, "");
     EXPECT_EQ(process({}, "enable"), 0);
     EXPECT_EQ(read_file(file), "VERBOSE\n");
