@@ -1,6 +1,6 @@
-// Answers as the request command prints them: nothing of them gets lost in either format, however it comes.
+// Answers as the request command prints them: neither format loses anything, however the bytes arrive.
 //
-// Input: a byte for the request, one for the size of the pieces that the answer comes in, one for its end, then the
+// Input: a byte for the request, one for the size of the pieces in which the answer arrives, one for its end, then the
 // answer.
 #define JSON_NO_IO
 #include <nlohmann/json.hpp>
@@ -147,7 +147,7 @@ std::string line_of(const Json& object) {
     return type == "process" ? process_line(object) : cleanup_line(object);
 }
 
-// The output that JSON objects stand for. Every line is an object, the last one the answer's end.
+// Returns the output that the JSON objects represent. Every line is an object; the last one is the end of the answer.
 std::string output_of(const Printed& json) {
     std::string output;
     const std::vector<std::string> lines = fuzzing::lines_of(json.output);

@@ -1,4 +1,4 @@
-// A fuzzer runs in a private root, for what it fuzzes has fixed paths.
+// A fuzzer runs in a private root, because the fuzzed code has fixed paths.
 #include <cstdio>
 #include <exception>
 
@@ -6,7 +6,7 @@
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 
-// Once: what a fuzzer itself starts shares its root, and its temporary files.
+// Only once: processes that a fuzzer starts share its root and its temporary files.
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     try {
         if (!in_private_root()) {

@@ -24,7 +24,7 @@ constexpr int timeout = 60;  // never waited for: the peer has closed
 constexpr std::size_t longest_argument = 2047;
 constexpr std::size_t most_length_digits = 10;
 
-// What one value makes of the bytes at hand.
+// The result of reading one value from the bytes.
 struct Value {
     int error = 0;
     std::string text;
@@ -35,7 +35,7 @@ Value failure(int error, std::size_t consumed) {
     return {.error = error, .text = {}, .consumed = consumed};
 }
 
-// The same rules as the reader's, told of bytes that are all there.
+// The rules of the reader, applied to bytes that have all arrived.
 Value netstring_in(std::string_view bytes, std::size_t longest) {
     const std::size_t digits = std::min(bytes.find_first_not_of("0123456789"), bytes.size());
     if (digits >= 2 && bytes.front() == '0') {
@@ -110,7 +110,7 @@ void check_number(const Descriptor& socket, const Value& expected, long expected
 void check_text(const Descriptor& socket, const Value& expected, std::size_t room) {
     constexpr int untouched = -1;
     int error = untouched;
-    // On the heap and no larger than announced, so that a byte too many is seen.
+    // On the heap and exactly as large as announced, so that a sanitizer sees an overrun.
     const auto buffer = std::make_unique<char[]>(room + 1);
     const int result = get_string(socket.get(), buffer.get(), static_cast<int>(room), timeout, &error);
     INVARIANT(result == (expected.error == 0 ? 1 : -1));

@@ -1,5 +1,5 @@
-// The bytes of an input, taken from the front. Choices are single bytes and texts end at a zero byte, so that an input
-// can be read, and written by hand.
+// The bytes of an input, read from the front. Choices are single bytes and texts end at a zero byte, so that people can
+// read and write inputs.
 #pragma once
 
 #include <algorithm>
@@ -20,7 +20,7 @@ class FuzzInput {
 
     std::string bytes(std::size_t count) { return std::string(take(std::min(count, left_.size()))); }
 
-    // What stands before the next zero byte, or all that is left.
+    // Returns the bytes before the next zero byte, or the rest.
     std::string text() {
         const std::size_t length = std::min(left_.find('\0'), left_.size());
         const std::string_view text = take(length);

@@ -1,4 +1,4 @@
-// Lists of trusted hosts against addresses. Names are not looked up: the time for that is over before it begins.
+// Lists of trusted hosts and addresses. Names are not looked up, because the time for that is zero.
 //
 // Input: a byte for the family (and the forms that the address is given in), sixteen for the address, one for the
 // interface, then one host a line.
@@ -118,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Address address = is_ipv6 ? ipv6(bytes, scope) : ipv4(bytes.data());
     INVARIANT(is_ipv6 || address == mapped(bytes));
     check_address(address);
-    // A few hosts are enough for whatever two of them could do to each other.
+    // A few hosts are enough to find effects of one on another.
     constexpr std::size_t most_hosts = 8;
     Hosts hosts = fuzzing::lines_of(input.rest());
     hosts.resize(std::min(hosts.size(), most_hosts));

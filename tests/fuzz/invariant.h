@@ -1,4 +1,4 @@
-// What has to hold for every input.
+// Conditions that every input has to meet.
 #pragma once
 
 #include <cstdio>
@@ -6,7 +6,7 @@
 
 namespace fuzzing {
 
-// The file that the input came from, when there is one.
+// The file of the input, when there is one.
 inline const char* input_name = nullptr;
 
 [[noreturn]] inline void fail(const char* condition, const char* file, int line) {
@@ -19,5 +19,5 @@ inline const char* input_name = nullptr;
 
 }  // namespace fuzzing
 
-// A macro, so that the report shows the condition; and not assert(), for it counts in every build.
+// A macro, so that the report shows the condition. Unlike assert() it works in every build.
 #define INVARIANT(condition) ((condition) ? void() : fuzzing::fail(#condition, __FILE__, __LINE__))

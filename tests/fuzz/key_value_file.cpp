@@ -1,7 +1,7 @@
 // The editor of key-value files.
 //
 // Input: a byte for the operation and one for the size of the message buffer; then key, separator, value (or comment),
-// each with a zero byte behind it; then the file.
+// each followed by a zero byte; then the file.
 #include "logging_config/key_value_file.h"
 
 #include <cstring>
@@ -41,7 +41,7 @@ bool has(std::string_view text, std::string_view part) {
 }
 
 int carry_out(const Edit& edit) {
-    // On the heap and no larger than announced, so that a byte too many is seen.
+    // On the heap and exactly as large as announced, so that a sanitizer sees an overrun.
     const auto message = std::make_unique<char[]>(edit.room);
     const int result = edit.operation == Operation::unset
                            ? unset_parameter(file, edit.key, edit.separator, message.get(), edit.room, edit.value)

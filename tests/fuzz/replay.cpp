@@ -17,7 +17,7 @@ std::size_t replay(const std::string& name, Harness* harness) {
     std::sort(inputs.begin(), inputs.end());
     for (const std::string& input : inputs) {
         const std::string bytes = fuzzing::load(input);
-        // A copy of exactly this size, so that a read beyond its end is seen.
+        // A copy of exactly this size, so that a sanitizer sees a read beyond its end.
         const std::vector<std::uint8_t> data(bytes.begin(), bytes.end());
         fuzzing::input_name = input.c_str();
         harness(data.data(), data.size());

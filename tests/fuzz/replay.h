@@ -1,4 +1,4 @@
-// The corpus of a harness, run again.
+// Replays the corpus of a harness.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,6 @@ extern "C" {
 using Harness = int(const std::uint8_t* data, std::size_t size);
 }
 
-// Runs the harness with every input of its corpus, in the order of their names. What does not hold for one ends the
-// process and tells the input's name. Returns how many inputs there are.
+// Runs the harness with every input of its corpus, in the order of their names. A broken invariant ends the process and
+// prints the name of the input. Returns the number of inputs.
 std::size_t replay(const std::string& name, Harness* harness);

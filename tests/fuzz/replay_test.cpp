@@ -1,4 +1,4 @@
-// What fuzzing has found, and the inputs that it starts from, in every build.
+// Replays the inputs that fuzzing starts from and those that it found, in every build.
 #include "tests/fuzz/replay.h"
 
 #include <gtest/gtest.h>

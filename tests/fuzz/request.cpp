@@ -1,7 +1,7 @@
 // Logging requests, from the reception to the answer, over the recording platform library and scratch files.
 //
 // Input: five bytes (the word; faults; what the shell, directories and the configuration say), then the arguments, each
-// with a zero byte behind it. What stands behind an empty argument is the text of all files that components have.
+// with a zero byte behind it. What follows an empty argument is the text of all files of the components.
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -45,7 +45,7 @@ constexpr std::array component_files = {
     ComponentFile{"VMCONF:", "/usr/kumel/volmgr/vm.conf"},
 };
 
-// The request that is being carried out. While there is one, the system calls below are answered here.
+// The current request. While there is one, the wrappers below answer the system calls.
 struct Running {
     const RequestVector* request = nullptr;
     int shell_result = 0;
@@ -53,8 +53,8 @@ struct Running {
 };
 Running running;
 
-// Reads one word as a shell does that knows of single quotes and backslashes alone. Anything else that means something
-// to a shell has no place in there.
+// Reads one word like a shell that only knows single quotes and backslashes. Nothing else that a shell interprets may
+// be in it.
 std::string shell_word(std::string_view text) {
     constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.+=-";
     std::string word;
@@ -75,7 +75,7 @@ std::string shell_word(std::string_view text) {
     return word;
 }
 
-// The shell gets one fixed command with one word of the peer's in it, letter for letter as it came.
+// The shell gets one fixed command with one word of the peer in it, exactly as received.
 void check_command(std::string_view command) {
     constexpr std::string_view fixed = "/opt/HOLKkob/bin/ktlogcfg -a -p 50936 -o 103 -s DebugLevel=";
     INVARIANT(command.starts_with(fixed));
@@ -101,7 +101,7 @@ int __wrap_system(const char* command) {
     return running.shell_result;
 }
 
-// Directories are not made: the names are the input's, and could lead anywhere.
+// No directory is created: the names come from the input and could be anywhere.
 int __real_mkdir(const char* path, mode_t mode);
 int __wrap_mkdir(const char* path, mode_t mode);
 int __wrap_mkdir(const char* path, mode_t mode) {
@@ -195,7 +195,7 @@ void write_files(const RequestVector& request, const std::string& text) {
     }
 }
 
-// No file is made, none is lost, none is half a line.
+// No file is created or lost, and none ends in half a line.
 void check_files(const RequestVector& request, const std::string& text) {
     for (const ComponentFile& file : component_files) {
         const std::string path = file.path;
@@ -231,7 +231,7 @@ void check_answer(const RequestVector& request, int result, const std::string& a
     INVARIANT(answer.find('\0') == std::string::npos);
 }
 
-// In the place of the socket: it holds whatever the agent says, and nobody has to read meanwhile.
+// Replaces the socket. It stores everything that the agent sends, so that nobody has to read meanwhile.
 Descriptor open_answer() {
     Descriptor answer(open(answer_file, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     INVARIANT(answer.valid());

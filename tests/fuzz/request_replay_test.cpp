@@ -1,4 +1,4 @@
-// As replay_test.cpp, for the harness that has the recording platform library in the place of the real one.
+// Like replay_test.cpp, for the harness that uses the recording platform library.
 #include <gtest/gtest.h>
 
 #include "tests/fuzz/replay.h"

@@ -1,4 +1,4 @@
-// Files that an input is put into: quickly, for it is done a million times.
+// Files for inputs. Written quickly, because a fuzzer writes millions of them.
 #pragma once
 
 #include <fcntl.h>

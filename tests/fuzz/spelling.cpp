@@ -1,6 +1,6 @@
-// Remarks about words that may be misspelt, and the distance of words.
+// Hints about words that may be misspelt, and the distance of words.
 //
-// Input: words, each with a zero byte behind it.
+// Input: words, each followed by a zero byte.
 #include "request_command/spelling.h"
 
 #include "request_command/known_words.h"

@@ -95,7 +95,7 @@ std::string unescaped(std::string_view text) {
     return bytes;
 }
 
-// One line in the log, from which the message can be told letter for letter.
+// The log has one line, from which the message can be recovered exactly.
 void check_log(const std::string& text) {
     const std::string shown = text.substr(0, text.find('\0'));
     const std::string& path = log_file();

@@ -1,7 +1,7 @@
 // The unified logging store: reading levels, and changing them.
 //
-// Input: two bytes for what becomes of the debug and the diagnostic level, the originator's number and a zero byte, the
-// store file.
+// Input: two bytes for the changes of the debug and the diagnostic level, the number of the originator and a zero byte,
+// then the store file.
 #include "platform/unified_logging.h"
 
 #include <array>
@@ -107,7 +107,7 @@ void check_levels(const Handle& handle, unsigned long originator, const std::str
 
 enum class Change { none, removed, set };
 
-// 0 leaves the level, 1 removes it, more sets it: 10 to 16 the levels that there are, all others none.
+// 0 keeps the level, 1 removes it, and other numbers set it: 10 to 16 to a valid level, all others to an invalid one.
 Change change_level(const Handle& handle, const Kind& kind, unsigned choice) {
     if (choice == 0) {
         return Change::none;

@@ -1,4 +1,4 @@
-// A connection with the agent's end in this process, and a peer that takes what comes.
+// A connection with the agent's end in this process, and a peer that receives everything.
 #pragma once
 
 #include <string>
@@ -15,7 +15,7 @@ class AgentConnection {
     void peer_sends(const std::string& text);
     void peer_closes() { peer_.reset(); }
 
-    // Returns what has reached the peer since the last call. What was written has: nothing is waited for.
+    // Returns what the peer has received since the last call. Does not wait.
     std::string received();
 
     // Returns what the peer has sent and the agent has not read.

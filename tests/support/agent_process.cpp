@@ -43,7 +43,7 @@ std::vector<char*> pointers_to(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// The steps below run in the child. They throw, and the child tells the parent.
+// The steps below run in the child. They throw, and the child reports the error to the parent.
 void check(int result, const char* what) {
     if (result == -1) {
         throw std::system_error(errno, std::generic_category(), what);
@@ -93,7 +93,7 @@ void refuse(const RefusedCall& call) {
     check(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), "system call filter");
 }
 
-// Descriptors 0 to 2 and the extra ones, nothing else of the test's.
+// The agent gets descriptors 0 to 2 and the extra ones, and no other of the test.
 void arrange_descriptors(int socket, const AgentOptions& options) {
     check(dup2(socket, STDIN_FILENO), "dup2");
     const Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
@@ -146,7 +146,7 @@ void limit(__rlimit_resource resource, std::optional<rlim_t> most) {
     throw std::system_error(errno, std::generic_category(), arguments[0]);
 }
 
-// The child's reason for not having become the agent; empty when it has.
+// Returns why the child could not execute the agent; empty when it did.
 std::string reason_of_failure(int fd) {
     std::string reason;
     if (!read_all(fd, reason)) {
@@ -165,7 +165,7 @@ pid_t start_agent(int socket, const AgentOptions& options) {
     const pid_t child = fork();
     check(child, "fork");
     if (child == 0) {
-        // Out of the way of the descriptors that the agent is to have.
+        // Above the descriptors that the agent gets.
         constexpr int far_number = 200;
         const int report = fcntl(writing.get(), F_DUPFD_CLOEXEC, far_number);
         try {

@@ -18,7 +18,7 @@
 
 namespace {
 
-// Only a test that hangs ever waits so long.
+// Only a hanging test waits so long.
 constexpr int watchdog_milliseconds = 60'000;
 
 constexpr std::string_view status_mark = "EXIT STATUS";
@@ -213,7 +213,7 @@ void Agent::await_log(std::string_view text) {
         if (inotify_add_watch(changes.get(), logs_folder.c_str(), IN_CREATE) == -1) {
             fail("watch the logs");
         }
-        // The folder may still be missing; its creation is watched then.
+        // If the folder is still missing, its creation is watched.
         inotify_add_watch(changes.get(), (logs_folder + "/zmlogadmagent").c_str(), IN_CREATE | IN_MODIFY);
         if (debug_log_text().find(text) != std::string::npos) {
             return;

@@ -19,8 +19,8 @@ using Request = std::vector<std::string>;
 [[nodiscard]] std::string netstring(std::string_view text);
 [[nodiscard]] std::string netstrings(const Request& request);
 
-// A system call that fails with an error number in the agent and its tools, always or when one of its arguments
-// (counted from 0) has a value.
+// A system call that fails in the agent and its tools: always, or when one of its arguments (counted from 0) has a
+// value.
 struct RefusedCall {
     long number = 0;
     int error = 0;
@@ -33,24 +33,24 @@ struct AgentOptions {
     std::vector<std::string> environment = {"PATH=/usr/bin:/bin"};
     std::string working_folder = "/";
     mode_t creation_mask = 0;
-    // Those of descriptors 0, 1 and 2 that are closed.
+    // The standard descriptors that are closed.
     std::vector<int> closed;
-    // Signals that the agent finds ignored.
+    // Signals that are ignored when the agent starts.
     std::vector<int> ignored_signals;
-    // Numbers of further descriptors that are open.
+    // Further descriptors that are open.
     std::vector<int> extra_descriptors;
     std::optional<rlim_t> descriptor_limit;
     std::optional<rlim_t> file_size_limit;
-    // A folder that is empty for the agent and its tools.
+    // A folder that the agent and its tools see empty.
     std::string emptied_folder;
-    // The number that the user of agent and peer has: another one than 0 makes the peer an ordinary user.
+    // The user number of agent and peer. Any number except 0 makes the peer an ordinary user.
     uid_t user = 0;
     std::vector<RefusedCall> refused_calls;
 };
 
-// What came of one run.
+// The results of one run.
 struct AgentRun {
-    // All that the peer received, and whether the connection broke instead of coming to its end.
+    // Everything that the peer received, and whether the connection was reset.
     std::string received;
     bool broken = false;
     int wait_status = 0;
@@ -59,21 +59,21 @@ struct AgentRun {
 
     // The exit status; throws when a signal ended the agent.
     [[nodiscard]] int exit_status() const;
-    // What the peer received before the last "EXIT STATUS", and what it received from there on.
+    // What the peer received before the last "EXIT STATUS", and from there on.
     [[nodiscard]] std::string output() const;
     [[nodiscard]] std::string status_line() const;
     // The number of the status line; throws when the peer received none.
     [[nodiscard]] int status() const;
 
-    // The agent's own messages, and those of the child that became the tool, or should have.
+    // The messages of the agent itself, and those of the child that executes the tool.
     [[nodiscard]] std::vector<LogLine> own_log() const;
     [[nodiscard]] std::vector<LogLine> child_log() const;
-    // The agent's own messages about carrying the request out: what stands between "processing request" and "closing
-    // peer", less what is_cmd_valid and socksend say.
+    // The messages of the agent itself between "processing request" and "closing peer", without those of is_cmd_valid
+    // and socksend.
     [[nodiscard]] std::vector<LogLine> request_log() const;
 };
 
-// A running agent. Whatever it is waited for, it is killed and std::runtime_error thrown when that takes too long.
+// A running agent. A wait that takes too long kills it and throws std::runtime_error.
 class Agent {
   public:
     explicit Agent(const AgentOptions& options = {});
@@ -82,20 +82,20 @@ class Agent {
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
 
-    // Sends bytes, and meanwhile receives what comes. An agent that has gone ends the sending.
+    // Sends bytes, and receives meanwhile. Stops sending when the agent has gone.
     void send(std::string_view bytes);
     void send(const Request& request) { send(netstrings(request)); }
 
     void stop_sending();
     void close_peer();
 
-    // Receives until the text has come.
+    // Receives until the text has arrived.
     void receive_until(std::string_view text);
 
-    // Waits until the debug log holds the text, without reading what the agent sends meanwhile.
+    // Waits until the debug log contains the text. Does not receive meanwhile.
     void await_log(std::string_view text);
 
-    // Receives all that is still to come, if the peer was not closed, and waits for the agent's end.
+    // Receives the rest, unless the peer was closed, and waits for the end of the agent.
     AgentRun finish();
 
   private:
@@ -109,7 +109,7 @@ class Agent {
     bool at_end_ = false;
 };
 
-// Sends one request, or any bytes, to a fresh agent and waits for its end.
+// Sends one request, or any bytes, to a new agent and waits for its end.
 [[nodiscard]] AgentRun run_agent(const Request& request, const AgentOptions& options = {});
 [[nodiscard]] AgentRun run_agent_with_bytes(std::string_view bytes, const AgentOptions& options = {});
 

@@ -18,14 +18,14 @@ namespace {
 // Higher than the numbers that tests check, which are those of the next descriptors to be opened.
 constexpr int chosen_descriptor = 500;
 
-// The journal is a file in memory. Child processes inherit it. Nothing here calls what the wrappers of system calls
-// replace, because they write into the journal.
+// The journal is a file in memory. Child processes inherit it. Nothing here makes a call that is wrapped, because
+// wrappers write to the journal.
 int open_file() {
     const int file = memfd_create("call journal", MFD_CLOEXEC);
     const int moved = dup3(file, chosen_descriptor, O_CLOEXEC);
     close(file);
-    // Appends are atomic. Other writes of two processes to one file in memory can land at the same place, because such a
-    // file has no lock of its position.
+    // Appends are atomic. Other writes of two processes to one file in memory can land at the same place, because such
+    // a file has no lock of its position.
     if (moved < 0 || syscall(SYS_fcntl, moved, F_SETFL, O_APPEND) != 0) {
         perror("call journal");
         abort();

@@ -1,4 +1,4 @@
-// What the code under test did, in the order in which it did it, in this process and in those that it started.
+// What the code under test did, in order, in this process and in its child processes.
 #pragma once
 
 #include <sys/types.h>
@@ -19,7 +19,7 @@ struct Entry {
 // Empties the journal.
 void clear();
 
-// Adds an entry of this process. Leaves errno alone, and calls nothing that wrappers of system calls replace.
+// Adds an entry of this process. Keeps errno, and makes no call that is wrapped.
 void append(Kind kind, const std::vector<std::string>& fields);
 
 // Returns the entries of all processes since the journal was cleared.

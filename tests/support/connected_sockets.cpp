@@ -73,7 +73,7 @@ int Listener::port() const {
     SocketAddress name;
     name.size = sizeof name.storage;
     check(getsockname(socket_.get(), name.get(), &name.size), "name of the listener");
-    // The port stands at the same place in both families.
+    // The port has the same offset in both families.
     return ntohs(reinterpret_cast<const sockaddr_in*>(&name.storage)->sin_port);
 }
 

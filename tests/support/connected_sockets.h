@@ -1,4 +1,4 @@
-// Connected pairs of sockets: what the network service hands to the agent, and the peer's end of it.
+// Connected pairs of sockets: the one that the network service passes to the agent, and the one of the peer.
 #pragma once
 
 #include <sys/socket.h>
@@ -15,7 +15,7 @@ struct ConnectedSockets {
 // A Unix-domain socket pair: the peer is this process.
 [[nodiscard]] ConnectedSockets connect_locally();
 
-// A TCP connection, the agent's end being the accepted one.
+// A TCP connection. The agent has the accepted end.
 struct TcpEnds {
     // The address that listens. "::" with an IPv4 peer gives the agent addresses mapped into IPv6.
     std::string listener = "127.0.0.1";
@@ -32,7 +32,7 @@ class Listener {
   public:
     explicit Listener(const std::string& address);
     [[nodiscard]] int port() const;
-    // Takes the next connection, which must have been made.
+    // Accepts the next connection, which must already exist.
     [[nodiscard]] Descriptor accept() const;
 
   private:

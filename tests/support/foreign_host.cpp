@@ -34,7 +34,7 @@ void check_route(int error, const char* what) {
     }
 }
 
-// Puts a message of the kernel's routing protocol together.
+// Builds a message of the routing protocol of the kernel.
 class RouteMessage {
   public:
     template <typename Body>
@@ -52,7 +52,7 @@ class RouteMessage {
 
     void text_attribute(unsigned short type, const char* text) { attribute(type, text, strlen(text) + 1); }
 
-    // An attribute that holds what is appended until it is closed.
+    // An attribute that contains what is appended until it is closed.
     std::size_t open_attribute(unsigned short type) {
         const std::size_t start = body_.size();
         const rtattr head = {.rta_len = 0, .rta_type = type};
@@ -115,7 +115,7 @@ void remove_cable() {
     RouteMessage(RTM_DELLINK, 0, body).send();
 }
 
-// Without detection of duplicate addresses, which would take its time.
+// Without detection of duplicate addresses, which takes time.
 void add_address(const char* interface, int family, const char* address, unsigned char prefix_length) {
     ifaddrmsg body{};
     body.ifa_family = static_cast<unsigned char>(family);
@@ -139,7 +139,7 @@ void raise(const char* interface) {
     check_route(RouteMessage(RTM_NEWLINK, 0, body).send(), interface);
 }
 
-// Hears of changes of interfaces and IPv6 routes in the network namespace in which it was made.
+// Receives changes of interfaces and IPv6 routes in the network namespace in which it was created.
 class NetworkWatch {
   public:
     NetworkWatch() : socket_(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {
@@ -149,7 +149,7 @@ class NetworkWatch {
         check(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name), "watch the network");
     }
 
-    // Waits until an interface has its carrier: what is sent earlier is lost.
+    // Waits until an interface has its carrier. Earlier packets are lost.
     void await_carrier() const {
         constexpr unsigned ready = IFF_UP | IFF_RUNNING | lower_up;
         ifinfomsg body{};
@@ -158,7 +158,7 @@ class NetworkWatch {
         } while ((body.ifi_flags & ready) != ready);
     }
 
-    // Waits until what comes for an IPv6 address is accepted, which is some time after the address was given.
+    // Waits until packets for an IPv6 address are accepted, which is some time after the address was added.
     void await_ipv6_address(const char* address) const {
         std::string bytes(sizeof(in6_addr), '\0');
         inet_pton(AF_INET6, address, bytes.data());
@@ -170,7 +170,7 @@ class NetworkWatch {
     }
 
   private:
-    // Waits for news of the type. Returns the attributes behind the body.
+    // Waits for a message of the type. Returns the attributes after its body.
     template <typename Body>
     std::string await(unsigned short type, Body& body) const {
         nlmsghdr header{};
@@ -198,7 +198,7 @@ Descriptor current_namespace() {
     return Descriptor(open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC));
 }
 
-// This process is in the network namespace for the life of the object. A socket stays in the one it was made in.
+// Moves this process to the network namespace for the life of the object. A socket stays in the one of its creation.
 class Visit {
   public:
     Visit(int visited, int home) : home_(home) { check(setns(visited, CLONE_NEWNET), "enter the network namespace"); }

@@ -1,4 +1,4 @@
-// Another host on a network cable of its own: an interface of this network namespace whose other end lies in another.
+// Another host: a network namespace that is connected with this one by a pair of interfaces.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ class ForeignHost {
     static constexpr const char* ipv4 = "10.77.0.2";
     static constexpr const char* ipv6 = "fd77::2";
 
-    // Lays the cable, with the addresses own_* at this host's end and the others at the foreign one's.
+    // Connects both. This host gets the addresses own_*, the foreign host the others.
     ForeignHost();
     ~ForeignHost();
     ForeignHost(const ForeignHost&) = delete;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view digits = "0123456789";
 
-// Takes a log line apart from its front.
+// Parses a log line from its front.
 class LineParser {
   public:
     explicit LineParser(std::string_view line) : line_(line), rest_(line) {}

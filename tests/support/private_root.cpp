@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* host_folder = "/.host";
 constexpr const char* marker = "/.private_root";
-// Where the new root is mounted until it takes the place of the old one. Any folder that every host has would do.
+// Where the new root is mounted until it replaces the old one. Any folder that every host has works.
 constexpr const char* mount_point = "/tmp";
 
 [[noreturn]] void fail(const std::string& what, int error) {
@@ -61,7 +61,7 @@ void become_root_of_user_namespace() {
     write_process_file("/proc/self/gid_map", "0 " + group + " 1");
 }
 
-// A root that has lost its privileges, in a container for instance, is treated as an ordinary user.
+// Root without its privileges, in a container for instance, is treated as an ordinary user.
 void leave_namespaces() {
     constexpr int namespaces = CLONE_NEWNS | CLONE_NEWNET | CLONE_NEWUTS;
     if (geteuid() == 0 && unshare(namespaces) == 0) {

@@ -1,5 +1,5 @@
-// A platform library for tests, in the place of the real one: it answers as the test's script says and records what it
-// was asked. Operations appear in calls() as their name and arguments with one blank between them.
+// A platform library for tests: it returns what the script of the test says, and records its calls. calls() shows each
+// as its name and arguments, with one blank between them.
 #pragma once
 
 #include <cstdint>
@@ -16,15 +16,15 @@
 
 namespace recording_platform {
 
-// A message of the debug log, and more that is known of it.
+// A message of the debug log with its format.
 struct LoggedMessage {
     LogLine line;
     std::string format;
-    // What followed the format when the tag itself looked like one: the call that passes its format for the tag.
+    // The numbers after the format, when the call passes its format as the tag.
     std::vector<int> numbers;
 };
 
-// One framed value that is there to be read, or the failure to read one.
+// The result of one framed read.
 struct FramedRead {
     long long number = 0;  // what get_long returns
     std::string text;      // what get_string puts into the buffer
@@ -44,7 +44,7 @@ struct OriginatorLevels {
 using Originator = std::pair<long, unsigned long>;  // product and originator
 
 struct Script {
-    // Runtime. Without a text of its own a status N has the text "text of N".
+    // Runtime. A status N without an entry has the text "text of N".
     std::map<int, std::string> status_texts;
     int debug_log_descriptor = 9;
     short directory_creation_mode = 0755;
@@ -58,7 +58,7 @@ struct Script {
     std::uint32_t peer_flags = 0x42;
     std::uint32_t user_type = 2;
     std::function<void()> during_verification;
-    int network_timeout = 300;  // a second more with every call
+    int network_timeout = 300;  // one second more with every call
     std::deque<FramedRead> framed_reads;
 
     // Main configuration; each fault is the status that the operation returns.
@@ -79,7 +79,7 @@ struct Script {
 
 extern Script script;
 
-// Forgets script, messages and calls.
+// Resets the script, and forgets messages and calls.
 void reset();
 
 // The messages of this process, and those of the processes that it started, in order.
@@ -89,13 +89,13 @@ std::vector<LogLine> messages_under(const std::string& tag);
 std::vector<LogLine> child_messages_under(const std::string& tag);
 std::vector<LoggedMessage> messages_in_full();
 
-// What was called, in all processes: operations of this library and system calls that are being recorded.
+// The calls of all processes: operations of this library, and recorded system calls.
 std::vector<std::string> calls();
-// Those whose text begins so.
+// The calls whose text begins so.
 std::vector<std::string> calls_of(const std::string& beginning);
 
-// What no caller may do: a handle that is not released, released twice or used after that, a record not filled with
-// zeros. Empty in a test that is to pass.
+// Errors of callers: a handle that is not released, is released twice or is used after its release, or a record that is
+// not filled with zeros. Empty when the caller made none.
 std::vector<std::string> misuses();
 
 }  // namespace recording_platform

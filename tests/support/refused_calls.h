@@ -1,5 +1,5 @@
-// System calls for AgentOptions::refused_calls, each by all numbers that this processor has for it: some have another
-// for large files, and some have no fork.
+// System calls for AgentOptions::refused_calls, with all numbers that this processor has for each. Some processors have
+// another number for large files, and some have no fork.
 #pragma once
 
 #include <sys/syscall.h>
@@ -10,7 +10,7 @@
 
 namespace refused_calls {
 
-// The call fails as described by `refusal`, whose number does not count.
+// The call fails as `refusal` describes; its number is ignored.
 inline std::vector<RefusedCall> by_any_number(const std::vector<long>& numbers, RefusedCall refusal) {
     std::vector<RefusedCall> calls;
     for (const long number : numbers) {

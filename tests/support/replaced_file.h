@@ -1,13 +1,13 @@
-// Files of the host that are others for a while, in a private root.
+// Files of the host that a private root replaces for a while.
 #pragma once
 
 #include <string>
 
-// Shows another file in the place of one that exists, which is the host's and may not be changed, until this object
-// goes. For the processes of this private root only.
+// Mounts another file over an existing file of the host, for the life of this object. Only processes of this private
+// root see it.
 class ReplacedFile {
   public:
-    // The file is shown with its mode.
+    // The path shows the file `shown` with its mode.
     ReplacedFile(const std::string& path, const std::string& shown);
     ReplacedFile(const ReplacedFile&) = delete;
     ReplacedFile& operator=(const ReplacedFile&) = delete;
@@ -19,7 +19,7 @@ class ReplacedFile {
 
 inline const std::string getent_file = "/usr/bin/getent";
 
-// Shell commands in the place of getent.
+// Shell commands that replace getent.
 class StandInGetent {
   public:
     explicit StandInGetent(const std::string& commands);

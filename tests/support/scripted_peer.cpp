@@ -18,7 +18,7 @@ void check(ssize_t result, const std::string& what) {
     }
 }
 
-// The port stands at the same place in both families.
+// The port has the same offset in both families.
 int port_of(const sockaddr_storage& address) {
     return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
 }
@@ -146,7 +146,7 @@ bool PeerListener::has_connection() const {
 }
 
 void PeerListener::hang() {
-    // One connection is one too many for a queue without places.
+    // One connection fills the queue.
     check(listen(socket_.get(), 0), "listen");
     sockaddr_storage name{};
     socklen_t size = sizeof name;

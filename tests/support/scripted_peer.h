@@ -1,5 +1,5 @@
-// A peer for the request command. A test itself is its script: it accepts the connection, receives, sends and hangs up
-// in the order that the case is about.
+// A peer for the request command. The test is its script: it accepts the connection, receives, sends and closes in the
+// order that it needs.
 #pragma once
 
 #include <netinet/in.h>
@@ -10,28 +10,28 @@
 
 #include "platform/posix.h"
 
-// The peer's end of one connection. Whatever cannot be done throws std::system_error.
+// The peer's end of one connection. Failures throw std::system_error.
 class PeerConnection {
   public:
     explicit PeerConnection(Descriptor socket) : socket_(std::move(socket)) {}
 
-    // Receives one whole request and not one byte more. Returns its bytes.
+    // Receives exactly one request. Returns its bytes.
     [[nodiscard]] std::string receive_request() const;
 
-    // Receives whatever comes until the command closes the connection.
+    // Receives everything until the command closes the connection.
     [[nodiscard]] std::string receive_to_end() const;
 
-    // Tells whether the command has neither sent any more nor stopped sending.
+    // Returns whether the command has neither sent more nor stopped sending.
     [[nodiscard]] bool command_waits() const;
 
     void send(std::string_view text) const;
     void stop_sending() const;
-    // Closes the connection. What has not been received makes that a reset.
+    // Closes the connection. Unreceived bytes turn that into a reset.
     void close() { socket_.reset(); }
-    // Breaks a TCP connection off.
+    // Resets a TCP connection.
     void reset();
 
-    // The port that the command has connected from.
+    // Returns the port that the command connected from.
     [[nodiscard]] int source_port() const;
 
   private:
@@ -50,20 +50,20 @@ class PeerListener {
     // Listens at a Unix-domain socket.
     static PeerListener at_path(const std::string& path);
 
-    // The options that lead the command here.
+    // The options that make the command connect here.
     [[nodiscard]] const std::vector<std::string>& options() const { return options_; }
     [[nodiscard]] int port() const;
 
-    // The listening socket, which is readable when a connection has been made.
+    // The listening socket. It is readable when there is a connection.
     [[nodiscard]] int get() const { return socket_.get(); }
 
-    // Takes the next connection, or waits for it.
+    // Accepts the next connection, or waits for it.
     [[nodiscard]] PeerConnection accept() const;
 
-    // Tells whether a connection has been made that was not accepted yet.
+    // Returns whether there is a connection that was not accepted yet.
     [[nodiscard]] bool has_connection() const;
 
-    // From now on connecting hangs: the queue of connections is full, and nobody takes one from it.
+    // From now on connecting hangs, because the queue of connections is full.
     void hang();
 
   private:

@@ -1,4 +1,4 @@
-// Stand-ins for the product's support tools: shell scripts put together from the steps that a test wants.
+// Stand-ins for the support tools of the product: shell scripts that consist of steps.
 #pragma once
 
 #include <functional>
@@ -11,7 +11,7 @@ namespace stand_in {
 std::string print(const std::string& text);
 std::string complain(const std::string& text);
 
-// Ends the tool with the status, or by the signal, named as "TERM".
+// Ends the tool with the status, or by the signal, given as "TERM" for example.
 std::string exit_with(int status);
 std::string die_of(const std::string& signal);
 
@@ -24,13 +24,13 @@ std::string print_descriptors();
 // Prints the value of an environment variable and a newline.
 std::string print_variable(const std::string& name);
 
-// Reads so many bytes from standard input and not one more, and prints them.
+// Reads exactly so many bytes from standard input, and prints them.
 std::string print_input(int bytes);
 
 // Waits until the peer has stopped sending.
 std::string await_end_of_input();
 
-// Makes the folder that the last argument names, with files of these names; "x/y" makes the folder x as well.
+// Creates the folder that the last argument names, with files of these names; "x/y" creates the folder x as well.
 std::string fill_last_argument(const std::vector<std::string>& names);
 
 // Runs any shell command. The last argument of the tool is "$last".

@@ -1,4 +1,4 @@
-// Files of a test.
+// Files for tests.
 #pragma once
 
 #include <string>
@@ -10,10 +10,10 @@ void write_file(const std::string& path, const std::string& text);
 // Writes a program that the shell runs.
 void write_tool(const std::string& path, const std::string& commands);
 
-// Returns what the file holds; throws when it cannot be opened.
+// Returns the text of the file; throws when it cannot be opened.
 std::string read_file(const std::string& path);
 
-// Tells whether something has that name, be it a link that leads nowhere.
+// Returns whether anything has that name, even a dangling link.
 bool exists(const std::string& path);
 
 // Creates the folder and those that are missing above it.
@@ -25,13 +25,13 @@ void make_link(const std::string& target, const std::string& path);
 unsigned mode_of(const std::string& path);
 void set_mode(const std::string& path, unsigned mode);
 
-// Removes whatever has that name, with all that is below it.
+// Removes anything of that name, with everything below it.
 void remove_tree(const std::string& path);
 
-// Whether there are users to give files away to: a user namespace can have one only.
+// Returns whether there is another user to give files to. A user namespace may have only one.
 bool namespace_has_several_users();
 
-// A folder below /tmp that goes with its owner.
+// A folder below /tmp that exists as long as this object.
 class ScratchFolder {
   public:
     ScratchFolder();
@@ -39,7 +39,7 @@ class ScratchFolder {
     ScratchFolder& operator=(const ScratchFolder&) = delete;
     ~ScratchFolder();
 
-    // Returns the folder's path, with "/" and the name behind it when there is one.
+    // Returns the path of the folder, followed by "/" and the name when there is one.
     [[nodiscard]] std::string path(const std::string& name = "") const;
 
   private:

@@ -9,7 +9,7 @@ class TracedAgent {
   public:
     explicit TracedAgent(const Request& request);
 
-    // As of TracedProcess.
+    // See TracedProcess.
     bool step() { return process_.step(); }
     void kill() { process_.kill(); }
     [[nodiscard]] bool succeeded() const { return process_.succeeded(); }

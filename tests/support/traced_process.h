@@ -1,4 +1,4 @@
-// A child process that stops before and after each of its system calls, so that it can be killed at any of them.
+// A child process that stops before and after each of its system calls, so that a test can kill it at any of them.
 #pragma once
 
 #include <sys/types.h>
@@ -7,19 +7,19 @@
 
 class TracedProcess {
   public:
-    // Starts a child that carries `body` out and ends with its result; `body` may execute another program.
+    // Starts a child that runs `body` and ends with its result; `body` may execute another program.
     explicit TracedProcess(const std::function<int()>& body);
     ~TracedProcess() { kill(); }
     TracedProcess(const TracedProcess&) = delete;
     TracedProcess& operator=(const TracedProcess&) = delete;
 
-    // Lets it go on to the next stop. Returns whether there was one before its end.
+    // Continues to the next stop. Returns false when the process has ended instead.
     bool step();
 
-    // Kills it where it stands, and waits for its end.
+    // Kills the process, and waits for its end.
     void kill();
 
-    // Tells whether it has ended with exit status 0.
+    // Returns whether it has ended with exit status 0.
     [[nodiscard]] bool succeeded() const;
 
   private:
