@@ -34,7 +34,8 @@ class Prefix {
     }
 
     [[nodiscard]] State state() const { return state_; }
-    [[nodiscard]] std::size_t length() const { return length_; }
+    // The ten digits that it may have are too many for 32 bits.
+    [[nodiscard]] unsigned long long length() const { return length_; }
 
   private:
     void take(char byte) {
@@ -44,13 +45,13 @@ class Prefix {
         } else if (byte < '0' || byte > '9' || leading_zero || digits_ == most_length_digits) {
             state_ = State::malformed;
         } else {
-            length_ = length_ * 10 + static_cast<std::size_t>(byte - '0');
+            length_ = length_ * 10 + static_cast<unsigned long long>(byte - '0');
             ++digits_;
         }
     }
 
     State state_ = State::incomplete;
-    std::size_t length_ = 0;
+    unsigned long long length_ = 0;
     int digits_ = 0;
 };
 
@@ -67,12 +68,12 @@ class ValueReader {
         if (const int error = look_at_prefix(prefix, seen)) {
             return error;
         }
-        length = prefix.length();
         const bool is_malformed = prefix.state() == Prefix::State::malformed;
-        if (is_malformed || length > longest) {
+        if (is_malformed || prefix.length() > longest) {
             const int error = pass_over(seen);
             return error != 0 ? error : is_malformed ? EPROTO : EMSGSIZE;
         }
+        length = static_cast<std::size_t>(prefix.length());
         if (const int error = take_text(seen, text, length + 1, longest + 1)) {
             return error;
         }
