@@ -4,8 +4,9 @@
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 
-# Adds those options to the target that the compiler knows.
+# Adds those options to the target that the compiler knows. For options of other processors, clang only warns.
 function(add_known_options target)
+  set(CMAKE_REQUIRED_FLAGS -Werror)
   foreach(option ${ARGN})
     string(MAKE_C_IDENTIFIER "has${option}" is_known)
     check_cxx_compiler_flag(${option} ${is_known})

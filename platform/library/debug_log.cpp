@@ -135,7 +135,7 @@ class Line {
         append({rest, static_cast<std::size_t>(end - rest)});
     }
 
-    void append_message(const char* format, va_list arguments) {
+    __attribute__((format(printf, 2, 0))) void append_message(const char* format, va_list arguments) {
         std::array<char, usual_length> usual;
         va_list again;
         va_copy(again, arguments);
