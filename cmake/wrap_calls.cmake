@@ -1,6 +1,6 @@
-# wrap_calls(TARGET SCOPE NAME ...) makes the linker replace calls of each NAME by calls of __wrap_NAME, which TARGET's
-# own sources define. They call NAME itself as __real_NAME. With SCOPE "INTERFACE" this applies to programs that link
-# TARGET.
+# wrap_calls(TARGET SCOPE NAME ...) makes the linker replace calls of each NAME by calls of __wrap_NAME, which
+# system_calls.cpp in TARGET's folder defines. It calls NAME itself as __real_NAME. With SCOPE "INTERFACE" this applies to
+# programs that link TARGET.
 
 # glibc's names of the functions where large files and times are not the default.
 set(large_names
@@ -15,7 +15,9 @@ function(wrap_calls target scope)
     set(symbol ${name})
     if(NOT HAS_LARGE_FILES_AND_TIMES AND "${large_names}" MATCHES "(^|;)${name}=([^;]+)")
       set(symbol ${CMAKE_MATCH_2})
-      target_compile_definitions(${target} PRIVATE __wrap_${name}=__wrap_${symbol} __real_${name}=__real_${symbol})
+      # Only for that source: the precompiled header of a target with definitions cannot be reused by another target.
+      set_property(SOURCE system_calls.cpp APPEND PROPERTY
+        COMPILE_DEFINITIONS __wrap_${name}=__wrap_${symbol} __real_${name}=__real_${symbol})
     endif()
     target_link_options(${target} ${scope} -Wl,--wrap=${symbol})
   endforeach()
