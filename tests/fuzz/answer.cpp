@@ -95,7 +95,7 @@ std::string bytes_of(const Json& object, const std::string& name) {
     return exact == object.end() ? object.at(name).get<std::string>() : decode_base64(exact->get<std::string>());
 }
 
-// The key and the text that it stands in front of, when the object has the field.
+// The key followed by the text, when the object has the field.
 std::string part(const Json& object, const std::string& key, const std::string& name, const std::string& end = "") {
     if (!object.contains(name)) {
         return "";

@@ -1,7 +1,7 @@
 // Logging requests, from the reception to the answer, over the recording platform library and scratch files.
 //
 // Input: five bytes (the word; faults; what the shell, directories and the configuration say), then the arguments, each
-// with a zero byte behind it. What follows an empty argument is the text of all files of the components.
+// followed by a zero byte. What follows an empty argument is the text of all files of the components.
 #include <fcntl.h>
 #include <sys/stat.h>
 

@@ -168,7 +168,7 @@ TEST_P(RefusedRewrite, DoesNotFollowALinkThatReplacesTheLockedFile) {
     const Change change = GetParam().prepare();
     int locks = 0;
     overrides.before_call = [&](const std::string& call) {
-        if (call == "lock" && ++locks == 2) {  // the link's own name comes first
+        if (call == "lock" && ++locks == 2) {  // the name of the link is locked first
             remove_tree("/opt/site/settings");
             make_link("/opt/site/other", "/opt/site/settings");
         }

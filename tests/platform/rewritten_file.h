@@ -14,7 +14,7 @@ struct RewrittenFile {
     std::string path;
     std::string before;               // the text before the change
     std::string after;                // the text after the change
-    std::function<Change()> prepare;  // what comes before the file is rewritten
+    std::function<Change()> prepare;  // everything before the rewrite itself
     std::function<int(int error)> failure;
     // Adds an entry that only this number has. The line of that entry.
     std::function<int(int number)> add_entry;

@@ -51,11 +51,11 @@ struct Overrides {
     // Giving a file an attribute of such a name does nothing.
     std::vector<PretendedAttribute> attributes;
 
-    // The time of day. It stands still.
+    // The time of day, which then does not advance.
     std::optional<timespec> time_of_day;
     // What the monotonic clock shows since its start.
     std::optional<std::chrono::nanoseconds> steady_time;
-    // Is called instead of waiting for a socket, and the wait succeeds. Whoever sets it also sets steady_time.
+    // Is called instead of waiting for a socket, and the wait succeeds. Set steady_time too.
     std::function<void()> instead_of_waiting;
     // The next random bytes; then real ones follow.
     std::deque<unsigned char> random_bytes;

@@ -20,8 +20,8 @@
 
 namespace {
 
-// A report of a sanitizer ends a program with a status that no test expects. No leak check where processes and
-// descriptors are refused, for it needs both; the agent without either is tested by other runs.
+// A report of a sanitizer ends a program with a status that no test expects. There is no leak check when
+// processes or descriptors fail, because it needs both.
 std::vector<std::string> environment_of(const AgentOptions& options) {
     std::vector<std::string> environment = options.environment;
     const bool is_restricted = options.descriptor_limit.has_value() || !options.refused_calls.empty();

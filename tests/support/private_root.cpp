@@ -125,7 +125,7 @@ void fill_root() {
     create_file(std::string(mount_point) + marker, "");
 }
 
-// Moved, not only entered: a process whose root is not its mount namespace's root may not make user namespaces.
+// Moved, not only entered: only a process whose root is the root of its mount namespace may create user namespaces.
 void enter_root() {
     check(chdir(mount_point), "enter");
     check(mount(mount_point, "/", nullptr, MS_MOVE, nullptr), "move over the old root");
