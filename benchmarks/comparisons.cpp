@@ -12,7 +12,7 @@ Contender contender(const std::string& name, const std::string& file, const Meas
     return {.name = name, .program = program_for(file, request), .prepare = request.prepare, .check = request.check};
 }
 
-// A tool that does what the request asks for.
+// A tool that does the same as the request.
 Contender tool(const std::vector<std::string>& command, const std::string& name, const MeasuredRequest& request) {
     return {.name = name,
             .program = {.command = command, .request = "", .transport = request.transport},
@@ -20,7 +20,7 @@ Contender tool(const std::vector<std::string>& command, const std::string& name,
             .check = request.check};
 }
 
-// A tool whose output is not looked at.
+// A tool; its output is not checked.
 Contender reporting_tool(const std::vector<std::string>& command, const std::string& name,
                          const MeasuredRequest& request) {
     Contender result = tool(command, name, request);
@@ -28,7 +28,7 @@ Contender reporting_tool(const std::vector<std::string>& command, const std::str
     return result;
 }
 
-// Linked as the agent is: what starting and ending any such program costs.
+// The cost of starting and ending a program that is linked like the agent.
 Contender empty_program(const MeasuredRequest& request) {
     Program program = program_for(IDLE_TOOL_FILE, request);
     program.request.clear();
@@ -58,7 +58,7 @@ class Builder {
         return comparison;
     }
 
-    // Small requests are held against the floor of a request for free space.
+    // Small requests are compared with the floor of a request for free space.
     [[nodiscard]] std::vector<Comparison> small_requests() const {
         const MeasuredRequest space = disk_space_request();
         const MeasuredRequest space_over_tcp = over_tcp(space);

@@ -1,4 +1,4 @@
-// What is measured beside what.
+// The comparisons: which programs are measured together.
 #pragma once
 
 #include <string>
@@ -12,19 +12,19 @@ enum class Weight { light, heavy, heaviest };
 
 struct Comparison {
     std::string what;
-    // The first one is the agent, which is held against each of the others.
+    // The first one is the agent, which is compared with each of the others.
     std::vector<Contender> contenders;
     Weight weight = Weight::light;
-    // What the request's size is counted in, "lines" or "files", and how many there are; empty where there is no size.
+    // The unit of the request's size, "lines" or "files", and the size; empty for a request without a size.
     std::string unit = {};
     int size = 0;
 };
 
-// Where the programs are that are not built with the benchmark, and where a disk is; empty for none.
+// The package's agent, which is not built with the benchmark, and a folder on a disk; empty for none.
 struct Surroundings {
     std::string package_agent;
     std::string disk_folder;
 };
 
-// Make the sample product before, in a private root.
+// Needs the sample product, in a private root.
 [[nodiscard]] std::vector<Comparison> make_comparisons(const Surroundings& surroundings);

@@ -126,7 +126,7 @@ class Tracer {
 
 }  // namespace
 
-// The peer reads in a thread of its own, for only the thread that started a program can trace it.
+// The peer reads in a thread of its own, because only the thread that started a program can trace it.
 RunCounts count_run(const Program& program) {
     const std::vector<char*> arguments = argument_vector(program);
     ConnectedSockets connection = connect_peer(program);

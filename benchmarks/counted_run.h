@@ -1,4 +1,5 @@
-// What one run of a program asks of the kernel, counted and not timed: the same on a busy machine and on a quiet one.
+// Counts the system calls and page faults of one run of a program. Counts are the same on a busy and on a quiet
+// machine.
 #pragma once
 
 #include "benchmarks/program_run.h"

@@ -1,23 +1,23 @@
 /*
- * floor: the least that a request costs; one for free space first of all.
+ * floor: the minimum cost of a request, mainly of one for free space.
  *
- * Measured against it, the agent shows what it costs beyond what the kernel and the C library ask of any program that
- * does the same. So it does, for one request, what nobody could leave out, each in the cheapest way that keeps what
- * others see:
+ * The comparison with it shows the agent's own cost: the kernel and the C library cost any program that does the same
+ * as much. For one request it does only what no program could leave out, each in the cheapest way with the same visible
+ * result:
  *
  *   - takes the socket over from descriptor 0 and points 0, 1 and 2 at /dev/null, opened once;
  *   - reads qr.conf, once, and looks for this host's entry;
- *   - opens the day's log, in the folder that is there, to append and writes as many lines as the agent does for such a
- *     request, of the same texts, each with its own time and its own write;
+ *   - opens the day's log in the existing folder to append, and writes the same lines as the agent for such a request,
+ *     each with its own time and its own write;
  *   - ignores SIGPIPE, and asks the kernel for the peer's user and for the host's name;
- *   - reads the request's own bytes and not one more: a look at what has come, then one read of exactly its length;
+ *   - reads only the request's own bytes: one read that leaves the bytes, then one of exactly its length;
  *   - carries it out: measures the file system (GETDISKSPACE); rewrites the volume manager's file line by line beside
  *     the old one, each line with its own write, and renames it (VMCONF); runs the connection broker's tool through
  *     the shell (KOB); removes a folder's files and the folder (CLEANUP); or runs the support utility and sends the
  *     names that it left, as many as a buffer holds with one write and without a line of the log for each (RUNZMSU);
  *   - sends the answer and the status line, and ends.
  *
- * It leaves out what such a request does not need when all goes well: waiting for a request that comes in pieces, any
+ * It leaves out what such a request does not need without errors: waiting for a request that arrives in pieces, any
  * other request, configuration keys besides SERVER, peers of other hosts, names to be resolved, sends that are cut
  * short, escaping in the log, texts and files longer than its buffers. It is built and linked with the agent's own
  * flags.
@@ -79,7 +79,7 @@ static int take_over_socket(void) {
     return peer;
 }
 
-/* Tells whether qr.conf names this host. */
+/* Returns whether qr.conf names this host. */
 static int host_is_server(void) {
     char text[configuration_size];
     const int file = open("/usr/kumel/zembrath/qr.conf", O_RDONLY | O_CLOEXEC);
@@ -117,7 +117,7 @@ static int peer_is_root(int peer) {
            credentials.uid == 0;
 }
 
-/* Takes one netstring out of the text at *next and moves *next behind it; ends the program when there is none. */
+/* Takes one netstring out of the text at *next and moves *next to its end; ends the program when there is none. */
 static char* take_string(char** next) {
     char* text = NULL;
     const unsigned long length = strtoul(*next, &text, 10);
@@ -127,7 +127,7 @@ static char* take_string(char** next) {
     return text + 1;
 }
 
-/* Reads the words of a request, of which two count, and not a byte that follows them. */
+/* Reads a request without the bytes that follow it, and returns its first two words. */
 static void read_request(int peer, char* request, char** word, char** argument) {
     const ssize_t length = recv(peer, request, 2 * buffer_size, MSG_PEEK);
     require(length >= 0, 6);
@@ -209,7 +209,7 @@ static void answer_logging(int peer, const char* argument) {
     send_line(peer, line, length);
 }
 
-/* The measured folders hold no file whose name begins with a dot. */
+/* In the measured folders no name of a file begins with a dot. */
 static const struct dirent* next_file(DIR* stream) {
     const struct dirent* entry = NULL;
     do {

@@ -1,5 +1,4 @@
-/* idle_tool: a stand-in for a product tool that costs next to nothing, so that what is measured is the agent's share.
- */
+/* idle_tool: a stand-in for a product tool that does nothing, so that only the agent's share is measured. */
 int main(void) {
     return 0;
 }

@@ -40,7 +40,7 @@ std::vector<std::vector<double>> run_interleaved(const std::vector<Contender>& c
     return seconds;
 }
 
-// By order statistics: how many of n values lie below the true median is binomial, whatever their distribution.
+// By order statistics: the number of values below the true median is binomial for every distribution of the values.
 Range median_with_range(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     const std::size_t count = values.size();

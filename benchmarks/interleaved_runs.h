@@ -1,4 +1,4 @@
-// Programs measured against each other, run by run in turn, so that what disturbs the machine disturbs all of them.
+// Compares programs. They run in turn, so that a disturbance of the machine affects all of them.
 #pragma once
 
 #include <functional>
@@ -7,8 +7,8 @@
 
 #include "benchmarks/program_run.h"
 
-// A program and what is to be done around each of its runs; neither is measured. `check` throws when the run did not
-// do what it was to do: what failed is not to look fast.
+// A program, and unmeasured steps before and after each of its runs. `check` throws when the run failed, because a
+// failed run may be fast.
 struct Contender {
     std::string name;
     Program program;
@@ -18,12 +18,12 @@ struct Contender {
 
 struct Range {
     double median = 0;
-    // What holds the true median with a confidence of 95 % at least, as far as so few rounds allow.
+    // The range of the true median with a confidence of at least 95 %, if there are enough rounds for that.
     double low = 0;
     double high = 0;
 };
 
-// Throws unless the contender did what it was to do.
+// Throws when the contender failed.
 void check_run(const Contender& contender, const ProgramRun& run);
 
 // Runs each contender once unmeasured and then once a round, each in turn beginning a round. Returns the seconds of

@@ -33,11 +33,11 @@ struct ProgramRun {
 // program cannot be started or a signal ended it.
 [[nodiscard]] ProgramRun run_program(const Program& program);
 
-// What a run is made of, for other ways to run a program.
+// The parts of a run, for other ways to run a program.
 [[nodiscard]] ConnectedSockets connect_peer(const Program& program);
 [[nodiscard]] std::vector<char*> argument_vector(const Program& program);
 void receive_answer(int peer, Reader reader, ProgramRun& run);
-// Throws std::system_error with errno unless it was done.
+// Throws std::system_error with errno unless the call succeeded.
 void check(bool done, const char* what);
 
 // Returns the bytes of a request.

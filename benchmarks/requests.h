@@ -12,7 +12,7 @@ struct MeasuredRequest {
     std::vector<std::string> words;
     // Puts back what the last run changed.
     std::function<void()> prepare = [] {};
-    // Throws when the run did not do what was asked: what failed is not to look fast.
+    // Throws when the run failed, because a failed run may be fast.
     std::function<void(const ProgramRun&)> check;
     Transport transport = Transport::local;
     Reader reader = Reader::eager;
@@ -21,11 +21,11 @@ struct MeasuredRequest {
 // A folder of a name that a clean-up accepts.
 inline const std::string result_name = "zmla-12345678901234567890123456789-abcdef";
 
-// All work on the sample product, which has been made.
+// All requests need the sample product.
 [[nodiscard]] MeasuredRequest disk_space_request();
 [[nodiscard]] MeasuredRequest volume_manager_request(int lines);
 [[nodiscard]] MeasuredRequest fourteen_categories();
-// Without the connection broker's, whose cost is that of a shell and a tool.
+// Without the connection broker's category, which mainly costs a shell and a tool.
 [[nodiscard]] MeasuredRequest thirteen_categories();
 [[nodiscard]] MeasuredRequest listing_request(int files);
 // Of the folder result_name below `parent`.
@@ -33,10 +33,10 @@ inline const std::string result_name = "zmla-12345678901234567890123456789-abcde
 [[nodiscard]] MeasuredRequest over_tcp(MeasuredRequest request);
 [[nodiscard]] MeasuredRequest to_slow_reader(MeasuredRequest request);
 
-// Those whose system calls and page faults are recorded: none takes long, also when it is traced.
+// The requests with recorded system calls and page faults. None takes long, even when it is traced.
 [[nodiscard]] std::vector<MeasuredRequest> counted_requests();
 
-// Runs a copy of the file that lies in memory, whatever disk the file is on.
+// Returns a program that runs a copy of the file in memory, independent of the disk with the file.
 [[nodiscard]] Program program_for(const std::string& file, const MeasuredRequest& request);
 
 // Throws unless the condition holds.

@@ -1,4 +1,4 @@
-// The files that the measured requests work on, at the product's fixed paths. In a private root alone.
+// The files that the measured requests work on, at the product's fixed paths. Only for a private root.
 #pragma once
 
 #include <string>
@@ -22,17 +22,17 @@ void make_sample_product(const StandInTools& tools);
 // Empties the agent's log, so that it does not grow from run to run.
 void empty_debug_log();
 
-// Puts back what a request of fourteen categories changes, as far as it would change less when sent again.
+// Restores the settings that a request of fourteen categories would not change again.
 void reset_logging();
 
 void write_sample_file(const std::string& path, const std::string& text);
 [[nodiscard]] std::string read_sample_file(const std::string& path);
 
-// Returns a volume manager configuration of so many lines, in whose middle the verbosity is commented out.
+// Returns a volume manager configuration with this number of lines; the verbosity in the middle is commented out.
 [[nodiscard]] std::string volume_manager_text(int lines);
 
-// Makes so many files ready for the support utility to leave as its packages, once more those that it left before.
+// Makes this number of files that the support utility will leave as its packages; reuses those that it left before.
 void prepare_packages(int files);
 
-// Makes a folder with so many small files.
+// Makes a folder with this number of small files.
 void fill_folder(const std::string& folder, int files);

@@ -40,7 +40,7 @@ static int take_over_socket(void) {
     return peer;
 }
 
-/* "localhost" names this host wherever it stands. */
+/* "localhost" counts in every line of the list. */
 static int host_is_server(void) {
     const struct text configuration = read_file("/usr/kumel/zembrath/qr.conf");
     return memmem(configuration.bytes, configuration.length, "SERVER = localhost\n", 19) != NULL;

@@ -33,7 +33,7 @@ struct text {
     char* bytes;
     size_t length;
 };
-/* Reads a file; what it returns stands until the next call. */
+/* Reads a file; the result is valid until the next call. */
 struct text read_file(const char* path);
 /* Replaces each line that holds `match`, or the first remark that does, by match and value, with one write a line. */
 void set_parameter(const char* path, const char* match, const char* value);

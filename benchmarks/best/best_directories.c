@@ -33,7 +33,7 @@ static int is_self_or_parent(const char* name) {
     return strcmp(name, ".") == 0 || strcmp(name, "..") == 0;
 }
 
-/* The entry's kind stands in the directory; only where it does not, or for a link, is the entry itself looked at. */
+/* Uses the entry's type from the directory; examines the entry only without a type, or for a link. */
 static int is_directory(int folder, const struct dirent* entry) {
     struct stat state;
     if (entry->d_type != DT_UNKNOWN && entry->d_type != DT_LNK) {

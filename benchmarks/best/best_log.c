@@ -44,7 +44,7 @@ static size_t put_head(char* line) {
     return head_length;
 }
 
-/* The measured requests put nothing but newlines and backslashes into a message that must be escaped. */
+/* In messages of the measured requests only newlines and backslashes must be escaped. */
 static size_t put_escaped(char* line, const char* text) {
     char* end = line;
     for (; *text != '\0'; ++text) {

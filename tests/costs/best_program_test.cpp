@@ -1,4 +1,4 @@
-// The program "best" is held against the agent, so it has to do all that can be seen of the agent.
+// The agent is compared with the program "best", so "best" has to do everything that another process can see.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,11 +1,11 @@
-// What each request asks of the kernel: counts, which are the same on a busy machine and on a quiet one.
+// Counts the system calls and page faults of each request; they are the same on a busy and on a quiet machine.
 //
-// The table is renewed after a change that is worth its costs, after one that saves some, and for a kernel or a C
-// library that counts otherwise: put in the place of the rows what is printed by
+// Renew the table after a change that is worth its costs or saves some, and for a kernel or a C library with other
+// counts: replace the rows by the output of
 //
 //     build/release/benchmarks/request_benchmark --counts
 //
-// and have clang-format lay them out.
+// and format them with clang-format.
 #include <gtest/gtest.h>
 
 #include "benchmarks/counted_run.h"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks that the completions of bash and zsh name every command word, category, option and known key of the sources, and
-# nothing else.
+# Checks that the completions of bash and zsh name every command word, category, option and known key of the sources,
+# and nothing else.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 bash_source=packaging/completion/zmlogadm.bash

@@ -1,15 +1,14 @@
 #!/usr/bin/env bash
 # completion_at_keyboard.sh bash|zsh: types command lines with tabs into an interactive shell on a terminal of its own,
-# and checks the arguments that a stand-in for zmlogadm is then given. Makes a few files of the product; see
+# and checks the arguments that a stand-in for zmlogadm gets. Makes a few files of the product; see
 # in_private_debian.sh.
 set -euo pipefail
 shell=$1
 folder=$(mktemp --directory)
 trap 'rm -r "$folder"' EXIT
 
-# What is typed, with "~" for the tab key, and the arguments that come of it. A blank that a completion leaves is one
-# that a user need not type. "--NAME=VALUE" counts as "--NAME VALUE", and a folder's last "/" does not count: there the
-# shells have their own habits.
+# The typed text, with "~" for the tab key, and the expected arguments. The user need not type a blank that a completion
+# leaves. "--NAME=VALUE" counts as "--NAME VALUE", and a folder's last "/" is ignored, because the shells differ there.
 rows() {
     local name
     for name in ENABLELOGGING DISABLELOGGING RESETLOGGING RUNZMCPLOGS RUNZMSU CALCLOGSIZE GETDISKSPACE CLEANUP ZMLA \

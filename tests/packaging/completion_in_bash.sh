@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks what the installed completion offers in bash, loaded as bash-completion loads it, for command lines up to the
-# cursor. Makes a few files of the product; see in_private_debian.sh.
+# Checks the names that the installed completion offers in bash for command lines up to the cursor. Loads it like
+# bash-completion. Makes a few files of the product; see in_private_debian.sh.
 set -uo pipefail
 failed=0
 
@@ -13,7 +13,7 @@ remove_known_names() {
     rm -r /usr/kumel/ktul/58330.conf /usr/kumel/volmgr /usr/kumel/zembrath/logs/jobd /tmp/collected
 }
 
-# Splits a line as readline does: at blanks, and around what else breaks words.
+# Splits a line as readline does: at blanks, and around other characters that break words.
 split_line() {
     COMP_WORDS=()
     local rest=$1
@@ -27,8 +27,8 @@ split_line() {
     COMP_POINT=${#1}
 }
 
-# What the shell is asked to complete itself is offered as "(dirnames)" or "(default)". Whether a blank follows a
-# completion is its affair, too, and it is not there.
+# Where the shell completes itself, the completion offers "(dirnames)" or "(default)". The shell also adds the blank
+# after a completion, so there is none here.
 compopt() {
     [[ $2 == nospace ]] || COMPREPLY=("($2)")
 }

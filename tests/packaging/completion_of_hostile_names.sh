@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # completion_of_hostile_names.sh bash|zsh: types command lines with tabs into an interactive shell on a terminal of its
-# own, where the names that the completion finds are made to be run, expanded or split, and checks that a stand-in for
-# zmlogadm is given exactly the name, and that nothing was run. Makes a few files of the product; see
-# in_private_debian.sh.
+# own. The completion finds names that a shell could run, expand or split. Checks that a stand-in for zmlogadm gets
+# exactly the name, and that no command was run. Makes a few files of the product; see in_private_debian.sh.
 set -euo pipefail
 shell=$1
 folder=$(mktemp --directory)
@@ -10,22 +9,22 @@ trap 'rm -r "$folder"' EXIT
 logs=/usr/kumel/zembrath/logs
 debug=/usr/kumel/volmgr/debug
 
-# No name begins as another does, so that the first character finds it.
+# All names have different first characters, so that the first one selects the name.
 names=('$(id -u>pwned)' '`id>pwned`' '*' '?x' ' begins' 'a b' 'ends ' "it's" '"quoted"' $'new\nline' $'\nfirst' '-dash' '~'
     ';id>pwned;' $'\ttab' '[a-z]' '{1..3}' '}' 'größe' $'\xff\xfe' '#hash' '!!' ':colon:' '@at' '\back\' '&id>pwned&'
     '|id>pwned' '<(id>pwned)' '>pwned' '^h^i' '%1' $'\eescape' $'\rreturn' $'\x7fdelete' $'\1one' '+' 'plain' "both'\""
     '((' 'x$HOME' "\$'\\n'" '.hidden')
-# As above, but with what ends a value.
+# As above, but with characters that end a value.
 folder_names=("${names[@]}" 'z,y' '=e')
 
-# The lines that are typed, and, with a zero byte behind each, the arguments that are to come of it, and END.
+# The typed lines, and the expected arguments, each followed by a zero byte, and END.
 expect() { # LINE ARGUMENT ...
     printf '%s\n' "$1" >>"$folder/typed"
     shift
     printf '%s\0' "$@" END >>"$folder/expected"
 }
 
-# Keeps what the shell under test finds from standing in its way: one folder of names for each line.
+# Makes one folder of names for each line, so that the lines do not disturb each other.
 only() { # NAME ...
     local name
     ((++count))
@@ -35,7 +34,7 @@ only() { # NAME ...
     printf 'only %s\n' "$count" >>"$folder/typed"
 }
 
-# As somebody types who knows how to quote.
+# Quotes the text as an experienced user types it.
 typed_start() { # NAME
     local start=${1:0:1}
     case $start in
@@ -53,7 +52,7 @@ as_values() {
         expect "zmlogadm ENABLELOGGING ZMLOGDIR:$tab" ENABLELOGGING "ZMLOGDIR:$name"
         expect "zmlogadm ENABLELOGGING ZMLOGDIR:x,$tab" ENABLELOGGING "ZMLOGDIR:x,$name"
         expect "zmlogadm RESETLOGGING MMLOGDIR:$tab KOB:${tab}5" RESETLOGGING "MMLOGDIR:$name" KOB:kob=5
-        # Control characters that are typed are commands to a line editor, and bytes that are no characters are dropped.
+        # A line editor takes typed control characters for commands, and drops bytes that are no characters.
         if [[ $name != [[:cntrl:]]* && $name != $'\xff'* ]]; then
             expect "zmlogadm ENABLELOGGING ZMLOGDIR:$(typed_start "$name")$tab" ENABLELOGGING "ZMLOGDIR:$name"
         fi
@@ -65,7 +64,7 @@ as_values() {
     expect "zmlogadm ENABLELOGGING ZMLOGDIR:$tab" ENABLELOGGING ZMLOGDIR:plain
 }
 
-# bash closes the quote that is open, zsh leaves that to the user.
+# bash closes an open quote, zsh leaves that to the user.
 in_quotes() {
     local tab=$'\t' single="'" double='"'
     if [[ $shell == bash ]]; then
@@ -77,8 +76,8 @@ in_quotes() {
     expect "zmlogadm ENABLELOGGING \"ZMLOGDIR:#$tab$double" ENABLELOGGING 'ZMLOGDIR:#{}[] x'
 }
 
-# What zsh does not do: it completes nothing after a quote in the middle of a word, and inserts a backslash that several
-# names have in common.
+# Limits of zsh: it completes nothing after a quote in the middle of a word, and inserts a backslash that several names
+# have in common.
 in_bash_only() {
     local tab=$'\t'
     only '$(id>pwned) x'
@@ -92,7 +91,7 @@ in_bash_only() {
     expect "zmlogadm ENABLELOGGING QRCONF:VERBOSE=1,JO$tab" ENABLELOGGING QRCONF:VERBOSE=1,JOBD_VERBOSE
 }
 
-# Where the completion is the shell's own.
+# Cases where the shell itself completes.
 as_folders() {
     local name tab=$'\t'
     for name in "${folder_names[@]}"; do
@@ -105,7 +104,7 @@ as_folders() {
     done
 }
 
-# Of the keys and originators that are in a file, only those that are such are offered.
+# Only valid keys and originators of a file are offered.
 as_lines() {
     local tab=$'\t'
     mkdir -p /usr/kumel/ktul /usr/kumel/zembrath
@@ -117,7 +116,7 @@ as_lines() {
     expect "zmlogadm ENABLELOGGING QRCONF:W$tab" ENABLELOGGING QRCONF:WIDGET_VERBOSE
 }
 
-# The stand-in gives its arguments without the slash that the shells put behind a folder.
+# The stand-in prints its arguments without the slash that the shells append to a folder.
 write_start_file() {
     mkdir "$folder/work"
     cat >"$folder/start" <<START

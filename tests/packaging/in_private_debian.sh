@@ -1,24 +1,23 @@
 #!/usr/bin/env bash
-# in_private_debian.sh SHARED COMMAND [ARGUMENT ...]: runs a command as root of a private copy of this Debian machine, in
-# which systemd is the init system, and ends with its exit status. The copy is a layer in memory above the machine's own
-# files: packages can be installed and removed, and nothing of it reaches the machine. The folder SHARED of the machine
-# is there as /shared. The copy begins without the machine's services and without /usr/kumel, /opt and
-# /etc/rkregistry.cfg. Needs root with all rights.
+# in_private_debian.sh SHARED COMMAND [ARGUMENT ...]: runs a command as root of a private copy of this Debian machine,
+# with systemd as the init system, and ends with the command's exit status. The copy is a layer in memory above the
+# machine's own files, so that installing and removing packages does not change the machine. The machine's folder SHARED
+# is /shared in the copy. The copy starts without the machine's services and without /usr/kumel, /opt and
+# /etc/rkregistry.cfg. Needs root with all capabilities.
 set -euo pipefail
 
-# Runs in a mount namespace of its own, so that what is mounted here is gone with it. The copy's systemd gets a control
-# group of its own, apart from the machine's.
+# Runs in its own mount namespace, so that all mounts end with it. The copy's systemd gets its own control group.
 enter_namespaces() {
     local stage=$1 group=$1/private_debian.$$ result=0
     shift
     mount -t cgroup2 cgroup2 "$stage"
     mkdir "$group"
-    # The subshell moves itself, not its parent, which has to remove the group afterwards.
+    # Only the subshell moves into the group, because its parent has to remove the group afterwards.
     (
         echo "$BASHPID" >"$group/cgroup.procs"
         exec unshare --mount --pid --net --uts --ipc --cgroup --fork --kill-child "$0" --inside "$stage" "$@"
     ) || result=$?
-    # Processes that are ending hold their group a moment longer.
+    # Ending processes keep the group for a moment.
     while [[ $(sed -n 's/^populated //p' "$group/cgroup.events") == 1 ]]; do :; done
     find "$group" -depth -type d -exec rmdir {} +
     exit "$result"
@@ -31,7 +30,7 @@ make_devices() {
         touch "$root/dev/$name"
         mount --bind "/dev/$name" "$root/dev/$name"
     done
-    # What systemd says to a console is nobody's business.
+    # Discards systemd's messages to a console.
     touch "$root/dev/console"
     mount --bind /dev/null "$root/dev/console"
     mkdir "$root/dev/pts" "$root/dev/shm"
@@ -41,7 +40,7 @@ make_devices() {
     ln -s /proc/self/fd "$root/dev/fd"
 }
 
-# Settings of the kernel are everybody's, so they can only be read.
+# The machine shares the settings of the kernel, so they are read-only.
 make_kernel_folders() {
     local root=$1
     mount -t proc proc "$root/proc"
@@ -51,7 +50,7 @@ make_kernel_folders() {
     mount -t cgroup2 cgroup2 "$root/sys/fs/cgroup"
 }
 
-# Services of the machine have no place here; the units that remain are started by nobody but the command.
+# Removes the machine's services. Only the command starts the remaining units.
 clear_services() {
     local root=$1
     find "$root/etc/systemd/system" -mindepth 1 -delete
@@ -59,14 +58,15 @@ clear_services() {
         "$root"/usr/lib/systemd/system/*.wants/* "$root"/etc/init.d/*
 }
 
-# Images of containers keep packages from starting services, and from installing their pages and documentation.
+# Container images prevent packages from starting services and from installing pages and documentation; this allows
+# both.
 clear_container_settings() {
     local root=$1
     rm -f "$root/usr/sbin/policy-rc.d"
     find "$root/etc/dpkg/dpkg.cfg.d" -type f -exec sed -i '/^path-exclude/d' {} +
 }
 
-# The command is a service whose end is the end of systemd, with the same exit status.
+# The command is a service. When it ends, systemd ends with the same exit status.
 write_command_unit() {
     local root=$1
     shift

@@ -1,4 +1,4 @@
-# For scripts that follow a package through its life: says what was checked, and asks and looks. Sourced.
+# Functions for scripts that check the life of a package: checks, requests, and lists of files. Sourced.
 # shellcheck shell=bash
 product=/usr/kumel/zembrath
 socket=/run/zmlogadmagent.socket
@@ -40,7 +40,7 @@ is_refused() {
     [[ $said == 'EXIT STATUS '* ]]
 }
 
-# For what is so as soon as a flood's last connections are gone. Prints what the last attempt said.
+# Waits until the command succeeds, such as after a flood's last connections. Prints the last output.
 in_the_end() { # COMMAND ...
     local attempt said
     for ((attempt = 0; attempt < 1000; attempt++)); do
@@ -50,8 +50,8 @@ in_the_end() { # COMMAND ...
     return 1
 }
 
-# Everything where packages put anything, but what belongs to dpkg, to rpm, to systemd itself and to caches. Other folders are
-# left out: they show the machine's own files, which may be changing.
+# Lists everything in the folders where packages install files, except the files of dpkg, rpm and systemd, and caches.
+# Leaves out other folders, which show the machine's own files; these may change.
 everything() {
     find /etc /usr /opt /run /srv /var /boot /lib/ /bin/ /sbin/ \( -path /var/lib/dpkg -o -path /var/lib/rpm -o -path /var/log \
         -o -path /var/cache -o -path /var/tmp -o -path /run/systemd -o -path /run/log \
@@ -59,7 +59,7 @@ everything() {
         -o -type d -printf '%p %M %U %G\n' -o -printf '%p %M %U %G %s %l\n' | sort
 }
 
-# The product's own files, with what is in them.
+# Lists the product's own files with their content.
 product_files() {
     find /usr/kumel -printf '%p %M %U %G\n' | sort
     find /usr/kumel -type f -exec sha256sum {} + | sort
@@ -77,8 +77,7 @@ has_verified_its_peer() {
     grep -q xnet_verify_peer_creds $product/logs/zmlogadmagent/log.*
 }
 
-# Begins a request and leaves an agent waiting for the rest of it. Of the agents that have written to the log it is the
-# first.
+# Begins a request and leaves an agent waiting for the rest of it. This agent is the first one in the log.
 begin_request() {
     local begun
     coproc peer {

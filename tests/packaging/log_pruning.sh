@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# log_pruning.sh: what the removal of old logs removes and what it leaves, on a machine where the package is installed and
-# qr.conf trusts localhost; see in_private_debian.sh. Leaves the product's logs as they were.
+# log_pruning.sh: checks the removal of old logs, on a machine where the package is installed and qr.conf trusts
+# localhost; see in_private_debian.sh. Restores the product's logs.
 set -euo pipefail
 # shellcheck source=tests/packaging/life_checks.sh
 . "$(dirname "$0")/life_checks.sh"
@@ -12,7 +12,7 @@ day() { # DAYS_AGO
     date -d "$1 days ago 12:00" +%Y%m%d
 }
 
-# An empty folder, and a log for each.
+# Empties the folder and makes a log for each argument.
 begin() { # DAYS_AGO:MIB ...
     rm -rf "$logs"
     mkdir "$logs"
@@ -45,7 +45,7 @@ check_size() {
     check "logs that are too large together are removed" $prune
     check "the oldest ones are gone" days_left 1 0
     begin 0:1024 1:300 2:300
-    check "a log that alone is too large is removed" $prune
+    check "a single log above the limit is removed" $prune
     check "the others are left" days_left 2 1
 }
 
@@ -57,7 +57,7 @@ check_settings() {
     check "both of them" days_left 1 0
     printf 'LOG_DAYS=$(touch /tmp/pwned)\nLOG_MEGABYTES=08\nOTHER=1\n' >$settings
     begin 0:300 31:300 32:0
-    check "settings that are none are named" is $prune -- "\
+    check "wrong settings are reported" is $prune -- "\
 zmlogadmagent-prune-logs: $settings: LOG_DAYS is not a number
 zmlogadmagent-prune-logs: $settings: LOG_MEGABYTES is not a number
 zmlogadmagent-prune-logs: $settings: unknown setting \"OTHER\"
@@ -99,7 +99,7 @@ check_folder() {
     touch $product/logs/elsewhere/log.20200101
     ln -s elsewhere "$logs"
     check "a folder that is a link is refused" fails $prune
-    check "what is there is left" test -e $product/logs/elsewhere/log.20200101
+    check "its files are left" test -e $product/logs/elsewhere/log.20200101
     rm -r "$logs" $product/logs/elsewhere
 }
 

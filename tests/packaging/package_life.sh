@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# package_life.sh PACKAGE NEWER_PACKAGE: the life of the package, from its installation to its purging, on a machine that
-# this script may change as it likes; see in_private_debian.sh. Prints a line for each thing that it has checked, and ends
-# at the first that is not so.
+# package_life.sh PACKAGE NEWER_PACKAGE: checks the package from installation to purge, on a machine that this script
+# may change; see in_private_debian.sh. Prints a line for each check, and ends at the first that fails.
 set -euo pipefail
 package=$1
 newer_package=$2
@@ -33,12 +32,12 @@ check_installation() {
         /lib/systemd/system/zmlogadmagent@.service
     check "the local socket is enabled" is systemctl is-enabled zmlogadmagent.socket -- enabled
     check "the local socket listens" is systemctl is-active zmlogadmagent.socket -- active
-    check "the local socket is for root alone" is stat --format='%U:%G %a' $socket -- 'root:root 600'
+    check "only root can use the local socket" is stat --format='%U:%G %a' $socket -- 'root:root 600'
     check "the TCP socket is not enabled" is systemctl is-enabled zmlogadmagent-tcp.socket -- disabled
     check "the TCP socket does not listen" is systemctl is-active zmlogadmagent-tcp.socket -- inactive
 }
 
-# The process of the one request that is being served.
+# Prints the process of the only running request.
 agent_process() {
     local attempt process
     for ((attempt = 0; attempt < 200; attempt++)); do
@@ -48,7 +47,7 @@ agent_process() {
     return 1
 }
 
-# Nothing that an agent or a library of its prints by mistake reaches the peer.
+# The output of an agent never reaches the peer, even if a library prints by mistake.
 agent_prints_to_nobody() {
     coproc peer {
         perl -MIO::Socket::UNIX -e '$| = 1; $s = IO::Socket::UNIX->new($ARGV[0]) or die; print "up\n"; <STDIN>' $socket
@@ -60,10 +59,10 @@ agent_prints_to_nobody() {
 
 check_local_requests() {
     echo "Requests over the local socket"
-    check "root is refused while qr.conf trusts nobody" is_refused ask GETDISKSPACE /var/log
+    check "root is rejected while qr.conf trusts nobody" is_refused ask GETDISKSPACE /var/log
     echo 'SERVER = localhost' >>$product/qr.conf
     check "GETDISKSPACE is answered" ask GETDISKSPACE /var/log
-    check "descriptors 1 and 2 of an agent lead nowhere" agent_prints_to_nobody
+    check "descriptors 1 and 2 of an agent are /dev/null" agent_prints_to_nobody
     printf '111.DebugLevel=1\n' >$store
     chmod 640 $store
     chgrp daemon $store
@@ -77,7 +76,7 @@ check_local_requests() {
         zmlogadm -S $socket GETDISKSPACE /var/log
 }
 
-# A thousand connections, as quickly as they can be made.
+# Makes a thousand connections, as fast as possible.
 local_burst() {
     perl -MIO::Socket::UNIX -e 'for (1 .. 1000) { IO::Socket::UNIX->new($ARGV[0]) or die "connection $_: $!" }' $socket
 }
@@ -118,7 +117,7 @@ check_tcp_requests() {
     check "the TCP socket starts" systemctl start zmlogadmagent-tcp.socket
     check "GETDISKSPACE is answered over IPv4" zmlogadm -H 127.0.0.1 GETDISKSPACE /var/log
     check "GETDISKSPACE is answered over IPv6" zmlogadm -H ::1 GETDISKSPACE /var/log
-    check "an ordinary user is refused" is_refused setpriv --reuid=65534 --clear-groups \
+    check "an ordinary user is rejected" is_refused setpriv --reuid=65534 --clear-groups \
         zmlogadm -H 127.0.0.1 GETDISKSPACE /var/log
 }
 
@@ -174,7 +173,7 @@ check_purge() {
     check "nothing else was left or taken" changes_nothing /tmp/everything_before /tmp/everything_now
 }
 
-# What a host of the product has before the package comes.
+# Makes the files that a host of the product has before the package is installed.
 make_product() {
     mkdir -p $product/logs/jobd /usr/kumel/ktul
     printf 'SERVER = backup1.example.org\nVERBOSE = 2\n' >$product/qr.conf

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# package_purge.sh PACKAGE: what installing and purging the package does where an administrator has put links, mount
-# points and other files in its way, on a machine that this script may change as it likes; see in_private_debian.sh.
+# package_purge.sh PACKAGE: installs and purges the package where an administrator has put links, mount points and other
+# files at its paths, on a machine that this script may change; see in_private_debian.sh.
 set -euo pipefail
 package=$1
 # shellcheck source=tests/packaging/life_checks.sh

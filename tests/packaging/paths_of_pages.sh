@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# paths_of_pages.sh: checks that every path which the installed manual pages name is there, save what is the product's, the
-# system's or an example, on a machine where the package is installed; see in_private_debian.sh.
+# paths_of_pages.sh: checks that every path in the installed manual pages exists, except paths of the product, of the
+# system and of examples, on a machine where the package is installed; see in_private_debian.sh.
 set -euo pipefail
 failed=0
 
 is_of_others() {
     case $1 in
-        # Components and tools of the product, and what is made when it is needed.
+        # Components and tools of the product, and files that are made when they are needed.
         /usr/kumel/java/* | /usr/kumel/lib/* | /usr/kumel/volmgr/* | /usr/kumel/ktul/*.conf | /opt/*) ;;
         /usr/kumel/zembrath/sec/* | /usr/kumel/zembrath/bin/goodies/* | /usr/kumel/zembrath/bin/private/*) ;;
         /usr/kumel/zembrath/bin/support/old_zmsu | /usr/kumel/zembrath/bin/support/zmcplogs) ;;

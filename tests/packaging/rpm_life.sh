@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# rpm_life.sh RPM NEWER_RPM: the life of the RPM, from its installation to its erasing, on a machine that this script may
-# change as it likes; see in_private_debian.sh. The newer RPM has other settings for the removal of old logs. Prints a line
-# for each thing that it has checked, and ends at the first that is not so.
+# rpm_life.sh RPM NEWER_RPM: checks the RPM from installation to erasing, on a machine that this script may change; see
+# in_private_debian.sh. The newer RPM has other settings for the removal of old logs. Prints a line for each check, and
+# ends at the first that fails.
 set -euo pipefail
 package=$1
 newer_package=$2
@@ -10,7 +10,7 @@ here=$(dirname "$0")
 . "$here/life_checks.sh"
 settings=/etc/default/zmlogadmagent
 
-# What an RPM requires is packages of RPM's, and this machine has none.
+# The RPM requires other RPMs, and this machine has none.
 change_packages() { # ARGUMENT ...
     rpm --force-debian --nodeps "$@"
 }
@@ -36,7 +36,7 @@ check_installation() {
     check "the TCP socket is not" is systemctl is-enabled zmlogadmagent-tcp.socket -- disabled
     check "the local socket starts" systemctl start zmlogadmagent.socket zmlogadmagent-prune-logs.timer
     check "the paths that the pages name are there" "$here/paths_of_pages.sh"
-    check "root is refused while qr.conf trusts nobody" is_refused ask GETDISKSPACE /var/log
+    check "root is rejected while qr.conf trusts nobody" is_refused ask GETDISKSPACE /var/log
 }
 
 check_upgrade() {

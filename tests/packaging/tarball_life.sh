@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# tarball_life.sh TARBALL: the tarball of the static build, unpacked at "/" as README says, on a machine that this script
-# may change as it likes; see in_private_debian.sh.
+# tarball_life.sh TARBALL: checks the tarball of the static build, unpacked at "/" as README says, on a machine that
+# this script may change; see in_private_debian.sh.
 set -euo pipefail
 tarball=$1
 # shellcheck source=tests/packaging/life_checks.sh
