@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <memory>
@@ -71,17 +72,17 @@ inline bool write_all(int fd, std::string_view text) {
     return true;
 }
 
-// Makes room for the rest of a file, if its size is known.
-inline void reserve_for_file(int fd, std::string& text) {
+// Reserves memory for the whole text of a file if the file's size is known, but not for more than `most` bytes.
+inline void reserve_for_file(int fd, std::string& text, std::size_t most) {
     struct stat state {};
     if (::fstat(fd, &state) == 0 && S_ISREG(state.st_mode)) {
-        text.reserve(static_cast<std::size_t>(state.st_size) + 1);
+        text.reserve(std::min(static_cast<std::size_t>(state.st_size), most) + 1);
     }
 }
 
 // Reads the descriptor to its end and appends the bytes to `text`. Returns whether that worked; if not, errno says why
-// and `text` keeps what was read before.
-inline bool read_all(int fd, std::string& text) {
+// and `text` keeps what was read before. Fails with EFBIG when `text` becomes longer than `most` bytes.
+inline bool read_all(int fd, std::string& text, std::size_t most = std::string::npos) {
     constexpr std::size_t large = std::size_t{1} << 16;
     std::array<char, 4096> usual_buffer;
     std::unique_ptr<char[]> large_buffer;
@@ -99,8 +100,12 @@ inline bool read_all(int fd, std::string& text) {
             continue;
         }
         text.append(buffer, static_cast<std::size_t>(count));
+        if (text.size() > most) {
+            errno = EFBIG;
+            return false;
+        }
         if (text.size() >= large && !large_buffer) {
-            reserve_for_file(fd, text);
+            reserve_for_file(fd, text, most);
             size = large;
             large_buffer = std::make_unique_for_overwrite<char[]>(size);
             buffer = large_buffer.get();

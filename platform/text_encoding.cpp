@@ -60,13 +60,29 @@ std::size_t character_length(std::string_view bytes) {
     return 0;
 }
 
-// Returns whether a terminal acts on the character: one below the blank, DEL, or one from U+0080 to U+009F.
+// Returns whether a terminal acts on the character, or on the byte that is no character: one below the blank, DEL, or
+// one from U+0080 to U+009F.
 bool is_control(std::string_view character) {
     const auto first = static_cast<unsigned char>(character.front());
     if (character.size() == 1) {
-        return first < 0x20 || first == 0x7F;
+        return first < 0x20 || first == 0x7F || (first >= 0x80 && first < 0xA0);
     }
     return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+}
+
+// Removes the first character from the bytes and returns it, or the first byte where that begins no character.
+std::string_view take_character(std::string_view& bytes) {
+    const std::string_view character = bytes.substr(0, std::max<std::size_t>(character_length(bytes), 1));
+    bytes.remove_prefix(character.size());
+    return character;
+}
+
+std::string escape_bytes(std::string_view bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        text += "\\x" + to_hexadecimal({&byte, 1});
+    }
+    return text;
 }
 
 }  // namespace
@@ -85,17 +101,32 @@ bool is_utf8(std::string_view bytes) {
 std::string printable(std::string_view bytes) {
     std::string text;
     while (!bytes.empty()) {
-        const std::size_t length = character_length(bytes);
-        const std::string_view character = bytes.substr(0, std::max<std::size_t>(length, 1));
-        bytes.remove_prefix(character.size());
+        const std::string_view character = take_character(bytes);
         if (character == "\\") {
             text += "\\\\";
-        } else if (length != 0 && !is_control(character)) {
+        } else if (is_utf8(character) && !is_control(character)) {
             text += character;
         } else {
-            for (const char byte : character) {
-                text += "\\x" + to_hexadecimal({&byte, 1});
-            }
+            text += escape_bytes(character);
+        }
+    }
+    return text;
+}
+
+std::string escape_controls(std::string_view bytes) {
+    std::string text;
+    while (!bytes.empty()) {
+        const std::string_view character = take_character(bytes);
+        if (character == "\n") {
+            text += "\\n";
+        } else if (character == "\r") {
+            text += "\\r";
+        } else if (character == "\t") {
+            text += "\\t";
+        } else if (is_control(character)) {
+            text += escape_bytes(character);
+        } else {
+            text += character;
         }
     }
     return text;

@@ -12,6 +12,10 @@ bool is_utf8(std::string_view bytes);
 // anything that is not UTF-8, as "\xHH", and a backslash as two.
 std::string printable(std::string_view bytes);
 
+// Returns the bytes with every control character as \n, \r, \t or \xHH. Control characters are those below the blank,
+// DEL, and U+0080 to U+009F, as UTF-8 or as single bytes. Does not change other bytes, backslashes among them.
+std::string escape_controls(std::string_view bytes);
+
 // Returns the bytes in base64, with padding.
 std::string base64(std::string_view bytes);
 

@@ -5,14 +5,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 
 #include "agent/string_utilities.h"
 #include "logging_config/settings.h"
 #include "logging_config/text_lines.h"
+#include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
+#include "state_command/file_state.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ void add_once(std::vector<std::string>& paths, const std::string& path) {
     }
 }
 
-// A path of the registry that is not absolute is the agent's to resolve, which works in the root folder.
+// The agent works in the root folder, so a relative path in the registry begins there.
 std::string absolute(const std::string& path) {
     return path.starts_with('/') ? path : "/" + path;
 }
@@ -36,15 +36,15 @@ int read_regular_file(const std::string& path, std::string& text) {
     if (!S_ISREG(state.st_mode)) {
         return S_ISDIR(state.st_mode) ? EISDIR : EINVAL;
     }
-    return read_all(file.get(), text) ? 0 : errno;
+    return read_all(file.get(), text, most_bytes_of_file) ? 0 : errno;
 }
 
 }  // namespace
 
 bool is_plain(const std::string& path) {
     const std::string closed = path + "/";
-    return path.starts_with('/') && closed.find("//") == std::string::npos && closed.find("/./") == std::string::npos &&
-           closed.find("/../") == std::string::npos;
+    return path.starts_with('/') && path.find('\0') == std::string::npos && closed.find("//") == std::string::npos &&
+           closed.find("/./") == std::string::npos && closed.find("/../") == std::string::npos;
 }
 
 std::optional<std::string> read_text(const std::string& path, Problems& problems) {
@@ -59,20 +59,19 @@ std::optional<std::string> read_text(const std::string& path, Problems& problems
     return std::nullopt;
 }
 
-std::optional<std::string> place_of(const std::string& path) {
-    if (is_plain(path)) {
-        return path;
-    }
+std::optional<std::string> place_of(const std::string& path, Problems& problems) {
     const std::size_t slash = path.rfind('/');
     const std::string name = path.substr(slash + 1);
     const bool names_folder = name.empty() || name == "." || name == "..";
-    const std::unique_ptr<char, decltype(&free)> folder(
-        realpath(names_folder ? path.c_str() : path.substr(0, slash + 1).c_str(), nullptr), free);
-    if (!folder) {
+    const platform_library::OpenFolder folder =
+        platform_library::open_folder(names_folder ? path : path.substr(0, slash + 1));
+    if (!folder.descriptor.valid()) {
+        if (errno == platform_library::untrusted_link) {
+            add_problem(problems, {folder.path, errno});
+        }
         return std::nullopt;
     }
-    const std::string found = folder.get();
-    return names_folder ? found : (found == "/" ? "" : found) + "/" + name;
+    return names_folder ? folder.path + (folder.path.empty() ? "/" : "") : folder.path + "/" + name;
 }
 
 std::optional<std::string> registered_file(Problems& problems) {
@@ -87,8 +86,12 @@ std::optional<std::string> registered_file(Problems& problems) {
         std::string ignored_key;
         std::string path;
         split_lhs_rhs(std::string(line), ignored_key, path);
-        path.resize(std::min(path.find('\0'), path.size()));  // the system's calls take what is before a zero byte
-        return path.empty() ? std::nullopt : place_of(absolute(path));
+        path.resize(std::min(path.find('\0'), path.size()));  // system calls end a path at a zero byte
+        if (path.empty()) {
+            return std::nullopt;
+        }
+        path = absolute(path);
+        return is_plain(path) ? path : place_of(path, problems);
     }
     return std::nullopt;
 }

@@ -8,26 +8,28 @@
 #include <climits>
 #include <cstdio>
 
+#include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
 
 namespace {
 
 FileState unread(int error) {
     FileState state;
-    // A folder of the path that is missing, or that is none, has no file.
+    // Without the folder, or where the folder's name is not a folder's, there is no file.
     state.kind = error == ENOENT || error == ENOTDIR ? FileState::Kind::missing : FileState::Kind::unread;
     state.error = error;
     return state;
 }
 
-FileState read_link(const std::string& path) {
+FileState read_link(const Descriptor& folder, const std::string& name) {
     std::array<char, PATH_MAX> target;
-    const ssize_t size = readlink(path.c_str(), target.data(), target.size());
+    const ssize_t size = readlinkat(folder.get(), name.c_str(), target.data(), target.size());
     if (size < 0) {
         return unread(errno);
     }
     FileState state;
     state.kind = FileState::Kind::link;
+    state.is_trusted = platform_library::is_trusted(folder);
     state.text.assign(target.data(), static_cast<std::size_t>(size));
     return state;
 }
@@ -50,21 +52,25 @@ FileState read_open_file(int file) {
     if (const int error = platform_library::read_extended_attributes(file, state.attributes)) {
         return unread(error);
     }
-    return read_all(file, state.text) ? state : unread(errno);
+    return read_all(file, state.text, most_bytes_of_file) ? state : unread(errno);
 }
 
 }  // namespace
 
 FileState read_file_state(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const Descriptor folder = platform_library::open_folder(path.substr(0, slash + 1)).descriptor;
+    const std::string name = slash + 1 == path.size() ? "." : path.substr(slash + 1);
     struct stat found {};
-    if (lstat(path.c_str(), &found) != 0) {
+    if (!folder.valid() || fstatat(folder.get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) {
         return unread(errno);
     }
     if (S_ISLNK(found.st_mode)) {
-        return read_link(path);
+        return read_link(folder, name);
     }
-    // Non-blocking: whatever has the name, opening it must not wait for another process.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    // Non-blocking: if the name is a FIFO, opening it must not wait for another process.
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    const Descriptor file(openat(folder.get(), name.c_str(), flags));
     return file.valid() ? read_open_file(file.get()) : unread(errno);
 }
 

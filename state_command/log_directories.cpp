@@ -6,10 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <string_view>
 
 #include "logging_config/settings.h"
+#include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
+#include "state_command/tree.h"
 
 const LogRoot log_roots[log_root_count] = {
     {category::zmlogdir, log_root::product},
@@ -23,21 +26,6 @@ bool is_agents_own(const std::string& path) {
     return path == root + product_files::agent_log_folder || path == root + product_files::evidence_folder;
 }
 
-std::vector<std::string> names_in(DIR* folder, int& error) {
-    std::vector<std::string> names;
-    errno = 0;
-    while (const dirent* entry = readdir(folder)) {
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.emplace_back(name);
-        }
-        errno = 0;
-    }
-    error = errno;
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 LogDirectory directory_of(const std::string& path, const struct stat& state) {
     return {path, state.st_mode & ALLPERMS, state.st_uid, state.st_gid};
 }
@@ -46,29 +34,39 @@ class Listing {
   public:
     explicit Listing(Problems& problems) : problems_(problems) {}
 
-    // Lists what is below the folder, relative to the folder held open, so that a link is never followed.
-    void list(int parent, const char* name, const std::string& path, bool is_root) {
-        const int follow = is_root ? 0 : O_NOFOLLOW;
-        Descriptor file(openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
-        const Directory folder(file.valid() ? fdopendir(file.get()) : nullptr);
-        if (!folder) {
+    void list_root(const std::string& path) {
+        const Descriptor root = platform_library::open_folder(path).descriptor;
+        if (root.valid()) {
+            list(root.get(), ".", path, Place::root);
+        } else {
             note(path, errno);
-            return;
-        }
-        file.release();
-        int error = 0;
-        for (const std::string& entry : names_in(folder.get(), error)) {
-            add(dirfd(folder.get()), entry, path + "/" + entry, is_root);
-        }
-        if (error != 0) {
-            note(path, error);
         }
     }
 
     std::vector<LogDirectory> take() { return std::move(found_); }
 
   private:
-    void add(int folder, const std::string& name, const std::string& path, bool in_root) {
+    enum class Place { root, below_root };
+
+    // Lists the directories below the folder, relative to the open folder above it, so that it never follows a link.
+    void list(int parent, const char* name, const std::string& path, Place place) {
+        Descriptor file(openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+        const Directory folder(file.valid() ? fdopendir(file.get()) : nullptr);
+        if (!folder) {
+            note(path, errno);
+            return;
+        }
+        file.release();
+        const FolderNames entries = names_in(folder.get());
+        for (const std::string& entry : entries.names) {
+            add(dirfd(folder.get()), entry, path + "/" + entry, place);
+        }
+        if (entries.error != 0) {
+            note(path, entries.error);
+        }
+    }
+
+    void add(int folder, const std::string& name, const std::string& path, Place place) {
         struct stat state {};
         if (is_agents_own(path)) {
             return;
@@ -78,16 +76,26 @@ class Listing {
             return;
         }
         if (S_ISDIR(state.st_mode)) {
-            found_.push_back(directory_of(path, state));
-            list(folder, name.c_str(), path, false);
-        } else if (in_root && S_ISLNK(state.st_mode) && fstatat(folder, name.c_str(), &state, 0) == 0 &&
+            add_directory(folder, name, directory_of(path, state));
+        } else if (place == Place::root && S_ISLNK(state.st_mode) && fstatat(folder, name.c_str(), &state, 0) == 0 &&
                    S_ISDIR(state.st_mode)) {
             found_.push_back(directory_of(path, state));
             found_.back().is_link = true;
         }
     }
 
-    // What is missing is gone meanwhile.
+    // No component can use a directory whose path is too long for a system call. The limit also keeps other users from
+    // exhausting this process's stack and memory with directories in directories.
+    void add_directory(int folder, const std::string& name, const LogDirectory& directory) {
+        if (directory.path.size() >= PATH_MAX) {
+            note(directory.path, ENAMETOOLONG);
+            return;
+        }
+        found_.push_back(directory);
+        list(folder, name.c_str(), directory.path, Place::below_root);
+    }
+
+    // Something that is missing was removed in the meantime.
     void note(const std::string& path, int error) {
         if (error != ENOENT && error != ENOTDIR) {
             add_problem(problems_, {path, error});
@@ -102,19 +110,20 @@ class Listing {
 
 std::vector<LogDirectory> list_log_directories(const LogRoot& root, Problems& problems) {
     Listing listing(problems);
-    listing.list(AT_FDCWD, root.path, root.path, true);
+    listing.list_root(root.path);
     return listing.take();
 }
 
 std::vector<LogDirectory> list_root(const LogRoot& root, Problems& problems) {
+    const Descriptor folder = platform_library::open_folder(root.path).descriptor;
     struct stat state {};
-    if (stat(root.path, &state) != 0) {
+    if (!folder.valid() || fstat(folder.get(), &state) != 0) {
         if (errno != ENOENT && errno != ENOTDIR) {
             add_problem(problems, {root.path, errno});
         }
         return {};
     }
-    return S_ISDIR(state.st_mode) ? std::vector{directory_of(root.path, state)} : std::vector<LogDirectory>();
+    return {directory_of(root.path, state)};
 }
 
 bool is_log_directory_place(const std::string& path) {

@@ -1,4 +1,4 @@
-// The log directories that exist.
+// The log directories of this host.
 #pragma once
 
 #include <sys/types.h>
@@ -22,16 +22,16 @@ struct LogDirectory {
     mode_t mode = 0;  // permission bits
     uid_t owner = 0;
     gid_t group = 0;
-    bool is_link = false;  // directly below a root: a link to a directory, which its component takes for one
+    bool is_link = false;  // a link to a directory, directly below a root: the component uses it as its directory
 };
 
-// Lists the directories below the root in the order of their paths, at any depth, without the root itself. The agent's
-// own folders, for its log and for evidence, and what is below them are no log directories. What cannot be read is a
-// problem.
+// Returns the directories below the root, at any depth, each before those in it. Leaves out the root itself and the
+// agent's own folders for its log and for evidence. A directory that cannot be read is a problem, as is a root that is
+// reached only through a link that other users can change.
 [[nodiscard]] std::vector<LogDirectory> list_log_directories(const LogRoot& root, Problems& problems);
 
-// Returns the root as a directory, or nothing when it is missing.
+// Returns the root itself, or nothing when it is missing.
 [[nodiscard]] std::vector<LogDirectory> list_root(const LogRoot& root, Problems& problems);
 
-// Tells whether the path is below a root and not in one of the agent's own folders. Both are without links.
+// Returns whether the path, which has no links, is below a root and not in one of the agent's own folders.
 [[nodiscard]] bool is_log_directory_place(const std::string& path);

@@ -49,7 +49,7 @@ void make_parents(int folder, const std::string& name) {
     }
 }
 
-// The manifest has all of it, so a copy that cannot have it too is no failure.
+// Ignores failures, because the manifest has the owner, the mode and the attributes too.
 void give_state(int file, const FileState& state) {
     static_cast<void>(fchown(file, state.owner, state.group) == 0);
     for (const auto& [name, value] : state.attributes) {
@@ -61,20 +61,19 @@ void give_state(int file, const FileState& state) {
 }
 
 // Flushes the folder and all folders below it.
-void flush_folders(int parent, const std::string& name) {
-    const Descriptor folder = open_folder(parent, name, name);
-    std::vector<std::string> names;
-    if (const int error = list_folders(folder.get(), names)) {
-        throw system_failure(error, "cannot read " + name);
+void flush_folders(const Descriptor& folder, const std::string& name) {
+    const FolderNames below = list_folders(folder.get());
+    if (below.error != 0) {
+        throw system_failure(below.error, "cannot read " + name);
     }
-    for (const std::string& entry : names) {
-        flush_folders(folder.get(), entry);
+    for (const std::string& entry : below.names) {
+        flush_folders(open_folder(folder.get(), entry, entry), entry);
     }
     flush(folder, name);
 }
 
-// Renames, but never over something. Where the kernel or the file system does not know how, an empty folder of this
-// process's own takes the name first, which only it and nothing else can be renamed over.
+// Renames the folder, but never over anything else. Where the kernel or the file system cannot do that, this function
+// makes an empty folder under the new name and renames over that, which fails if something else takes its place.
 int rename_to_new(int parent, const std::string& from, const std::string& to) {
     if (syscall(SYS_renameat2, parent, from.c_str(), parent, to.c_str(), RENAME_NOREPLACE) == 0) {
         return 0;
@@ -114,18 +113,14 @@ NewFolder::NewFolder(const std::string& path) : path_(without_last_slashes(path)
     }
     temporary_path_ = temporary_name(parent, ".zmlogstate");
     temporary_name_ = temporary_path_.substr(temporary_path_.rfind('/') + 1);
-    check(mkdirat(parent_.get(), temporary_name_.c_str(), folder_mode), "cannot make a folder in " + parent);
-    folder_.reset(openat(parent_.get(), temporary_name_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
-    if (!folder_.valid()) {
-        const int error = errno;
-        unlinkat(parent_.get(), temporary_name_.c_str(), AT_REMOVEDIR);
-        throw system_failure(error, "cannot open a folder in " + parent);
-    }
+    folder_ = make_folder_at(parent_.get(), temporary_name_);
+    check(folder_.valid() ? 0 : -1, "cannot make a folder in " + parent);
 }
 
 NewFolder::~NewFolder() {
     if (!temporary_name_.empty()) {
-        static_cast<void>(remove_tree_at(parent_.get(), temporary_name_));
+        static_cast<void>(remove_contents(folder_.get()));
+        unlinkat(parent_.get(), temporary_name_.c_str(), AT_REMOVEDIR);
     }
 }
 
@@ -141,7 +136,7 @@ void NewFolder::add_copy(const std::string& name, const FileState& state) {
 }
 
 void NewFolder::finish() {
-    flush_folders(parent_.get(), temporary_name_);
+    flush_folders(folder_, temporary_name_);
     if (rename_to_new(parent_.get(), temporary_name_, name_) != 0) {
         throw errno == EEXIST ? Failure(path_ + " exists")
                               : system_failure(errno, "cannot name the new folder " + path_);

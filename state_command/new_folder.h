@@ -1,4 +1,4 @@
-// A folder that appears with all that it holds, or not at all.
+// A new folder that appears with its whole content, or not at all.
 #pragma once
 
 #include <string>
@@ -6,29 +6,29 @@
 #include "platform/posix.h"
 #include "state_command/file_state.h"
 
-// Until its end it has a name of its own beside the one that it is to have, and goes with this object. Every function
-// throws a Failure when that is what comes of it.
+// Until finish is called, the folder has a temporary name in the same parent, and the destructor removes it. Every
+// function throws a Failure when it fails.
 class NewFolder {
   public:
-    // Makes it, with mode 0700. Something that has the name already is a failure.
+    // Makes the folder with mode 0700. Fails when the name exists.
     explicit NewFolder(const std::string& path);
     ~NewFolder();
     NewFolder(const NewFolder&) = delete;
     NewFolder& operator=(const NewFolder&) = delete;
 
-    // Makes a private file in it.
+    // Makes a private file in the folder.
     void add_file(const std::string& name, const std::string& text);
 
-    // Makes a copy with the state of its file, and the folders that are missing above it. What the file system or this
-    // user's rights do not allow the copy to have of owner and attributes, it has not.
+    // Makes a copy of a file with the file's state, and the missing folders above it. Leaves out of owner, mode and
+    // attributes what the file system or this user's rights do not allow.
     void add_copy(const std::string& name, const FileState& state);
 
-    // Flushes it to the disk and gives it its name.
+    // Flushes the folder to the disk and renames it to its final name.
     void finish();
 
   private:
-    std::string path_;  // that it is to have
-    std::string name_;  // the last component
+    std::string path_;  // the final one
+    std::string name_;  // its last component
     std::string temporary_path_;
     std::string temporary_name_;
     Descriptor parent_;

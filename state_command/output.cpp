@@ -6,8 +6,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/hexadecimal.h"
+#include "platform/library/trusted_folder.h"
 #include "platform/standard_streams.h"
+#include "platform/text_encoding.h"
 #include "state_command/failure.h"
 
 namespace {
@@ -15,45 +16,7 @@ namespace {
 // The error number of the first line that could not be printed.
 int output_error = 0;
 
-std::string escape_byte(char byte) {
-    switch (byte) {
-        case '\n':
-            return "\\n";
-        case '\r':
-            return "\\r";
-        case '\t':
-            return "\\t";
-        default:
-            return "\\x" + to_hexadecimal({&byte, 1});
-    }
-}
-
-std::string reason_of(int error) {
-    switch (error) {
-        case EINVAL:  // a device, a FIFO or a socket
-            return "not a file";
-        case error_of_untrusted_link:
-            return "only a link that others can have put leads there";
-        default:
-            return strerror(error);
-    }
-}
-
 }  // namespace
-
-std::string escape(std::string_view text) {
-    std::string escaped;
-    escaped.reserve(text.size());
-    for (const char byte : text) {
-        const auto value = static_cast<unsigned char>(byte);
-        if (value < 32 || value == 127) {
-            escaped += escape_byte(byte);
-        } else {
-            escaped += byte;
-        }
-    }
-    return escaped;
-}
 
 void print_text(std::string_view text) {
     if (output_error == 0 && !write_to_stream(STDOUT_FILENO, text)) {
@@ -62,11 +25,11 @@ void print_text(std::string_view text) {
 }
 
 void print_line(std::string_view line) {
-    print_text(escape(line) + "\n");
+    print_text(escape_controls(line) + "\n");
 }
 
 void complain(std::string_view line) {
-    static_cast<void>(write_to_stream(STDERR_FILENO, "zmlogstate: " + escape(line) + "\n"));
+    static_cast<void>(write_to_stream(STDERR_FILENO, "zmlogstate: " + escape_controls(line) + "\n"));
 }
 
 void finish_output() {
@@ -79,6 +42,17 @@ void add_problem(Problems& problems, const Problem& problem) {
     const auto is_known = [&](const Problem& known) { return known.path == problem.path; };
     if (std::none_of(problems.begin(), problems.end(), is_known)) {
         problems.push_back(problem);
+    }
+}
+
+std::string reason_of(int error) {
+    switch (error) {
+        case EINVAL:  // a device, a FIFO or a socket
+            return "not a file";
+        case platform_library::untrusted_link:
+            return "reached only through a link that other users can change";
+        default:
+            return strerror(error);
     }
 }
 

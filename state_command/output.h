@@ -1,13 +1,9 @@
 // The command's standard streams.
 #pragma once
 
-#include <cerrno>
 #include <string>
 #include <string_view>
 #include <vector>
-
-// Returns the text with every control character written as \n, \r, \t or \xHH.
-[[nodiscard]] std::string escape(std::string_view text);
 
 // Prints one line to standard output, control characters escaped. A failure is reported by finish_output, so that
 // nothing stops half-way because nobody reads.
@@ -31,15 +27,14 @@ struct Problem {
 };
 using Problems = std::vector<Problem>;
 
-// The error number of a file to which only a link leads that others can have put there. Linux uses it for nothing that
-// reads a file.
-inline constexpr int error_of_untrusted_link = EMLINK;
-
 // Notes the problem, once for each path.
 void add_problem(Problems& problems, const Problem& problem);
 
-// Returns what is to be said of it.
+// Returns the message about the problem.
 [[nodiscard]] std::string describe(const Problem& problem);
+
+// Returns the text for an error number of a file.
+[[nodiscard]] std::string reason_of(int error);
 
 // Complains of each.
 void complain_of(const Problems& problems);

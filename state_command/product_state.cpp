@@ -1,40 +1,18 @@
 #include "state_command/product_state.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <climits>
 #include <optional>
-#include <string_view>
 
-#include "platform/posix.h"
+#include "platform/library/trusted_folder.h"
 #include "state_command/changed_files.h"
 #include "state_command/host.h"
 
 namespace {
 
-// Tells whether nobody but root or this user can have put the link there. Folder and link are read relative to one open
-// folder, lest another one takes its place in between.
-bool is_trusted_link(const std::string& path, const std::string& target) {
-    const std::size_t slash = path.rfind('/');
-    const Descriptor folder(open(path.substr(0, slash + 1).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    struct stat state {};
-    if (!folder.valid() || fstat(folder.get(), &state) != 0 || (state.st_uid != 0 && state.st_uid != geteuid()) ||
-        (state.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        return false;
-    }
-    std::array<char, PATH_MAX> text;
-    const ssize_t size = readlinkat(folder.get(), path.substr(slash + 1).c_str(), text.data(), text.size());
-    return size >= 0 && std::string_view(text.data(), static_cast<std::size_t>(size)) == target;
-}
-
-// The names of the files that requests change, and those that they lead to.
+// The files that requests change, and the targets of links among them.
 class Files {
   public:
-    // Adds one that was not read, unless it is known. Returns whether it was added.
+    // Adds a file that was not read, unless the file is known. Returns whether it added the file.
     bool add_unread(const Problem& problem) {
         FileState unread;
         unread.kind = FileState::Kind::unread;
@@ -42,7 +20,7 @@ class Files {
         return files_.emplace(problem.path, unread).second;
     }
 
-    // Adds the name, and while it is a link those that it leads to.
+    // Adds the file, and when it is a link also the link's target.
     void add(std::string path, Problems& problems) {
         while (files_.count(path) == 0) {
             FileState& state = files_[path] = read_file_state(path);
@@ -54,22 +32,21 @@ class Files {
             }
             const std::string folder = path.substr(0, path.rfind('/') + 1);
             const std::optional<std::string> target =
-                place_of(state.text.starts_with('/') ? state.text : folder + state.text);
+                place_of(state.text.starts_with('/') ? state.text : folder + state.text, untrusted_);
             if (!target) {
                 return;
             }
-            if (!is_trusted_link(path, state.text)) {
-                untrusted_.push_back(*target);
+            if (!state.is_trusted) {
+                add_problem(untrusted_, {*target, platform_library::untrusted_link});
                 return;
             }
             path = *target;
         }
     }
 
-    // Returns the files. Those that only untrusted links lead to are among them as unread, and problems.
+    // Returns the files. A file that only untrusted links lead to is unread, and a problem.
     std::map<std::string, FileState> take(Problems& problems) {
-        for (const std::string& target : untrusted_) {
-            const Problem problem = {target, error_of_untrusted_link};
+        for (const Problem& problem : untrusted_) {
             if (add_unread(problem)) {
                 add_problem(problems, problem);
             }
@@ -79,7 +56,7 @@ class Files {
 
   private:
     std::map<std::string, FileState> files_;
-    std::vector<std::string> untrusted_;
+    Problems untrusted_;
 };
 
 }  // namespace
@@ -108,7 +85,7 @@ ProductState read_product_state(Problems& problems) {
     state.time = time_now();
     const std::vector<std::string> paths = changed_files(problems);
     Files files;
-    // A registry that was not read names a file that is not saved.
+    // When the registry cannot be read, the file that it names is not saved.
     for (const Problem& problem : problems) {
         files.add_unread(problem);
     }

@@ -11,6 +11,7 @@
 
 #include "logging_config/settings.h"
 #include "platform/library/put_back.h"
+#include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
 #include "state_command/differences.h"
 #include "state_command/failure.h"
@@ -25,6 +26,15 @@ std::string joined(const std::vector<std::string>& phrases) {
         text += (text.empty() ? "" : "; ") + phrase;
     }
     return text;
+}
+
+std::string reason(int error) {
+    return error == platform_library::untrusted_link ? reason_of(error) : strerror(error);
+}
+
+// Below a log root no link is followed.
+std::string reason_of_directory(int error) {
+    return error == ELOOP ? "its path goes through a link" : reason(error);
 }
 
 // Returns 0 or an error number.
@@ -44,7 +54,7 @@ int put_back(const std::string& path, const FileState& saved) {
 void restore_file(const FileDifference& difference) {
     const int error = put_back(difference.path, difference.saved);
     if (error != 0) {
-        complain("cannot put " + difference.path + " back: " + strerror(error));
+        complain("cannot put " + difference.path + " back: " + reason(error));
         return;
     }
     const bool is_removed = difference.saved.kind == FileState::Kind::missing;
@@ -56,7 +66,7 @@ bool is_root(const std::string& path) {
                        [&](const LogRoot& root) { return path == root.path; });
 }
 
-// Returns the log root that the path is below, or nothing.
+// Returns the log root above the path, or an empty text.
 std::string root_above(const std::string& path) {
     const auto* const root = std::find_if(std::begin(log_roots), std::end(log_roots), [&](const LogRoot& candidate) {
         return path.starts_with(std::string(candidate.path) + "/");
@@ -64,12 +74,10 @@ std::string root_above(const std::string& path) {
     return root == std::end(log_roots) ? "" : root->path;
 }
 
-constexpr int folder_flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-
-// Opens a folder in an open one. Sets errno to ELOOP where a link has the name.
+// Opens a folder in an open one. Sets errno to ELOOP when the name is a link.
 Descriptor open_below(const Descriptor& folder, const std::string& name) {
-    Descriptor below(openat(folder.get(), name.c_str(), folder_flags | O_NOFOLLOW));
-    // Linux reports a link, too, as something that is not a directory.
+    Descriptor below(openat(folder.get(), name.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+    // Linux reports ENOTDIR for a link too.
     if (!below.valid() && errno == ENOTDIR) {
         struct stat state {};
         const bool is_link =
@@ -79,8 +87,8 @@ Descriptor open_below(const Descriptor& folder, const std::string& name) {
     return below;
 }
 
-// Opens the folder that holds the log directory. The path to a log root may have links. Below the root a component's
-// user can own a folder and put a link to anywhere there, so none is followed.
+// Opens the folder that contains the log directory. The path of a log root may have links that no other user can have
+// made. Below the root a component's user can own folders and make links to anywhere, so no link is followed.
 Descriptor open_parent(const std::string& path) {
     const std::size_t last = path.rfind('/');
     const std::string start = is_root(path) ? path.substr(0, last + 1) : root_above(path);
@@ -88,7 +96,7 @@ Descriptor open_parent(const std::string& path) {
         errno = EINVAL;
         return {};
     }
-    Descriptor folder(open(start.c_str(), folder_flags));
+    Descriptor folder = platform_library::open_folder(start).descriptor;
     std::size_t begin = start.size() + 1;
     while (folder.valid() && begin < last) {
         const std::size_t end = path.find('/', begin);
@@ -98,29 +106,37 @@ Descriptor open_parent(const std::string& path) {
     return folder;
 }
 
-std::string reason(int error) {
-    return error == ELOOP ? "its path goes through a link" : strerror(error);
+std::string last_component(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
 }
 
-// Returns 0 or an error number.
-int make_again(const LogDirectory& directory) {
-    const Descriptor parent = open_parent(directory.path);
-    const std::string name = directory.path.substr(directory.path.rfind('/') + 1);
-    constexpr mode_t private_mode = 0700;
-    if (!parent.valid() || mkdirat(parent.get(), name.c_str(), private_mode) != 0) {
-        return errno;
-    }
-    const Descriptor made(openat(parent.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
-    if (!made.valid()) {
-        return errno;
-    }
+// Returns whether that worked; if not, errno says why.
+bool give_owner_and_mode(const Descriptor& made, const LogDirectory& directory) {
     struct stat state {};
     const bool has_owner =
         fstat(made.get(), &state) == 0 && state.st_uid == directory.owner && state.st_gid == directory.group;
-    if (!has_owner && fchown(made.get(), directory.owner, directory.group) != 0) {
+    return (has_owner || fchown(made.get(), directory.owner, directory.group) == 0) &&
+           fchmod(made.get(), directory.mode) == 0;
+}
+
+// Returns 0 or an error number. After an error the directory is missing again, so that the next comparison finds it
+// gone.
+int make_again(const LogDirectory& directory) {
+    const Descriptor parent = open_parent(directory.path);
+    if (!parent.valid()) {
         return errno;
     }
-    return fchmod(made.get(), directory.mode) == 0 ? 0 : errno;
+    const std::string name = last_component(directory.path);
+    const Descriptor made = make_folder_at(parent.get(), name);
+    if (!made.valid()) {
+        return errno;
+    }
+    if (!give_owner_and_mode(made, directory)) {
+        const int error = errno;
+        unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR);
+        return error;
+    }
+    return 0;
 }
 
 bool restore_gone(const LogDirectory& directory) {
@@ -128,12 +144,12 @@ bool restore_gone(const LogDirectory& directory) {
     if (error == 0) {
         print_line(directory.path + ": log directory made again, empty");
     } else {
-        complain("cannot make " + directory.path + " again: " + reason(error));
+        complain("cannot make " + directory.path + " again: " + reason_of_directory(error));
     }
     return error == 0;
 }
 
-// Directories come before those in them, which are not tried where the directory itself could not be made.
+// A directory comes before those in it. Those are not tried when the directory itself could not be made.
 void restore_all_gone(const std::vector<LogDirectory>& gone) {
     std::vector<std::string> failed;
     for (const LogDirectory& directory : gone) {
@@ -150,8 +166,8 @@ void restore_all_gone(const std::vector<LogDirectory>& gone) {
 
 void remove_made(const LogDirectory& directory, const RestoreOptions& options) {
     const Descriptor parent = open_parent(directory.path);
-    const std::string name = directory.path.substr(directory.path.rfind('/') + 1);
-    // A root may hold what is no log directory: the agent's own folders.
+    const std::string name = last_component(directory.path);
+    // A root can contain the agent's own folders, which are not log directories.
     const bool with_contents = options.remove_logs && !is_root(directory.path);
     const int error = !parent.valid() ? errno
                       : with_contents ? remove_tree_at(parent.get(), name)
@@ -161,11 +177,11 @@ void remove_made(const LogDirectory& directory, const RestoreOptions& options) {
     } else if (error == ENOTEMPTY) {
         print_line(directory.path + ": log directory left, it is not empty");
     } else {
-        complain("cannot remove the log directory " + directory.path + ": " + reason(error));
+        complain("cannot remove the log directory " + directory.path + ": " + reason_of_directory(error));
     }
 }
 
-// Those in others go with these; the roots come last, for they are not removed with what they hold.
+// Removing a directory removes those in it too. The roots come last, because they are removed only when they are empty.
 void remove_all_made(const std::vector<LogDirectory>& made, const RestoreOptions& options) {
     std::string last = "\n";
     for (const LogDirectory& directory : made) {
@@ -181,7 +197,7 @@ void remove_all_made(const std::vector<LogDirectory>& made, const RestoreOptions
     }
 }
 
-// What the key-value editor leaves when its rename fails, or when the agent is killed before.
+// The key-value editor leaves such a copy when its rename fails, or when the agent is killed before.
 void report_stale_copies(const ProductState& saved) {
     for (const auto& [path, state] : saved.files) {
         const std::string copy = path + ".new";
@@ -204,7 +220,7 @@ int restore(const ProductState& saved, const RestoreOptions& options) {
     report_stale_copies(saved);
     print_line(std::string(category::kob) + ":" + connection_broker::name +
                ": not put back, the level is not known: only the tool " + connection_broker::tool + " knows it");
-    // What has been changed by others meanwhile, or could not be put back, differs still.
+    // A file can differ still, because it could not be put back or another process has changed it in the meantime.
     const Differences left = find_differences(saved);
     complain_of(left.problems);
     if (!left.empty()) {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+#include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
 #include "state_command/failure.h"
 #include "state_command/log_directories.h"
@@ -18,17 +19,15 @@
 
 namespace {
 
-// A stranger's folder may say anything, and what it says would be done by this user.
+// A restore does as root what the folder and its manifest say, so no other user may have a say in them.
 void check_owner(const std::string& path, const struct stat& state) {
-    if (state.st_uid != 0 && state.st_uid != geteuid()) {
-        throw Failure(path + " belongs to another user");
-    }
-    if ((state.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        throw Failure(path + " can be written by others");
+    if (!platform_library::is_trusted(state)) {
+        const bool has_owner = state.st_uid == 0 || state.st_uid == geteuid();
+        throw Failure(path + (has_owner ? " can be written by others" : " belongs to another user"));
     }
 }
 
-Descriptor open_folder(const std::string& folder) {
+Descriptor open_saved(const std::string& folder) {
     Descriptor file(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat state {};
     if (!file.valid() || fstat(file.get(), &state) != 0) {
@@ -38,23 +37,34 @@ Descriptor open_folder(const std::string& folder) {
     return file;
 }
 
-std::string read_member(int folder, const std::string& name, const std::string& shown) {
-    const Descriptor file(openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+// A member of a saved state.
+struct Member {
+    std::string text;
     struct stat state {};
-    if (!file.valid() || fstat(file.get(), &state) != 0) {
+};
+
+Member read_member(int folder, const std::string& name, const std::string& shown) {
+    const Descriptor file(openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    Member member;
+    if (!file.valid() || fstat(file.get(), &member.state) != 0) {
         throw system_failure(errno, shown + " is not a whole saved state: cannot read " + name);
     }
-    if (!S_ISREG(state.st_mode)) {
+    if (!S_ISREG(member.state.st_mode)) {
         throw Failure(shown + " is not a whole saved state: " + name + " is not a file");
     }
-    std::string text;
-    if (!read_all(file.get(), text)) {
+    if (!read_all(file.get(), member.text, most_bytes_of_file)) {
         throw system_failure(errno, "cannot read " + shown + "/" + name);
     }
-    return text;
+    return member;
 }
 
-// A folder in a log root is a log directory, which a restore of an earlier state would remove.
+std::string read_manifest(int folder, const std::string& shown) {
+    Member manifest = read_member(folder, saved::manifest, shown);
+    check_owner(shown + "/" + saved::manifest, manifest.state);
+    return std::move(manifest.text);
+}
+
+// Returns whether the new folder would be a log directory. A restore of an earlier state would remove it.
 bool would_be_log_directory(const std::string& folder) {
     const std::size_t end = folder.find_last_not_of('/');
     const std::size_t slash = folder.rfind('/', end);
@@ -66,14 +76,14 @@ bool would_be_log_directory(const std::string& folder) {
 }  // namespace
 
 ProductState read_saved_state(const std::string& folder) {
-    const Descriptor open = open_folder(folder);
-    std::optional<Manifest> manifest = decode_manifest(read_member(open.get(), saved::manifest, folder));
+    const Descriptor open = open_saved(folder);
+    std::optional<Manifest> manifest = decode_manifest(read_manifest(open.get(), folder));
     if (!manifest) {
         throw Failure(folder + " is not a whole saved state: its manifest is damaged");
     }
     for (const auto& [path, copy] : manifest->copies) {
         std::string& text = manifest->state.files[path].text;
-        text = read_member(open.get(), saved::copies + path, folder);
+        text = read_member(open.get(), saved::copies + path, folder).text;
         if (text.size() != copy.size || sha256(text) != copy.digest) {
             throw Failure(folder + " is not a whole saved state: the copy of " + path + " is damaged");
         }

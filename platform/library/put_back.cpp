@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "platform/library/safe_rewrite.h"
+#include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
 
 // Every step returns 0 or an error number.
@@ -19,21 +20,28 @@ int error_of(int result) {
     return result == 0 ? 0 : errno;
 }
 
-// A name in its folder, which is held open and whose lock is held.
+// A name in an open folder, with the lock of the name.
 class LockedName {
   public:
     int acquire(const std::string& path) {
         const std::size_t slash = path.rfind('/');
         name_ = path.substr(slash + 1);
-        // Not a rewrite's own name, which a crash here would leave taken, with a mode and owner that no rewrite knows.
+        // Not the name that a rewrite uses: a crash would leave a file there that no rewrite removes.
         new_name_ = "." + name_ + ".put";
-        folder_.reset(open(path.substr(0, slash + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        return folder_.valid() ? lock_name(path, lock_) : errno;
+        const OpenFolder found = open_folder(path.substr(0, slash + 1));
+        if (!found.descriptor.valid()) {
+            return errno;
+        }
+        folder_.reset(openat(found.descriptor.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!folder_.valid()) {
+            return errno;
+        }
+        lock_ = lock_name(folder_.get(), name_);
+        return lock_.valid() ? 0 : errno;
     }
 
-    // Lets `make` make something under a new name, which then takes the place of whatever has the name. The lock makes
-    // a fixed name safe, and a fixed name lets the next one clear away what a crash left. `owner` is the user that a
-    // crash can have left it with.
+    // Calls `make`, which creates a file or link under the new name, and renames that over the name. The lock makes a
+    // fixed new name safe. A fixed name lets the next restore remove what a crash left, which can belong to `owner`.
     int replace(uid_t owner, const std::function<int(int folder, const char* new_name)>& make) {
         if (const int error = remove_leftover(owner)) {
             return error;
@@ -57,7 +65,7 @@ class LockedName {
     }
 
   private:
-    // EEXIST says that something which was not made here has the new name; it is left.
+    // Returns EEXIST, and removes nothing, when the new name is taken by a file that no restore made.
     [[nodiscard]] int remove_leftover(uid_t owner) const {
         struct stat state {};
         if (fstatat(folder_.get(), new_name_.c_str(), &state, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -76,7 +84,7 @@ class LockedName {
     Descriptor lock_;
 };
 
-// The owner first: changing it can clear bits of the mode and attributes.
+// The owner comes first, because changing it can clear bits of the mode and attributes.
 int give_state(int file, const WholeFile& wanted) {
     struct stat state {};
     if (fstat(file, &state) != 0) {

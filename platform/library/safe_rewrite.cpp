@@ -31,7 +31,7 @@ int resolve(const std::string& path, std::string& target) {
     return 0;
 }
 
-// A file about to be replaced: its folder, its name in there, what it holds.
+// A file that is to be replaced.
 class Replacement {
   public:
     explicit Replacement(const std::string& path)
@@ -42,7 +42,7 @@ class Replacement {
         if (const int error = open_folder()) {
             return error;
         }
-        // Non-blocking: whatever has the name, opening it must not wait for another process.
+        // Non-blocking: if the name is a FIFO, opening it must not wait for another process.
         old_.reset(openat(folder_.get(), name_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
         if (!old_.valid() || fstat(old_.get(), &old_state_) != 0) {
             return errno;
@@ -54,7 +54,7 @@ class Replacement {
     }
 
     int replace(const std::string& text) {
-        // Before anything is written: a change in a folder that cannot be flushed is not safe.
+        // Checked before anything is written, because a change is not safe in a folder that cannot be flushed.
         if (flush_error_ != 0) {
             return flush_error_;
         }
@@ -74,7 +74,7 @@ class Replacement {
     }
 
   private:
-    // A folder that may not be read cannot be flushed, but a text that stays as it is needs no flush.
+    // A folder that cannot be read cannot be flushed either. Only a change of the text needs the flush.
     int open_folder() {
         folder_.reset(open(folder_path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!folder_.valid()) {
@@ -84,8 +84,8 @@ class Replacement {
         return folder_.valid() ? 0 : errno;
     }
 
-    // The lock makes a fixed name safe, and a fixed name lets the next rewrite clear away what a crash left. EEXIST
-    // means that something else has the name, and nothing but that: the status texts rely on it.
+    // The lock makes a fixed name safe. A fixed name lets the next rewrite remove what a crash left. EEXIST only ever
+    // means that the name is taken by another file: the status texts rely on it.
     int create_new(Descriptor& file) const {
         file = open_new();
         if (!file.valid() && errno == EEXIST) {
@@ -113,7 +113,7 @@ class Replacement {
         return unlinkat(folder_.get(), new_name_.c_str(), 0) == 0 ? 0 : errno;
     }
 
-    // Whether a rewrite can have made it: a private file, which may already have got the owner or the mode.
+    // Returns whether a rewrite can have made the file: a private file, or one that already has the old owner or mode.
     [[nodiscard]] bool is_leftover(const struct stat& state) const {
         const mode_t permissions = state.st_mode & ACCESSPERMS;
         const bool has_mode = permissions == private_mode || permissions == (old_state_.st_mode & ACCESSPERMS);
@@ -131,7 +131,7 @@ class Replacement {
         return fsync(file) == 0 ? 0 : errno;
     }
 
-    // The owner first: changing it can clear bits of the mode and attributes.
+    // The owner comes first, because changing it can clear bits of the mode and attributes.
     int take_over_state(int file) const {
         struct stat state {};
         if (fstat(file, &state) != 0) {
@@ -149,7 +149,7 @@ class Replacement {
 
     std::string folder_path_;
     std::string name_;
-    std::string new_name_ = "." + name_ + ".new";  // nothing that a user would keep a draft under
+    std::string new_name_ = "." + name_ + ".new";  // hidden: no name that a user gives a draft
     Descriptor folder_;
     int flush_error_ = 0;  // why the folder cannot be flushed
     Descriptor old_;
@@ -161,18 +161,18 @@ int replace_edited(Replacement& replacement, const std::string& old_text, const 
     return new_text ? replacement.replace(*new_text) : 0;
 }
 
-// Two names may lead to one file, so the file that a link leads to is locked under its own name too.
+// Locks the target under its own name too, because several names can lead to one file.
 int rewrite_link_target(const std::string& path, const Edit& edit) {
     std::string target;
     if (const int error = resolve(path, target)) {
         return error;
     }
     if (target == path) {
-        return ELOOP;  // no link any more, and its name is locked already
+        return ELOOP;  // the link is gone, and the name is already locked
     }
-    Descriptor lock;
-    if (const int error = lock_name(target, lock)) {
-        return error;
+    const Descriptor lock = lock_name(AT_FDCWD, target);
+    if (!lock.valid()) {
+        return errno;
     }
     Replacement replacement(target);
     std::string old_text;
@@ -182,24 +182,21 @@ int rewrite_link_target(const std::string& path, const Edit& edit) {
 
 }  // namespace
 
-int lock_name(const std::string& path, Descriptor& lock) {
-    const std::string name = path + ".lock";
-    lock.reset(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, private_mode));
-    if (!lock.valid()) {
-        return errno;
-    }
-    while (flock(lock.get(), LOCK_EX) != 0) {
+Descriptor lock_name(int folder, const std::string& name) {
+    constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
+    Descriptor lock(openat(folder, (name + ".lock").c_str(), flags, private_mode));
+    while (lock.valid() && flock(lock.get(), LOCK_EX) != 0) {
         if (errno != EINTR) {
-            return errno;
+            lock.reset();
         }
     }
-    return 0;
+    return lock;
 }
 
 int rewrite_file(const std::string& path, const Edit& edit) {
-    Descriptor lock;
-    if (const int error = lock_name(path, lock)) {
-        return error;
+    const Descriptor lock = lock_name(AT_FDCWD, path);
+    if (!lock.valid()) {
+        return errno;
     }
     Replacement replacement(path);
     std::string old_text;

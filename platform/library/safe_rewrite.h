@@ -22,8 +22,9 @@ using Edit = std::function<std::optional<std::string>(const std::string& old_tex
 // stays.
 [[nodiscard]] int rewrite_file(const std::string& path, const Edit& edit);
 
-// Waits for the lock that rewrite_file takes on `path`, and takes it. Closing `lock` releases it. Returns 0 or an error
-// number.
-[[nodiscard]] int lock_name(const std::string& path, Descriptor& lock);
+// Waits for the lock that rewrite_file takes on a file, and takes it. Closing the descriptor releases it. A `name` that
+// is not absolute is relative to the open folder, or to the working directory for AT_FDCWD. On failure the descriptor
+// is not valid and errno says why.
+[[nodiscard]] Descriptor lock_name(int folder, const std::string& name);
 
 }  // namespace platform_library

@@ -46,6 +46,16 @@ TEST(IsUtf8, AgreesWithTheJsonLibrary) {
     }
 }
 
+TEST(EscapeControls, EscapesCharactersThatATerminalActsOn) {
+    EXPECT_EQ(escape_controls("a\n\r\t\x1b\x7f\0b"s), "a\\n\\r\\t\\x1b\\x7f\\x00b");
+    EXPECT_EQ(escape_controls("\xc2\x80 \xc2\x9f \x80\x9f"), "\\xc2\\x80 \\xc2\\x9f \\x80\\x9f");
+}
+
+TEST(EscapeControls, DoesNotChangeOtherBytes) {
+    const std::string text = "a \\ \xc2\xa0 \xc3\x9f \xe2\x82\xac \xa0\xff";
+    EXPECT_EQ(escape_controls(text), text);
+}
+
 TEST(Base64, PadsToWholeGroups) {
     EXPECT_EQ(base64(""), "");
     EXPECT_EQ(base64("f"), "Zg==");

@@ -122,6 +122,7 @@ TEST(Manifest, IsNotOneWithALineThatIsNotUnderstood) {
                                      start + "directory /a x 0 0\n",
                                      start + "directory relative 0755 0 0\n",
                                      start + "missing /a/../b\n",
+                                     start + "missing /a\\x00b\n",
                                      start + "unread-directory /a\n"}) {
         EXPECT_FALSE(decode_manifest(signed_text(lines))) << lines;
     }

@@ -96,14 +96,14 @@ TEST_F(Save, DoesNotFollowALinkThatOthersCanHavePut) {
         const CommandRun run = run_command({"save", folder_});
         EXPECT_EQ(run.exit_status, 2);
         EXPECT_EQ(run.errors,
-                  "zmlogstate: cannot read /opt/secret: only a link that others can have put leads there\n");
+                  "zmlogstate: cannot read /opt/secret: reached only through a link that other users can change\n");
         EXPECT_FALSE(exists(copy_of("/opt/secret")));
         EXPECT_THAT(lines_of(read_file(folder_ + "/manifest")),
                     Contains("link " + volume_manager_file + " /opt/secret"));
         write_file("/opt/secret", "changed\n");
         const CommandRun restore = run_command({"restore", folder_});
         EXPECT_EQ(restore.exit_status, 2);
-        EXPECT_THAT(restore.errors, HasSubstr("/opt/secret was not saved: only a link"));
+        EXPECT_THAT(restore.errors, HasSubstr("/opt/secret was not saved: reached only through a link"));
         EXPECT_EQ(read_file("/opt/secret"), "changed\n");
         remove_tree(folder_);
     }

@@ -1,0 +1,121 @@
+// Folders that are made and removed where another user can change names at any moment.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "state_command/failure.h"
+#include "state_command/new_folder.h"
+#include "state_command/tree.h"
+#include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+// What another user does as soon as a folder has been made.
+std::function<void(const std::string& name)> after_making;
+
+}  // namespace
+
+// Takes the C library's place.
+extern "C" int mkdirat(int parent, const char* name, mode_t mode) {
+    const long result = syscall(SYS_mkdirat, parent, name, mode);
+    if (after_making) {
+        const std::function<void(const std::string&)> action = std::exchange(after_making, nullptr);
+        action(name);
+    }
+    return static_cast<int>(result);
+}
+
+class FolderTree : public testing::Test {
+  protected:
+    ~FolderTree() override { after_making = nullptr; }
+
+    // Another user moves the new folder away, and something else to its name.
+    void swap_for(const std::string& other) {
+        after_making = [this, other](const std::string& name) {
+            ASSERT_EQ(rename(folder_.path(name).c_str(), folder_.path("moved").c_str()), 0);
+            ASSERT_EQ(rename(folder_.path(other).c_str(), folder_.path(name).c_str()), 0);
+        };
+    }
+
+    ScratchFolder folder_;
+    Descriptor parent_{open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+};
+
+TEST_F(FolderTree, MakesAPrivateFolder) {
+    const Descriptor made = make_folder_at(parent_.get(), "new");
+    ASSERT_TRUE(made.valid());
+    EXPECT_EQ(mode_of(folder_.path("new")), 0700U);
+}
+
+TEST_F(FolderTree, OpensNoFolderThatHoldsSomethingInThePlaceOfTheNewOne) {
+    write_file(folder_.path("other/file"), "");
+    set_mode(folder_.path("other"), 0700);
+    swap_for("other");
+    EXPECT_FALSE(make_folder_at(parent_.get(), "new").valid());
+    EXPECT_EQ(errno, EPERM);
+}
+
+TEST_F(FolderTree, OpensNoFolderThatOthersCanReadInThePlaceOfTheNewOne) {
+    make_folder(folder_.path("other"));
+    swap_for("other");
+    EXPECT_FALSE(make_folder_at(parent_.get(), "new").valid());
+}
+
+TEST_F(FolderTree, OpensNoFolderOfAnotherUserInThePlaceOfTheNewOne) {
+    if (!namespace_has_several_users()) {
+        GTEST_SKIP() << "no other user";
+    }
+    make_folder(folder_.path("other"));
+    set_mode(folder_.path("other"), 0700);
+    ASSERT_EQ(chown(folder_.path("other").c_str(), 1234, 1234), 0);
+    swap_for("other");
+    EXPECT_FALSE(make_folder_at(parent_.get(), "new").valid());
+}
+
+TEST_F(FolderTree, FollowsNoLinkInThePlaceOfTheNewFolder) {
+    make_folder(folder_.path("target"));
+    set_mode(folder_.path("target"), 0700);
+    make_link("target", folder_.path("other"));
+    swap_for("other");
+    EXPECT_FALSE(make_folder_at(parent_.get(), "new").valid());
+}
+
+// A save whose folder has been swapped writes nothing into the other one, and removes nothing of it.
+TEST_F(FolderTree, OfASaveIsNotTheFolderThatAnotherUserHasPutInItsPlace) {
+    write_file(folder_.path("other/manifest"), "of an earlier save");
+    set_mode(folder_.path("other"), 0700);
+    swap_for("other");
+    EXPECT_THROW(NewFolder(folder_.path("case")), Failure);
+    EXPECT_THAT(names_in(folder_.path("moved")), ElementsAre());
+    const std::vector<std::string> names = names_in(folder_.path());
+    ASSERT_THAT(names, ElementsAre(testing::StartsWith(".zmlogstate-"), "moved"));
+    EXPECT_EQ(read_file(folder_.path(names[0] + "/manifest")), "of an earlier save");
+}
+
+// An unfinished save removes what it has made, wherever another user has moved it, and nothing else.
+TEST_F(FolderTree, OfASaveRemovesOnlyItsOwnFiles) {
+    write_file(folder_.path("other/manifest"), "of an earlier save");
+    {
+        NewFolder made(folder_.path("case"));
+        made.add_file("manifest", "text");
+        const std::vector<std::string> names = names_in(folder_.path());
+        ASSERT_THAT(names, ElementsAre(testing::StartsWith(".zmlogstate-"), "other"));
+        ASSERT_EQ(rename(folder_.path(names[0]).c_str(), folder_.path("moved").c_str()), 0);
+        ASSERT_EQ(rename(folder_.path("other").c_str(), folder_.path(names[0]).c_str()), 0);
+    }
+    EXPECT_THAT(names_in(folder_.path("moved")), ElementsAre());
+    const std::vector<std::string> names = names_in(folder_.path());
+    ASSERT_THAT(names, ElementsAre(testing::StartsWith(".zmlogstate-"), "moved"));
+    EXPECT_EQ(read_file(folder_.path(names[0] + "/manifest")), "of an earlier save");
+}
