@@ -1,4 +1,4 @@
-// How a saved state and the present one differ.
+// The differences between a saved state and the present one.
 #pragma once
 
 #include <string>
@@ -14,19 +14,19 @@ struct FileDifference {
 
 struct Differences {
     std::vector<FileDifference> files;
-    std::vector<LogDirectory> made;  // log directories, since the save; a directory before those in it
-    std::vector<LogDirectory> gone;
-    // Files and folders that could not be read, now or at the save: nothing is known of their differences.
+    std::vector<LogDirectory> made;  // log directories made since the save; a directory comes before those in it
+    std::vector<LogDirectory> gone;  // since the save
+    // Files and folders that could not be read, now or at the save. Their differences are not known.
     Problems problems;
 
     [[nodiscard]] bool empty() const { return files.empty() && made.empty() && gone.empty(); }
 };
 
-// Compares with the present state of this host.
+// Compares the saved state with the present state of this host.
 [[nodiscard]] Differences find_differences(const ProductState& saved);
 
-// Says in short what differs, each in a phrase of its own, as "mode 0640, now 0644". The text is "content".
+// Returns a phrase for each thing that differs, such as "mode 0640, now 0644". The phrase for the text is "content".
 [[nodiscard]] std::vector<std::string> describe(const FileDifference& difference);
 
-// Prints the differences from the state that was saved, and returns the exit status.
+// Prints the differences from the saved state, and returns the exit status.
 int print_differences(const ProductState& saved);

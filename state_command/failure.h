@@ -7,13 +7,13 @@
 
 #include "state_command/exit_status.h"
 
-// Ends the command with exit_status::failed and its text on standard error.
+// Ends the command with exit_status::failed. The command prints the text to standard error.
 class Failure : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-// The failure of a system call: what was to be done, and why it could not be.
+// Returns the failure for the error number of a system call. `what` says what the command could not do.
 inline Failure system_failure(int error, const std::string& what) {
     return Failure(what + ": " + strerror(error));
 }

@@ -1,10 +1,10 @@
-// Where and when this is.
+// The name of this host and the time.
 #pragma once
 
 #include <string>
 
-// Throws a Failure when the system does not say.
+// Returns the name of this host. Throws a Failure when the system does not give one.
 [[nodiscard]] std::string host_name();
 
-// Returns the time as RFC 3339 has it, UTC, in seconds.
+// Returns the time in the form of RFC 3339, in UTC and whole seconds.
 [[nodiscard]] std::string time_now();

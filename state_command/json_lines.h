@@ -1,4 +1,4 @@
-// JSON, one object a line, in ASCII.
+// The JSON output: one object a line, in ASCII.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 #include "state_command/output.h"
 #include "state_command/settings_in_force.h"
 
-// Print one object each: the first one, which says where and when this is; a setting; what could not be read; the
-// command's own failure.
+// Each of these prints one object: the first one, with the host and the time; a setting; a file that could not be read;
+// the command's own failure.
 void print_json_header();
 void print_json(const Setting& setting);
 void print_json(const Problem& problem);

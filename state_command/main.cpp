@@ -61,8 +61,8 @@ int carry_out(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    signal(SIGPIPE, SIG_IGN);  // output that nobody reads is a failed write
-    signal(SIGXFSZ, SIG_IGN);  // and so is a file that may not grow
+    signal(SIGPIPE, SIG_IGN);  // a write to a closed pipe is then an error
+    signal(SIGXFSZ, SIG_IGN);  // and so is a write beyond the file size limit
     umask(S_IRWXG | S_IRWXO);
     try {
         occupy_standard_descriptors();

@@ -96,7 +96,7 @@ bool parse_octal(const std::string& text, mode_t& mode) {
     return error == std::errc() && rest == text.data() + text.size() && value <= ALLPERMS;
 }
 
-// Takes a manifest line by line. Each taker returns whether the line is as it has to be.
+// Takes a manifest line by line. Each function returns whether the line is valid.
 class Decoder {
   public:
     bool take(const Fields& fields) {
@@ -192,7 +192,7 @@ std::optional<Fields> split_fields(std::string_view line) {
     }
 }
 
-// Returns the text before the last line where that is the digest of it.
+// Returns the text before the last line, or nothing when the last line is not its digest.
 std::optional<std::string_view> without_digest(std::string_view text) {
     const std::size_t end = text.rfind('\n', text.empty() ? 0 : text.size() - 2);
     if (end == std::string_view::npos) {

@@ -1,5 +1,5 @@
-// The manifest of a saved state: text, one thing a line, its fields apart by one blank, its last line a digest of all
-// others. Bytes up to 32, 127 and backslashes in names are written \xHH.
+// The manifest of a saved state. It is a text with one item a line and one blank between fields. The last line is a
+// digest of all other lines. In fields, backslashes and the bytes 0 to 32 and 127 are written as \xHH.
 #pragma once
 
 #include <optional>
@@ -8,10 +8,10 @@
 
 #include "state_command/product_state.h"
 
-// Returns the text. A file's own text is not in it, but its size and digest.
+// Returns the manifest's text. It has the size and the digest of each file, and not the file's own text.
 [[nodiscard]] std::string encode_manifest(const ProductState& state);
 
-// What a manifest says of the copy of a file.
+// The manifest's entry for the copy of a file.
 struct CopyOf {
     std::size_t size = 0;
     std::string digest;
@@ -22,5 +22,5 @@ struct Manifest {
     std::map<std::string, CopyOf> copies;  // by the file's path
 };
 
-// Returns nothing for what is not a whole manifest, to the letter.
+// Returns the manifest, or nothing for a text that is not exactly a whole manifest.
 [[nodiscard]] std::optional<Manifest> decode_manifest(std::string_view text);

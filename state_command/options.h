@@ -11,8 +11,8 @@ enum class Action { show, save, diff, restore, show_help, show_version };
 
 struct Options {
     Action action = Action::show_help;
-    std::vector<std::string> categories;  // of show
-    std::string folder;                   // of the others
+    std::vector<std::string> categories;  // for show
+    std::string folder;                   // for save, diff and restore
     bool all = false;
     bool json = false;
     bool force = false;

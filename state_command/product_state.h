@@ -1,4 +1,4 @@
-// All that the logging requests change, at one moment.
+// The state of everything that logging requests change.
 #pragma once
 
 #include <map>
@@ -13,16 +13,16 @@ struct ProductState {
     std::string host;
     std::string time;
     std::map<std::string, FileState> files;               // by path
-    std::map<std::string, LogDirectory> log_directories;  // by path; the roots are among them
-    std::map<std::string, int> unread_directories;        // and the error number
+    std::map<std::string, LogDirectory> log_directories;  // by path, with the roots
+    std::map<std::string, int> unread_directories;        // error numbers by path
 };
 
-// Reads the state of this host. Where a link has a file's name, the name that it leads to is a file as well. Each file
-// or directory that cannot be read is among them as such, and a problem.
+// Reads the state of this host. For a file that is a link, the state also has the link's target. A file or directory
+// that cannot be read is in the state as unread, and is a problem.
 [[nodiscard]] ProductState read_product_state(Problems& problems);
 
 // Reads only the log directories.
 void read_log_directories(ProductState& state, Problems& problems);
 
-// Tells whether nothing is known of the directory, because it or one above it could not be read.
+// Returns whether nothing is known about the directory, because it or one above it could not be read.
 [[nodiscard]] bool is_unread(const ProductState& state, const std::string& path);

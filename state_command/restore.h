@@ -1,4 +1,4 @@
-// Puts a saved state back.
+// Restores a saved state.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 #include "state_command/product_state.h"
 
 struct RestoreOptions {
-    bool remove_logs = false;  // log directories made since go with what they hold
+    bool remove_logs = false;  // remove log directories made since the save even when they are not empty
 };
 
-// Puts back what differs, says what it did and what it could not do, and returns the exit status.
+// Restores everything that differs. Prints what it did, and complains of what it could not do. Returns the exit status.
 int restore(const ProductState& saved, const RestoreOptions& options);

@@ -1,20 +1,21 @@
-// A saved state in its folder: the manifest, and the copies of the files below "files", each with the path of its file.
+// A saved state in a folder. The folder has the manifest and, below "files", a copy of each file at the file's path.
 #pragma once
 
 #include <string>
 
 #include "state_command/product_state.h"
 
-// Where things are in the folder.
+// Names in the folder.
 namespace saved {
 inline constexpr const char* manifest = "manifest";
 inline constexpr const char* copies = "files";
 }  // namespace saved
 
-// Reads the state, the texts of the files with it. Throws a Failure where the folder, its manifest or a copy is
-// missing, not whole, or another user's than root's and this process's, or where others can write into the folder.
+// Reads the state with the texts of the files. Throws a Failure when the folder, its manifest or a copy is missing or
+// not whole. Throws one too when the folder or its manifest belongs to neither root nor this process's user, or when
+// others can write it.
 [[nodiscard]] ProductState read_saved_state(const std::string& folder);
 
-// Saves the state in a new folder, which appears with all that it holds or not at all. Throws a Failure where something
-// has its name or it cannot be made whole.
+// Saves the state in a new folder, which appears with its whole content or not at all. Throws a Failure when the name
+// exists or anything cannot be written.
 void write_saved_state(const ProductState& state, const std::string& folder);

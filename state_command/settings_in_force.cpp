@@ -18,7 +18,7 @@ namespace {
 
 using Settings = std::vector<Setting>;
 
-// Names of those whose name in a request only labels the line of the answer.
+// Names that only label the response line: any other name in a request would set the same setting.
 namespace label {
 constexpr const char* component = "spoold";
 constexpr const char* recovery_server = "hlt";
@@ -26,12 +26,12 @@ constexpr const char* store_container = "skyhold";
 constexpr const char* authorization = "az";
 }  // namespace label
 
-// Values end at commas in a request, and a zero byte ends its argument.
+// In a request a comma ends a value, and a zero byte ends the argument.
 bool fits_request(std::string_view text) {
     return text.find_first_of(std::string_view(",\0", 2)) == std::string_view::npos;
 }
 
-// For settings that a request sets to any value.
+// Returns a setting that a request can set to any value.
 Setting settable(std::string category, std::string name, std::string value, std::string file) {
     Setting setting{std::move(category), std::move(name), std::move(value), std::move(file)};
     if (fits_request(setting.name) && fits_request(*setting.value)) {
@@ -48,8 +48,8 @@ std::string_view without_line_end(std::string_view line) {
     return line.ends_with('\r') ? line.substr(0, line.size() - 1) : line;
 }
 
-// The values of the lines that the key-value editor takes for the active setting: those that contain key and separator
-// anywhere, and no "#" at all. Each value once.
+// Returns the values of the lines that the key-value editor treats as the active setting, each value once. These lines
+// contain the key and the separator anywhere, and no "#".
 std::vector<std::string> active_values(std::string_view text, const setting::KeyValue& place) {
     const std::string match = std::string(place.key) + place.separator;
     std::vector<std::string> values;
@@ -90,7 +90,7 @@ struct StoreEntry {
     std::string_view value;
 };
 
-// Returns the entry of a line of a store, or nothing for a line that is none.
+// Returns the entry in a line of a store, or nothing for any other line.
 std::optional<StoreEntry> parse_store_line(std::string_view line) {
     const std::size_t dot = line.find('.');
     const std::size_t equals = line.find('=');
@@ -108,7 +108,7 @@ std::optional<StoreEntry> parse_store_line(std::string_view line) {
 Setting setting_of(const char* category, const StoreEntry& entry, const std::string& file) {
     const std::string originator(entry.originator);
     if (entry.kind != debug_level) {
-        // No request sets only the diagnostic level, nor sets it to anything but 6.
+        // A request sets the diagnostic level only together with the debug level, and only to 6.
         return {category, originator + "." + std::string(entry.kind), std::string(entry.value), file};
     }
     Setting setting = settable(category, originator, std::string(entry.value), file);
@@ -118,8 +118,8 @@ Setting setting_of(const char* category, const StoreEntry& entry, const std::str
     return setting;
 }
 
-// The first entry of each kind holds. The diagnostic levels come first: whoever sends a request the lines of all
-// levels, of which it takes none to be a diagnostic one, ends with the right debug levels.
+// The first entry of each kind is active. The diagnostic levels come first. A request reads their names as originators
+// and sets those debug levels; a user who sends all lines back then still ends with the right debug levels.
 void add_store(Settings& settings, const char* category, int product, Problems& problems) {
     const std::string file = product_files::logging_store(product);
     const std::string text = read_text(file, problems).value_or("");
@@ -139,7 +139,7 @@ void add_store(Settings& settings, const char* category, int product, Problems& 
     }
 }
 
-// ZMLOGDIR takes a mode, which it ignores; MMLOGDIR takes all of its value for the name.
+// A value of ZMLOGDIR can have a mode, which the request ignores. A value of MMLOGDIR is the whole name.
 void add_log_directories(Settings& settings, const LogRoot& root, Problems& problems) {
     const bool takes_mode = std::string_view(root.category) == category::zmlogdir;
     for (const LogDirectory& directory : list_log_directories(root, problems)) {
@@ -154,7 +154,7 @@ void add_log_directories(Settings& settings, const LogRoot& root, Problems& prob
     }
 }
 
-// The first line of a key holds, whatever the case of its letters.
+// The first line of a key is active. The case of a key's letters does not matter.
 void add_main_configuration(Settings& settings, Problems& problems) {
     const std::string file = product_files::main_configuration;
     const std::string text = read_text(file, problems).value_or("");
@@ -168,7 +168,7 @@ void add_main_configuration(Settings& settings, Problems& problems) {
         const bool is_verbosity = key == main_key::verbose || key.ends_with(main_key::verbose_suffix);
         if (is_verbosity && seen.insert(key).second) {
             Setting setting = settable(category::qrconf, std::string(entry->key), std::string(entry->value), file);
-            // Other levels are refused, and -1 means to reset.
+            // A request rejects values that are not numbers, and -1 resets the verbosity.
             const auto level = platform_library::parse_int32(entry->value);
             if (!level || *level == -1) {
                 setting.request.clear();
@@ -185,7 +185,7 @@ void add_main_configuration(Settings& settings, Problems& problems) {
     std::for_each(main_key::structure_members.begin(), main_key::structure_members.end(), add_missing);
 }
 
-// A value is written with a suffix that requests leave out. Without it no request has written the value.
+// A request adds a suffix to the value. So no request can set a value without the suffix.
 void add_component(Settings& settings, const char* name, const std::string& file, Problems& problems) {
     const setting::KeyValue place = {file.c_str(), deduplication::key, deduplication::separator};
     Settings found;
@@ -209,7 +209,7 @@ void add_components(Settings& settings, Problems& problems) {
     }
 }
 
-// A request always sets the level, so the level comes last.
+// Every request sets the level, so the level comes last.
 void add_plugin(Settings& settings, Problems& problems) {
     add_key_value(settings, category::rkplugin, setting::plugin_log.key, setting::plugin_log, Sets::beside_another,
                   problems);
@@ -247,7 +247,7 @@ void add_authorization(Settings& settings, Problems& problems) {
     add_key_value(settings, category::holkaz, label::authorization, setting::authorization, Sets::by_request, problems);
 }
 
-// The volume manager looks for a line of the keyword and nothing else.
+// The volume manager looks for a line that is exactly the keyword.
 void add_volume_manager(Settings& settings, Problems& problems) {
     const setting::KeyValue& place = setting::volume_manager;
     const std::string text = read_text(place.file, problems).value_or("");
@@ -263,7 +263,7 @@ struct Category {
     void (*add_settings)(Settings& settings, Problems& problems);
 };
 
-// In the order of the requests' own table.
+// In the order of the requests' table.
 constexpr std::array categories = {
     Category{category::zmktul,
              [](Settings& settings, Problems& problems) {

@@ -1,4 +1,4 @@
-// The settings that a logging request can change, as they are now.
+// The present values of the settings that logging requests change.
 #pragma once
 
 #include <optional>
@@ -11,16 +11,16 @@
 struct Setting {
     std::string category;
     std::string name;
-    std::optional<std::string> value;  // none: not set
+    std::optional<std::string> value;  // nothing when it is not set
     std::string file;
-    // The argument of a logging request that sets just this; empty where none does.
+    // The argument of a logging request that sets this setting and nothing else; empty where there is none.
     std::string request = {};
-    bool is_known = true;  // false: only the component itself knows
+    bool is_known = true;  // false when only the component itself knows the value
 };
 
-// Tells whether there is such a category.
+// Returns whether there is a category of this name.
 [[nodiscard]] bool is_category(std::string_view name);
 
-// Reads the settings of the categories, or of all when none are named, in the order of the categories' table. Those
-// that are known and not set are among them.
+// Returns the settings of the named categories, or of all when none are named, in the order of the categories' table.
+// Includes known settings that are not set.
 [[nodiscard]] std::vector<Setting> read_settings(const std::vector<std::string>& wanted, Problems& problems);

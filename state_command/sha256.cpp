@@ -80,7 +80,7 @@ std::string sha256(std::string_view bytes) {
     for (; bytes.size() >= block_size; bytes.remove_prefix(block_size)) {
         add_block(state, bytes);
     }
-    // A one bit, zeros up to the last eight bytes of a block, and there the length.
+    // Padding: a one bit, zeros up to the last eight bytes of a block, and the length in those.
     std::string rest(bytes);
     rest += '\x80';
     while (rest.size() % block_size != block_size - sizeof bits) {

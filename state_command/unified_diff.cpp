@@ -7,7 +7,7 @@ namespace {
 
 using Lines = std::vector<std::string_view>;
 
-// Lines keep their newline, so that a last line without one is another line.
+// Lines keep their newlines, so that a last line without newline differs from one with it.
 Lines split(std::string_view text) {
     Lines lines;
     while (!text.empty()) {
@@ -19,15 +19,15 @@ Lines split(std::string_view text) {
     return lines;
 }
 
-// What becomes of a line: it stays, or is one of the old text's or of the new text's.
+// One line of the difference: a line of both texts, of the old text or of the new text.
 struct Step {
     char mark;  // ' ', '-' or '+'
     std::string_view line;
 };
 using Steps = std::vector<Step>;
 
-// A shortest way from the old lines to the new ones (Myers' greedy algorithm). Its memory grows with the square of the
-// number of changed lines, so beyond a bound all lines are replaced.
+// Finds a shortest list of steps from the old lines to the new ones (Myers' greedy algorithm). Its memory grows with
+// the square of the number of changed lines. When there are more changes than `bound`, it replaces all lines.
 class ShortestWay {
   public:
     ShortestWay(const Lines& from, const Lines& to)
@@ -56,12 +56,13 @@ class ShortestWay {
     std::string_view from_at(std::ptrdiff_t x) const { return from_[static_cast<std::size_t>(x)]; }
     std::string_view to_at(std::ptrdiff_t y) const { return to_[static_cast<std::size_t>(y)]; }
 
-    // How far diagonal k (x - y) was reached with d changes; -d to d.
+    // Returns the largest x that d changes reach on diagonal k, which is x - y and goes from -d to d.
     std::ptrdiff_t reached(std::ptrdiff_t d, std::ptrdiff_t k) const {
         return k < -d || k > d ? -1 : furthest_[static_cast<std::size_t>(d)][static_cast<std::size_t>(k + d)];
     }
 
-    // Whether the d-th change on diagonal k is a line of the new text, and not one of the old text.
+    // Returns whether the d-th change on diagonal k adds a line of the new text. Otherwise it removes one of the old
+    // text.
     bool comes_from_above(std::ptrdiff_t d, std::ptrdiff_t k) const {
         return k == -d || (k != d && reached(d - 1, k - 1) < reached(d - 1, k + 1));
     }
@@ -91,7 +92,7 @@ class ShortestWay {
         return -1;
     }
 
-    // Goes back to the end of d - 1 changes, and appends what was passed, last step first.
+    // Goes back to the point that d - 1 changes reach, and appends the steps on the way, the last step first.
     void step_back(std::ptrdiff_t d, std::ptrdiff_t& x, std::ptrdiff_t& y, Steps& way) const {
         const std::ptrdiff_t k = x - y;
         const std::ptrdiff_t start = start_of(d, k);
@@ -120,7 +121,7 @@ class ShortestWay {
     std::vector<std::vector<std::ptrdiff_t>> furthest_;
 };
 
-// What both texts begin and end with stays, and is not searched.
+// Leaves the lines at the start and at the end that both texts share out of the search.
 Steps steps_between(const Lines& from, const Lines& to) {
     const auto begin = std::mismatch(from.begin(), from.end(), to.begin(), to.end());
     const auto common = begin.first - from.begin();
@@ -132,7 +133,8 @@ Steps steps_between(const Lines& from, const Lines& to) {
     return steps;
 }
 
-// One side's place of a hunk: "first,count", where a count of 1 is left out and an empty side names the line before it.
+// Returns the range of one side of a hunk: "first,count", or "first" for a count of 1. An empty side has the number of
+// the line before it.
 std::string range(std::size_t lines_before, std::size_t count) {
     const std::size_t first = count == 0 ? lines_before : lines_before + 1;
     return count == 1 ? std::to_string(first) : std::to_string(first) + "," + std::to_string(count);
@@ -169,7 +171,7 @@ std::vector<std::string> unified_diff(std::string_view from, std::string_view to
         if (change == steps.end()) {
             return out;
         }
-        // Up to the first change that more than twice the context keeps from the next one.
+        // A hunk ends at a change that has more than twice the context between it and the next one.
         const auto start = change - std::min(context, change - done);
         auto end = change;
         for (auto next = change; next != steps.end() && next - end <= 2 * context;
