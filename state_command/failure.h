@@ -1,4 +1,4 @@
-// What ends the command, and what it only complains about.
+// The failures that end the command.
 #pragma once
 
 #include <cstring>
