@@ -31,7 +31,7 @@ int resolve(const std::string& path, std::string& target) {
     return 0;
 }
 
-// A file that is to be replaced.
+// Replaces a file in its folder.
 class Replacement {
   public:
     explicit Replacement(const std::string& path)
