@@ -1,4 +1,4 @@
-// What zmlogstate diff says.
+// The output of zmlogstate diff.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -23,13 +23,13 @@ class Diff : public StateTest {
     }
 };
 
-TEST_F(Diff, SaysNothingWhenNothingDiffers) {
+TEST_F(Diff, PrintsNothingWithoutDifferences) {
     const CommandRun run = run_command({"diff", folder_});
     expect_status(run, 0);
     EXPECT_EQ(run.output, "");
 }
 
-TEST_F(Diff, TakesTimesForNoDifference) {
+TEST_F(Diff, IgnoresTimes) {
     write_file(store, read_file(store));
     expect_status(run_command({"diff", folder_}), 0);
 }
@@ -45,7 +45,7 @@ TEST_F(Diff, ShowsAnEndWithoutNewline) {
     EXPECT_THAT(differences(), testing::Contains("\\ No newline at end of file"));
 }
 
-TEST_F(Diff, DoesNotShowWhatIsNoText) {
+TEST_F(Diff, DoesNotShowBytesThatAreNotText) {
     using namespace std::string_literals;
     write_file(store, "a\0b"s);
     EXPECT_THAT(differences(), ElementsAre(store + ": content is not text, and differs (40 bytes, now 3)"));
@@ -75,7 +75,7 @@ TEST_F(Diff, NamesModeAndAttributes) {
                     storage_file + ": attribute user.other new", main_configuration + ": attribute user.empty gone"));
 }
 
-TEST_F(Diff, NamesFilesThatHaveComeOrGoneOrBecomeLinks) {
+TEST_F(Diff, NamesFilesThatWereMadeOrRemovedOrBecameLinks) {
     remove_tree(store);
     remove_tree(console_file);
     make_link("/nowhere", console_file);
@@ -83,7 +83,7 @@ TEST_F(Diff, NamesFilesThatHaveComeOrGoneOrBecomeLinks) {
                 ElementsAre(console_file + ": a file, now a link to /nowhere", store + ": a file, now missing"));
 }
 
-TEST_F(Diff, NamesLogDirectoriesThatHaveComeOrGone) {
+TEST_F(Diff, NamesLogDirectoriesThatWereMadeOrRemoved) {
     make_folder(logs_folder + "/new/below");
     make_folder(logs_folder + "/zmlogadmagent");
     make_folder("/usr/kumel/volmgr/debug");
@@ -121,7 +121,7 @@ TEST_F(Diff, ReportsOutputThatCannotBeWritten) {
     EXPECT_THAT(run.errors, HasSubstr("No space left on device"));
 }
 
-TEST_F(Diff, SaysNothingOfWhatIsBelowADirectoryThatWasNotRead) {
+TEST_F(Diff, SkipsWhatIsBelowADirectoryThatWasNotRead) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Takes the schema's file and one of objects, one a line.
+// Arguments: the file of the schema, and a file with one object in each line.
 constexpr const char* validate = R"(import json, sys, jsonschema
 schema = json.load(open(sys.argv[1]))
 jsonschema.Draft202012Validator.check_schema(schema)

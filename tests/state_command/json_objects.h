@@ -1,4 +1,4 @@
-// JSON output, each object of which has to be as the schema wants it.
+// JSON output. The schema must accept every object.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -7,5 +7,6 @@
 
 using Object = nlohmann::json;
 
-// Returns the objects, one a line. The test fails unless all are ASCII and valid by docs/zmlogstate.schema.json.
+// Returns the objects, one from each line. The test fails unless all are ASCII and valid by
+// docs/zmlogstate.schema.json.
 [[nodiscard]] std::vector<Object> objects_of(const std::string& output);

@@ -30,14 +30,14 @@ ProductState sample() {
     return state;
 }
 
-// A manifest of these lines, with the digest that belongs to them.
+// Returns a manifest of these lines with their digest.
 std::string signed_text(const std::string& lines) {
     return lines + "end " + sha256(lines) + "\n";
 }
 
 }  // namespace
 
-TEST(Sha256, IsWhatTheStandardSaysOfItsExamples) {
+TEST(Sha256, MatchesTheExamplesOfTheStandard) {
     EXPECT_EQ(sha256(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
     EXPECT_EQ(sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
     EXPECT_EQ(sha256("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
@@ -48,7 +48,7 @@ TEST(Sha256, IsWhatTheStandardSaysOfItsExamples) {
     EXPECT_EQ(sha256(std::string(1000000, 'a')), "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
 }
 
-// Around the ends of a block, as sha256sum prints them.
+// Lengths around the end of a block. The digests are from sha256sum.
 TEST(Sha256, PadsTextsOfEveryLength) {
     EXPECT_EQ(sha256(std::string(55, 'x')), "d5e285683cd4efc02d021a5c62014694958901005d6f71e89e0989fac77e4072");
     EXPECT_EQ(sha256(std::string(56, 'x')), "04c26261370ee7541549d16dee320c723e3fd14671e66a099afe0a377c16888e");
@@ -56,7 +56,7 @@ TEST(Sha256, PadsTextsOfEveryLength) {
     EXPECT_EQ(sha256(std::string(64, 'x')), "7ce100971f64e7001e8fe5a51973ecdfe1ced42befe7ee8d5fd6219506b5393c");
 }
 
-TEST(Manifest, ComesBackAsItWas) {
+TEST(Manifest, IsReadBackUnchanged) {
     const std::optional<Manifest> manifest = decode_manifest(encode_manifest(sample()));
     ASSERT_TRUE(manifest);
     EXPECT_EQ(manifest->state.host, "a host");
@@ -80,7 +80,7 @@ TEST(Manifest, ComesBackAsItWas) {
     EXPECT_EQ(manifest->state.unread_directories, expected.unread_directories);
 }
 
-TEST(Manifest, IsNotOneWithoutItsDigest) {
+TEST(Manifest, IsRejectedWithoutItsDigest) {
     const std::string text = encode_manifest(sample());
     for (std::size_t i = 0; i != text.size(); ++i) {
         std::string changed = text;
@@ -90,7 +90,7 @@ TEST(Manifest, IsNotOneWithoutItsDigest) {
     }
 }
 
-TEST(Manifest, IsNotOneWithALineThatIsNotUnderstood) {
+TEST(Manifest, IsRejectedWithAnUnknownLine) {
     const std::string start = "zmlogstate 1\n";
     const std::string file = "file /a 0644 0 0 1.0 4 digest\n";
     EXPECT_TRUE(decode_manifest(signed_text(start + file)));

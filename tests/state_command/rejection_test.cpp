@@ -1,4 +1,4 @@
-// What zmlogstate refuses before it changes anything.
+// Saved states and arguments that zmlogstate rejects before it changes anything.
 #include <gmock/gmock.h>
 #include <sched.h>
 #include <unistd.h>
@@ -11,15 +11,15 @@
 
 using testing::HasSubstr;
 
-class Refusal : public StateTest {
+class Rejection : public StateTest {
   protected:
-    Refusal() {
+    Rejection() {
         save();
         raise_all_logging();
     }
 
-    // Expects that neither diff nor restore takes the folder as it is, and that nothing is changed.
-    void expect_refusal(const std::string& reason, const std::string& folder) const {
+    // Expects that diff and restore reject the folder, and that nothing changes.
+    void expect_rejection(const std::string& reason, const std::string& folder) const {
         const Snapshot before = take_whole_snapshot();
         for (const Arguments& arguments : {Arguments{"diff", folder}, Arguments{"restore", folder},
                                            Arguments{"restore", "--force", "--remove-logs", folder}}) {
@@ -30,23 +30,23 @@ class Refusal : public StateTest {
         }
         EXPECT_EQ(take_whole_snapshot(), before);
     }
-    void expect_refusal(const std::string& reason) const { expect_refusal(reason, folder_); }
+    void expect_rejection(const std::string& reason) const { expect_rejection(reason, folder_); }
 
     const std::string manifest_ = folder_ + "/manifest";
 };
 
-TEST_F(Refusal, OfAFolderThatIsNotThereOrIsNone) {
-    expect_refusal("No such file or directory", "/tmp/other");
+TEST_F(Rejection, OfAMissingFolderOrAFile) {
+    expect_rejection("No such file or directory", "/tmp/other");
     write_file("/tmp/file", "");
-    expect_refusal("Not a directory", "/tmp/file");
+    expect_rejection("Not a directory", "/tmp/file");
 }
 
-TEST_F(Refusal, OfAFolderWithoutManifest) {
+TEST_F(Rejection, OfAFolderWithoutManifest) {
     remove_tree(manifest_);
-    expect_refusal("is not a whole saved state");
+    expect_rejection("is not a whole saved state");
 }
 
-TEST_F(Refusal, OfAManifestThatIsCutAnywhere) {
+TEST_F(Rejection, OfACutManifest) {
     const std::string text = read_file(manifest_);
     const Snapshot before = take_whole_snapshot();
     for (std::size_t size = 0; size < text.size(); size += 17) {
@@ -56,49 +56,49 @@ TEST_F(Refusal, OfAManifestThatIsCutAnywhere) {
     EXPECT_EQ(take_whole_snapshot(), before);
 }
 
-TEST_F(Refusal, OfAManifestThatSaysAnythingElse) {
+TEST_F(Rejection, OfAChangedManifest) {
     const std::string text = read_file(manifest_);
     for (const std::string& other : {text + "\n", text + text, " " + text, text.substr(1),
                                      std::string(text).replace(text.find("0640"), 4, "0666")}) {
         write_file(manifest_, other);
-        expect_refusal("its manifest is damaged");
+        expect_rejection("its manifest is damaged");
     }
 }
 
-TEST_F(Refusal, OfCopiesThatAreMissingOrChanged) {
+TEST_F(Rejection, OfMissingOrChangedCopies) {
     const std::string copy = folder_ + "/files" + store;
     const std::string text = read_file(copy);
     for (const std::string& other : {text + "x", text.substr(1), std::string(text).replace(3, 1, "x"), std::string()}) {
         write_file(copy, other);
-        expect_refusal("the copy of " + store + " is damaged");
+        expect_rejection("the copy of " + store + " is damaged");
     }
     remove_tree(copy);
-    expect_refusal("is not a whole saved state");
+    expect_rejection("is not a whole saved state");
     make_link(store, copy);
-    expect_refusal("is not a whole saved state");
+    expect_rejection("is not a whole saved state");
     remove_tree(copy);
     make_folder(copy);
-    expect_refusal("is not a whole saved state");
+    expect_rejection("is not a whole saved state");
 }
 
-TEST_F(Refusal, OfAStrangersFolder) {
+TEST_F(Rejection, OfAFolderOfAnotherUser) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }
     give_away(folder_);
-    expect_refusal("belongs to another user");
+    expect_rejection("belongs to another user");
 }
 
-TEST_F(Refusal, OfAFolderThatOthersCanWrite) {
+TEST_F(Rejection, OfAFolderThatOthersCanWrite) {
     for (const unsigned mode : {0720U, 0702U}) {
         set_mode(folder_, mode);
-        expect_refusal("can be written by others");
+        expect_rejection("can be written by others");
     }
     set_mode(folder_, 0755);
     EXPECT_EQ(run_command({"diff", folder_}).exit_status, 1);
 }
 
-TEST_F(Refusal, OfAnotherHostsFolderUnlessForced) {
+TEST_F(Rejection, OfAnotherHostsFolderUnlessForced) {
     const Snapshot before = take_whole_snapshot();
     const auto on_another_host = [] {
         ASSERT_EQ(unshare(CLONE_NEWUTS), 0);
@@ -117,7 +117,7 @@ struct WrongArguments {
     const char* reason;
 };
 
-TEST_F(Refusal, OfWrongArguments) {
+TEST_F(Rejection, OfWrongArguments) {
     const Snapshot before = take_whole_snapshot();
     for (const auto& [arguments, reason] :
          {WrongArguments{{}, "a command is missing"},
@@ -138,7 +138,7 @@ TEST_F(Refusal, OfWrongArguments) {
     EXPECT_THAT(names_in("/tmp"), testing::ElementsAre("case"));
 }
 
-TEST_F(Refusal, IsNotTheAnswerToQuestionsAboutTheCommand) {
+TEST_F(Rejection, DoesNotApplyToHelpAndVersion) {
     for (const char* option : {"-h", "--help"}) {
         const CommandRun run = run_command({"restore", option});
         expect_status(run, 0);

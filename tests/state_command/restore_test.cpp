@@ -1,4 +1,4 @@
-// What zmlogstate restore puts back.
+// zmlogstate restore: what it restores, and what it leaves.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/file.h>
@@ -18,7 +18,7 @@ using testing::HasSubstr;
 
 namespace {
 
-// Waits until the kernel lists a process among those that wait for the lock.
+// Waits until the kernel lists a process that waits for the lock.
 void await_waiter(const Descriptor& lock) {
     struct stat state {};
     ASSERT_EQ(fstat(lock.get(), &state), 0);
@@ -35,7 +35,7 @@ class Restore : public StateTest {
         return run_command(Arguments{"restore"} + options + Arguments{folder_});
     }
 
-    // Starts to restore, swaps a folder for a link once restore has looked for differences, and lets it go on.
+    // Starts a restore, swaps a folder for a link after the restore has looked for differences, and lets it continue.
     CommandRun restore_while_swapping(const std::string& folder, const std::string& target,
                                       const Arguments& options = {}) const {
         const Descriptor lock(open((store + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
@@ -49,7 +49,7 @@ class Restore : public StateTest {
         return waiting.finish();
     }
 
-    // Restores, and expects that all is then as the snapshot says.
+    // Restores, and expects the state of the snapshot.
     void expect_restored(const Snapshot& before) const {
         expect_status(restore(), 0);
         EXPECT_EQ(take_snapshot(), before);
@@ -59,7 +59,7 @@ class Restore : public StateTest {
     }
 };
 
-TEST_F(Restore, PutsEverythingBackAfterAllCategoriesWereRaised) {
+TEST_F(Restore, RestoresEverythingAfterARequestForAllCategories) {
     const Snapshot before = take_snapshot();
     save();
     raise_all_logging();
@@ -67,7 +67,7 @@ TEST_F(Restore, PutsEverythingBackAfterAllCategoriesWereRaised) {
     expect_restored(before);
 }
 
-TEST_F(Restore, PutsEverythingBackOnAHostWithLoggingAlreadyOn) {
+TEST_F(Restore, RestoresEverythingOnAHostWithLoggingAlreadyOn) {
     raise_all_logging();
     set_mode(plugin_file, 0640);
     give_away(console_file);
@@ -78,7 +78,7 @@ TEST_F(Restore, PutsEverythingBackOnAHostWithLoggingAlreadyOn) {
     expect_restored(before);
 }
 
-TEST_F(Restore, SaysWhatItDidAndDoesNothingTheNextTime) {
+TEST_F(Restore, ReportsItsChangesAndDoesNothingTheNextTime) {
     save();
     write_file(store, "changed\n");
     set_mode(store, 0600);
@@ -98,7 +98,7 @@ TEST_F(Restore, SaysWhatItDidAndDoesNothingTheNextTime) {
     EXPECT_EQ(after_second.st_ino, after_first.st_ino);
 }
 
-TEST_F(Restore, PutsBackModeOwnerAndAttributesAlone) {
+TEST_F(Restore, RestoresOnlyModeOwnerAndAttributes) {
     const Snapshot before = take_snapshot();
     save();
     set_mode(store, 0600);
@@ -109,7 +109,7 @@ TEST_F(Restore, PutsBackModeOwnerAndAttributesAlone) {
     expect_restored(before);
 }
 
-TEST_F(Restore, MakesFilesThatAreMissingAndRemovesThoseThatWereNotThere) {
+TEST_F(Restore, MakesMissingFilesAndRemovesNewOnes) {
     remove_tree(container_file);
     const Snapshot before = take_snapshot();
     save();
@@ -119,7 +119,7 @@ TEST_F(Restore, MakesFilesThatAreMissingAndRemovesThoseThatWereNotThere) {
     expect_restored(before);
 }
 
-TEST_F(Restore, PutsLinksBackAndWhatTheyLeadTo) {
+TEST_F(Restore, RestoresLinksAndTheirTargets) {
     for (const std::string& path : {main_configuration, console_file}) {
         const std::string target = "/usr/kumel/real" + path.substr(path.rfind('/'));
         write_file(target, read_file(path));
@@ -129,11 +129,11 @@ TEST_F(Restore, PutsLinksBackAndWhatTheyLeadTo) {
     const Snapshot before = take_snapshot();
     save();
     raise_all_logging();
-    EXPECT_NE(take_snapshot().at(console_file).kind, "link");  // that is how key-value files are edited
+    EXPECT_NE(take_snapshot().at(console_file).kind, "link");  // editing a key-value file replaces a link
     expect_restored(before);
 }
 
-TEST_F(Restore, LeavesALogDirectoryThatIsNotEmptyUnlessItsLogsMayGo) {
+TEST_F(Restore, LeavesALogDirectoryWithLogsUnlessTheyMayBeRemoved) {
     const Snapshot before = take_snapshot();
     save();
     write_file(logs_folder + "/jobd/below/log", "kept");
@@ -162,7 +162,7 @@ TEST_F(Restore, NeverRemovesTheAgentsOwnFoldersNorOldLogDirectories) {
     EXPECT_TRUE(exists(logs_folder + "/zmlogadmagent"));
 }
 
-TEST_F(Restore, NeverRemovesARootWithWhatItHolds) {
+TEST_F(Restore, NeverRemovesALogRootWithItsFiles) {
     save();
     write_file("/usr/kumel/volmgr/debug/file", "kept");
     make_folder("/usr/kumel/volmgr/debug/robots");
@@ -171,7 +171,7 @@ TEST_F(Restore, NeverRemovesARootWithWhatItHolds) {
     EXPECT_FALSE(exists("/usr/kumel/volmgr/debug/robots"));
 }
 
-TEST_F(Restore, MakesLogDirectoriesAgainThatAreGone) {
+TEST_F(Restore, MakesRemovedLogDirectoriesAgain) {
     make_folder(logs_folder + "/jobd/below");
     set_mode(logs_folder + "/jobd", 01770);
     give_away(logs_folder + "/jobd");
@@ -181,7 +181,7 @@ TEST_F(Restore, MakesLogDirectoriesAgainThatAreGone) {
     expect_restored(before);
 }
 
-TEST_F(Restore, MakesNoLogDirectoryWhereALinkLeads) {
+TEST_F(Restore, MakesNoLogDirectoryThroughALink) {
     const std::string path = logs_folder + "/app/x";
     make_folder(path + "/below/deeper");
     save();
@@ -197,7 +197,7 @@ TEST_F(Restore, MakesNoLogDirectoryWhereALinkLeads) {
     EXPECT_THAT(names_in("/tmp/elsewhere"), ElementsAre());
 }
 
-TEST_F(Restore, MakesNoLogDirectoryThroughALinkThatComesMeanwhile) {
+TEST_F(Restore, MakesNoLogDirectoryThroughALinkMadeMeanwhile) {
     make_folder(logs_folder + "/app/x/below");
     save();
     remove_tree(logs_folder + "/app/x/below");
@@ -209,7 +209,7 @@ TEST_F(Restore, MakesNoLogDirectoryThroughALinkThatComesMeanwhile) {
     EXPECT_THAT(names_in("/tmp/elsewhere"), ElementsAre());
 }
 
-TEST_F(Restore, RemovesNothingThroughALinkThatComesMeanwhile) {
+TEST_F(Restore, RemovesNothingThroughALinkMadeMeanwhile) {
     make_folder(logs_folder + "/app/x");
     save();
     make_folder(logs_folder + "/app/x/new");
@@ -232,7 +232,7 @@ TEST_F(Restore, FollowsALinkThatIsTheLogRoot) {
     EXPECT_THAT(names_in("/usr/kumel/disk/jobd"), ElementsAre("below"));
 }
 
-TEST_F(Restore, TellsOfAStaleCopyAndLeavesIt) {
+TEST_F(Restore, ReportsAStaleCopyAndLeavesIt) {
     save();
     write_file(volume_manager_file + ".new", "half of i");
     const CommandRun run = restore();
@@ -241,7 +241,7 @@ TEST_F(Restore, TellsOfAStaleCopyAndLeavesIt) {
     EXPECT_EQ(read_file(volume_manager_file + ".new"), "half of i");
 }
 
-TEST_F(Restore, PutsTheOthersBackWhereOneCannotBe) {
+TEST_F(Restore, RestoresTheOthersWhenOneFails) {
     save();
     write_file(store, "changed\n");
     remove_tree("/usr/kumel/java");
@@ -259,7 +259,7 @@ TEST_F(Restore, ReplacesNoFolder) {
     EXPECT_TRUE(exists(store + "/x"));
 }
 
-TEST_F(Restore, GoesOnWhereNobodyReadsWhatItSays) {
+TEST_F(Restore, ContinuesWhenNobodyReadsItsOutput) {
     const Snapshot before = take_snapshot();
     save();
     raise_all_logging();
@@ -267,7 +267,7 @@ TEST_F(Restore, GoesOnWhereNobodyReadsWhatItSays) {
     EXPECT_EQ(take_snapshot(), before);
 }
 
-TEST_F(Restore, OfTwoAtOnceBothEndWithEverythingBack) {
+TEST_F(Restore, RunsTwiceAtOnceAndRestoresEverything) {
     const Snapshot before = take_snapshot();
     save();
     for (int round = 0; round != 5; ++round) {
@@ -295,8 +295,8 @@ TEST_F(Restore, WaitsForARewriteThatHoldsTheLock) {
     EXPECT_EQ(take_snapshot(), before);
 }
 
-// Whoever is last, every file is whole: what nobody changes is in it.
-TEST_F(Restore, AgainstARunningRequestLosesNothingHalfWay) {
+// Whichever ends last, every file is whole and has its unchanged lines.
+TEST_F(Restore, LeavesWholeFilesDuringARunningRequest) {
     const Snapshot before = take_snapshot();
     save();
     for (int round = 0; round != 10; ++round) {

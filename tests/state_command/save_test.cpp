@@ -1,4 +1,4 @@
-// What zmlogstate save leaves.
+// zmlogstate save: what it saves, and when it fails.
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -52,7 +52,7 @@ TEST_F(Save, CopiesFilesWithContentModeOwnerTimesAndAttributes) {
     EXPECT_EQ(mode_of(folder_), 0700U);
 }
 
-TEST_F(Save, SaysWhereAndWhenAndWhatWasThereAndThatTheBrokersLevelIsNotKnown) {
+TEST_F(Save, RecordsHostTimeAndFilesAndThatTheBrokersLevelIsUnknown) {
     remove_tree(container_file);
     make_folder(logs_folder + "/jobd");
     save();
@@ -75,7 +75,7 @@ TEST_F(Save, ChangesNothingOutsideItsFolder) {
     EXPECT_THAT(names_in("/tmp"), ElementsAre("case"));
 }
 
-TEST_F(Save, FollowsLinksAndSavesWhatTheyLeadToUnderItsOwnName) {
+TEST_F(Save, FollowsLinksAndSavesTargetsUnderTheirOwnNames) {
     make_folder("/usr/kumel/real");
     write_file("/usr/kumel/real/qr.conf", "SERVER = localhost\n");
     remove_tree(main_configuration);
@@ -86,7 +86,7 @@ TEST_F(Save, FollowsLinksAndSavesWhatTheyLeadToUnderItsOwnName) {
                 Contains("link " + main_configuration + " ../real/./qr.conf"));
 }
 
-TEST_F(Save, DoesNotFollowALinkThatOthersCanHavePut) {
+TEST_F(Save, DoesNotFollowALinkThatOthersCanMake) {
     const std::string folder = "/usr/kumel/volmgr";
     write_file("/opt/secret", "secret\n");
     remove_tree(volume_manager_file);
@@ -109,7 +109,7 @@ TEST_F(Save, DoesNotFollowALinkThatOthersCanHavePut) {
     }
 }
 
-TEST_F(Save, DoesNotFollowALinkInAStrangersFolder) {
+TEST_F(Save, DoesNotFollowALinkInAFolderOfAnotherUser) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }
@@ -121,7 +121,7 @@ TEST_F(Save, DoesNotFollowALinkInAStrangersFolder) {
     EXPECT_FALSE(exists(copy_of("/opt/secret")));
 }
 
-TEST_F(Save, SavesAFileOfItsOwnAlsoWhereAnUntrustedLinkLeadsThere) {
+TEST_F(Save, SavesAFileOnItsOwnDespiteAnUntrustedLinkToIt) {
     remove_tree(store);
     make_link(main_configuration, store);
     set_mode("/usr/kumel/ktul", 0777);
@@ -129,7 +129,7 @@ TEST_F(Save, SavesAFileOfItsOwnAlsoWhereAnUntrustedLinkLeadsThere) {
     EXPECT_EQ(read_file(copy_of(main_configuration)), read_file(main_configuration));
 }
 
-TEST_F(Save, IsRefusedWhereSomethingHasTheName) {
+TEST_F(Save, FailsWhenTheNameIsTaken) {
     make_folder(folder_);
     EXPECT_EQ(run_command({"save", folder_}).exit_status, 255);
     EXPECT_EQ(run_command({"save", folder_ + "/"}).exit_status, 255);
@@ -140,14 +140,14 @@ TEST_F(Save, IsRefusedWhereSomethingHasTheName) {
     EXPECT_THAT(names_in(folder_), ElementsAre());
 }
 
-TEST_F(Save, IsRefusedWithinALogRootWhereTheFolderWouldBeALogDirectory) {
+TEST_F(Save, FailsInALogRootWhereTheFolderWouldBeALogDirectory) {
     EXPECT_EQ(run_command({"save", logs_folder + "/case"}).exit_status, 255);
     EXPECT_THAT(names_in(logs_folder), ElementsAre());
     make_folder(logs_folder + "/zmlaevidence");
     expect_status(run_command({"save", logs_folder + "/zmlaevidence/case"}), 0);
 }
 
-TEST_F(Save, TakesARelativeNameAndOneWithASlashAtItsEnd) {
+TEST_F(Save, AcceptsARelativeNameAndATrailingSlash) {
     expect_status(run_command({"save", "case/"}, [] { ASSERT_EQ(chdir("/tmp"), 0); }), 0);
     expect_status(run_command({"diff", "case"}, [] { ASSERT_EQ(chdir("/tmp"), 0); }), 0);
 }
@@ -164,7 +164,7 @@ TEST_F(Save, NamesAFileThatItCannotReadAndSavesTheOthers) {
     EXPECT_EQ(run.exit_status, 2);
     EXPECT_EQ(run.errors, "zmlogstate: cannot read " + console_file + ": Is a directory\n");
     EXPECT_TRUE(exists(copy_of(store)));
-    // So neither says that nothing differs.
+    // So neither command reports that nothing differs.
     const CommandRun diff = run_command({"diff", folder_});
     EXPECT_EQ(diff.exit_status, 2);
     EXPECT_EQ(diff.errors, "zmlogstate: " + console_file + " was not saved: Is a directory\n");
@@ -172,7 +172,7 @@ TEST_F(Save, NamesAFileThatItCannotReadAndSavesTheOthers) {
     EXPECT_EQ(run_command({"restore", folder_}).exit_status, 2);
 }
 
-TEST_F(Save, SaysThatItDoesNotKnowTheFileOfARegistryThatItCannotRead) {
+TEST_F(Save, ReportsThatItCannotReadTheRegistry) {
     remove_tree("/etc/rkregistry.cfg");
     make_folder("/etc/rkregistry.cfg");
     EXPECT_EQ(run_command({"save", folder_}).exit_status, 2);
@@ -181,7 +181,7 @@ TEST_F(Save, SaysThatItDoesNotKnowTheFileOfARegistryThatItCannotRead) {
     EXPECT_EQ(diff.errors, "zmlogstate: /etc/rkregistry.cfg was not saved: Is a directory\n");
 }
 
-TEST_F(Save, NamesWhatIsNoFile) {
+TEST_F(Save, NamesWhatIsNotAFile) {
     remove_tree(console_file);
     ASSERT_EQ(mkfifo(console_file.c_str(), 0600), 0);
     EXPECT_EQ(run_command({"save", folder_}).errors, "zmlogstate: cannot read " + console_file + ": not a file\n");
@@ -212,7 +212,7 @@ TEST_F(Save, WritesNoFileToAStandardDescriptorThatIsClosed) {
     expect_status(run_command({"diff", folder_}), 0);
 }
 
-TEST_F(Save, OfTwoAtOnceLeavesOneThatIsWhole) {
+TEST_F(Save, RunsTwiceAtOnceAndLeavesOneWholeState) {
     Command one({"save", folder_});
     Command other({"save", folder_});
     const std::vector<int> statuses = {one.finish().exit_status, other.finish().exit_status};

@@ -1,4 +1,4 @@
-// What zmlogstate says is on.
+// The settings that zmlogstate show prints.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -47,7 +47,7 @@ TEST_F(Show, NamesActiveSettingsInTheOrderOfTheCategories) {
                                        "HOLKAZ:az=\"1\" /usr/kumel/zembrath/sec/az/bin/HOLKaz.conf"));
 }
 
-TEST_F(Show, NamesEverythingThatAllRequestsHaveRaised) {
+TEST_F(Show, NamesEverythingAfterARequestForAllCategories) {
     raise_all_logging();
     const std::vector<std::string> lines = shown({});
     for (const char* line : {"ZMKTUL:111=6 /usr/kumel/ktul/51216.conf",
@@ -76,8 +76,8 @@ TEST_F(Show, NamesEverythingThatAllRequestsHaveRaised) {
     EXPECT_THAT(lines, Not(Contains(HasSubstr("KOB:"))));
 }
 
-// What is shown can be sent: on an installation where nothing is set it sets the same again.
-TEST_F(Show, ShowsWhatARequestWouldTake) {
+// A request with the shown settings sets them on another installation.
+TEST_F(Show, ShowsSettingsInTheFormOfARequest) {
     raise_all_logging();
     const std::vector<std::string> raised = shown({});
     make_installation();
@@ -89,12 +89,12 @@ TEST_F(Show, ShowsWhatARequestWouldTake) {
     EXPECT_THAT(shown({}), testing::UnorderedElementsAreArray(raised));
 }
 
-TEST_F(Show, OfCategoriesShowsThese) {
+TEST_F(Show, ShowsOnlyTheGivenCategories) {
     EXPECT_THAT(shown({"HOLKAZ", "CORVID"}), ElementsAre("CORVID:zmwqf=2 /usr/kumel/lib/stg-plugins/wqf.conf",
                                                          "HOLKAZ:az=\"1\" /usr/kumel/zembrath/sec/az/bin/HOLKaz.conf"));
 }
 
-TEST_F(Show, WithAllNamesWhatIsKnownAndNotSetAndThatTheBrokersLevelIsNotKnown) {
+TEST_F(Show, WithAllNamesUnsetSettingsAndThatTheBrokersLevelIsUnknown) {
     const std::vector<std::string> lines = shown({"--all"});
     for (const char* line :
          {"QRCONF:VERBOSE=- /usr/kumel/zembrath/qr.conf", "QRCONF:TAPEMGR_VERBOSE=- /usr/kumel/zembrath/qr.conf",
@@ -107,7 +107,7 @@ TEST_F(Show, WithAllNamesWhatIsKnownAndNotSetAndThatTheBrokersLevelIsNotKnown) {
     EXPECT_THAT(lines, Not(Contains("QRCONF:JOBD_VERBOSE=- /usr/kumel/zembrath/qr.conf")));
 }
 
-TEST_F(Show, ShowsTheFirstEntryOfAnOriginatorAndItsDiagnosticLevelApart) {
+TEST_F(Show, ShowsTheFirstEntryOfAnOriginatorApartFromItsDiagnosticLevel) {
     write_file(store,
                "7.DebugLevel=2\n7.DebugLevel=5\n7.DiagnosticLevel=4\n07.DebugLevel=1\n7.Other=1\n#8.DebugLevel=1\n");
     EXPECT_THAT(shown({"ZMKTUL"}), ElementsAre("ZMKTUL:7.DiagnosticLevel=4 /usr/kumel/ktul/51216.conf",
@@ -119,25 +119,25 @@ TEST_F(Show, ShowsTheFirstLineOfAKeyOfTheMainConfigurationAndNoOtherKeys) {
     EXPECT_THAT(shown({"QRCONF"}), ElementsAre("QRCONF:job_verbose=7 /usr/kumel/zembrath/qr.conf"));
 }
 
-TEST_F(Show, TakesALineWithANumberSignForCommented) {
+TEST_F(Show, TreatsALineWithANumberSignAsCommented) {
     write_file(plugin_file, "LOGLEVEL = 3 # since May\nDEBUGLOG = /x\n");
     EXPECT_THAT(shown({"RKPLUGIN"}), ElementsAre("RKPLUGIN:DEBUGLOG=/x /usr/kumel/lib/stg-plugins/rk.conf"));
 }
 
-TEST_F(Show, ShowsEveryValueOfASettingThatIsThereMoreThanOnce) {
+TEST_F(Show, ShowsEveryValueOfARepeatedSetting) {
     write_file(container_file, "SHCT_LOG_LEVEL=1\nSHCT_LOG_LEVEL=2\nSHCT_LOG_LEVEL=1\n");
     EXPECT_THAT(shown({"CLOUD"}), ElementsAre("CLOUD:skyhold=1 /usr/kumel/lib/stg-plugins/skyhold.conf",
                                               "CLOUD:skyhold=2 /usr/kumel/lib/stg-plugins/skyhold.conf"));
 }
 
-TEST_F(Show, WantsTheBareKeywordOfTheVolumeManager) {
+TEST_F(Show, ExpectsTheBareKeywordOfTheVolumeManager) {
     write_file(volume_manager_file, "VERBOSE=2\nNOVERBOSE\n");
     EXPECT_THAT(shown({"VMCONF"}), IsEmpty());
     write_file(volume_manager_file, "x\nVERBOSE\r\n");
     EXPECT_THAT(shown({"VMCONF"}), ElementsAre("VMCONF:VERBOSE=on /usr/kumel/volmgr/vm.conf"));
 }
 
-TEST_F(Show, LeavesOutTheAgentsOwnFoldersAndWhatIsNoDirectory) {
+TEST_F(Show, SkipsTheAgentsOwnFoldersAndWhatIsNotADirectory) {
     make_folder(logs_folder + "/zmlogadmagent");
     make_folder(logs_folder + "/zmlaevidence/zmla-x");
     write_file(logs_folder + "/file", "");
@@ -162,7 +162,7 @@ TEST_F(Show, FindsTheRegisteredFileUpToAZeroByteAndInTheRootFolder) {
     EXPECT_THAT(shown({"RK"}), Contains("RK:spoold=high /usr/kumel/lib/pd/agent.cfg"));
 }
 
-TEST_F(Show, OnAHostWithoutTheProductShowsNothing) {
+TEST_F(Show, ShowsNothingOnAHostWithoutTheProduct) {
     remove_tree("/usr/kumel");
     remove_tree("/etc/rkregistry.cfg");
     EXPECT_THAT(shown({}), IsEmpty());
@@ -183,7 +183,7 @@ TEST_F(Show, DoesNotWaitForAFifo) {
     EXPECT_EQ(run_command({"show"}).exit_status, 2);
 }
 
-TEST_F(Show, RefusesACategoryThatThereIsNot) {
+TEST_F(Show, RejectsAnUnknownCategory) {
     const CommandRun run = run_command({"show", "ZMKTUL", "zmktul"});
     EXPECT_EQ(run.exit_status, 255);
     EXPECT_THAT(run.errors, HasSubstr("\"zmktul\""));
@@ -196,7 +196,7 @@ TEST_F(Show, ChangesNothing) {
     EXPECT_EQ(take_whole_snapshot(), before);
 }
 
-TEST_F(Show, InJsonSaysTheSame) {
+TEST_F(Show, HasTheSameSettingsInJson) {
     raise_all_logging();
     const CommandRun run = run_command({"show", "--json", "--all"});
     expect_status(run, 0);
@@ -215,7 +215,7 @@ TEST_F(Show, InJsonSaysTheSame) {
         "value":null,"file":"/opt/HOLKkob/bin/ktlogcfg","request":null})")));
 }
 
-TEST_F(Show, InJsonHasTheBytesOfWhatIsNotText) {
+TEST_F(Show, HasBytesThatAreNotTextInJson) {
     write_file(container_file, "SHCT_LOG_LEVEL=\xff\n");
     const CommandRun run = run_command({"show", "--json", "CLOUD"});
     const std::vector<Object> objects = objects_of(run.output);
@@ -224,7 +224,7 @@ TEST_F(Show, InJsonHasTheBytesOfWhatIsNotText) {
     EXPECT_EQ(objects[1]["value_base64"], "/w==");
 }
 
-TEST_F(Show, InJsonNamesWhatItCannotReadAndItsOwnFailure) {
+TEST_F(Show, NamesUnreadableFilesAndItsOwnFailureInJson) {
     remove_tree(store);
     make_folder(store);
     EXPECT_THAT(objects_of(run_command({"show", "--json"}).output),

@@ -1,4 +1,4 @@
-// A product installation with a file for every category, on which zmlogstate is run.
+// A product installation with a file for every category, for tests of zmlogstate.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,10 +11,10 @@
 #include "tests/request_command/command_run.h"
 #include "tests/support/product_tree.h"
 
-// What a name has, as a user sees it.
+// The visible state of a path.
 struct NameState {
     std::string kind;  // "file", "link", "folder", "other"
-    std::string text;  // of a file; where a link leads
+    std::string text;  // of a file; the target of a link
     mode_t mode = 0;
     uid_t owner = 0;
     gid_t group = 0;
@@ -26,7 +26,7 @@ std::ostream& operator<<(std::ostream& out, const NameState& state);
 
 using Snapshot = std::map<std::string, NameState>;
 
-// Returns what there is below the folder, less the agent's own log; and without the locks of files.
+// Returns everything below the folder except the agent's own log. take_snapshot also leaves out lock files.
 [[nodiscard]] Snapshot take_whole_snapshot(const std::string& folder = "/usr/kumel");
 [[nodiscard]] Snapshot take_snapshot(const std::string& folder = "/usr/kumel");
 
@@ -40,36 +40,35 @@ inline const std::string authorization_file = "/usr/kumel/zembrath/sec/az/bin/HO
 inline const std::string storage_file = "/usr/kumel/lib/stg-plugins/wqf.conf";
 inline const std::string container_file = "/usr/kumel/lib/stg-plugins/skyhold.conf";
 
-// A request that raises the logging of all fourteen categories.
+// Returns a request that raises the logging of all categories.
 [[nodiscard]] std::vector<std::string> raise_everything();
 
-// Sends it to the real agent; the test fails unless every item succeeds.
+// Sends it to the real agent. The test fails unless every item succeeds.
 void raise_all_logging();
 
-// The file of the program, and a command line of it.
+// Returns a command line of the program.
 [[nodiscard]] Arguments zmlogstate(const Arguments& arguments);
 
-// Makes the installation, whatever was there before.
+// Replaces any installation by a fresh one.
 void make_installation();
 
 class StateTest : public testing::Test {
   protected:
     StateTest() { make_installation(); }
 
-    // Saves, and expects that all is saved.
+    // Saves, and expects success.
     void save() const;
 
     const std::string folder_ = "/tmp/case";
 };
 
-// Makes the file another user's and another group's, as far as there are others: a user namespace of a single user
-// knows no other, and then it is that user's before and after.
+// Gives the file to another user and group. In a user namespace with a single user there are none, and the file stays.
 void give_away(const std::string& path);
 
-// Makes a process one of another user, who has no rights.
+// Makes this process one of another user without privileges.
 void become_another_user();
 
-// Expects that the run ends with the status, and complains of nothing unless that is its own failure.
+// Expects the exit status, and no error messages unless the command failed.
 void expect_status(const CommandRun& run, int status);
 
 // Returns the lines of the text.

@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// A text of few different lines, so that there are many ways from one to the other.
+// Returns a text of a few different lines, so that many ways lead from one text to the other.
 std::string random_text(std::mt19937& random) {
     std::string text;
     for (auto lines = random() % 30; lines != 0; --lines) {
@@ -82,10 +82,10 @@ TEST(UnifiedDiff, OfTextsWithNothingInCommonReplacesAll) {
     EXPECT_EQ(lines.front(), "@@ -1,3000 +1,3000 @@");
 }
 
-// patch makes the one text of the other, and diff finds no shorter way.
+// patch turns one text into the other, and diff finds no shorter way.
 class UnifiedDiffOfRandomTexts : public StateTest {};
 
-TEST_F(UnifiedDiffOfRandomTexts, IsWhatPatchAppliesAndNoLongerThanDiffsOwn) {
+TEST_F(UnifiedDiffOfRandomTexts, IsAppliedByPatchAndNoLongerThanThatOfDiff) {
     std::mt19937 random(20240501);
     const ScratchFolder scratch;
     const auto at = [&](const char* name) { return scratch.path(name); };
