@@ -3,8 +3,8 @@
 
     packaging/write_names.py PRINT_WORDS [--check]
 
-PRINT_WORDS is the program of packaging/print_words.cpp. A file has the names between a line that holds "names: FORM" and
-the next that holds "end of names"; nothing else of it changes. With --check, only reports the files that would change.
+PRINT_WORDS is the program of packaging/print_words.cpp. A file has the names between a line with "names: FORM" and the
+next with "end of names"; the rest stays as it is. With --check, only reports the files that would change.
 """
 
 import re

@@ -16,7 +16,8 @@ from pathlib import Path
 TREE = Path(__file__).resolve().parent.parent.parent
 CODE = r"``(?P<{0}2>.+?)``|`(?P<{0}1>[^`]+)`"
 DIRECTIVE = re.compile(
-    rf"(?P<new>New file|In) (?:{CODE.format('file')})"
+    rf"New file (?:{CODE.format('name')}) in (?:{CODE.format('folder')})"
+    rf"|In (?:{CODE.format('file')})"
     rf"|replacing (?:{CODE.format('before')}) with (?:{CODE.format('after')})"
     rf"|below (?:{CODE.format('anchor')})"
 )
@@ -61,8 +62,10 @@ class Step:
     def follow(self, text):
         for found in DIRECTIVE.finditer(text):
             part = lambda name: found[name + "1"] or found[name + "2"]
-            if found["new"]:
-                self.is_new = found["new"] == "New file"
+            if part("name"):
+                self.is_new = True
+                self.file = self.copy / part("folder") / part("name")
+            elif part("file"):
                 self.file = self.copy / part("file")
             elif part("before"):
                 if self.read().count(part("before")) != 1:
