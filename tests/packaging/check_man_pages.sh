@@ -109,7 +109,7 @@ options_of_page() {
 
 check_statuses() {
     same "statuses" "$(names status)" "$(items zmlogadmagent.8 'Statuses of a request')"
-    same "statuses of the process" "$(names process_status)" "$(items zmlogadmagent.8 'Statuses of the process alone')"
+    same "statuses of the process" "$(names process_status)" "$(items zmlogadmagent.8 'Statuses of the process only')"
     same "exit statuses of the command" "$(names command_status)" "$(items zmlogadm.1 'EXIT STATUS')"
 }
 
