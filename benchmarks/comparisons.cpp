@@ -85,7 +85,7 @@ class Builder {
         return comparison;
     }
 
-    // With the one lens that the change needs, not all that it has. Its time grows with the square of the lines.
+    // augtool loads only the lens that the change needs. Its time grows with the square of the lines.
     [[nodiscard]] Comparison beside_augtool(int lines) const {
         const std::string script = "/tmp/augtool_commands";
         const std::string tree = "/files" + volume_manager_file;
@@ -122,7 +122,7 @@ class Builder {
         return comparison;
     }
 
-    // The best pauses as the agent does, but has the buffer that the kernel gives.
+    // The best pauses like the agent, but keeps the kernel's buffer size.
     [[nodiscard]] Comparison listing_to_slow_reader() const {
         const MeasuredRequest request = to_slow_reader(listing_request(10'000));
         return compare(request, Weight::heavy);

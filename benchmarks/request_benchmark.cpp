@@ -1,4 +1,4 @@
-// request_benchmark: what whole requests cost, from a program's start to its end, beside other programs.
+// request_benchmark: compares whole requests, from a program's start to its end, with other programs.
 #include <getopt.h>
 #include <unistd.h>
 
@@ -158,7 +158,7 @@ void print_comparison(const ordered_json& measured) {
     fflush(stdout);
 }
 
-// After each comparison, so that a run that is broken off leaves what it has measured.
+// Called after each comparison, so that an interrupted run leaves its results.
 void write_json(const std::string& file, const ordered_json& results) {
     if (file.empty()) {
         return;

@@ -33,8 +33,7 @@ MeasuredRequest categories(const std::string& name, const std::vector<std::strin
     return {.name = name, .words = words, .prepare = reset_logging, .check = check};
 }
 
-// Where a program lies in the files' cache, and in which pieces, differs from one copy to the next; in memory it does
-// not.
+// In the cache of a disk's files, each copy of a program has another place and other pieces. In memory all are alike.
 std::string program_in_memory(const std::string& file) {
     static std::map<std::string, std::string> copies;
     std::string& copy = copies[file];

@@ -10,7 +10,7 @@
 struct MeasuredRequest {
     std::string name;
     std::vector<std::string> words;
-    // Puts back what the last run changed.
+    // Restores what the last run changed.
     std::function<void()> prepare = [] {};
     // Throws when the run failed, because a failed run may be fast.
     std::function<void(const ProgramRun&)> check;

@@ -19,7 +19,7 @@ namespace {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-// A configuration file of an ordinary size: remarks, and settings of other things around the one that is changed.
+// A configuration file of an ordinary size: comments, and other settings around the changed one.
 std::string configuration_around(const std::string& setting) {
     std::string text = "# Settings of this component.\n";
     for (int i = 0; i < 18; ++i) {

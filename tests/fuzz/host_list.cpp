@@ -52,7 +52,7 @@ Address mapped(const Bytes& bytes) {
     return ipv6(whole, 0);
 }
 
-// What a host is worth when it is written as an address: nothing that another reader of addresses would not see in it.
+// Returns whether the host is this address in the usual form, which every reader of addresses understands.
 bool is_written_as(const std::string& host, const Address& address) {
     in_addr four{};
     if (inet_pton(AF_INET, host.c_str(), &four) == 1) {
