@@ -37,5 +37,6 @@ if [[ $with_package == yes ]]; then
     dpkg-deb --extract "$folder"/package/zmlogadmagent_*.deb "$folder/package/root"
     options+=(--package-agent "$PWD/$folder/package/root/usr/kumel/zembrath/bin/zmlogadmagent")
 fi
+mkdir -p "$folder"
 build/release/benchmarks/request_benchmark --json "$PWD/$folder/figures.json" "${options[@]}" >"$folder/progress.txt"
 exec python3 benchmarks/report.py "$folder/figures.json" "$pictures" "${page[@]}"
