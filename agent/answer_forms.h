@@ -56,7 +56,7 @@ inline constexpr const char* unit = " MB";
 
 }  // namespace space_key
 
-// What became of one directory of a clean-up; the directory follows.
+// The result for one directory of a clean-up; the directory follows.
 namespace cleanup_key {
 
 inline constexpr const char* removed = "CLEANUP: Successfully cleaned up ";

@@ -11,7 +11,7 @@ inline constexpr const char* enable_logging = "ENABLELOGGING";
 inline constexpr const char* disable_logging = "DISABLELOGGING";
 inline constexpr const char* reset_logging = "RESETLOGGING";
 
-// Requests that run a support tool. The first three let it collect in a directory that the agent chooses.
+// Requests that run a support tool. The first three give it a new directory to collect in.
 inline constexpr const char* run_zmsu = "RUNZMSU";
 inline constexpr const char* run_zmcplogs = "RUNZMCPLOGS";
 inline constexpr const char* calculate_log_size = "CALCLOGSIZE";
@@ -32,7 +32,7 @@ inline constexpr const char* versioninfo = "versioninfo";
 
 inline constexpr std::array logging = {enable_logging, disable_logging, reset_logging};
 
-// The words that the agent's dispatcher takes: all but the tools.
+// The words that the dispatcher carries out; the others are the names of tools.
 inline constexpr std::array built_in = {enable_logging, disable_logging,    reset_logging,  run_zmsu, run_zmcplogs,
                                         run_zmlogadm,   calculate_log_size, get_disk_space, clean_up, fetch_file};
 

@@ -7,7 +7,7 @@
 int socksend(int socket, const char* text, unsigned long length);
 
 // Enlarges the send buffer of a local socket, so that a slow peer does not cause a pause every few hundred lines.
-// Leaves TCP sockets alone: the kernel enlarges their buffers itself, and would stop doing so.
+// Does not change TCP sockets: the kernel enlarges their buffers itself, unless a program sets a size.
 void widen_sending_buffer(int socket);
 
 // Sends the final line: "EXIT STATUS", the status and its text. A line of more than 511 characters is cut and loses its

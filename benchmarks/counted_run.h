@@ -15,8 +15,8 @@ struct RunCounts {
     long peak_kib = 0;
 };
 
-// Runs the program once, at fixed addresses, so that the counts are the same each time. The request is there when the
-// program starts.
+// Runs the program once, at fixed addresses, so that the counts are the same each time. The request has arrived when
+// the program starts.
 [[nodiscard]] RunCounts count_run(const Program& program);
 
 // Counts the second of two runs of a request: the first one may make the log's folder and bring the program into

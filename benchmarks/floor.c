@@ -47,7 +47,7 @@ enum { buffer_size = 1024, configuration_size = 4096, file_size = 1 << 20 };
 static int debug_log = -1;
 static pid_t process_id;
 
-/* Ends the program at what the measured requests never meet; the number says where. */
+/* Ends the program if the condition is false, which no measured request causes. The number identifies the call. */
 static void require(int condition, int number) {
     if (!condition) {
         exit(number);

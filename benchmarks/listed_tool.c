@@ -1,6 +1,6 @@
 /*
- * listed_tool: a stand-in for the support utility that costs next to nothing. It leaves as its output the folder that
- * has been prepared for it, by moving that to the name that its last argument gives.
+ * listed_tool: a stand-in for the support utility that costs next to nothing. Its output is a folder that was prepared
+ * before, and that it renames to the name in its last argument.
  */
 #include <stdio.h>
 

@@ -33,7 +33,7 @@ MeasuredRequest categories(const std::string& name, const std::vector<std::strin
     return {.name = name, .words = words, .prepare = reset_logging, .check = check};
 }
 
-// In the cache of a disk's files, each copy of a program has another place and other pieces. In memory all are alike.
+// Each copy of a program on a disk is cached in other pages. Copies in memory are all alike.
 std::string program_in_memory(const std::string& file) {
     static std::map<std::string, std::string> copies;
     std::string& copy = copies[file];

@@ -6,7 +6,7 @@
 inline const std::string volume_manager_file = "/usr/kumel/volmgr/vm.conf";
 // Where support utilities collect.
 inline const std::string collection_folder = "/tmp/collected";
-// What the stand-in for the support utility leaves as its packages.
+// The packages that the stand-in for the support utility creates.
 inline const std::string packages_folder = "/tmp/packages";
 
 // Stand-ins for tools of the product: one that does nothing, and one that leaves the prepared packages.

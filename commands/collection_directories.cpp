@@ -22,8 +22,8 @@ constexpr const char* collection_prefix = "zmla";
 constexpr std::size_t default_directory_size = 1024;
 constexpr mode_t collection_mode = 0755;
 
-// Returns why the base name is not that of a collection result ("zmla-", 29 digits, "-", 6 characters), or null if it
-// is.
+// Returns the message about a base name that is not "zmla-", 29 digits, "-" and 6 characters, as collection results
+// have, or null if it is.
 const char* find_name_error(const std::string& name) {
     constexpr std::size_t middle_length = 29;
     constexpr std::size_t end_length = 6;

@@ -10,7 +10,7 @@ const char* GETZMLALOGDIR();
 
 // Chooses the collection directory: the value of "--collectdir" in `args`, or else `default_dir`. Creates it if it is
 // missing, and chooses the name of a temporary directory in it, which is not created. Removes the option and its value
-// from `args`; an option without a value is ignored and stays. Returns 0 with `temporary` and `collection` set, or
+// from `args`; an option without a value is ignored and kept. Returns 0 with `temporary` and `collection` set, or
 // status::collection_directory_not_created.
 int get_zmcplogs_temp_destdir(RequestVector& args, const char* default_dir, std::string& temporary,
                               std::string& collection);

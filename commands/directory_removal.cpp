@@ -61,7 +61,7 @@ Directory open_directory(const Folder& folder, const char* name) {
 
 enum class EntryKind { directory, other, inaccessible };
 
-// One removal. It works relative to open directories. The path is for messages, and for the limits of a path.
+// One removal. It works relative to open directories. It uses paths only in messages and to check the limits of a path.
 class Removal {
   public:
     Removal(const char* path, int option) : path_(path), option_(option) {}
@@ -160,8 +160,9 @@ class Removal {
         return S_ISDIR(state.st_mode) ? EntryKind::directory : EntryKind::other;
     }
 
-    // The kernel limits the links in one path. Names relative to open directories never reach that limit, and a loop of
-    // links would never end, so this examines the whole path. A wrong answer only leaves an entry in place.
+    // The kernel limits the links in one path. Names relative to open directories never reach that limit, so that a
+    // loop of links would be followed without end. So this examines the whole path. A wrong result only leaves an entry
+    // in place.
     [[nodiscard]] bool has_too_many_links() const {
         struct stat state {};
         return stat(path_.c_str(), &state) != 0 && errno == ELOOP;

@@ -6,7 +6,7 @@ inline constexpr int plain_files_only = 0;  // fails at the first directory in t
 inline constexpr int recursively = 1;
 
 // Removes a directory and its contents. Returns 0, or status::directory_failed with errno set at the first entry that
-// cannot be removed; what was removed before stays removed.
+// cannot be removed; earlier removals are not undone.
 //
 // Follows a link only in a folder that this user owns and that neither group nor others can write: there it also
 // empties the directory to which the link leads. A link in any other folder may come from another user and is left in

@@ -107,8 +107,7 @@ std::optional<int> wait_for_tool(pid_t child, const std::string& path) {
     return code;
 }
 
-// Checks that the peer is still connected and waiting, so that there is nothing to read. Returns 0, or the status that
-// replaces the tool's.
+// Checks that the peer is still connected and has sent nothing more. Returns 0, or the status that replaces the tool's.
 int probe_peer(int socket) {
     const int result = fcntl(socket, F_SETFL, O_NONBLOCK);
     if (result == -1) {

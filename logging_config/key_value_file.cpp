@@ -122,8 +122,8 @@ bool is_commented(std::string_view line) {
     return contains(line, comment_mark);
 }
 
-// Switches a commented line back on: replaces every "#" by a space, then removes leading blanks. If only blanks are
-// left, they stay.
+// Switches a commented line back on: replaces every "#" by a space, then removes leading blanks. Keeps a line that then
+// consists only of blanks.
 std::string restore(std::string_view line) {
     std::string restored(line);
     for (char& byte : restored) {

@@ -3,9 +3,9 @@
 //
 // A change writes a new file, the path with ".new" appended, and renames it over the old file. The new file has the
 // default mode, and this process owns it. No lock is taken. Write errors are ignored: only opening and renaming can
-// fail. If renaming fails, the new file stays. A file beyond the file size limit of this process (EFBIG) fails like one
-// that cannot be opened, and stays too. The components and their tools expect these rules. The files of the platform
-// library have other ones.
+// fail. If renaming fails, the new file is left. If the new file exceeds the file size limit of this process (EFBIG),
+// the change fails as if the file could not be opened, and the file is left too. The components and their tools expect
+// these rules. For qr.conf and the unified logging store, platform/library/safe_rewrite.h has other rules.
 //
 // Messages go into the caller's buffer `error` of `size` bytes, cut and NUL-terminated, and into the debug log. Without
 // a message the buffer keeps its content, so callers clear it.
@@ -36,6 +36,6 @@ int set_parameter_value(std::string path, std::string key, std::string separator
                         unsigned long size, int set);
 
 // Puts `comment` in front of every line that begins with the setting, or removes these lines if `comment` is empty. If
-// there is no such line, reports that, leaves the file alone and succeeds. Returns 0 or status::parameter_not_unset.
+// there is no such line, reports that, does not change the file and succeeds. Returns 0 or status::parameter_not_unset.
 int unset_parameter(std::string path, std::string key, std::string separator, char* error, unsigned long size,
                     std::string comment);

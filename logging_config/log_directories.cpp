@@ -37,7 +37,7 @@ void answer(const char* tag, const ProcessLine& line, Responses& responses) {
     respond(level, tag, compose(line, line_size), responses);
 }
 
-// Carries the action out and returns the response line.
+// Carries out the action and returns the response line.
 ProcessLine set_up_product_directory(const std::string& label, const std::string& name, const char* action) {
     const std::string path = std::string(log_root::product) + "/" + name;
     ProcessLine line = success_line(label, path, "Set up log directory");
@@ -56,12 +56,12 @@ ProcessLine set_up_product_directory(const std::string& label, const std::string
         code = 0;
         line.message = "Log directory exists";
     }
-    // Only the code decides, not what the library returned; but the line shows errno, not the code.
+    // On purpose, the code decides and not the library's result, and the line shows errno and not the code.
     const SystemError error;
     return code == 0 ? line : failure_line(label, path, "Failed to create log directory", error);
 }
 
-// As set_up_product_directory.
+// Does the same for the volume manager.
 ProcessLine set_up_volume_manager_directory(const std::string& label, const std::string& path, const char* action) {
     logmsgf(log_level::information, volume_manager_tag, "Action=%s, DIR=%s", action, path.c_str());
     if (!is_enable(action)) {

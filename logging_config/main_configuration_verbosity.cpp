@@ -52,8 +52,8 @@ bool isqrconfspecialmember(const std::string& name) {
     return true;
 }
 
-// Returns the line of configuration text that sets a key to 0 or removes it. The order of the tests is deliberate: only
-// keys with "_VERBOSE" come to the last test, so it never finds the special member.
+// Returns the line of configuration text that sets a key to 0 or removes it. The order of the tests is deliberate: the
+// last one sees only keys with "_VERBOSE", so it never finds the special member.
 std::string reset_line(const std::string& name, const std::string& key) {
     if (!contains(key, main_key::verbose_suffix) || isqrconfstructmember(key) || isqrconfspecialmember(name)) {
         return key + "=0\n";

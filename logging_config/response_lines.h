@@ -37,8 +37,8 @@ struct ProcessLine {
 // Returns the label of one process of a category.
 std::string process_label(const std::string& category, const std::string& process);
 
-// Returns the message about an edit that sets the logging of a component: `text`, if the edit failed or left a notice
-// in it, and else that the logging is set up.
+// Returns the message about an edit that sets the logging of a component. It contains `text` if the edit failed or
+// wrote a notice there, else it reports success.
 std::string describe_edit(int result, const std::string& text, const std::string& component);
 
 // Composes the line, with its newline, and cuts it to `size` - 1 bytes. Each category has its own size.

@@ -15,7 +15,8 @@ constexpr std::size_t line_size = 2048;
 
 using Message = std::array<char, message_size>;
 
-// Drops a notice of the first edit and reports one of the second. Does not change an active "DEBUGLOG".
+// Sets `message` to that of the first edit if this fails, else to that of the second. Does not change an active
+// "DEBUGLOG".
 int set_plugin_logging(const std::string& level, Message& message) {
     constexpr setting::KeyValue where = setting::plugin_level;
     const int result = set_parameter_value(where.file, where.key, where.separator, level, message.data(),

@@ -13,8 +13,8 @@ inline constexpr int error = 16;
 
 // Opens `root`/`program`/log.YYYYMMDD (local date) to append, as the debug log of this process. Creates the file with
 // `mode` less the umask. Creates the folder `root`/`program` with 0755 when only that last component is missing.
-// `program` is passed twice, as folder and as name; `out` is reserved and not used. Returns the descriptor, which the
-// library owns, which is close-on-exec and never 0, 1 or 2. Returns -1 on failure; messages are then dropped.
+// `program` is passed twice, as folder and as name; `out` is reserved and not used. Returns the descriptor, or -1 on
+// failure; messages are then dropped. The library owns the descriptor. It is close-on-exec and never 0, 1 or 2.
 int open_debug_log(const char* root, const char* program, const char* name, int mode, int* out);
 
 // Writes one message of any length to the debug log, as one line with a single write:
@@ -32,7 +32,7 @@ short getDirCreationMode(const char* name);
 
 // Creates the log directory `path` with `mode`, and missing parents with 0755, both less the umask. When it created the
 // directory, returns 0 and sets `*error` to 0. When the directory existed, returns 0 and sets `*error` to EEXIST.
-// Otherwise returns -1, with the error number in `*error` and in errno (ENOTDIR when the name is not a directory's).
+// Otherwise returns -1, with the error number in `*error` and in errno (ENOTDIR when something else has that name).
 int mklogdirpath(const char* path, int mode, int* error);
 
 // Returns the path of a file in `directory` that does not exist. Creates nothing. The name is `prefix`, "-", 29 digits

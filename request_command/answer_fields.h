@@ -40,7 +40,7 @@ std::optional<std::array<Text, count>> split_at_keys(std::string_view line,
     return texts;
 }
 
-// Returns the number when the text is what an agent prints for it: no "+" and no leading zeros.
+// Returns the number if the text has the form that agents print: no "+" and no leading zeros.
 template <typename Number>
 std::optional<Number> number_of(std::string_view text) {
     Number number = 0;

@@ -1,4 +1,4 @@
-// Says what to do about a failed request whose cause is known on this side.
+// Suggests what to do about a failed request, if this command knows the cause.
 #pragma once
 
 #include <string>

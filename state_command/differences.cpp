@@ -55,8 +55,8 @@ void compare_file(const std::string& path, const FileState& saved, Differences& 
     }
 }
 
-// Appends the log directories of one state that are missing in the other one. Leaves out those of which the other state
-// knows nothing, because a directory could not be read.
+// Appends the log directories of one state that are missing in the other one. Leaves out those that the other state
+// does not know about, because a directory could not be read.
 void append_missing(const ProductState& of, const ProductState& from, std::vector<LogDirectory>& found) {
     for (const auto& [path, directory] : of.log_directories) {
         if (from.log_directories.count(path) == 0 && !is_unread(from, path)) {

@@ -9,5 +9,5 @@ struct RestoreOptions {
     bool remove_logs = false;  // remove log directories made since the save even when they are not empty
 };
 
-// Restores everything that differs. Prints what it did, and complains of what it could not do. Returns the exit status.
+// Restores everything that differs. Prints what it did and, on standard error, what failed. Returns the exit status.
 int restore(const ProductState& saved, const RestoreOptions& options);

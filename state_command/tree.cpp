@@ -71,7 +71,7 @@ int remove_at(int parent, const std::string& name, int flags) {
     return unlinkat(parent, name.c_str(), flags) == 0 || errno == ENOENT ? 0 : errno;
 }
 
-// Returns ENOTEMPTY when there is anything but folders.
+// Returns ENOTEMPTY if the tree contains anything other than folders.
 int check_empty_tree(int parent, const std::string& name, int depth) {
     if (depth > deepest) {
         return ENAMETOOLONG;

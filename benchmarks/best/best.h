@@ -52,7 +52,7 @@ void answer_listing(int peer, const char* collection);
 
 /* Formats a text that has to fit, and returns its length. */
 int print(char* out, size_t size, const char* format, ...) __attribute__((format(printf, 3, 4)));
-/* Ends the program at what the measured requests never meet; the number says where. */
+/* Ends the program if the condition is false, which no measured request causes. The number identifies the call. */
 void require(int condition, int number);
 
 #endif

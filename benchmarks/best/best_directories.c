@@ -17,7 +17,7 @@
 
 static const char tool[] = "/usr/kumel/zembrath/bin/support/old_zmsu";
 
-/* That the folder is there shows in the measuring of its file system itself. */
+/* Needs no check that the folder exists: measuring its file system fails if it does not. */
 void answer_disk_space(int peer, const char* directory) {
     char line[text_size];
     struct statvfs space;

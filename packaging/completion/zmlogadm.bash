@@ -30,8 +30,8 @@ _zmlogadm_keys()
     done <"$file"
 }
 
-# Adds to "names" the folders in a folder, save those whose names cannot be a value: a comma ends a value, and in
-# ZMLOGDIR so does an equals sign.
+# Adds to "names" the folders in a folder. Skips names that cannot be a value: a comma ends a value, and in ZMLOGDIR an
+# equals sign does too.
 _zmlogadm_folders() # FOLDER CHARACTERS
 {
     local folder
@@ -41,7 +41,7 @@ _zmlogadm_folders() # FOLDER CHARACTERS
     done < <(find -L "$1" -mindepth 1 -maxdepth 1 -type d ! -name '.*' -print0 2>/dev/null)
 }
 
-# Adds to "names" what a category's values may begin with, as far as it is known.
+# Adds to "names" the known beginnings of a category's values.
 _zmlogadm_names()
 {
     case $1 in
@@ -118,8 +118,8 @@ _zmlogadm_common_start() # TEXT ...
     done
 }
 
-# Offers those of "names" that go on with what is typed. BEFORE is what stands before the name, REPLACED the part of the
-# word that readline will replace: it takes ":" and "=" for the ends of words, and begins behind an open quote.
+# Offers those of "names" that begin with the typed text. BEFORE is the text before the name. REPLACED is the part of
+# the word that readline will replace: readline splits words at ":" and "=", and begins after an open quote.
 _zmlogadm_offer() # BEFORE REPLACED
 {
     local name typed plain quote quoted common matches=()
@@ -222,7 +222,7 @@ _zmlogadm()
     local cur prev words cword split
     _init_completion -s -n :@ || return
 
-    # Where the command line has got to: in an option's argument, behind the word, or before it.
+    # Finds the position on the command line: in an option's argument, after the word, or before it.
     local i word='' awaiting='' ended=''
     for ((i = 1; i < cword; i++)); do
         if [[ -n $awaiting ]]; then

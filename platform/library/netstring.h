@@ -1,4 +1,4 @@
-// The framing of values on a connection.
+// Frames values for a connection. get_long and get_string of platform/network.h read them.
 #pragma once
 
 #include <string>

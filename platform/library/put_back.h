@@ -4,9 +4,9 @@
 // only links that no other user can have made; for any other link it returns untrusted_link. It acts on the name
 // itself: when the name is a link, it replaces the link and not the link's target. It flushes the folder. At any moment
 // the name has its whole old or its whole new content. The functions return 0 or an error number. After an error the
-// name is unchanged, unless the error came from flushing the folder, and only the lock file is left behind. They never
-// create or replace a folder. EEXIST means that the name of the new file, ".NAME.put", is taken by a file that no
-// restore made, which stays.
+// name is unchanged, unless the error came from flushing the folder, and only the lock file remains. They never
+// create or replace a folder. EEXIST means that a file that no restore made has the name of the new file, ".NAME.put".
+// That file is left in place.
 #pragma once
 
 #include <sys/types.h>
