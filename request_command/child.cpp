@@ -7,7 +7,7 @@
 std::string describe_end(int wait_status) {
     if (WIFSIGNALED(wait_status)) {
         const int signal = WTERMSIG(wait_status);
-        return "was ended by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
+        return "was killed by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
     }
     return "ended with exit status " + std::to_string(WEXITSTATUS(wait_status));
 }

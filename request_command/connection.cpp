@@ -20,7 +20,7 @@ namespace {
 sockaddr_un address_of(const LocalSocket& peer) {
     sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
     if (peer.path.empty() || peer.path.size() >= sizeof address.sun_path) {
-        throw Failure(FailureCode::invalid_arguments, "the path of a socket has 1 to " +
+        throw Failure(FailureCode::invalid_arguments, "the path of a socket must have 1 to " +
                                                           std::to_string(sizeof address.sun_path - 1) + " bytes, not " +
                                                           std::to_string(peer.path.size()));
     }
@@ -35,7 +35,7 @@ void set_connect_timeout(int fd, Deadline deadline) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
     const timeval timeout = {.tv_sec = seconds.count(), .tv_usec = std::chrono::microseconds(left - seconds).count()};
     if (setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout) == -1) {
-        throw system_failure(errno, "cannot bound the time for connecting");
+        throw system_failure(errno, "cannot limit the time for connecting");
     }
 }
 

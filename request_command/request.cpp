@@ -85,7 +85,7 @@ void refuse_end_by_signal(Connection& connection, const StatusLine& line) {
     const int wait_status = connection.agent.wait();
     if (WIFSIGNALED(wait_status)) {
         throw Failure(FailureCode::agent_killed, "the status " + std::to_string(line.status) +
-                                                     " cannot be believed: the agent " + describe_end(wait_status));
+                                                     " is not trusted: the agent " + describe_end(wait_status));
     }
 }
 

@@ -47,7 +47,7 @@ void remark(std::string_view given, const std::string& kind, const std::vector<s
             std::vector<std::string>& remarks) {
     const std::vector<std::string_view> nearest = nearest_words(given, known);
     if (!nearest.empty()) {
-        remarks.push_back(std::string(given) + " is no known " + kind + "; did you mean " + alternatives(nearest) +
+        remarks.push_back(std::string(given) + " is not a known " + kind + "; did you mean " + alternatives(nearest) +
                           "?");
     }
 }

@@ -15,6 +15,6 @@ std::size_t edit_distance(std::string_view one, std::string_view other);
 // near or when the given word is itself known.
 std::vector<std::string_view> nearest_words(std::string_view given, const std::vector<std::string_view>& known);
 
-// Returns a remark for a request word, and for each category of a logging request, that looks misspelt: "X is no known
-// request word; did you mean Y?".
+// Returns a remark for a request word, and for each category of a logging request, that looks misspelt: "X is not a
+// known request word; did you mean Y?".
 std::vector<std::string> spelling_remarks(const std::vector<std::string>& request);

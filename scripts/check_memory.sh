@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 folder=$PWD/build/valgrind
 reports=$folder/reports
-excluded='*WithoutDescriptors*:*DescriptorsAreMissing*:*WhenTheCommandHasNone:*.IsToldWhenThereIsNone/*:*/LastNewline'
+excluded='*WithoutDescriptors*:*DescriptorsAreMissing*:*WhenTheCommandHasNone:*.IsReportedWhenItIsClosed/*:*/LastNewline'
 memcheck="valgrind --quiet --vgdb=no --leak-check=full --errors-for-leak-kinds=definite"
 
 build() {

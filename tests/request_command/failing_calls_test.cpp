@@ -156,7 +156,7 @@ TEST_F(ConnectingToSocket, FailsWithoutASocket) {
 
 TEST_F(ConnectingToSocket, FailsWhenItsTimeCannotBeBounded) {
     failures["setsockopt"] = {ENOMEM};
-    EXPECT_EQ(failure_to_connect(peer_), "cannot bound the time for connecting: Cannot allocate memory");
+    EXPECT_EQ(failure_to_connect(peer_), "cannot limit the time for connecting: Cannot allocate memory");
     EXPECT_FALSE(listener_.has_connection());
 }
 

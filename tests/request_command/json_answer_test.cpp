@@ -244,7 +244,7 @@ TEST_F(JsonAnswer, IsNotPrintedForHelpAndVersion) {
 
 TEST_F(JsonAnswer, ReportsAFailureWithoutRoomOnStandardError) {
     const CommandRun run = run_command({"--json", "-S", "", "CLEANUP"}, with_output_to("/dev/full"));
-    EXPECT_EQ(run.errors, "zmlogadm: the path of a socket has 1 to 107 bytes, not 0\n");
+    EXPECT_EQ(run.errors, "zmlogadm: the path of a socket must have 1 to 107 bytes, not 0\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
@@ -257,7 +257,7 @@ TEST_F(JsonAnswer, FailsWhenTheStatusHasNoRoom) {
 TEST_F(JsonAnswer, KeepsSpellingRemarksOnStandardError) {
     const CommandRun run = run_with_answer("EXIT STATUS 5764 the command word is not valid\n", nullptr, {"CLENUP"});
     EXPECT_THAT(answer_lines(run.output), ElementsAre(status_object(5764, "the command word is not valid")));
-    EXPECT_EQ(run.errors, "zmlogadm: CLENUP is no known request word; did you mean CLEANUP?\n");
+    EXPECT_EQ(run.errors, "zmlogadm: CLENUP is not a known request word; did you mean CLEANUP?\n");
 }
 
 class MisspeltRequest : public JsonAnswer {};
@@ -270,7 +270,8 @@ TEST_F(MisspeltRequest, IsSentUnchangedWithARemark) {
     peer.close();
     const CommandRun run = command.finish();
     EXPECT_EQ(run.output, "");
-    EXPECT_EQ(run.errors, "zmlogadm: Cleanup is no known request word; did you mean CLEANUP?\nEXIT STATUS 5764 no\n");
+    EXPECT_EQ(run.errors,
+              "zmlogadm: Cleanup is not a known request word; did you mean CLEANUP?\nEXIT STATUS 5764 no\n");
     EXPECT_EQ(run.exit_status, 252);
 }
 

@@ -177,7 +177,7 @@ TEST_F(LocalAgent, LeavesTheLimitsOfTheCommandUnchanged) {
 TEST_F(LocalAgent, FailsTheCommandWhenItIsKilledAfterTheStatusLine) {
     const CommandRun run = run_with_agent(receive_request + answer + "echo one\n" + succeed + "kill -KILL $$\n");
     EXPECT_EQ(run.output, "one\n");
-    EXPECT_EQ(run.errors, "zmlogadm: the status 0 cannot be believed: the agent was ended by signal 9 (Killed)\n");
+    EXPECT_EQ(run.errors, "zmlogadm: the status 0 is not trusted: the agent was killed by signal 9 (Killed)\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
@@ -212,7 +212,7 @@ TEST_F(LocalAgent, IsReportedWithItsExitStatusWhenItSendsNoStatusLine) {
 
 TEST_F(LocalAgent, IsReportedWithTheSignalThatKilledIt) {
     const CommandRun run = run_with_agent(receive_request + "kill -KILL $$\n");
-    EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line; the agent was ended by signal 9 (Killed)\n");
+    EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line; the agent was killed by signal 9 (Killed)\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 

@@ -34,11 +34,11 @@ TEST_F(LocalSocketPeer, IsReachedByTheLongestPath) {
 
 TEST_F(LocalSocketPeer, CannotHaveALongerPath) {
     EXPECT_EQ(failure_to_connect({"-S", std::string(108, 'x')}),
-              "zmlogadm: the path of a socket has 1 to 107 bytes, not 108\n");
+              "zmlogadm: the path of a socket must have 1 to 107 bytes, not 108\n");
 }
 
 TEST_F(LocalSocketPeer, CannotHaveAnEmptyPath) {
-    EXPECT_EQ(failure_to_connect({"-S", ""}), "zmlogadm: the path of a socket has 1 to 107 bytes, not 0\n");
+    EXPECT_EQ(failure_to_connect({"-S", ""}), "zmlogadm: the path of a socket must have 1 to 107 bytes, not 0\n");
 }
 
 TEST_F(LocalSocketPeer, CanBeMissing) {

@@ -62,22 +62,23 @@ TEST(NearestWords, AreNoneForAKnownWord) {
 
 TEST(SpellingRemarks, SuggestAWord) {
     EXPECT_THAT(spelling_remarks({"GETDISKSAPCE", "/tmp"}),
-                ElementsAre("GETDISKSAPCE is no known request word; did you mean GETDISKSPACE?"));
+                ElementsAre("GETDISKSAPCE is not a known request word; did you mean GETDISKSPACE?"));
     EXPECT_THAT(spelling_remarks({"Enablelogging"}),
-                ElementsAre("Enablelogging is no known request word; did you mean ENABLELOGGING?"));
+                ElementsAre("Enablelogging is not a known request word; did you mean ENABLELOGGING?"));
 }
 
 TEST(SpellingRemarks, SuggestATool) {
-    EXPECT_THAT(spelling_remarks({"zmcplog"}), ElementsAre("zmcplog is no known request word; did you mean zmcplogs?"));
+    EXPECT_THAT(spelling_remarks({"zmcplog"}),
+                ElementsAre("zmcplog is not a known request word; did you mean zmcplogs?"));
     EXPECT_THAT(spelling_remarks({"VersionInfo"}),
-                ElementsAre("VersionInfo is no known request word; did you mean versioninfo?"));
+                ElementsAre("VersionInfo is not a known request word; did you mean versioninfo?"));
 }
 
 TEST(SpellingRemarks, SuggestCategories) {
     EXPECT_THAT(spelling_remarks({"RESETLOGGING", "ZMKTLU:111", "VMCONF:vmd", "XMLOGDIR:a", "kob:kob=5"}),
-                ElementsAre("ZMKTLU is no known category; did you mean ZMKTUL?",
-                            "XMLOGDIR is no known category; did you mean ZMLOGDIR or MMLOGDIR?",
-                            "kob is no known category; did you mean KOB?"));
+                ElementsAre("ZMKTLU is not a known category; did you mean ZMKTUL?",
+                            "XMLOGDIR is not a known category; did you mean ZMLOGDIR or MMLOGDIR?",
+                            "kob is not a known category; did you mean KOB?"));
 }
 
 TEST(SpellingRemarks, SuggestCategoriesOnlyForLoggingWords) {
