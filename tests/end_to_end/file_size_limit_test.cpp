@@ -43,7 +43,7 @@ TEST_F(FileSizeLimit, LetsARequestRunAfterTheLogHasReachedIt) {
     EXPECT_EQ(read_file(log_file()).size(), size_limit);
 }
 
-TEST_F(FileSizeLimit, LeavesATooLongMainConfigurationAsItIs) {
+TEST_F(FileSizeLimit, LeavesATooLongMainConfigurationUnchanged) {
     const std::string text = "SERVER = localhost\n" + std::string(size_limit, '#') + "\n";
     write_file(main_configuration, text);
     const AgentRun run = run_agent({"ENABLELOGGING", "QRCONF:jobd_verbose"}, options_);
@@ -56,7 +56,7 @@ TEST_F(FileSizeLimit, LeavesATooLongMainConfigurationAsItIs) {
               (std::vector<std::string>{"bin", "logs", "qr.conf", "qr.conf.lock", "sec"}));
 }
 
-TEST_F(FileSizeLimit, LeavesATooLongLoggingStoreAsItIs) {
+TEST_F(FileSizeLimit, LeavesATooLongLoggingStoreUnchanged) {
     const std::string text = "111.DebugLevel=1\n" + std::string(size_limit, '#') + "\n";
     write_file(store, text);
     const AgentRun run = run_agent({"ENABLELOGGING", "ZMKTUL:111=5"}, options_);

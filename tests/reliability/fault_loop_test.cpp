@@ -138,7 +138,7 @@ class Aftermath {
         }
     }
 
-    // Sending fails, or the agent does not wait for the tool, which goes on writing.
+    // Sending fails, or the agent does not wait for the tool, which continues to write.
     [[nodiscard]] bool status_line_may_not_be_last() const {
         return (fault_.ever_after && fault_.kind == Fault::Kind::error) || run_.first_call == SYS_wait4;
     }

@@ -172,7 +172,7 @@ TEST_F(KeyValueFile, CanBeChangedAfterManyAgentsAndOtherProgramsAtOnce) {
         print_figure(name + "changes by agents, failed", changes, failed);
         print_figure(name + "lines appended, lost", changes, changes - count_notes());
         print_figure(name + "reads, not of a whole file", reading.reads, reading.broken);
-        // The work of a single agent is certain, whatever other programs do.
+        // The work of a single agent is certain, even next to other programs.
         EXPECT_TRUE(half > 1 || (failed == 0 && reading.broken == 0 && is_whole(read_file(changed_file))));
         EXPECT_TRUE(is_done(ask_own_agent(set_level("7"))));
         EXPECT_NE(read_file(changed_file).find(level_key + "7\n"), std::string::npos);

@@ -96,7 +96,7 @@ TEST_F(UnderLoad, ServesEachOfManyRequestsAtOnce) {
     expect_all_as_before("at once");
 }
 
-TEST_F(UnderLoad, ServesEachOfManyRequestsInARow) {
+TEST_F(UnderLoad, ServesEachOfManyRequestsOneAfterTheOther) {
     Load load;
     for (int left = share(1000, 20'000); left > 0; --left) {
         load.add(serve(1));

@@ -123,7 +123,7 @@ TEST(AnswerTally, CountsALineWithoutNewline) {
     EXPECT_EQ(count_of({"ENABLELOGGING", "VMCONF:a"}, "PROCESS=VMCONF:a STATUS=1 MSG=no").failed, 1U);
 }
 
-TEST(AnswerTally, IsTheSameWhereverTheAnswerIsSplit) {
+TEST(AnswerTally, IsTheSameForEverySplitOfTheAnswer) {
     std::string cut = "PROCESS=ZMLOGDIR:a STATUS=0 MSG=Set up log directory DIR=/";
     cut.resize(1023, 'd');
     const Texts request = {"ENABLELOGGING", "ZMLOGDIR:a,b", "FOO:x"};

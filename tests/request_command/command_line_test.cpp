@@ -69,7 +69,7 @@ const std::vector<RejectedLine> rejected_lines = {
     {"long argument", {}, {"CLEANUP", std::string(2048, 'x')}},
 };
 
-TEST(CommandLine, ThatIsRejectedConnectsToNobody) {
+TEST(CommandLine, ThatIsRejectedMakesNoConnection) {
     const ScratchFolder folder;
     const PeerListener listener = PeerListener::at_path(folder.path("socket"));
     for (const RejectedLine& line : rejected_lines) {

@@ -88,7 +88,7 @@ TEST_F(JsonOutput, PrintsALineOnceItHasEnded) {
     EXPECT_THAT(lines(), ElementsAre(output_object("one"), output_object("two, not ended")));
 }
 
-TEST_F(JsonOutput, IsTheSameWhereverTheAnswerIsSplit) {
+TEST_F(JsonOutput, IsTheSameForEverySplitOfTheAnswer) {
     const std::string answer =
         "one\n\nCALCLOGSIZE: TARGET_DIR=/tmp FREE_SPACE=7 MB TOTAL_SPACE=9 MB\nZMSU PACKAGE=/a\nlast";
     output_->print(answer);

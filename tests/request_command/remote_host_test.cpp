@@ -114,7 +114,7 @@ TEST(RemoteHost, IsReachedOnTheDefaultPort) {
 }
 
 // The command tries the IPv6 address first.
-TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstRefuses) {
+TEST(RemoteHost, IsReachedByItsSecondAddressWhenTheFirstRefusesTheConnection) {
     set_known_hosts("::1 elsewhere\n127.0.0.1 elsewhere\n");
     const PeerListener listener("127.0.0.1");
     expect_to_be_reached(listener, {"-H", "elsewhere", "-p", std::to_string(listener.port())});

@@ -196,7 +196,7 @@ TEST_F(CommandAtATerminal, GivesAHintBetweenTheStatusAndWhatFailed) {
                                       "zmlogadm: 1 of 1 item failed: ZMKTUL:1; 0 things not answered\n"));
 }
 
-TEST_F(CommandAtATerminal, GivesAHintBehindItsOwnFailure) {
+TEST_F(CommandAtATerminal, GivesAHintAfterItsOwnFailure) {
     const CommandRun run = run_with_answer("one\n", with_errors_to_terminal());
     EXPECT_THAT(terminal_.await_end(), testing::MatchesRegex("zmlogadm: the answer has no status line\n"
                                                              "zmlogadm: the agent may have logged the reason; .*\n"));

@@ -63,7 +63,7 @@ RequestCase no_debug_log(const std::string& name, const std::string& text) {
 
 const std::vector<RequestCase> debug_logs = {
     debug_log("ActiveIsLeft", "DEBUGLOG = /\n", "DEBUGLOG = /\n"),
-    debug_log("ActiveIsLeftWhateverItsValue", "DEBUGLOG = /var/x\n", "DEBUGLOG = /var/x\n"),
+    debug_log("ActiveIsLeftWithAnyValue", "DEBUGLOG = /var/x\n", "DEBUGLOG = /var/x\n"),
     debug_log("CommentedStaysBesideAnActiveOne", "#DEBUGLOG = /\nDEBUGLOG = x\n#DEBUGLOG = /\n",
               "#DEBUGLOG = /\nDEBUGLOG = x\n#DEBUGLOG = /\n"),
     debug_log("ActiveIsALineThatHoldsTheSettingAnywhere", "#DEBUGLOG = /\nMYDEBUGLOG = x\n",

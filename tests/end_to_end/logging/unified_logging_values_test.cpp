@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::ValuesIn(std::vector<StoreChange>{
         values("TextIsOriginatorZero", "abc", {set("0", "6")}, "0.DebugLevel=6\n"),
         values("TextIsLevelZero", "111=high", {set("111", "0")}, "111.DebugLevel=0\n"),
-        values("NothingBehindTheEqualsSignIsLevelZero", "111=", {set("111", "0")}, "111.DebugLevel=0\n"),
+        values("NothingAfterTheEqualsSignIsLevelZero", "111=", {set("111", "0")}, "111.DebugLevel=0\n"),
         values("NothingBeforeTheEqualsSignIsOriginatorZero", "=5", {set("0", "5")}, "0.DebugLevel=5\n"),
         values("EmptyValuesAreOriginatorZero", ",=1",
                {set("0", "6"),
