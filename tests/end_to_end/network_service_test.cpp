@@ -12,6 +12,7 @@
 #include "tests/support/private_root.h"
 #include "tests/support/product_test.h"
 #include "tests/support/stand_in_tool.h"
+#include "tests/support/tested_program.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ class NetworkService {
         const Descriptor writing(ends[1]);
         const std::string listening = address + ":" + std::to_string(agent_port);
         const std::string activator = inside_path(ZMLA_SOCKET_ACTIVATE);
-        const std::string agent = inside_path(ZMLA_AGENT_FILE);
+        const std::string agent = tested_program(ZMLA_AGENT_FILE);
         process_ = fork();
         check(process_, "fork");
         if (process_ == 0) {

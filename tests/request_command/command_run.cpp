@@ -13,8 +13,8 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "tests/support/private_root.h"
 #include "tests/support/test_files.h"
+#include "tests/support/tested_program.h"
 
 namespace {
 
@@ -88,7 +88,7 @@ Preparation as_user(uid_t user) {
 }
 
 Command::Command(const Arguments& arguments, const Preparation& prepare) {
-    Arguments command_line = Arguments{inside_path(ZMLA_COMMAND_FILE)} + arguments;
+    Arguments command_line = Arguments{tested_program(ZMLA_COMMAND_FILE)} + arguments;
     Pipe output = make_pipe();
     Pipe errors = make_pipe();
     process_ = fork();

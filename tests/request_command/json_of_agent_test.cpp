@@ -5,10 +5,10 @@
 
 #include "tests/request_command/command_run.h"
 #include "tests/request_command/json_lines.h"
-#include "tests/support/private_root.h"
 #include "tests/support/product_test.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
+#include "tests/support/tested_program.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ class JsonOfAgent : public ProductTest {
   protected:
     // Returns the objects of the answer, which must end with the status.
     [[nodiscard]] static JsonLines answer_to(const Arguments& request) {
-        const CommandRun run = run_command(Arguments{"--json", "--agent", inside_path(ZMLA_AGENT_FILE)} + request);
+        const CommandRun run = run_command(Arguments{"--json", "--agent", tested_program(ZMLA_AGENT_FILE)} + request);
         JsonLines lines = answer_lines(run.output);
         EXPECT_FALSE(lines.empty());
         EXPECT_EQ(lines.back().at("type"), "status");

@@ -14,10 +14,10 @@
 
 #include "platform/posix.h"
 #include "tests/request_command/command_run.h"
-#include "tests/support/private_root.h"
 #include "tests/support/product_tree.h"
 #include "tests/support/stand_in_tool.h"
 #include "tests/support/test_files.h"
+#include "tests/support/tested_program.h"
 
 namespace {
 
@@ -268,7 +268,7 @@ class InterruptedCollection : public testing::TestWithParam<Signal> {
 };
 
 TEST_P(InterruptedCollection, LeavesNothingBehind) {
-    Command command({"--agent", inside_path(ZMLA_AGENT_FILE), "RUNZMCPLOGS", "--collectdir", collections}, [] {
+    Command command({"--agent", tested_program(ZMLA_AGENT_FILE), "RUNZMCPLOGS", "--collectdir", collections}, [] {
         setpgid(0, 0);
         signal(GetParam().number, SIG_DFL);  // the tests may run with ignored signals
     });

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/request_command/command_run.h"
-#include "tests/support/private_root.h"
 #include "tests/support/product_test.h"
 #include "tests/support/test_files.h"
+#include "tests/support/tested_program.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ constexpr const char* success = "EXIT STATUS 0 the requested operation was succe
 class WhatFailedOfAgent : public ProductTest {
   protected:
     static CommandRun run(const Arguments& arguments) {
-        return run_command(Arguments{"--strict", "--agent", inside_path(ZMLA_AGENT_FILE)} + arguments);
+        return run_command(Arguments{"--strict", "--agent", tested_program(ZMLA_AGENT_FILE)} + arguments);
     }
 };
 

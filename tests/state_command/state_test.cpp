@@ -10,8 +10,8 @@
 #include <sstream>
 
 #include "tests/support/agent_runner.h"
-#include "tests/support/private_root.h"
 #include "tests/support/test_files.h"
+#include "tests/support/tested_program.h"
 
 namespace fs = std::filesystem;
 
@@ -104,7 +104,7 @@ void raise_all_logging() {
 }
 
 Arguments zmlogstate(const Arguments& arguments) {
-    return Arguments{inside_path(ZMLA_COMMAND_FILE)} + arguments;
+    return Arguments{tested_program(ZMLA_COMMAND_FILE)} + arguments;
 }
 
 void make_installation() {

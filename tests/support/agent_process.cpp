@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <system_error>
 
-#include "tests/support/private_root.h"
+#include "tests/support/tested_program.h"
 
 namespace {
 
@@ -124,7 +124,7 @@ void limit(__rlimit_resource resource, std::optional<rlim_t> most) {
 
 [[noreturn]] void become_agent(int socket, const AgentOptions& options) {
     std::vector<std::string> environment = environment_of(options);
-    std::vector<std::string> arguments = {inside_path(ZMLA_AGENT_FILE)};
+    std::vector<std::string> arguments = {tested_program(ZMLA_AGENT_FILE)};
     const std::vector<char*> environment_pointers = pointers_to(environment);
     const std::vector<char*> argument_pointers = pointers_to(arguments);
     if (options.user != 0) {

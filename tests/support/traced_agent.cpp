@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "tests/support/private_root.h"
+#include "tests/support/tested_program.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ ConnectedSockets connect_and_send(const Request& request) {
 int become_agent(int socket) {
     const int null = open("/dev/null", O_RDWR);
     if (dup2(socket, STDIN_FILENO) != -1 && dup2(null, STDOUT_FILENO) != -1 && dup2(null, STDERR_FILENO) != -1) {
-        const std::string program = inside_path(ZMLA_AGENT_FILE);
+        const std::string program = tested_program(ZMLA_AGENT_FILE);
         setenv("ASAN_OPTIONS", "detect_leaks=0",
                1);  // the leak check of a sanitizer build cannot run in a traced process
         execl(program.c_str(), program.c_str(), nullptr);
