@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that are missing, and does nothing if none is. The arguments are groups of packages;
-# the default is all of them:
+# the default is all of them but the architectures:
 #
 #   build      building, testing and demonstrating
 #   lint       scripts/lint.sh
@@ -11,6 +11,8 @@
 #   many-hosts scripts/check_many_hosts.sh, in addition to build
 #   package    scripts/build_package.sh and scripts/check_package.sh
 #   rpm        scripts/build_rpm.sh and scripts/check_rpm.sh, in addition to build
+#   arm64, i386, ppc64le, s390x
+#              scripts/check_architectures.sh and building for that architecture, in addition to build
 set -euo pipefail
 
 packages_of() {
@@ -31,10 +33,14 @@ packages_of() {
             echo build-essential cmake nlohmann-json3-dev debhelper dpkg-dev fakeroot jq lintian mandoc man-db mount \
                 systemd util-linux zsh bash-completion
             ;;
+        arm64) echo g++-aarch64-linux-gnu googletest qemu-user-static ;;
+        i386) echo g++-i686-linux-gnu googletest libc6-i386 lib32stdc++6 ;;
+        ppc64le) echo g++-powerpc64le-linux-gnu googletest qemu-user-static ;;
+        s390x) echo g++-s390x-linux-gnu googletest qemu-user-static ;;
         rpm) echo rpm rpmlint cpio binutils mount systemd util-linux man-db ;;
         *)
             echo "install_dependencies.sh: no group is called $1; there are build, lint, benchmark, fuzz, coverage," \
-                "memory, many-hosts, package and rpm" >&2
+                "memory, many-hosts, package, rpm, arm64, i386, ppc64le and s390x" >&2
             exit 2
             ;;
     esac

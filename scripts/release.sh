@@ -2,11 +2,11 @@
 # release.sh [FOLDER [ARCHITECTURE ...]]: makes the files of a release in FOLDER (default: build/release_files): source
 # tarball, Debian package, RPMs and tarballs of the static build, SHA-256 sums. Needs a clone without changes, and
 # builds everything from the source tarball. Always builds for this machine's architecture. Further architectures are
-# names in cmake/architectures; their cross compilers have to be installed. The same commit gives the same bytes.
+# names in cmake/architectures; their cross compilers are installed. The same commit gives the same bytes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
-scripts/install_dependencies.sh package rpm
+scripts/install_dependencies.sh package rpm "${@:2}"
 folder=$(realpath --canonicalize-missing "${1:-build/release_files}")
 shift || true
 if [[ -n $(git status --porcelain) ]]; then
