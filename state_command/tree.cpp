@@ -178,13 +178,14 @@ Descriptor make_folder_at(int parent, const std::string& name) {
         return {};
     }
     Descriptor folder(openat(parent, name.c_str(), listing_flags));
+    if (folder.valid() && !is_new(folder.get())) {
+        folder.reset();
+        errno = EPERM;
+    }
     if (!folder.valid()) {
         const int error = errno;
         unlinkat(parent, name.c_str(), AT_REMOVEDIR);
         errno = error;
-    } else if (!is_new(folder.get())) {
-        folder.reset();
-        errno = EPERM;
     }
     return folder;
 }
