@@ -2,7 +2,7 @@
 #pragma once
 
 // Writes `length` bytes of `text` to the socket, in as many writes as needed. `text` must also be NUL-terminated,
-// because it is logged. Returns `length`, or -1 with errno set after a write error, and then the rest is unsent. Waits
+// because it is logged. Returns `length`. After a write error, returns -1 with errno set; the rest is unsent. Waits
 // without limit while a non-blocking socket is full.
 int socksend(int socket, const char* text, unsigned long length);
 

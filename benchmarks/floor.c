@@ -1,9 +1,8 @@
 /*
  * floor: the minimum cost of a request, mainly of one for free space.
  *
- * The comparison with it shows the agent's own cost: the kernel and the C library cost any program that does the same
- * as much. For one request it does only what no program could leave out, each in the cheapest way with the same visible
- * result:
+ * The comparison with it shows the agent's own cost, because the kernel and the C library cost both programs the same.
+ * For one request it does only what no program could leave out, in the cheapest way with the same visible result:
  *
  *   - takes the socket over from descriptor 0 and points 0, 1 and 2 at /dev/null, opened once;
  *   - reads qr.conf, once, and looks for this host's entry;

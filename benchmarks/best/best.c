@@ -53,7 +53,7 @@ static int local_peer_is_root(int peer) {
     return getsockopt(peer, SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 && credentials.uid == 0;
 }
 
-/* A reserved port is the word of the peer's kernel. */
+/* The peer's kernel gives reserved ports only to root. */
 static int network_peer_is_root(const struct sockaddr_in* name) {
     char address[INET_ADDRSTRLEN];
     const int port = ntohs(name->sin_port);

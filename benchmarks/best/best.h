@@ -1,14 +1,14 @@
 /*
- * best: everything that another can see of a request, each in the cheapest way that we know.
+ * best: everything that other processes can observe of a request, in the cheapest known way.
  *
- * floor.c leaves out what a request could do without; this program leaves out nothing that shows. It writes the agent's
- * log lines, each with its own time and its own write; sends the same bytes in the same pieces; leaves the same files,
- * with the same locks, flushes and one write a line where the agent has them. What the agent costs beyond it, the agent
- * could save; what it costs beyond the floor itself is the price of what the agent promises. A test compares the two
- * programs' answers, logs and files.
+ * floor.c leaves out what a request does not need; this program leaves out only what nobody can observe. It writes the
+ * agent's log lines, each with its own time and its own write. It sends the same bytes in the same pieces, and leaves
+ * the same files. It takes the same locks, flushes the same files, and writes single lines where the agent does. The
+ * agent could save what it costs beyond this program. What this program costs beyond the floor is the price of the
+ * agent's guarantees. A test compares the two programs' answers, logs and files.
  *
- * It answers the measured requests, when all goes well, and ends with a status of its own at anything else. It is
- * built and linked as the agent is.
+ * It answers only the measured requests, if no call fails. Otherwise it ends with a status of its own. It is built and
+ * linked like the agent.
  */
 #ifndef BEST_H
 #define BEST_H

@@ -133,7 +133,7 @@ static void take_over_state(int old, int copy) {
     require(fchmod(copy, state.st_mode & ALLPERMS) == 0, 28);
 }
 
-/* The name is a file's and no link's; otherwise the file that it leads to would have to be found and locked too. */
+/* Expects a file and not a link: the target of a link would have to be found and locked. */
 void rewrite_safely(const char* folder, const char* name, const struct edit* edits, int count) {
     char new_name[256];
     char new_text[small_file];

@@ -62,7 +62,7 @@ _zmlogadm_names()
     esac
 }
 
-# Sets "plain" to what the shell makes of a word that is being typed, and "quote" to the quote that is open at its end.
+# Sets "plain" to the typed word as the shell reads it, and "quote" to the quote that is open at its end.
 # Fails when there is something in the word that the shell would expand.
 _zmlogadm_read_word()
 {

@@ -125,7 +125,7 @@ bool swap_at(int stop, const std::function<void(const std::string&)>& swap) {
     return true;
 }
 
-// What is swapped for a link. A test does it at every stop of the agent, in a run of its own for each.
+// What is swapped for a link. A test swaps it at every stop of the agent, with a new run for each stop.
 struct Swap {
     std::string name;
     std::function<void(const std::string& directory)> put;

@@ -114,7 +114,7 @@ std::string process_line(const Json& object) {
         line += part(object, " OID=", "oid") + part(object, " Product ID=", "product_id");
     }
     line += part(object, " RV=", "return_value") + part(object, " LVL=", "level");
-    // A value that the message shows is no part of its own.
+    // A value in the message is not repeated as a part of its own.
     const bool is_in_message = message.starts_with("Set debug logging '") && message.ends_with("'");
     return line + (is_in_message ? "" : part(object, " (Value=", "value", ")"));
 }
@@ -130,7 +130,7 @@ std::string cleanup_line(const Json& object) {
            directory;
 }
 
-// The line that an object was made of.
+// Returns the line that the object was made from.
 std::string line_of(const Json& object) {
     const std::string type = object.at("type");
     if (type == "output") {

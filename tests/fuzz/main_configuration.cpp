@@ -24,7 +24,7 @@ using platform_library::fold_key;
 using platform_library::parse_configuration_line;
 using product_files::main_configuration;
 
-// What is asked for each key, in upper case: a value, or nothing to remove it.
+// The requested changes by key, in upper case: a value, or nothing to remove the key.
 using Changes = std::map<std::string, std::optional<std::string>>;
 
 Changes changes_in(const std::string& text) {
@@ -37,7 +37,7 @@ Changes changes_in(const std::string& text) {
     return changes;
 }
 
-// The key of a line as it is compared, empty when the line has none.
+// Returns the key of a line in the form in which keys are compared, or an empty text for a line without a key.
 std::string key_of(const std::string& line) {
     const auto entry = parse_configuration_line(line);
     return entry ? fold_key(entry->key) : "";
@@ -72,7 +72,7 @@ void check_other_lines(const Changes& changes, const std::string& before, const 
     INVARIANT(fuzzing::lines_without(after, is_changed) == fuzzing::lines_without(before, is_changed));
 }
 
-// What the library makes of the file is what its lines say.
+// Checks that the library reads the settings that the lines contain.
 void check_reading(const std::string& text) {
     INVARIANT(ZM_read_master_config() == 0);
     INVARIANT(platform_library::host_configuration().servers == values_of("SERVER", text));

@@ -152,7 +152,7 @@ TEST_F(DebugLogOpening, NeedsNoReadPermission) {
 TEST_F(DebugLogOpening, AcquiresNoTerminal) {
     EXPECT_TRUE(succeeds_in_child([&] {
         set_time_zone("UTC0");
-        for (const char* log : {"a new one", "one that is there"}) {
+        for (const char* log : {"a new one", "an existing one"}) {
             ASSERT_NE(open_log(), -1);
             EXPECT_NE(system_calls::opening_flags.at(log_) & O_NOCTTY, 0) << log;
         }

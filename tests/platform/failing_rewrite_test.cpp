@@ -33,7 +33,7 @@ const FailingCall calls_before_the_rename[] = {
     {"file not flushed", EIO, "fsync file"},
     {"disk full when flushed", ENOSPC, "fsync file"},
     {"attributes not listed", EIO, "flistxattr"},
-    {"listed attributes not told", EIO, "flistxattr", 1},
+    {"attributes' names not read", EIO, "flistxattr", 1},
     {"new file's attributes not listed", EIO, "flistxattr", 2},
     {"attribute not given", EPERM, "fsetxattr"},
     {"no room for an attribute", ENOSPC, "fsetxattr"},

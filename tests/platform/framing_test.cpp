@@ -79,9 +79,9 @@ TEST_F(FramedNumber, ConsumesOnlyItsOwnBytes) {
 }
 
 TEST_F(FramedString, ConsumesOnlyItsOwnBytes) {
-    send("4:/tmp,what comes behind the request");
+    send("4:/tmp,bytes after the request");
     EXPECT_EQ(read_string(socket()), string_read("/tmp"));
-    EXPECT_EQ(unread(), "what comes behind the request");
+    EXPECT_EQ(unread(), "bytes after the request");
 }
 
 TEST_F(FramedString, ConsumesOnlyItsOwnBytesWhenItIsEmptyOrLong) {

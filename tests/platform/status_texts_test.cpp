@@ -23,7 +23,7 @@ constexpr int product_statuses[] = {0,    1,    23,   27,   29,   135,  602,  57
 
 constexpr int unknown_statuses[] = {INT_MIN, -1, 2, 22, 24, 136, 252, 5765, 5999, 6000, 6144, 7000, INT_MAX};
 
-// What the text of a status without one of its own is like.
+// Returns the text of an unknown status, with "#" in place of the number.
 std::string text_without_number(int status) {
     std::string text = getECmsg(status);
     const std::string number = std::to_string(status);

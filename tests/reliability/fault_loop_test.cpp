@@ -125,7 +125,7 @@ class Aftermath {
     }
 
   private:
-    // The agent ends by itself, unless it was killed, aborted without memory, or had not begun.
+    // The agent exits, unless it was killed, aborted without memory, or had not begun.
     void check_end() const {
         if (WIFSIGNALED(run_.wait_status)) {
             const int signal = WTERMSIG(run_.wait_status);

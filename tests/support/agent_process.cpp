@@ -57,8 +57,7 @@ void write_process_file(const char* path, const std::string& text) {
     }
 }
 
-// In a user namespace this process's user, root of the private root, has any number that is asked for; and so has
-// the peer, which is the same user.
+// In a user namespace, gives this process's user, root of the private root, that number. The peer is the same user.
 void become_user(uid_t user) {
     const std::string inside = std::to_string(user);
     const std::string outside = std::to_string(geteuid());

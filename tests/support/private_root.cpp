@@ -75,8 +75,8 @@ bool holds(std::initializer_list<std::string_view> names, const std::string& nam
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-// Links every entry of the host's folder into the new root's, except the ones that are left out. A link of the host
-// is made again as it is when it is relative, so that /bin stays the same folder as /usr/bin.
+// Links every entry of the host's folder into the new root's, except the ones that are left out. Copies a
+// relative link of the host unchanged, so that /bin is still the same folder as /usr/bin.
 void mirror(const std::string& folder, std::initializer_list<std::string_view> left_out) {
     const fs::path source = std::string(mount_point) + host_folder + folder;
     const fs::path target = mount_point + folder;

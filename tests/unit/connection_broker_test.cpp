@@ -38,9 +38,9 @@ class ExtractKobValues : public AgentTest {
         EXPECT_EQ(messages(), Lines{});
     }
 
-    void expect_rejected(const std::string& value, const std::string& told) {
+    void expect_rejected(const std::string& value, const std::string& message) {
         EXPECT_EQ(extract({value}), 5809) << value;
-        EXPECT_EQ(messages(), (Lines{{error, "validate_kob_ctgyargs", "Invalid KOB DbgLevel spec: " + told}}));
+        EXPECT_EQ(messages(), (Lines{{error, "validate_kob_ctgyargs", "Invalid KOB DbgLevel spec: " + message}}));
     }
 
     std::string name_;

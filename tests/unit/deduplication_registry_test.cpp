@@ -94,9 +94,9 @@ TEST_F(GetKpaConfFilepath, Returns5806WithoutALine) {
     for (const std::string text : {"", "x=/y\n", "KPA.CFG=/x\n", "kpa=cfg\nkpa\n.cfg"}) {
         recording_platform::reset();
         EXPECT_EQ(find(text), 5806);
-        const std::string told = "Failed to find kpa.cfg entry in " + registry_;
-        EXPECT_EQ(buffer_.data(), told);
-        EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
+        const std::string message = "Failed to find kpa.cfg entry in " + registry_;
+        EXPECT_EQ(buffer_.data(), message);
+        EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", message}}));
     }
     EXPECT_EQ(path_, "");
 }
@@ -104,9 +104,9 @@ TEST_F(GetKpaConfFilepath, Returns5806WithoutALine) {
 TEST_F(GetKpaConfFilepath, Returns5803WhenTheRegistryCannotBeOpened) {
     const std::string missing = folder_.path("%s%n");
     EXPECT_EQ(get_kpa_conf_filepath(missing, path_, buffer_.data(), buffer_.size()), 5803);
-    const std::string told = "Failed to open file (" + missing + ") E=2 (No such file or directory)";
-    EXPECT_EQ(buffer_.data(), told);
-    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
+    const std::string message = "Failed to open file (" + missing + ") E=2 (No such file or directory)";
+    EXPECT_EQ(buffer_.data(), message);
+    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", message}}));
 }
 
 TEST_F(GetKpaConfFilepath, NeverOverrunsTheBuffer) {
@@ -123,9 +123,9 @@ TEST_F(GetKpaConfFilepath, NeverOverrunsTheBuffer) {
 
 TEST_F(GetKpaConfFilepath, Returns5806ForAFolder) {
     EXPECT_EQ(get_kpa_conf_filepath(folder_.path(), path_, buffer_.data(), buffer_.size()), 5806);
-    const std::string told = "Failed to find kpa.cfg entry in " + folder_.path();
-    EXPECT_EQ(buffer_.data(), told);
-    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", told}}));
+    const std::string message = "Failed to find kpa.cfg entry in " + folder_.path();
+    EXPECT_EQ(buffer_.data(), message);
+    EXPECT_EQ(messages(), (Lines{{error, "get_kpa_conf_filepath", message}}));
 }
 
 // Compares random registries with the result of a simple parser.

@@ -118,13 +118,15 @@ TEST_F(KeyValueFileReplacement, FailsWhenTheCopyWouldBeLargerThanThisProcessMayW
         setrlimit(RLIMIT_FSIZE, &limit);
         return operation();
     };
-    const std::string told = "Could not open file " + copy_ + " for writing E=27 (File too large)";
-    EXPECT_EQ(run_in_child([&] { return with_limit([&] { return set() == 5803 && told == buffer_.data() ? 0 : 1; }); }),
-              0);
+    const std::string message = "Could not open file " + copy_ + " for writing E=27 (File too large)";
     EXPECT_EQ(
-        run_in_child([&] { return with_limit([&] { return unset() == 5804 && told == buffer_.data() ? 0 : 1; }); }), 0);
+        run_in_child([&] { return with_limit([&] { return set() == 5803 && message == buffer_.data() ? 0 : 1; }); }),
+        0);
+    EXPECT_EQ(
+        run_in_child([&] { return with_limit([&] { return unset() == 5804 && message == buffer_.data() ? 0 : 1; }); }),
+        0);
     EXPECT_EQ(recording_platform::child_messages(),
-              (Lines{{error, "set_parameter_value", told}, {error, "unset_parameter", told}}));
+              (Lines{{error, "set_parameter_value", message}, {error, "unset_parameter", message}}));
     EXPECT_EQ(read_file(path_), text);
 }
 
@@ -134,7 +136,7 @@ class ErrorBuffer : public KeyValueFileReplacement {
     // Reports a failure of each operation to a buffer of so many bytes.
     void expect_bounded(unsigned long size) {
         const std::string whole = "Could not open file " + missing_ + " E=2 (No such file or directory)";
-        const std::string told = whole.substr(0, size - 1);
+        const std::string message = whole.substr(0, size - 1);
         for (const bool setting : {true, false}) {
             recording_platform::reset();
             std::string buffer(200, '~');
@@ -143,9 +145,9 @@ class ErrorBuffer : public KeyValueFileReplacement {
             } else {
                 EXPECT_EQ(unset_parameter(missing_, "X", "=", buffer.data(), size, "#"), 5804);
             }
-            EXPECT_EQ(buffer.substr(0, told.size() + 1), told + '\0');
-            EXPECT_EQ(buffer.substr(told.size() + 1), std::string(200 - told.size() - 1, '~'));
-            EXPECT_EQ(messages().at(0).text, told);
+            EXPECT_EQ(buffer.substr(0, message.size() + 1), message + '\0');
+            EXPECT_EQ(buffer.substr(message.size() + 1), std::string(200 - message.size() - 1, '~'));
+            EXPECT_EQ(messages().at(0).text, message);
         }
     }
 
