@@ -69,7 +69,7 @@ TEST_P(Faults, OfASaveLeaveItWholeOrMissing) {
     const Snapshot before = take_whole_snapshot();
     for_each_call(
         {"save", folder_},
-        [this] {
+        [] {
             remove_tree("/tmp");
             make_folder("/tmp");
         },
