@@ -16,7 +16,7 @@ namespace {
 // The longest word or argument that an agent receives.
 constexpr std::size_t longest_text = 2047;
 
-// What the command line says about the peer, before contradictions are refused.
+// The options that select the peer. They may contradict each other.
 struct PeerOptions {
     std::optional<std::string> host;
     std::optional<std::uint16_t> port;

@@ -87,7 +87,7 @@ Descriptor open_socket(const SocketAddress& address) {
     if (!socket.valid()) {
         throw system_failure(errno, "cannot make a socket", FailureCode::connection_failed);
     }
-    // Keep-alive finds out in the end that the agent's host has gone down.
+    // Keep-alive detects, after some time, that the agent's host is down.
     const int on = 1;
     setsockopt(socket.get(), SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
     return socket;

@@ -15,7 +15,7 @@ namespace {
 
 FileState unread(int error) {
     FileState state;
-    // Without the folder, or where the folder's name is not a folder's, there is no file.
+    // The file is also missing if its folder is missing or is not a folder.
     state.kind = error == ENOENT || error == ENOTDIR ? FileState::Kind::missing : FileState::Kind::unread;
     state.error = error;
     return state;

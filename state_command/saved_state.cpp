@@ -19,7 +19,7 @@
 
 namespace {
 
-// A restore does as root what the folder and its manifest say, so no other user may have a say in them.
+// A restore does as root what the folder and its manifest say, so no other user may be able to write them.
 void check_owner(const std::string& path, const struct stat& state) {
     if (!platform_library::is_trusted(state)) {
         const bool has_owner = state.st_uid == 0 || state.st_uid == geteuid();

@@ -263,7 +263,7 @@ struct Category {
     void (*add_settings)(Settings& settings, Problems& problems);
 };
 
-// In the order of the requests' table.
+// In the order of category::all.
 constexpr std::array categories = {
     Category{category::zmktul,
              [](Settings& settings, Problems& problems) {

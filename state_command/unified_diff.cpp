@@ -121,7 +121,7 @@ class ShortestWay {
     std::vector<std::vector<std::ptrdiff_t>> furthest_;
 };
 
-// Leaves the lines at the start and at the end that both texts share out of the search.
+// Leaves out of the search the lines that both texts share at the start and at the end.
 Steps steps_between(const Lines& from, const Lines& to) {
     const auto begin = std::mismatch(from.begin(), from.end(), to.begin(), to.end());
     const auto common = begin.first - from.begin();

@@ -33,7 +33,7 @@ std::vector<Address> interface_addresses() {
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
     for (const ifaddrs* item = list; item != nullptr; item = item->ifa_next) {
         const Address address = item->ifa_addr == nullptr ? Address() : address_of(item->ifa_addr);
-        // Otherwise an interface without an IP address would make every address of no family this host's own.
+        // Skips interfaces without an IP address. Otherwise every address of no family would count as this host's own.
         if (address.family != AF_UNSPEC) {
             addresses.push_back(address);
         }

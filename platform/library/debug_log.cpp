@@ -70,7 +70,7 @@ void make_head(time_t second, pid_t process) {
     debug_log.second = second;
 }
 
-// Returns the head of a line of now. Formats it once a second, and sets the milliseconds in it.
+// Returns the head of a line with the present time. Formats it once a second, and only sets the milliseconds otherwise.
 std::string_view head_of_now() {
     const timespec now = time_now();
     const pid_t known = debug_log.process;
@@ -85,7 +85,7 @@ std::string_view head_of_now() {
     return {debug_log.head.data(), debug_log.head_length};
 }
 
-// For each byte, because every byte of a message is looked up.
+// A table, because every byte of a message is looked up.
 constexpr std::array<bool, 256> must_be_escaped = [] {
     std::array<bool, 256> result{};
     for (std::size_t byte = 0; byte < result.size(); ++byte) {
@@ -206,8 +206,8 @@ Descriptor open_log(const std::string& path, mode_t mode) {
     constexpr int flags = O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     struct stat state {};
     const bool is_file = stat(path.c_str(), &state) == 0 && S_ISREG(state.st_mode);
-    // Also for reading, to look at the file's end. Only for files: a FIFO or a device behaves differently when opened
-    // so.
+    // Opens a file for reading too, to look at its end. A FIFO or a device would behave differently when opened for
+    // reading.
     Descriptor file(is_file ? open(path.c_str(), O_RDWR | flags) : -1);
     debug_log.is_torn = file.valid() && ends_in_torn_line(file, state.st_size);
     if (!file.valid()) {

@@ -51,7 +51,7 @@ bool is_tcp(int socket) {
     return is_stream(socket) && (protocol == IPPROTO_TCP || protocol == IPPROTO_MPTCP);
 }
 
-// On this host the kernel says who the user is.
+// On this host the kernel reports the user.
 bool examine_local_peer(int socket, Deadline deadline, Peer& peer) {
     peer.host = "local";
     ucred credentials{};

@@ -149,7 +149,7 @@ class Replacement {
 
     std::string folder_path_;
     std::string name_;
-    std::string new_name_ = "." + name_ + ".new";  // hidden: no name that a user gives a draft
+    std::string new_name_ = "." + name_ + ".new";  // hidden, unlike the names that users give to copies
     Descriptor folder_;
     int flush_error_ = 0;  // why the folder cannot be flushed
     Descriptor old_;

@@ -33,7 +33,7 @@ class Walk {
     }
 
   private:
-    // Linux follows as many.
+    // The limit of Linux.
     static constexpr int most_links = 40;
 
     void start_at_root() {
