@@ -40,7 +40,7 @@
 #include <time.h>
 #include <unistd.h>
 
-/* No larger than the requests measured need: every page of the stack that is touched costs. */
+/* No larger than the measured requests need, because every touched page of the stack costs time. */
 enum { buffer_size = 1024, configuration_size = 4096, file_size = 1 << 20 };
 
 static int debug_log = -1;
@@ -143,7 +143,7 @@ static void read_request(int peer, char* request, char** word, char** argument) 
     require(recv(peer, taken, (size_t)(next - request), 0) == next - request, 6);
 }
 
-/* The text is without its newline, which the log writes as it writes every newline. */
+/* Sends a line. In the log, "\n" replaces its newline. */
 static void send_line(int peer, const char* text, int length) {
     require(write(peer, text, (size_t)length) == length, 7);
     log_message("socksend: sent installment #1: %d of %d\n", length, length);

@@ -13,7 +13,7 @@ struct answers {
 
 static const char plugins[] = "/usr/kumel/lib/stg-plugins/";
 
-/* The two levels of a log originator, as the line of each begins. */
+/* The beginnings of the lines for the two levels of an originator. */
 static const char debug_level[] = "111.DebugLevel=";
 static const char diagnostic_level[] = "111.DiagnosticLevel=";
 
@@ -131,7 +131,7 @@ static void set_volume_manager(struct answers* answers, const char* argument) {
     respond(answers, "process_vmconf", argument, "Set debug logging");
 }
 
-/* Through the shell, as the agent does: what the tool is called with can be seen. */
+/* Through the shell, as the agent does, because other processes can see the command line. */
 static void run_connection_broker_tool(struct answers* answers, const char* argument) {
     static const char tag[] = "process_kob";
     char command[128];

@@ -125,7 +125,7 @@ static int lock_file(const char* folder, const char* name) {
     return lock;
 }
 
-/* The new file has the old one's owner, when both are root's, its mode and, where there are any, its attributes. */
+/* Gives the new file the old one's mode. Expects that root owns the old file and that neither file has attributes. */
 static void take_over_state(int old, int copy) {
     struct stat state;
     require(fstat(old, &state) == 0 && state.st_uid == 0 && state.st_gid == 0, 28);

@@ -10,7 +10,7 @@
 
 // Resources that must be the same before and after a load.
 struct DoorState {
-    // Descendants of the test with the door, and with those that have ended but were not waited for.
+    // Descendants of the test. Includes the door, and processes that have ended but were not waited for.
     int processes = 0;
     int descriptors_of_door = 0;
     int descriptors_of_test = 0;

@@ -14,7 +14,7 @@
 
 namespace failing_calls {
 
-// What becomes of the next calls: an error number for each that fails, 0 for each that goes through. Then calls go
+// The results of the next calls: an error number for each that fails, 0 for each that goes through. Then calls go
 // through, unless a lasting error was given.
 class Outcomes {
   public:
@@ -25,7 +25,7 @@ class Outcomes {
     // Returns the error number of this call, or 0 when it goes through.
     int take();
 
-    // Returns whether calls have failed as often as they were to.
+    // Returns whether calls have failed as often as was requested.
     [[nodiscard]] bool spent() const { return next_.empty() && (lasting_error_ == 0 || lasting_error_was_taken_); }
 
   private:
@@ -47,7 +47,7 @@ extern std::map<std::string, Outcomes> failures;
 // Returns whether this call fails, and sets errno when it does. Outcomes for "NAME SUBJECT" replace those for NAME.
 [[nodiscard]] bool fails(const std::string& name, const std::string& subject = "");
 
-// Lets all calls through. Returns the names of those that have not failed as often as they were to, each with a blank
+// Lets all calls through. Returns the names of those that have not failed as often as requested, each with a blank
 // after it; failures in child processes do not count.
 std::string reset();
 

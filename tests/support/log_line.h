@@ -9,8 +9,8 @@
 
 #include "platform/runtime.h"
 
-// Levels are those of log_level (platform/runtime.h). A line that was read from a file holds `tag` and `text` as they
-// are there, with their escapes; a tag that holds ": " ends there, and the rest is part of `text`.
+// Levels are those of log_level (platform/runtime.h). In a line that was read from a file, `tag` and `text` have
+// their escapes, and `tag` ends before the first ": ".
 struct LogLine {
     int level = 0;
     std::string tag;

@@ -63,7 +63,7 @@ class PeerListener {
     // Returns whether there is a connection that was not accepted yet.
     [[nodiscard]] bool has_connection() const;
 
-    // From now on connecting hangs, because the queue of connections is full.
+    // Fills the queue of connections, so that further connects hang.
     void hang();
 
   private:

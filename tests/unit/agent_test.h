@@ -38,7 +38,7 @@ class ProductPathTest : public AgentTest {
 // Returns the number that the next opened descriptor will get.
 int next_descriptor();
 
-// Calls a function whose child processes have to end by themselves. A child that returns is ended.
+// Calls a function whose child processes must exit. Ends a child that returns instead.
 template <typename Function>
 int call_that_forks(Function function);
 
