@@ -76,13 +76,13 @@ constexpr const typename Rows::value_type* find_row(const Rows& rows, std::strin
     return nullptr;
 }
 
-// Returns whether the table has a row for each name and no other rows.
+// Returns whether the table has one row for each name and no other rows.
 template <typename Rows, typename... Names>
 constexpr bool describes(const Rows& rows, const Names&... names) {
-    const auto all_known = [&rows](const auto& list) {
-        return std::all_of(list.begin(), list.end(), [&](const char* name) { return find_row(rows, name) != nullptr; });
+    const auto has_one_row = [&rows](std::string_view name) {
+        return std::count_if(rows.begin(), rows.end(), [&](const auto& row) { return row.name == name; }) == 1;
     };
-    return rows.size() == (names.size() + ...) && (all_known(names) && ...);
+    return rows.size() == (names.size() + ...) && (std::all_of(names.begin(), names.end(), has_one_row) && ...);
 }
 static_assert(describes(known_words, command_word::built_in, command_word::external), "a word has no row, or two");
 static_assert(describes(known_categories, category::all), "a category has no row, or two");
