@@ -1,6 +1,5 @@
-# wrap_calls(TARGET SCOPE NAME ...) makes the linker replace calls of each NAME by calls of __wrap_NAME, which
-# system_calls.cpp in TARGET's folder defines. It calls NAME itself as __real_NAME. With SCOPE "INTERFACE" this applies to
-# programs that link TARGET.
+# wrap_calls(TARGET NAME ...) makes the linker replace calls of each NAME by calls of __wrap_NAME, which the sources
+# *_calls.cpp in TARGET's folder define. They call NAME itself as __real_NAME.
 
 # glibc's names of the functions where large files and times are not the default.
 set(large_names
@@ -10,15 +9,16 @@ set(large_names
   pread=pread64 pwrite=pwrite64 readdir=readdir64 recvmsg=__recvmsg64 sendmsg=__sendmsg64 setsockopt=__setsockopt64
   stat=__stat64_time64 statvfs=statvfs64 utimensat=__utimensat64)
 
-function(wrap_calls target scope)
+function(wrap_calls target)
+  file(GLOB wrappers CONFIGURE_DEPENDS *_calls.cpp)
   foreach(name ${ARGN})
     set(symbol ${name})
     if(NOT HAS_LARGE_FILES_AND_TIMES AND "${large_names}" MATCHES "(^|;)${name}=([^;]+)")
       set(symbol ${CMAKE_MATCH_2})
-      # Only for that source: the precompiled header of a target with definitions cannot be reused by another target.
-      set_property(SOURCE system_calls.cpp APPEND PROPERTY
+      # Only for these sources: the precompiled header of a target with definitions cannot be reused by another target.
+      set_property(SOURCE ${wrappers} APPEND PROPERTY
         COMPILE_DEFINITIONS __wrap_${name}=__wrap_${symbol} __real_${name}=__real_${symbol})
     endif()
-    target_link_options(${target} ${scope} -Wl,--wrap=${symbol})
+    target_link_options(${target} PRIVATE -Wl,--wrap=${symbol})
   endforeach()
 endfunction()

@@ -71,13 +71,17 @@ run_tests() { # ARCHITECTURE NAME COMMAND...
 }
 
 check() { # ARCHITECTURE JOBS
-    local name folder=$PWD/build/architectures/$1 emulator
+    local name folder=$PWD/build/architectures/$1 emulator libraries start=()
     emulator=$(setting "$1" emulator)
+    if [[ -n $emulator ]]; then
+        # With -L the emulator would find the libraries too, but then it takes their folder for "/" in every path.
+        libraries=/usr/$(setting "$1" triplet)/lib
+        start=("$emulator" "$libraries"/ld*.so.* --library-path "$libraries")
+    fi
     build "$1" "$2" || return 1
     put_programs "$1" "$folder/programs"
     for name in "${cross_built[@]}"; do
-        run_tests "$1" "$name" ${emulator:+$emulator -L "/usr/$(setting "$1" triplet)"} \
-            "$(test_program "build/architectures/$1" "$name")" || return 1
+        run_tests "$1" "$name" "${start[@]}" "$(test_program "build/architectures/$1" "$name")" || return 1
     done
     for name in "${end_to_end[@]}"; do
         ZMLA_PROGRAMS=$folder/programs run_tests "$1" "$name" "$(test_program build/release "$name")" || return 1
