@@ -63,6 +63,7 @@ void answer_clean_up(int peer, const char* directory) {
     int length = print(line, sizeof line, "CLEANUP: Successfully cleaned up %s", directory);
     log_line(error_level, "perform_cleanup_zmladir", "Cleanup result D=%s #D=1 NSC=0 M=%s", directory, line);
     line[length++] = '\n';
+    line[length] = '\0';
     send_text(peer, line, (size_t)length);
 }
 
