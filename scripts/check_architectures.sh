@@ -9,7 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 programs=(zmlogadmagent zmlogadm zmlogstate)
 cross_built=(unit_tests platform_tests)
-end_to_end=(end_to_end_tests logging_end_to_end_tests)
+end_to_end=(end_to_end_tests logging_end_to_end_tests request_command_tests state_command_tests)
 
 setting() { # ARCHITECTURE NAME: what its toolchain file sets the name to
     sed -nE "s/^set\($2 (.*)\)/\1/p" "cmake/architectures/$1.cmake"
