@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "state_command/file_state.h"
-#include "state_command/log_directories.h"
+#include "state_command/host_log_directories.h"
 #include "state_command/output.h"
 
 struct ProductState {

@@ -12,7 +12,7 @@
 #include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
 #include "state_command/failure.h"
-#include "state_command/log_directories.h"
+#include "state_command/host_log_directories.h"
 #include "state_command/manifest.h"
 #include "state_command/new_folder.h"
 #include "state_command/sha256.h"

@@ -12,7 +12,7 @@
 #include "platform/library/numbers.h"
 #include "state_command/changed_files.h"
 #include "state_command/file_state.h"
-#include "state_command/log_directories.h"
+#include "state_command/host_log_directories.h"
 
 namespace {
 
