@@ -10,6 +10,7 @@
 #include <iterator>
 
 #include "logging_config/settings.h"
+#include "platform/library/file_owner.h"
 #include "platform/library/put_back.h"
 #include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
@@ -110,13 +111,12 @@ std::string last_component(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-// Returns whether that worked; if not, errno says why.
-bool give_owner_and_mode(const Descriptor& made, const LogDirectory& directory) {
-    struct stat state {};
-    const bool has_owner =
-        fstat(made.get(), &state) == 0 && state.st_uid == directory.owner && state.st_gid == directory.group;
-    return (has_owner || fchown(made.get(), directory.owner, directory.group) == 0) &&
-           fchmod(made.get(), directory.mode) == 0;
+// Returns 0 or an error number.
+int give_owner_and_mode(const Descriptor& made, const LogDirectory& directory) {
+    if (const int error = platform_library::give_owner(made.get(), directory.owner, directory.group)) {
+        return error;
+    }
+    return fchmod(made.get(), directory.mode) == 0 ? 0 : errno;
 }
 
 // Returns 0 or an error number. After an error the directory is missing again, so that the next comparison finds it
@@ -131,12 +131,11 @@ int make_again(const LogDirectory& directory) {
     if (!made.valid()) {
         return errno;
     }
-    if (!give_owner_and_mode(made, directory)) {
-        const int error = errno;
+    const int error = give_owner_and_mode(made, directory);
+    if (error != 0) {
         unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR);
-        return error;
     }
-    return 0;
+    return error;
 }
 
 bool restore_gone(const LogDirectory& directory) {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <functional>
 
+#include "platform/library/file_owner.h"
 #include "platform/library/safe_rewrite.h"
 #include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
@@ -86,13 +87,8 @@ class LockedName {
 
 // The owner comes first, because changing it can clear bits of the mode and attributes.
 int give_state(int file, const WholeFile& wanted) {
-    struct stat state {};
-    if (fstat(file, &state) != 0) {
-        return errno;
-    }
-    const bool same_owner = state.st_uid == wanted.owner && state.st_gid == wanted.group;
-    if (!same_owner && fchown(file, wanted.owner, wanted.group) != 0) {
-        return errno;
+    if (const int error = give_owner(file, wanted.owner, wanted.group)) {
+        return error;
     }
     if (const int error = give_extended_attributes(wanted.attributes, file)) {
         return error;

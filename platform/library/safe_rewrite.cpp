@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "platform/library/extended_attributes.h"
+#include "platform/library/file_owner.h"
 #include "platform/posix.h"
 
 // Every step returns 0 or an error number.
@@ -133,13 +134,8 @@ class Replacement {
 
     // The owner comes first, because changing it can clear bits of the mode and attributes.
     int take_over_state(int file) const {
-        struct stat state {};
-        if (fstat(file, &state) != 0) {
-            return errno;
-        }
-        const bool same_owner = state.st_uid == old_state_.st_uid && state.st_gid == old_state_.st_gid;
-        if (!same_owner && fchown(file, old_state_.st_uid, old_state_.st_gid) != 0) {
-            return errno;
+        if (const int error = give_owner(file, old_state_.st_uid, old_state_.st_gid)) {
+            return error;
         }
         if (const int error = copy_extended_attributes(old_.get(), file)) {
             return error;
