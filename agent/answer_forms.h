@@ -59,6 +59,8 @@ inline constexpr const char* unit = " MB";
 // The result for one directory of a clean-up; the directory follows.
 namespace cleanup_key {
 
+// How each of the three begins.
+inline constexpr const char* start = "CLEANUP: ";
 inline constexpr const char* removed = "CLEANUP: Successfully cleaned up ";
 inline constexpr const char* refused = "CLEANUP: Will not clean up unknown location: ";
 inline constexpr const char* failed = "CLEANUP: Failed to clean up ";

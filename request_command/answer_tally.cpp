@@ -15,7 +15,7 @@ constexpr std::size_t most_names = 10;
 
 constexpr std::string_view label_key = process_key::label;
 constexpr std::string_view status_key = process_key::status;
-constexpr std::string_view cleanup_start = "CLEANUP: ";  // of every line of a clean-up, also one of an unknown form
+constexpr std::string_view cleanup_start = cleanup_key::start;
 constexpr std::string_view directory_key = space_key::directory;
 constexpr std::string_view free_key = space_key::free;
 
