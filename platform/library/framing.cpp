@@ -20,7 +20,7 @@ constexpr int most_length_digits = 10;
 constexpr std::size_t longest_prefix = most_length_digits + 1;
 
 // A netstring's length and colon.
-class Prefix {
+class NetstringPrefix {
   public:
     enum class State { incomplete, complete, malformed };
 
@@ -63,12 +63,12 @@ class ValueReader {
 
     // Reads a netstring of at most `longest` bytes into `text`, which has room for one more: the comma.
     int read_netstring(char* text, std::size_t longest, std::size_t& length) {
-        Prefix prefix;
+        NetstringPrefix prefix;
         std::size_t seen = 0;
         if (const int error = look_at_prefix(prefix, seen)) {
             return error;
         }
-        const bool is_malformed = prefix.state() == Prefix::State::malformed;
+        const bool is_malformed = prefix.state() == NetstringPrefix::State::malformed;
         if (is_malformed || prefix.length() > longest) {
             const int error = pass_over(seen);
             return error != 0 ? error : is_malformed ? EPROTO : EMSGSIZE;
@@ -84,7 +84,7 @@ class ValueReader {
     // Peeks at the bytes on the socket, because those after the value belong to another reader. Leaves the last `seen`
     // bytes of the prefix on the socket; the caller takes them together with the text. Takes digits that came without
     // the colon: left on the socket, they would keep it readable, and the wait for more bytes would end at once.
-    int look_at_prefix(Prefix& prefix, std::size_t& seen) const {
+    int look_at_prefix(NetstringPrefix& prefix, std::size_t& seen) const {
         for (;;) {
             std::array<char, longest_prefix> bytes;
             std::size_t count = 0;
@@ -92,7 +92,7 @@ class ValueReader {
                 return error;
             }
             seen = prefix.take({bytes.data(), count});
-            if (prefix.state() != Prefix::State::incomplete) {
+            if (prefix.state() != NetstringPrefix::State::incomplete) {
                 return 0;
             }
             if (const int error = pass_over(seen)) {
