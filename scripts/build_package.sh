@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 scripts/install_dependencies.sh package
 folder=$(realpath --canonicalize-missing "${1:-build/package}")
-rm -rf "$folder"
+make_empty_folder "$folder"
 copy_sources "$folder/sources"
 cd "$folder/sources"
 dpkg-buildpackage --unsigned-source --unsigned-changes --jobs="$(nproc)" >../build.log 2>&1 || {

@@ -9,8 +9,8 @@ scripts/install_dependencies.sh rpm
 folder=$(realpath --canonicalize-missing "${3:-build/rpm}")
 staged=${1:-$folder/static}
 architecture=${2:-}
-rm -rf "$folder"
-mkdir -p "$folder/files"
+make_empty_folder "$folder"
+mkdir "$folder/files"
 if [[ -z ${1:-} ]]; then
     scripts/stage_static_build.sh "$staged" $architecture
 fi

@@ -8,8 +8,7 @@ cd "$(dirname "$0")/.."
 folder=$(realpath --canonicalize-missing "${3:-build/tarball}")
 staged=${1:-$folder/static}
 architecture=${2:-}
-rm -rf "$folder"
-mkdir -p "$folder"
+make_empty_folder "$folder"
 if [[ -z ${1:-} ]]; then
     scripts/stage_static_build.sh "$staged" $architecture
 fi

@@ -32,7 +32,7 @@ make_newer() {
     RPM_RELEASE=2 scripts/build_rpm.sh "$folder/newer" '' "$folder/newer_rpm" >/dev/null
 }
 
-rm -rf "$folder"
+make_empty_folder "$folder"
 build . build
 build_again
 for kind in rpm/*.rpm tarball/*.tar.gz; do

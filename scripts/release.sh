@@ -17,8 +17,7 @@ name=zmlogadmagent-$(project_version)
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 umask 022
-rm -rf "$folder"
-mkdir -p "$folder"
+make_empty_folder "$folder"
 
 # Each file gets the time of the commit; the build takes its date from there.
 make_source_tarball() {

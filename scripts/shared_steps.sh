@@ -20,3 +20,15 @@ require_root() { # REASON
         exit 1
     fi
 }
+
+# Makes an empty folder. Replaces only what is below build/; another folder may have files that no script made.
+make_empty_folder() { # FOLDER, an absolute path
+    if [[ $1 == "$(pwd -P)"/build/* ]]; then
+        rm -rf "$1"
+    fi
+    mkdir -p "$1"
+    if [[ -n $(ls --almost-all "$1") ]]; then
+        echo "$0: $1 is not empty; name a new folder, or one below build/" >&2
+        exit 1
+    fi
+}

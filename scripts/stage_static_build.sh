@@ -4,6 +4,7 @@
 # The same sources give the same bytes, whatever the folders' names.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 sources=$PWD
 folder=$(realpath --canonicalize-missing "$1")
 architecture=${2:-}
@@ -37,8 +38,7 @@ finish() {
 }
 
 umask 022
-rm -rf "$folder"
-mkdir -p "$folder"
+make_empty_folder "$folder"
 if ! build >"$folder/build.log" 2>&1; then
     tail -n 40 "$folder/build.log"
     exit 1
