@@ -13,7 +13,12 @@ if [[ -n $(git status --porcelain) ]]; then
     echo "This clone has changes; commit them first" >&2
     exit 1
 fi
-name=zmlogadmagent-$(project_version)
+version=$(project_version)
+if ! grep -qF "## [$version] - " CHANGELOG.md; then
+    echo "CHANGELOG.md has no dated section of version $version" >&2
+    exit 1
+fi
+name=zmlogadmagent-$version
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 umask 022
