@@ -29,9 +29,9 @@ sockaddr_un address_of(const LocalSocket& peer) {
 }
 
 // Limits the time of a blocking connect. A non-blocking connect fails when the listener's queue is full.
-void set_connect_timeout(int fd, Deadline deadline) {
+void set_connect_timeout(int fd, std::chrono::milliseconds left) {
     // A time-out of zero would mean none.
-    const auto left = std::max(time_left(deadline), std::chrono::milliseconds(1));
+    left = std::max(left, std::chrono::milliseconds(1));
     const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
     const timeval timeout = {.tv_sec = seconds.count(), .tv_usec = std::chrono::microseconds(left - seconds).count()};
     if (setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout) == -1) {
@@ -39,31 +39,34 @@ void set_connect_timeout(int fd, Deadline deadline) {
     }
 }
 
-Descriptor connect_to_socket(const LocalSocket& peer, std::chrono::seconds timeout) {
+Descriptor connect_to_socket(const LocalSocket& peer, std::chrono::seconds timeout, IdleTask* task) {
     const Deadline deadline = Clock::now() + timeout;
     const sockaddr_un address = address_of(peer);
     Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!socket.valid()) {
         throw system_failure(errno, "cannot make a socket");
     }
-    do {
-        set_connect_timeout(socket.get(), deadline);
+    int error = EINTR;
+    while (error == EINTR || (error == EAGAIN && Clock::now() < deadline)) {
+        set_connect_timeout(socket.get(), time_left(next_stop(deadline, task)));
         if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
             return socket;
         }
-    } while (errno == EINTR);
-    const int error = errno == EAGAIN ? ETIMEDOUT : errno;
+        error = errno;
+        run(task);
+    }
+    error = error == EAGAIN ? ETIMEDOUT : error;
     throw system_failure(error, "cannot connect to " + peer.path, connection_failure_code(error));
 }
 
 }  // namespace
 
-Connection connect_to(const Peer& peer, std::chrono::seconds timeout) {
+Connection connect_to(const Peer& peer, std::chrono::seconds timeout, IdleTask* task) {
     if (const auto* host = std::get_if<RemoteHost>(&peer)) {
-        return {.agent = {}, .socket = connect_to_host(*host, timeout)};
+        return {.agent = {}, .socket = connect_to_host(*host, timeout, task)};
     }
     if (const auto* socket = std::get_if<LocalSocket>(&peer)) {
-        return {.agent = {}, .socket = connect_to_socket(*socket, timeout)};
+        return {.agent = {}, .socket = connect_to_socket(*socket, timeout, task)};
     }
     return start_agent(std::get<AgentFile>(peer));
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "platform/child.h"
+#include "platform/idle_task.h"
 #include "platform/posix.h"
 #include "request_command/options.h"
 
@@ -13,5 +14,6 @@ struct Connection {
     Descriptor socket;  // declared after `agent`, so that it is closed before the wait for the agent
 };
 
-// Connects to the peer within the time-out. Throws a Failure that gives the reason when it cannot.
-Connection connect_to(const Peer& peer, std::chrono::seconds timeout);
+// Connects to the peer within the time-out. Throws a Failure that gives the reason when it cannot. The task, which can
+// be null, runs during the wait.
+Connection connect_to(const Peer& peer, std::chrono::seconds timeout, IdleTask* task);

@@ -52,7 +52,7 @@ WaitingLine* Console::wait_for(std::string_view peer, Waiting waiting, WaitingLi
         const WaitingLine::Terminal terminal = {
             .write = [this](std::string_view text) { static_cast<void>(write_to_stream(errors_, text)); },
             .width = [this] { return width_of(errors_); }};
-        waiting_line_ = std::make_unique<WaitingLine>(peer, terminal, start, WaitingLine::Clock::now());
+        waiting_line_ = std::make_unique<WaitingLine>(peer, terminal, start);
     }
     return waiting_line_.get();
 }

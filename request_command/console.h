@@ -22,8 +22,8 @@ class Console {
     // Writes the hint to standard error if that is a terminal and the hint is not empty.
     void write_hint(const std::string& hint);
 
-    // Returns the line that shows how long the peer's answer takes, or null when none is to be shown. Later writes wipe
-    // the line first.
+    // Returns the line that shows how long the peer takes since `start`, or null when none is to be shown. Later writes
+    // wipe the line first.
     WaitingLine* wait_for(std::string_view peer, Waiting waiting, WaitingLine::Time start);
 
   private:

@@ -23,8 +23,7 @@ short wait_for(int socket, bool sending, WaitingLine* waiting) {
         entry.events |= POLLOUT;
     }
     for (;;) {
-        const auto time =
-            waiting == nullptr ? std::chrono::milliseconds(-1) : waiting->time_left(WaitingLine::Clock::now());
+        const auto time = waiting == nullptr ? std::chrono::milliseconds(-1) : time_left(waiting->due());
         const int ready = poll(&entry, 1, static_cast<int>(time.count()));
         if (ready > 0) {
             return entry.revents;
@@ -32,9 +31,7 @@ short wait_for(int socket, bool sending, WaitingLine* waiting) {
         if (ready == -1 && errno != EINTR) {
             throw system_failure(errno, "cannot wait for the answer");
         }
-        if (waiting != nullptr) {
-            waiting->show(WaitingLine::Clock::now());
-        }
+        run(waiting);
     }
 }
 
@@ -77,7 +74,7 @@ int exchange(int socket, std::string_view request, AnswerSplitter& splitter, Wai
         if (count > 0) {
             const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
             if (waiting != nullptr) {
-                waiting->count(bytes, WaitingLine::Clock::now());
+                waiting->count(bytes, Clock::now());
             }
             splitter.take(bytes);
         } else if (count == 0) {

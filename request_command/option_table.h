@@ -28,7 +28,7 @@ inline constexpr std::array all = {
     CommandOption{timeout, "timeout", "SECONDS", "give up connecting after that long (default: 30)"},
     CommandOption{json, "json", "", "print the answer as JSON, one object a line"},
     CommandOption{strict, "strict", "", "exit with 1 if the status is 0 but anything failed"},
-    CommandOption{no_progress, "no-progress", "", "do not show on a terminal that an answer takes long"},
+    CommandOption{no_progress, "no-progress", "", "do not show on a terminal that the peer takes long"},
     CommandOption{help, "help", "", "print this help"},
     CommandOption{version, "version", "", "print the version"},
 };

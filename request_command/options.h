@@ -40,7 +40,7 @@ enum class Verdict {
     strict,      // the same, and nothing may have failed or be unanswered
 };
 
-// Whether a terminal shows that the answer takes long.
+// Whether a terminal shows that the peer takes long.
 enum class Waiting { shown, silent };
 
 struct Options {

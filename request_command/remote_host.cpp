@@ -56,19 +56,20 @@ SocketAddress socket_address(const Address& address, std::uint16_t port) {
 }
 
 // Returns the addresses in the order in which to try them.
-std::vector<Address> look_up(const std::string& name, Deadline deadline) {
+std::vector<Address> look_up(const std::string& name, Deadline deadline, IdleTask* task) {
     if (const auto address = platform_library::parse_address(name)) {
         return {*address};
     }
     std::vector<Address> found;
     LookUpEnd end = LookUpEnd::complete;
     if (platform_library::is_host_name(name)) {
-        end = platform_library::look_up({name}, deadline, [&](const Address& address) {
+        const auto keep = [&found](const Address& address) {
             if (std::find(found.begin(), found.end(), address) == found.end()) {
                 found.push_back(address);
             }
             return false;
-        });
+        };
+        end = platform_library::look_up({name}, deadline, keep, task);
     }
     if (end == LookUpEnd::not_started) {
         throw system_failure(errno, "cannot look up " + name, FailureCode::lookup_failed);
@@ -109,22 +110,27 @@ bool bind_to_port(int fd, int family, unsigned port) {
 }
 
 // Returns 0 when the descriptor became writable by the deadline, else an error number.
-int wait_until_writable(int fd, Deadline deadline) {
+int wait_until_writable(int fd, Deadline deadline, IdleTask* task) {
     pollfd entry = {.fd = fd, .events = POLLOUT, .revents = 0};
     for (;;) {
-        const int ready = poll(&entry, 1, static_cast<int>(time_left(deadline).count()));
-        if (ready >= 0) {
-            return ready == 0 ? ETIMEDOUT : 0;
+        const Deadline stop = next_stop(deadline, task);
+        const int ready = poll(&entry, 1, static_cast<int>(time_left(stop).count()));
+        if (ready > 0) {
+            return 0;
         }
-        if (errno != EINTR) {
+        if (ready == -1 && errno != EINTR) {
             return errno;
         }
+        if (ready == 0 && stop == deadline) {
+            return ETIMEDOUT;
+        }
+        run(task);
     }
 }
 
 // Waits for the result of a connect that continues in the background. Returns 0 or its error number.
-int finish_connecting(int fd, Deadline deadline) {
-    int error = wait_until_writable(fd, deadline);
+int finish_connecting(int fd, Deadline deadline, IdleTask* task) {
+    int error = wait_until_writable(fd, deadline, task);
     socklen_t size = sizeof error;
     if (error == 0 && getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == -1) {
         error = errno;
@@ -144,25 +150,25 @@ bool is_connected_to_itself(int fd) {
 }
 
 // Returns 0 when the socket was connected by the deadline, else an error number.
-int connect_socket(int fd, const SocketAddress& address, Deadline deadline) {
+int connect_socket(int fd, const SocketAddress& address, Deadline deadline, IdleTask* task) {
     int error = connect(fd, address.get(), address.size) == 0 ? 0 : errno;
     // An interrupted connect continues in the background too.
     if (error == EINPROGRESS || error == EINTR) {
-        error = finish_connecting(fd, deadline);
+        error = finish_connecting(fd, deadline, task);
     }
     return error == 0 && is_connected_to_itself(fd) ? ECONNREFUSED : error;
 }
 
-Descriptor connect_from_any_port(const SocketAddress& address, Deadline deadline) {
+Descriptor connect_from_any_port(const SocketAddress& address, Deadline deadline, IdleTask* task) {
     Descriptor socket = open_socket(address);
-    const int error = connect_socket(socket.get(), address, deadline);
+    const int error = connect_socket(socket.get(), address, deadline, task);
     if (error != 0) {
         throw Failure(connection_failure_code(error), strerror(error));
     }
     return socket;
 }
 
-Descriptor connect_from_root_port(const SocketAddress& address, Deadline deadline) {
+Descriptor connect_from_root_port(const SocketAddress& address, Deadline deadline, IdleTask* task) {
     const unsigned start = std::random_device()();
     int error = 0;
     for (unsigned i = 0; i != root_ports; ++i) {
@@ -174,7 +180,7 @@ Descriptor connect_from_root_port(const SocketAddress& address, Deadline deadlin
             }
             throw system_failure(error, "cannot use a source port below 1024", FailureCode::connection_failed);
         }
-        error = connect_socket(socket.get(), address, deadline);
+        error = connect_socket(socket.get(), address, deadline, task);
         if (error == 0) {
             return socket;
         }
@@ -195,16 +201,17 @@ std::string text_of(const SocketAddress& address) {
 
 }  // namespace
 
-Descriptor connect_to_host(const RemoteHost& host, std::chrono::seconds timeout) {
+Descriptor connect_to_host(const RemoteHost& host, std::chrono::seconds timeout, IdleTask* task) {
     const Deadline deadline = Clock::now() + timeout;
-    const std::vector<Address> addresses = look_up(host.name, deadline);
+    const std::vector<Address> addresses = look_up(host.name, deadline, task);
     std::string failures;
     std::set<FailureCode> codes;
     for (std::size_t i = 0; i != addresses.size(); ++i) {
         const SocketAddress address = socket_address(addresses[i], host.port);
         const Deadline share = Clock::now() + time_left(deadline) / (addresses.size() - i);
         try {
-            return geteuid() == 0 ? connect_from_root_port(address, share) : connect_from_any_port(address, share);
+            return geteuid() == 0 ? connect_from_root_port(address, share, task)
+                                  : connect_from_any_port(address, share, task);
         } catch (const Failure& failure) {
             failures += (failures.empty() ? "" : "; ") + text_of(address) + ": " + failure.what();
             codes.insert(failure.code());

@@ -122,10 +122,10 @@ int carry_out(const Options& options, AnswerOutput& output, Console& console) {
     remark_on_spelling(options.request, console);
     const auto start = std::chrono::steady_clock::now();
     output.prepare(describe_request(options));
-    Connection connection = connect_to(options.peer, options.timeout);
+    WaitingLine* const waiting = console.wait_for(name_of_peer(options.peer), options.waiting, start);
+    Connection connection = connect_to(options.peer, options.timeout, waiting);
     const Asker asker = asker_of(connection.socket.get());
     output.start();
-    WaitingLine* const waiting = console.wait_for(name_of_peer(options.peer), options.waiting, start);
     Outcome outcome = receive_answer(connection, options.request, output, waiting);
     outcome.elapsed = std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
     output.finish(outcome);

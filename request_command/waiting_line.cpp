@@ -27,12 +27,8 @@ std::string cut(const std::string& text, std::size_t most) {
 
 }  // namespace
 
-WaitingLine::WaitingLine(std::string_view peer, Terminal terminal, Time start, Time now)
-    : peer_(printable(peer)), terminal_(std::move(terminal)), start_(start), due_(now + patience) {}
-
-std::chrono::milliseconds WaitingLine::time_left(Time now) const {
-    return std::chrono::ceil<std::chrono::milliseconds>(std::max(due_ - now, Clock::duration::zero()));
-}
+WaitingLine::WaitingLine(std::string_view peer, Terminal terminal, Time start)
+    : peer_(printable(peer)), terminal_(std::move(terminal)), start_(start), due_(start + patience) {}
 
 void WaitingLine::show(Time now) {
     if (now < due_) {

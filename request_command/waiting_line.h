@@ -1,4 +1,4 @@
-// Shows on a terminal that an answer takes long.
+// Shows on a terminal that the connection or the answer takes long.
 #pragma once
 
 #include <chrono>
@@ -7,12 +7,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/idle_task.h"
+
 // One line that shows the peer, the elapsed time and how much was received. It appears when nothing has arrived for a
 // while, is rewritten in place, and disappears as soon as something arrives. It is never wider than the terminal. It is
 // wiped with blanks, which every terminal supports.
-class WaitingLine {
+class WaitingLine : public IdleTask {
   public:
-    using Clock = std::chrono::steady_clock;
     using Time = Clock::time_point;
 
     // The time without data after which the line appears, and the time between rewrites.
@@ -24,14 +25,14 @@ class WaitingLine {
         std::function<std::size_t()> width;  // in columns
     };
 
-    // The elapsed time counts from `start`, the patience from `now`.
-    WaitingLine(std::string_view peer, Terminal terminal, Time start, Time now);
-
-    // Returns the time until the line is due, rounded up.
-    [[nodiscard]] std::chrono::milliseconds time_left(Time now) const;
+    // The wait began at `start`.
+    WaitingLine(std::string_view peer, Terminal terminal, Time start);
 
     // Shows or rewrites the line when it is due.
     void show(Time now);
+
+    [[nodiscard]] Deadline due() const override { return due_; }
+    void run() override { show(Clock::now()); }
 
     // Counts received bytes, and wipes the line.
     void count(std::string_view bytes, Time now);

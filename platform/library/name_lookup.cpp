@@ -191,17 +191,19 @@ class Resolvers {
     }
 
     // Waits until a child has printed something or has ended. Returns whether that happened before the deadline.
-    [[nodiscard]] bool await(Deadline deadline) {
+    [[nodiscard]] bool await(Deadline deadline, IdleTask* task) {
         entries_.clear();
         for (const auto& resolver : running_) {
             entries_.push_back(resolver->entry());
         }
         while (Clock::now() < deadline) {
-            const auto left = std::min<std::chrono::milliseconds::rep>(time_left(deadline).count(), INT_MAX);
+            const auto left =
+                std::min<std::chrono::milliseconds::rep>(time_left(next_stop(deadline, task)).count(), INT_MAX);
             const int ready = poll(entries_.data(), entries_.size(), static_cast<int>(left));
             if (ready > 0 || (ready == -1 && errno != EINTR)) {
                 return ready > 0;
             }
+            run(task);
         }
         return false;
     }
@@ -251,7 +253,7 @@ bool is_host_name(std::string_view text) {
     return !is_number(text.substr(text.rfind('.') + 1));
 }
 
-LookUpEnd look_up(const Names& names, Deadline deadline, const AddressTest& test) {
+LookUpEnd look_up(const Names& names, Deadline deadline, const AddressTest& test, IdleTask* task) {
     Resolvers resolvers;
     auto next = names.begin();
     for (;;) {
@@ -261,7 +263,7 @@ LookUpEnd look_up(const Names& names, Deadline deadline, const AddressTest& test
         if (resolvers.empty()) {
             return next == names.end() ? LookUpEnd::complete : LookUpEnd::not_started;
         }
-        if (!resolvers.await(deadline)) {
+        if (!resolvers.await(deadline, task)) {
             return LookUpEnd::timed_out;
         }
         if (resolvers.take_some()) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/deadline.h"
+#include "platform/idle_task.h"
 #include "platform/library/addresses.h"
 
 namespace platform_library {
@@ -26,7 +27,8 @@ enum class LookUpEnd {
 // Starts a child process for each name, several at once; all have ended when this function returns. A child runs the
 // host's "getent ahosts", which uses every source of names in /etc/nsswitch.conf. Where that program cannot be run, the
 // child uses the C library, which knows files and DNS. The addresses of a name come in the order in which to try them,
-// each several times. The caller must not ignore SIGCHLD.
-LookUpEnd look_up(const std::vector<std::string>& names, Deadline deadline, const AddressTest& test);
+// each several times. The caller must not ignore SIGCHLD. The task, which can be null, runs during the wait.
+LookUpEnd look_up(const std::vector<std::string>& names, Deadline deadline, const AddressTest& test,
+                  IdleTask* task = nullptr);
 
 }  // namespace platform_library

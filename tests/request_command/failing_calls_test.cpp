@@ -35,7 +35,7 @@ class FailingCallTest : public testing::Test {
 };
 
 Connection connect(const Peer& peer) {
-    return connect_to(peer, std::chrono::seconds(30));
+    return connect_to(peer, std::chrono::seconds(30), nullptr);
 }
 
 // Returns the reason of a failed connection.

@@ -1,0 +1,61 @@
+// The line that a user at a terminal sees while the command looks a host up or connects to it.
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tests/request_command/command_run.h"
+#include "tests/request_command/terminal.h"
+#include "tests/support/scripted_peer.h"
+#include "tests/support/test_files.h"
+
+namespace {
+
+using testing::MatchesRegex;
+
+class WaitingToConnect : public testing::Test {
+  protected:
+    // Runs the command until it gives up. Returns what the terminal got.
+    [[nodiscard]] std::string seen_with(const Arguments& options) {
+        const CommandRun run =
+            run_command(options + Arguments{"-t", "3", "CLEANUP"}, [this] { dup2(terminal_.get(), STDERR_FILENO); });
+        EXPECT_EQ(run.exit_status, 255);
+        return terminal_.await_end();
+    }
+
+    // The line, which is wiped before the reason of the failure.
+    static auto line_before(const std::string& peer, const std::string& reason) {
+        return MatchesRegex("\rzmlogadm: waiting for " + peer +
+                            ", 2 s, 0 lines, 0 bytes so far(\r.*)?\r *\rzmlogadm: " + reason + "\n");
+    }
+
+    Terminal terminal_ = Terminal(200);
+};
+
+TEST_F(WaitingToConnect, IsShownForAHostThatDoesNotAnswer) {
+    PeerListener listener("127.0.0.1");
+    listener.hang();
+    EXPECT_THAT(seen_with(listener.options()),
+                line_before("127.0.0.1", "cannot connect to 127.0.0.1 port .*: Connection timed out"));
+}
+
+TEST_F(WaitingToConnect, IsShownForASocketThatDoesNotAnswer) {
+    const ScratchFolder folder;
+    PeerListener listener = PeerListener::at_path(folder.path("socket"));
+    listener.hang();
+    EXPECT_THAT(seen_with(listener.options()),
+                line_before(folder.path("socket"), "cannot connect to .*: Connection timed out"));
+}
+
+TEST_F(WaitingToConnect, IsShownForANameServerThatDoesNotAnswer) {
+    write_file("/etc/nsswitch.conf", "hosts: dns\n");
+    write_file("/etc/resolv.conf", "nameserver 127.0.0.1\n");
+    const Descriptor silent_name_server(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(53);
+    ASSERT_EQ(bind(silent_name_server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_THAT(seen_with({"-H", "elsewhere.example.test"}), line_before("elsewhere.example.test", ".*looked up.*"));
+}
+
+}  // namespace
