@@ -31,10 +31,11 @@ make_source_tarball() {
 }
 
 build_static() { # [ARCHITECTURE]
-    scripts/stage_static_build.sh "$work/static" $1
-    scripts/build_rpm.sh "$work/static" "$1" "$work/rpm"
-    scripts/build_tarball.sh "$work/static" "$1" "$work/tarball"
-    mv "$work"/rpm/*.rpm "$work"/tarball/*.tar.gz "$folder"
+    local built=$work/static/${1:-this_machine}
+    scripts/stage_static_build.sh "$built/static" $1
+    scripts/build_rpm.sh "$built/static" "$1" "$built/rpm"
+    scripts/build_tarball.sh "$built/static" "$1" "$built/tarball"
+    mv "$built"/rpm/*.rpm "$built"/tarball/*.tar.gz "$folder"
 }
 
 make_source_tarball
