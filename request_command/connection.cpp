@@ -19,12 +19,7 @@ namespace {
 
 sockaddr_un address_of(const LocalSocket& peer) {
     sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
-    if (peer.path.empty() || peer.path.size() >= sizeof address.sun_path) {
-        throw Failure(FailureCode::invalid_arguments, "the path of a socket must have 1 to " +
-                                                          std::to_string(sizeof address.sun_path - 1) + " bytes, not " +
-                                                          std::to_string(peer.path.size()));
-    }
-    peer.path.copy(address.sun_path, peer.path.size());
+    peer.path.copy(address.sun_path, sizeof address.sun_path - 1);
     return address;
 }
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "platform/standard_streams.h"
+#include "platform/text_encoding.h"
 #include "request_command/failure.h"
 
 namespace {
@@ -41,9 +42,13 @@ void Console::write_error(std::string_view text) {
     static_cast<void>(write_to_stream(errors_, end_of_line) && write_to_stream(errors_, text));
 }
 
+void Console::write_remark(std::string_view text) {
+    write_error("zmlogadm: " + escape_controls(text) + "\n");
+}
+
 void Console::write_hint(const std::string& hint) {
     if (has_reader_ && !hint.empty()) {
-        write_error("zmlogadm: " + hint + "\n");
+        write_remark(hint);
     }
 }
 

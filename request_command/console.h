@@ -19,7 +19,11 @@ class Console {
     // nowhere else to report them.
     void write_error(std::string_view text);
 
-    // Writes the hint to standard error if that is a terminal and the hint is not empty.
+    // Writes the command's own text to standard error as one line that begins with "zmlogadm: ". Escapes control
+    // characters, because the text can contain names and arguments.
+    void write_remark(std::string_view text);
+
+    // Writes the hint as a remark if standard error is a terminal and the hint is not empty.
     void write_hint(const std::string& hint);
 
     // Returns the line that shows how long the peer takes since `start`, or null when none is to be shown. Later writes

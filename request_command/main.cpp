@@ -46,7 +46,7 @@ int fail(const Failure& failure, const std::optional<Options>& options, AnswerOu
     } catch (const std::exception&) {
         // The first failure is reported below and matters more.
     }
-    console.write_error(std::string("zmlogadm: ") + failure.what() + "\n");
+    console.write_remark(failure.what());
     if (options) {
         console.write_hint(hint_about_failure(failure.code(), *options));
     }

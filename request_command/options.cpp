@@ -1,5 +1,7 @@
 #include "request_command/options.h"
 
+#include <sys/un.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -15,6 +17,9 @@ namespace {
 
 // The longest word or argument that an agent receives.
 constexpr std::size_t longest_text = 2047;
+
+// The address of a Unix-domain socket ends with a zero byte.
+constexpr std::size_t longest_socket_path = sizeof(sockaddr_un::sun_path) - 1;
 
 // The options that select the peer. They may contradict each other.
 struct PeerOptions {
@@ -35,6 +40,19 @@ int parse_number(const std::string& text, int most, const std::string& what) {
     return number;
 }
 
+void refuse_unusable_texts(const PeerOptions& given) {
+    if (given.host && given.host->empty()) {
+        throw Refusal("the host must not be empty");
+    }
+    if (given.agent && given.agent->empty()) {
+        throw Refusal("the path of the agent must not be empty");
+    }
+    if (given.socket && (given.socket->empty() || given.socket->size() > longest_socket_path)) {
+        throw Refusal("the path of a socket must have 1 to " + std::to_string(longest_socket_path) + " bytes, not " +
+                      std::to_string(given.socket->size()));
+    }
+}
+
 void refuse_contradictions(const PeerOptions& given) {
     if (given.socket && (given.host || given.local)) {
         throw Refusal("--socket cannot be used together with --host or --local");
@@ -52,6 +70,7 @@ void refuse_contradictions(const PeerOptions& given) {
 
 Peer choose_peer(const PeerOptions& given) {
     refuse_contradictions(given);
+    refuse_unusable_texts(given);
     if (given.host) {
         RemoteHost host{.name = *given.host};
         host.port = given.port.value_or(host.port);

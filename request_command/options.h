@@ -23,7 +23,7 @@ struct RemoteHost {
 
 // A Unix-domain socket whose service starts an agent.
 struct LocalSocket {
-    std::string path;
+    std::string path;  // fits into the address of a socket
 };
 
 // The agent to ask.
@@ -66,8 +66,8 @@ CommandLine read_options(int argc, char** argv);
 // printed in that format too.
 AnswerFormat answer_format(const CommandLine& line);
 
-// Checks the command line. Throws a Refusal for options that are unknown, out of range or contradict each other, for a
-// missing word, for a word or argument that is too long, and for an option of the command that would be sent as a
+// Checks the command line. Throws a Refusal for options that are unknown, empty, out of range or contradict each other,
+// for a missing word, for a word or argument that is too long, and for an option of the command that would be sent as a
 // category or directory.
 Options check_options(const CommandLine& line);
 

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -55,30 +56,37 @@ SocketAddress socket_address(const Address& address, std::uint16_t port) {
     return result;
 }
 
+// Says why the text is not looked up. Users know hosts as HOST:PORT and [ADDRESS] from other programs.
+std::string describe_unusable_name(const std::string& text) {
+    const bool may_have_port = text.starts_with('[') || std::count(text.begin(), text.end(), ':') == 1;
+    return std::string("neither a host name nor an address") +
+           (may_have_port ? "; write the host without brackets, and the port with --port" : "");
+}
+
 // Returns the addresses in the order in which to try them.
-std::vector<Address> look_up(const std::string& name, Deadline deadline, IdleTask* task) {
-    if (const auto address = platform_library::parse_address(name)) {
-        return {*address};
+std::vector<Address> look_up(const std::string& name, std::chrono::seconds timeout, IdleTask* task) {
+    const std::string no_addresses = "cannot look up " + name + ": ";
+    if (!platform_library::is_host_name(name)) {
+        throw Failure(FailureCode::lookup_failed, no_addresses + describe_unusable_name(name));
     }
     std::vector<Address> found;
-    LookUpEnd end = LookUpEnd::complete;
-    if (platform_library::is_host_name(name)) {
-        const auto keep = [&found](const Address& address) {
-            if (std::find(found.begin(), found.end(), address) == found.end()) {
-                found.push_back(address);
-            }
-            return false;
-        };
-        end = platform_library::look_up({name}, deadline, keep, task);
-    }
-    if (end == LookUpEnd::not_started) {
-        throw system_failure(errno, "cannot look up " + name, FailureCode::lookup_failed);
-    }
-    if (end == LookUpEnd::timed_out) {
-        throw Failure(FailureCode::lookup_timed_out, "the host could not be looked up within the time-out");
+    const auto keep = [&found](const Address& address) {
+        if (std::find(found.begin(), found.end(), address) == found.end()) {
+            found.push_back(address);
+        }
+        return false;
+    };
+    switch (platform_library::look_up({name}, Clock::now() + timeout, keep, task)) {
+        case LookUpEnd::not_started:
+            throw system_failure(errno, "cannot look up " + name, FailureCode::lookup_failed);
+        case LookUpEnd::timed_out:
+            throw Failure(FailureCode::lookup_timed_out,
+                          no_addresses + "no answer within " + std::to_string(timeout.count()) + " s");
+        default:
+            break;
     }
     if (found.empty()) {
-        throw Failure(FailureCode::lookup_failed, "cannot look up " + name + ": Name or service not known");
+        throw Failure(FailureCode::lookup_failed, no_addresses + "Name or service not known");
     }
     return found;
 }
@@ -203,7 +211,8 @@ std::string text_of(const SocketAddress& address) {
 
 Descriptor connect_to_host(const RemoteHost& host, std::chrono::seconds timeout, IdleTask* task) {
     const Deadline deadline = Clock::now() + timeout;
-    const std::vector<Address> addresses = look_up(host.name, deadline, task);
+    const std::optional<Address> given = platform_library::parse_address(host.name);
+    const std::vector<Address> addresses = given ? std::vector{*given} : look_up(host.name, timeout, task);
     std::string failures;
     std::set<FailureCode> codes;
     for (std::size_t i = 0; i != addresses.size(); ++i) {

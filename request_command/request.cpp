@@ -41,7 +41,7 @@ SentRequest describe_request(const Options& options) {
 // words than the command.
 void remark_on_spelling(const std::vector<std::string>& request, Console& console) {
     for (const std::string& remark : spelling_remarks(request)) {
-        console.write_error("zmlogadm: " + remark + "\n");
+        console.write_remark(remark);
     }
 }
 
@@ -63,7 +63,7 @@ void add_remarks(const Outcome& outcome, const Options& options, const Asker& as
     console.write_hint(hint_about_status(outcome.line.status, options, asker));
     const std::string what_failed = describe(outcome.count);
     if (!what_failed.empty()) {
-        console.write_error("zmlogadm: " + what_failed + "\n");
+        console.write_remark(what_failed);
     }
 }
 

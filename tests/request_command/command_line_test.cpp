@@ -49,6 +49,20 @@ TEST(CommandLine, AMissingWordIsReportedWithAHint) {
     EXPECT_EQ(run.errors, "zmlogadm: a request word is missing (see zmlogadm --help)\n");
 }
 
+// A user may pass on a name that came from elsewhere.
+TEST(CommandLine, IsQuotedInOneLineWithoutControlCharacters) {
+    EXPECT_EQ(run_command({"-t", "5\n", "CLEANUP"}).errors,
+              "zmlogadm: the time-out must be a number from 1 to 86400, not \"5\\n\" (see zmlogadm --help)\n");
+    EXPECT_EQ(run_command({"-H", "a\x1b[2J\nb", "CLEANUP"}).errors,
+              "zmlogadm: cannot look up a\\x1b[2J\\nb: neither a host name nor an address\n");
+    EXPECT_EQ(run_command({"-S", "/none\x1b[2J", "CLEANUP"}).errors,
+              "zmlogadm: cannot connect to /none\\x1b[2J: No such file or directory\n");
+    EXPECT_EQ(run_command({"--agent", "/none\r", "CLEANUP"}).errors,
+              "zmlogadm: cannot start the agent /none\\r: No such file or directory\n");
+    EXPECT_THAT(run_command({"-S", "/none", "CLEAN\x1bUP"}).errors,
+                testing::StartsWith("zmlogadm: CLEAN\\x1bUP is not a known request word; did you mean CLEANUP?\n"));
+}
+
 struct RejectedLine {
     std::string name;
     Arguments options;

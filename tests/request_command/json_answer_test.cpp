@@ -243,8 +243,8 @@ TEST_F(JsonAnswer, IsNotPrintedForHelpAndVersion) {
 }
 
 TEST_F(JsonAnswer, ReportsAFailureWithoutRoomOnStandardError) {
-    const CommandRun run = run_command({"--json", "-S", "", "CLEANUP"}, with_output_to("/dev/full"));
-    EXPECT_EQ(run.errors, "zmlogadm: the path of a socket must have 1 to 107 bytes, not 0\n");
+    const CommandRun run = run_command({"--json", "-S", "/none", "CLEANUP"}, with_output_to("/dev/full"));
+    EXPECT_EQ(run.errors, "zmlogadm: cannot connect to /none: No such file or directory\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 

@@ -259,6 +259,14 @@ TEST(Options, AreRejectedWithNumbersOutOfRange) {
     }
 }
 
+TEST(Options, AreRejectedWithTextsThatNameNoPeer) {
+    EXPECT_THAT(rejection_of({"-H", "", "CLEANUP"}), HasSubstr("the host must not be empty"));
+    EXPECT_THAT(rejection_of({"--agent", "", "CLEANUP"}), HasSubstr("the path of the agent must not be empty"));
+    EXPECT_THAT(rejection_of({"-S", "", "CLEANUP"}), HasSubstr("the path of a socket must have 1 to 107 bytes, not 0"));
+    EXPECT_THAT(rejection_of({"-S", std::string(108, 'x'), "CLEANUP"}), HasSubstr("1 to 107 bytes, not 108"));
+    EXPECT_EQ(peer_of<LocalSocket>({"-S", std::string(107, 'x'), "CLEANUP"}).path.size(), 107U);
+}
+
 TEST(Options, AreRejectedWithTextsThatNoAgentAccepts) {
     const std::string too_long(2048, 'x');
     EXPECT_THAT(rejection_of({too_long}), HasSubstr("the word has 2048 bytes"));

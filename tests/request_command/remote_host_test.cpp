@@ -160,9 +160,22 @@ TEST(RemoteHost, CanRefuseTheConnectionOfAnOrdinaryUser) {
 
 TEST(RemoteHost, CanBeUnknown) {
     set_known_hosts("");
-    for (const std::string name : {"nowhere", "10.5", "0x7f000001", "127.0.0.01", "no where", "::1%lo"}) {
-        EXPECT_EQ(failure_to_connect({"-H", name}),
-                  "zmlogadm: cannot look up " + name + ": Name or service not known\n");
+    EXPECT_EQ(failure_to_connect({"-H", "nowhere"}), "zmlogadm: cannot look up nowhere: Name or service not known\n");
+}
+
+TEST(RemoteHost, IsNotLookedUpWhenItIsNeitherANameNorAnAddress) {
+    for (const std::string text : {"10.5", "0x7f000001", "127.0.0.01", "no where", "::1%lo"}) {
+        EXPECT_EQ(failure_to_connect({"-H", text}),
+                  "zmlogadm: cannot look up " + text + ": neither a host name nor an address\n");
+    }
+}
+
+TEST(RemoteHost, HasNeitherAPortNorBrackets) {
+    for (const std::string text : {"localhost:24761", "127.0.0.1:24761", "[::1]", "[::1]:24761"}) {
+        EXPECT_EQ(failure_to_connect({"-H", text}),
+                  "zmlogadm: cannot look up " + text +
+                      ": neither a host name nor an address; write the host without brackets, and the port with "
+                      "--port\n");
     }
 }
 
@@ -202,12 +215,12 @@ TEST(RemoteHost, FailsWhenTheLookUpExceedsTheTimeOut) {
         sigprocmask(SIG_BLOCK, &signals, nullptr);
     };
     EXPECT_EQ(failure_to_connect({"-t", "1", "-H", "elsewhere.example.test"}, block_signals),
-              "zmlogadm: the host could not be looked up within the time-out\n");
+              "zmlogadm: cannot look up elsewhere.example.test: no answer within 1 s\n");
     const CommandRun run = run_command({"--json", "-t", "1", "-H", "elsewhere.example.test", "CLEANUP"});
     const Json error = json_lines(run.output).at(0);
     EXPECT_EQ(error.at("type"), "error");
     EXPECT_EQ(error.at("code"), "lookup_timed_out");
-    EXPECT_EQ(error.at("message"), "the host could not be looked up within the time-out");
+    EXPECT_EQ(error.at("message"), "cannot look up elsewhere.example.test: no answer within 1 s");
     char byte = 0;
     EXPECT_EQ(recv(silent_name_server.get(), &byte, 1, MSG_DONTWAIT), 1) << "the name server got no query";
 }
