@@ -35,7 +35,7 @@ std::string read_process_file(pid_t process, const char* name) {
     check(file != nullptr, path.c_str());
     std::array<char, 4096> buffer;
     text.assign(buffer.data(), fread(buffer.data(), 1, buffer.size(), file));
-    (void)fclose(file);
+    static_cast<void>(fclose(file));
     return text;
 }
 

@@ -46,7 +46,8 @@ int carry_out(const Edit& edit) {
     const int result = edit.operation == Operation::unset
                            ? unset_parameter(file, edit.key, edit.separator, message.get(), edit.room, edit.value)
                            : set_parameter_value(file, edit.key, edit.separator, edit.value, message.get(), edit.room,
-                                                 edit.operation == Operation::set ? 1 : 0);
+                                                 edit.operation == Operation::set ? set_flag::make_active
+                                                                                  : set_flag::restore_commented);
     INVARIANT(memchr(message.get(), '\0', edit.room) != nullptr);
     INVARIANT(!fuzzing::is_there(new_file));
     return result;

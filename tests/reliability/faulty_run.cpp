@@ -228,7 +228,7 @@ FaultyRun run_program(const Program& program, ConnectedSockets connection, const
     connection.agent_end.reset();
     tracer.follow();
     // A reset connection, with unread bytes of the peer, counts as ended.
-    (void)read_all(connection.peer_end.get(), run.received);
+    static_cast<void>(read_all(connection.peer_end.get(), run.received));
     return run;
 }
 

@@ -123,7 +123,7 @@ class KeyValueFile : public ProductTest {
     [[nodiscard]] int append_notes(int writer) const {
         for (int i = 0; i < changes_; ++i) {
             append_note(std::to_string(writer) + " " + std::to_string(i));
-            (void)ask_own_agent({"FETCHFILE"});  // takes the time of a request
+            static_cast<void>(ask_own_agent({"FETCHFILE"}));  // takes the time of a request
         }
         return 0;
     }
@@ -185,7 +185,7 @@ int count_not_kept(int changes, const std::function<Request(int)>& request,
     int lost = 0;
     for (int i = 0; i < changes; ++i) {
         const bool done = is_done(ask_own_agent(request(i)));
-        (void)ask_own_agent({"FETCHFILE"});  // takes the time of a request
+        static_cast<void>(ask_own_agent({"FETCHFILE"}));  // takes the time of a request
         lost += done && read_file(plugin_file).find(line(i) + "\n") != std::string::npos ? 0 : 1;
     }
     return lost;

@@ -30,7 +30,7 @@ bool work_and_report(const std::function<int(int)>& work, int writer, int pipe) 
         const std::string count = std::to_string(work(writer)) + "\n";
         return write_all(pipe, count);
     } catch (const std::exception& failure) {
-        (void)write_all(STDERR_FILENO, std::string(failure.what()) + "\n");
+        static_cast<void>(write_all(STDERR_FILENO, std::string(failure.what()) + "\n"));
         return false;
     }
 }

@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -64,8 +64,7 @@ TEST_F(AgentLifecycle, MovesTheSocketAwayFromTheStandardStreams) {
     const int next = next_descriptor();
     script.during_verification = [&] {
         for (const int fd : {0, 1, 2, next}) {
-            char target[PATH_MAX] = "";
-            (void)!readlink(("/proc/self/fd/" + number(fd)).c_str(), target, sizeof target - 1);
+            const std::string target = std::filesystem::read_symlink("/proc/self/fd/" + number(fd));
             call_journal::append(call_journal::Kind::call, {"descriptor " + number(fd) + " " + target});
         }
     };

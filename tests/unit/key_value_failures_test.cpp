@@ -28,7 +28,7 @@ TEST_F(KeyValueFileReplacement, FailsForAMissingFileAndCreatesNone) {
 
 TEST_F(KeyValueFileReplacement, FailsWhenTheFolderIsAFile) {
     const std::string below = path_ + "/below";
-    EXPECT_EQ(set_parameter_value(below, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 5803);
+    EXPECT_EQ(set_parameter_value(below, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::make_active), 5803);
     expect_reported("set_parameter_value", "Could not open file " + below + " E=20 (Not a directory)");
 }
 
@@ -49,7 +49,8 @@ TEST_F(KeyValueFileReplacement, WritesNoCopyWhenThereIsNothingToUnset) {
 
 TEST_F(KeyValueFileReplacement, WritesACopyEvenWhenNothingChanges) {
     make_folder(copy_);
-    EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 0), 5803);
+    EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::restore_commented),
+              5803);
 }
 
 TEST_F(KeyValueFileReplacement, LeavesTheCopyWhenItCannotBeRenamed) {
@@ -74,7 +75,8 @@ TEST_F(KeyValueFileReplacement, FailsToReplaceAFolder) {
 
 TEST_F(KeyValueFileReplacement, ReportsTheNoticeAndThenTheFailure) {
     failures["rename"] = {EBUSY};
-    EXPECT_EQ(set_parameter_value(path_, "Y", "=", "2", buffer_.data(), buffer_.size(), 0), 5803);
+    EXPECT_EQ(set_parameter_value(path_, "Y", "=", "2", buffer_.data(), buffer_.size(), set_flag::restore_commented),
+              5803);
     const std::string failure = "Failed to rename " + copy_ + " to " + path_ + " E=16 (Device or resource busy)";
     EXPECT_EQ(messages(), (Lines{{warning, "set_parameter_value", "Parameter Y is not set in file " + path_},
                                  {error, "set_parameter_value", failure}}));
@@ -141,7 +143,8 @@ class ErrorBuffer : public KeyValueFileReplacement {
             recording_platform::reset();
             std::string buffer(200, '~');
             if (setting) {
-                EXPECT_EQ(set_parameter_value(missing_, "X", "=", "2", buffer.data(), size, 1), 5803);
+                EXPECT_EQ(set_parameter_value(missing_, "X", "=", "2", buffer.data(), size, set_flag::make_active),
+                          5803);
             } else {
                 EXPECT_EQ(unset_parameter(missing_, "X", "=", buffer.data(), size, "#"), 5804);
             }
@@ -163,7 +166,7 @@ TEST_F(ErrorBuffer, IsNeverOverrun) {
 
 TEST_F(ErrorBuffer, CutsALongPath) {
     const std::string path = "/missing/" + std::string(1500, 'x');
-    EXPECT_EQ(set_parameter_value(path, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 5803);
+    EXPECT_EQ(set_parameter_value(path, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::make_active), 5803);
     EXPECT_EQ(buffer_.data(), ("Could not open file " + path).substr(0, 1023));
 }
 

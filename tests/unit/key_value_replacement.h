@@ -12,7 +12,9 @@ class KeyValueFileReplacement : public AgentTest {
   protected:
     KeyValueFileReplacement() { write_file(path_, "X=1\nA\n"); }
 
-    int set() { return set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 1); }
+    int set() {
+        return set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::make_active);
+    }
     int unset() { return unset_parameter(path_, "X", "=", buffer_.data(), buffer_.size(), "#"); }
 
     void expect_reported(const char* operation, const std::string& text) {

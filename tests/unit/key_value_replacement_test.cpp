@@ -54,7 +54,8 @@ TEST_F(KeyValueFileReplacement, ReadsTheFileOnceTheCopyIsThere) {
 // The text stays the same, but the file is a new one.
 TEST_F(KeyValueFileReplacement, HappensEvenWhenNoLineChanges) {
     set_mode(path_, 0600);
-    EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 0), 0);
+    EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::restore_commented),
+              0);
     EXPECT_EQ(read_file(path_), "X=1\nA\n");
     EXPECT_EQ(mode_of(path_), 0644U);
     write_file(path_, "#X=1\n");
@@ -69,7 +70,7 @@ TEST_F(KeyValueFileReplacement, MakesTheAgentsUserTheOwnerAndDropsAttributes) {
     for (const bool setting : {true, false}) {
         write_file(path_, "X=1\n");
         // Only root can give a file away.
-        (void)!chown(path_.c_str(), 1234, 5678);
+        static_cast<void>(chown(path_.c_str(), 1234, 5678) == 0);
         ASSERT_EQ(setxattr(path_.c_str(), "user.note", "n", 1, 0), 0);
         EXPECT_EQ(setting ? set() : unset(), 0);
         struct stat state {};
@@ -133,14 +134,14 @@ TEST_F(KeyValueFileReplacement, ReusesAStaleCopyAndItsMode) {
 TEST_F(KeyValueFileReplacement, ReplacesALinkWithAFile) {
     const std::string link = folder_.path("link");
     make_link(path_, link);
-    EXPECT_EQ(set_parameter_value(link, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 0);
+    EXPECT_EQ(set_parameter_value(link, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::make_active), 0);
     EXPECT_EQ(read_file(link), "X=2\nA\n");
     EXPECT_EQ(read_file(path_), "X=1\nA\n");
 }
 
 TEST_F(KeyValueFileReplacement, EndsAPathAtAZeroByte) {
     const std::string path = path_ + '\0' + "further";
-    EXPECT_EQ(set_parameter_value(path, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 0);
+    EXPECT_EQ(set_parameter_value(path, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::make_active), 0);
     EXPECT_EQ(read_file(path_), "X=2\nA\n");
     EXPECT_EQ(unset_parameter(path, "X", "=", buffer_.data(), buffer_.size(), "#"), 0);
     EXPECT_EQ(read_file(path_), "#X=2\nA\n");

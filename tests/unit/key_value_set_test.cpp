@@ -49,11 +49,11 @@ class KeyValueFile : public AgentTest, public testing::WithParamInterface<EditCa
     std::array<char, 1024> buffer_{"untouched"};
 };
 
-// With the flag that makes the setting active.
+// With make_active.
 class MadeActive : public KeyValueFile {};
 
 TEST_P(MadeActive, ChangesTheFileAndReportsNothing) {
-    EXPECT_EQ(apply(1), 0);
+    EXPECT_EQ(apply(set_flag::make_active), 0);
     expect_outcome();
     EXPECT_STREQ(buffer_.data(), "untouched");
     EXPECT_EQ(recording_platform::messages(), Lines{});
@@ -97,11 +97,11 @@ INSTANTIATE_TEST_SUITE_P(
     }),
     name_of_case);
 
-// Without the flag, and the file contains the default, active or commented out.
+// With restore_commented, and the file contains the default, active or commented out.
 class DefaultKeptOrRestored : public KeyValueFile {};
 
 TEST_P(DefaultKeptOrRestored, ChangesTheFileAndReportsNothing) {
-    EXPECT_EQ(apply(0), 0);
+    EXPECT_EQ(apply(set_flag::restore_commented), 0);
     expect_outcome();
     EXPECT_STREQ(buffer_.data(), "untouched");
     EXPECT_EQ(recording_platform::messages(), Lines{});
@@ -131,12 +131,12 @@ INSTANTIATE_TEST_SUITE_P(KeyValueFile, DefaultKeptOrRestored,
                          }),
                          name_of_case);
 
-// Without the flag, and the file does not contain the default.
+// With restore_commented, and the file does not contain the default.
 class DefaultMissing : public KeyValueFile {};
 
 TEST_P(DefaultMissing, KeepsTheLinesAndWarns) {
     const std::string notice = "Parameter X is not set in file " + path_;
-    EXPECT_EQ(apply(0), 0);
+    EXPECT_EQ(apply(set_flag::restore_commented), 0);
     expect_outcome();
     EXPECT_EQ(buffer_.data(), notice);
     EXPECT_EQ(recording_platform::messages(), (Lines{{log_level::warning, "set_parameter_value", notice}}));
@@ -169,7 +169,7 @@ TEST_F(SetParameterValue, TreatsAnyFlagExceptZeroAsSet) {
 TEST_F(SetParameterValue, AcceptsLinesOfAnyLength) {
     const std::string line(300'000, 'y');
     write_file(path_, line + "\nX=1" + line + "\n" + line);
-    EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), 1), 0);
+    EXPECT_EQ(set_parameter_value(path_, "X", "=", "2", buffer_.data(), buffer_.size(), set_flag::make_active), 0);
     EXPECT_EQ(read_file(path_), line + "\nX=2\n" + line + "\n");
 }
 
