@@ -7,6 +7,7 @@
 # tests/not_emulated.txt lists the tests that are left out, with the reasons.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 programs=(zmlogadmagent zmlogadm zmlogstate)
 cross_built=(unit_tests platform_tests)
 end_to_end=(end_to_end_tests logging_end_to_end_tests request_command_tests state_command_tests)
@@ -42,6 +43,18 @@ put_programs() { # ARCHITECTURE FOLDER
     done
 }
 
+# Fails if a line of tests/not_emulated.txt names no architecture or no test program.
+check_left_out() {
+    local where program pattern
+    while read -r where program pattern; do
+        if [[ " every emulated ${all[*]} " != *" $where "* ||
+            " ${cross_built[*]} ${end_to_end[*]} " != *" $program "* ]]; then
+            echo "tests/not_emulated.txt: no such architecture or test program: $where $program $pattern" >&2
+            return 1
+        fi
+    done < <(grep '^[^#]' tests/not_emulated.txt)
+}
+
 left_out() { # ARCHITECTURE PROGRAM: the patterns of the tests, one a line
     local where program pattern emulator
     emulator=$(setting "$1" emulator)
@@ -52,20 +65,16 @@ left_out() { # ARCHITECTURE PROGRAM: the patterns of the tests, one a line
     done < <(grep -v '^#' tests/not_emulated.txt)
 }
 
-# Runs all tests of a program but those that are left out. A pattern that no test has is an error: the test has been
-# renamed.
+# Runs all tests of a program except those that are left out.
 run_tests() { # ARCHITECTURE NAME COMMAND...
-    local architecture=$1 name=$2 log=build/architectures/$1/$2.log patterns pattern tests
+    local architecture=$1 name=$2 log=build/architectures/$1/$2.log patterns
     shift 2
-    patterns=$(left_out "$architecture" "$name")
-    tests=$("$@" --gtest_list_tests | awk '/^[^ ]/ {suite = $1} /^ / {print suite $1}')
-    for pattern in $patterns; do
-        if ! grep -qxE "$(sed 's/\./\\./g; s/\*/.*/g' <<<"$pattern")" <<<"$tests"; then
-            echo "tests/not_emulated.txt: no test of $name is called $pattern"
-            return 1
-        fi
-    done
-    "$@" --gtest_brief=1 --gtest_filter="-$(paste --serial --delimiters=: <<<"$patterns")" >"$log" 2>&1 ||
+    mapfile -t patterns < <(left_out "$architecture" "$name")
+    if ! list_tests "$@" | check_patterns "${patterns[@]}"; then
+        echo "A line of tests/not_emulated.txt for $name is wrong."
+        return 1
+    fi
+    "$@" --gtest_brief=1 --gtest_filter="-$(IFS=: && echo "${patterns[*]}")" >"$log" 2>&1 ||
         { cat "$log" && return 1; }
     echo "$architecture: $name: $(tail -n 1 "$log")"
 }
@@ -106,6 +115,7 @@ for architecture; do
         exit 2
     fi
 done
+check_left_out
 scripts/install_dependencies.sh build "$@"
 cmake --preset release >/dev/null
 cmake --build --preset release --parallel "$(nproc)" --target "${end_to_end[@]}" "${programs[@]}" >/dev/null

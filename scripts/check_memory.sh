@@ -4,9 +4,15 @@
 # hour. The reports are in build/valgrind/reports.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 folder=$PWD/build/valgrind
 reports=$folder/reports
-excluded='*WithoutDescriptors*:*DescriptorsAreMissing*:*WhenTheCommandHasNone:*.IsReportedWhenItIsClosed/*:*/LastNewline'
+programs=(logging_end_to_end_tests end_to_end_tests request_command_tests platform_tests unit_tests)
+# Tests that leave valgrind no descriptor or pipe, or a closed standard stream, which valgrind would use for its report.
+excluded=('*WithoutDescriptors*' '*DescriptorsAreMissing*' '*WhenTheCommandHasNone' '*.IsReportedWhenItIsClosed/*'
+    '*/LastNewline')
+# Tests that kill at each system call, which takes too long.
+excluded+=('*FileSafety*' '*SwappedForALink*')
 memcheck="valgrind --quiet --vgdb=no --leak-check=full --errors-for-leak-kinds=definite"
 
 build() {
@@ -26,17 +32,18 @@ put_under_valgrind() { # PROGRAM
 }
 
 # Tests of descriptors or system calls see valgrind's own and may fail here, so their results are only printed; other
-# builds check them. Left out are tests that leave valgrind no descriptor or pipe, or a closed standard stream, which
-# valgrind would use for its report, and the tests that kill at each system call, which take too long.
+# builds check them.
 run_tests() {
-    export memcheck reports excluded
-    printf '%s\n' logging_end_to_end_tests end_to_end_tests request_command_tests platform_tests unit_tests |
+    local filter
+    filter=-$(IFS=: && echo "${excluded[*]}")
+    export memcheck reports filter
+    printf '%s\n' "${programs[@]}" |
         xargs --max-procs="$(nproc)" --replace sh -c '
             program=$(find "$1" -name {} -type f)
             case {} in
                 unit_tests | platform_tests) prefix="$memcheck --log-file=$reports/{}.%p" ;;
             esac
-            $prefix "$program" --gtest_brief=1 --gtest_filter="-*FileSafety*:*SwappedForALink*:$excluded" >"$program.log" 2>&1
+            $prefix "$program" --gtest_brief=1 --gtest_filter="$filter" >"$program.log" 2>&1
             echo "{}: $(tail -n 1 "$program.log")"' sh "$folder/tests"
 }
 
@@ -54,6 +61,9 @@ findings() {
 }
 
 build
+for name in "${programs[@]}"; do
+    list_tests "$(find "$folder/tests" -name "$name" -type f)"
+done | check_patterns "${excluded[@]}"
 put_under_valgrind zmlogadmagent
 put_under_valgrind zmlogadm
 rm -rf "$reports"

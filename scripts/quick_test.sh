@@ -4,19 +4,22 @@
 # names: scripts/quick_test.sh unit_tests platform_tests
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 
 cmake --preset release >/dev/null
 cmake --build --preset release --parallel "$(nproc)" >/dev/null
-programs=()
-while read -r program; do
-    if (($# == 0)) || [[ " $* " == *" $(basename "$program") "* ]]; then
-        programs+=("$program")
-    fi
-done < <(find build/release/tests -name '*_tests' -type f -perm -u+x | sort)
-if ((${#programs[@]} == 0)); then
-    echo "No test program has such a name: $*" >&2
-    exit 2
+programs=$(test_programs build/release)
+if (($# > 0)); then
+    selected=()
+    for name; do
+        program=$(grep "/$name\$" <<<"$programs") || {
+            printf 'No test program is called %s; there are:\n%s\n' "$name" "$(sed 's|.*/||' <<<"$programs")" >&2
+            exit 2
+        }
+        selected+=("$program")
+    done
+    programs=$(printf '%s\n' "${selected[@]}")
 fi
-printf '%s\0' "${programs[@]}" | xargs --null --max-procs="$(nproc)" --replace sh -c '
-    "$PWD/{}" --gtest_brief=1 >"{}.log" 2>&1 || { cat "{}.log"; exit 1; }
-    echo "$(basename "{}"): $(tail -n 1 "{}.log")"'
+xargs --max-procs="$(nproc)" --replace sh -c '
+    "{}" --gtest_brief=1 >"{}.log" 2>&1 || { cat "{}.log"; exit 1; }
+    echo "$(basename "{}"): $(tail -n 1 "{}.log")"' <<<"$programs"

@@ -18,12 +18,12 @@ build() {
     cmake --build --preset release --parallel "$(nproc)" --target "$@" >/dev/null
 }
 
-# Adds up the runs that the tests of a name recorded.
+# Adds up the runs that the tests of a name recorded. Fails if there is none: the tests were renamed.
 count_runs() { # NAME WHAT
     awk -v name="$1" -v what="$2" '
         /<testcase / { on = $0 ~ name }
         on && /name="runs_with_faults"/ { match($0, /value="[0-9]+"/); sum += substr($0, RSTART + 7, RLENGTH - 8) }
-        END { printf "%-40s %6d runs\n", what, sum }' build/faults.xml
+        END { printf "%-40s %6d runs\n", what, sum; exit sum == 0 }' build/faults.xml
 }
 
 faults() {

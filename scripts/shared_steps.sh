@@ -13,6 +13,30 @@ copy_sources() { # FOLDER
         tar --extract --directory "$1"
 }
 
+# Prints the test programs of a build, one a line. A build folder may hold more of them, from a build with other options.
+test_programs() { # FOLDER [CTEST-OPTION...]
+    ctest --test-dir "$@" --show-only=json-v1 | grep --only-matching '"/.*_tests"' | tr --delete '"' | sort --unique
+}
+
+# Prints the tests of a test program, one a line.
+list_tests() { # COMMAND...
+    "$@" --gtest_list_tests | awk '/^[^ ]/ { suite = $1 } /^ / { print suite $1 }'
+}
+
+# Fails unless each pattern matches one of the tests on standard input. A pattern that matches none is that of a renamed
+# test. Patterns are those of --gtest_filter.
+check_patterns() { # PATTERN...
+    local tests pattern failed=0
+    tests=$(cat)
+    for pattern; do
+        if ! grep --quiet --line-regexp "$(sed 's/\./\\./g; s/\*/.*/g' <<<"$pattern")" <<<"$tests"; then
+            echo "$0: no test matches $pattern" >&2
+            failed=1
+        fi
+    done
+    return "$failed"
+}
+
 # Ends the script unless root runs it.
 require_root() { # REASON
     if ((EUID != 0)); then

@@ -3,12 +3,12 @@
 # to become nobody. Leaves out the loops of failing calls, which take long and do not depend on the user.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 
 scripts/install_dependencies.sh build
 cmake --preset release >/dev/null
 cmake --build --preset release --parallel "$(nproc)" >/dev/null
-find build/release/tests -name '*_tests' ! -name '*reliability_tests' -type f -perm -u+x | sort |
-    xargs --max-procs="$(nproc)" --replace sh -c '
-        setpriv --reuid=65534 --regid=65534 --clear-groups --bounding-set=-all "$PWD/{}" --gtest_brief=1 \
-            >"{}.log" 2>&1 || { cat "{}.log"; exit 1; }
-        echo "{}:"; tail -n 1 "{}.log"'
+test_programs build/release --label-exclude '^faults$' | xargs --max-procs="$(nproc)" --replace sh -c '
+    setpriv --reuid=65534 --regid=65534 --clear-groups --bounding-set=-all "{}" --gtest_brief=1 >"{}.log" 2>&1 ||
+        { cat "{}.log"; exit 1; }
+    echo "$(basename "{}"): $(tail -n 1 "{}.log")"'

@@ -5,17 +5,23 @@
 # build, the tests' own objects are not built again, because both builds have the same ones.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/shared_steps.sh
 folder=${1:-build/sanitizers}
+excluded=('*FileSafety*' '*SwappedForALink*')
 
 scripts/install_dependencies.sh build
 cmake --preset sanitizers -B "$folder" >/dev/null
 cmake --build "$folder" --parallel "$(nproc)"
-# The two longest programs start first.
-programs=("$folder/tests/end_to_end/logging/logging_end_to_end_tests" "$folder/tests/end_to_end/end_to_end_tests")
+test_programs "$folder" >"$folder/test_programs"
 while read -r program; do
-    [[ " ${programs[*]} " == *" $program "* ]] || programs+=("$program")
-done < <(find "$folder/tests" -name '*_tests' ! -name reliability_tests ! -name load_tests -type f -perm -u+x | sort)
-printf '%s\0' "${programs[@]}" | xargs --null --max-procs="$(nproc)" --replace \
-    sh -c '"$(realpath {})" --gtest_brief=1 --gtest_filter="-*FileSafety*:*SwappedForALink*" >"{}.log" 2>&1 ||
-               { cat "{}.log"; exit 1; }
-           echo "{}:"; tail -n 1 "{}.log"'
+    list_tests "$program"
+done <"$folder/test_programs" | check_patterns "${excluded[@]}"
+# The longest programs start first.
+filter=-$(IFS=: && echo "${excluded[*]}")
+export filter
+{
+    grep /end_to_end/ "$folder/test_programs"
+    grep --invert-match /end_to_end/ "$folder/test_programs"
+} | xargs --max-procs="$(nproc)" --replace \
+    sh -c '"{}" --gtest_brief=1 --gtest_filter="$filter" >"{}.log" 2>&1 || { cat "{}.log"; exit 1; }
+           echo "$(basename "{}"): $(tail -n 1 "{}.log")"'

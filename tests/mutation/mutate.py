@@ -42,7 +42,7 @@ AGENT = "zmlogadmagent"  # the program that the tests below tests/end_to_end run
 PLANS = {
     "agent/request_framing.cpp": [(UNIT, "ReceiveInputsFromClient.*"), (UNIT, "*"), (END_TO_END, "-FileSafety*"),
                                   (LOGGING, "*")],
-    "platform/library/framing.cpp": [(PLATFORM, "*Framed*:*Framing*:Refused*"), (PLATFORM, "*"),
+    "platform/library/framing.cpp": [(PLATFORM, "*Framed*:*Framing*:Rejected*"), (PLATFORM, "*"),
                                      (END_TO_END, "-FileSafety*")],
     "platform/library/peer_verification.cpp": [(PLATFORM, "*Peer*"), (PLATFORM, "*"), (END_TO_END, "-FileSafety*")],
     "platform/library/safe_rewrite.cpp": [(PLATFORM, "*Rewr*-*CrashedRewrite*"), (PLATFORM, "*"), (END_TO_END, "*"),
@@ -89,6 +89,7 @@ class Workshop:
         self.check(self.compile(source, *WITH_HEADERS))
         self.original_code = self.code()
         for step in plan_of(file):
+            self.check_filter(step)
             self.check(self.link(self.mutated_by(step)))
             if step not in self.seconds:
                 before = time.monotonic()
@@ -97,6 +98,14 @@ class Workshop:
                 self.seconds[step] = time.monotonic() - before
         if self.result_with_sanitizers(source, plan_of(file)[0]) != SURVIVED:
             sys.exit(f"mutate.py: the sanitizers report {file} without any mutant")
+
+    def check_filter(self, step: tuple[str, str]) -> None:
+        """Every pattern has to match a test, or else a renamed test would not be run."""
+        program = (self.build / step[0]).as_posix()
+        for pattern in filter(None, re.split("[:-]", step[1])):
+            command = [program, f"--gtest_filter={pattern}", "--gtest_list_tests"]
+            if not subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout:
+                sys.exit(f"mutate.py: no test of {step[0]} matches {pattern}")
 
     def compiler(self, file: str) -> list[str]:
         command = self.commands[(self.sources / file).as_posix()]
