@@ -53,9 +53,10 @@ std::optional<std::string> read_text(const std::string& path, Problems& problems
     if (error == 0) {
         return text;
     }
-    if (error != ENOENT && error != ENOTDIR) {
-        add_problem(problems, {path, error});
+    if (error == ENOENT || error == ENOTDIR) {
+        return "";
     }
+    add_problem(problems, {path, error});
     return std::nullopt;
 }
 

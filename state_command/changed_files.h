@@ -21,6 +21,6 @@
 // nothing where the folder is missing, or where another user can have made a link on the way, which is then a problem.
 [[nodiscard]] std::optional<std::string> place_of(const std::string& path, Problems& problems);
 
-// Reads the file at the path as a component does: follows every link. Returns nothing where the file is missing, or
-// cannot be read, which is then a problem.
+// Reads the file at the path as a component does: follows every link. A missing file is empty. Returns nothing where
+// the file cannot be read, which is then a problem.
 [[nodiscard]] std::optional<std::string> read_text(const std::string& path, Problems& problems);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <set>
 #include <utility>
 
@@ -13,6 +12,7 @@
 #include "state_command/changed_files.h"
 #include "state_command/file_state.h"
 #include "state_command/host_log_directories.h"
+#include "state_command/store_entry.h"
 
 namespace {
 
@@ -26,6 +26,9 @@ constexpr const char* store_container = "skyhold";
 constexpr const char* authorization = "az";
 }  // namespace label
 
+// The agent rejects longer arguments.
+constexpr std::size_t longest_argument = 2047;
+
 // In a request a comma ends a value, and a zero byte ends the argument.
 bool fits_request(std::string_view text) {
     return text.find_first_of(std::string_view(",\0", 2)) == std::string_view::npos;
@@ -34,8 +37,9 @@ bool fits_request(std::string_view text) {
 // Returns a setting that a request can set to any value.
 Setting settable(std::string category, std::string name, std::string value, std::string file) {
     Setting setting{std::move(category), std::move(name), std::move(value), std::move(file)};
-    if (fits_request(setting.name) && fits_request(*setting.value)) {
-        setting.request = setting.category + ":" + setting.name + "=" + *setting.value;
+    std::string request = setting.category + ":" + setting.name + "=" + *setting.value;
+    if (request.size() <= longest_argument && fits_request(request)) {
+        setting.request = std::move(request);
     }
     return setting;
 }
@@ -71,7 +75,11 @@ enum class Sets { by_request, beside_another };
 
 void add_key_value(Settings& settings, const char* category, const char* name, const setting::KeyValue& place,
                    Sets sets, Problems& problems) {
-    const std::vector<std::string> values = active_values(read_text(place.file, problems).value_or(""), place);
+    const std::optional<std::string> text = read_text(place.file, problems);
+    if (!text) {
+        return;
+    }
+    const std::vector<std::string> values = active_values(*text, place);
     for (const std::string& value : values) {
         settings.push_back(sets == Sets::by_request ? settable(category, name, value, place.file)
                                                     : Setting{category, name, value, place.file});
@@ -79,30 +87,6 @@ void add_key_value(Settings& settings, const char* category, const char* name, c
     if (values.empty()) {
         settings.push_back(not_set(category, name, place.file));
     }
-}
-
-constexpr std::string_view debug_level = product_files::debug_level;
-constexpr std::string_view diagnostic_level = product_files::diagnostic_level;
-
-struct StoreEntry {
-    std::string_view originator;
-    std::string_view kind;
-    std::string_view value;
-};
-
-// Returns the entry in a line of a store, or nothing for any other line.
-std::optional<StoreEntry> parse_store_line(std::string_view line) {
-    const std::size_t dot = line.find('.');
-    const std::size_t equals = line.find('=');
-    if (dot == std::string_view::npos || equals == std::string_view::npos || equals < dot) {
-        return std::nullopt;
-    }
-    const StoreEntry entry = {line.substr(0, dot), line.substr(dot + 1, equals - dot - 1), line.substr(equals + 1)};
-    std::uint32_t number = 0;
-    const bool is_originator = platform_library::parse_number(entry.originator, number) == std::errc() &&
-                               std::to_string(number) == entry.originator;
-    const bool is_level = entry.kind == debug_level || entry.kind == diagnostic_level;
-    return is_originator && is_level ? std::optional(entry) : std::nullopt;
 }
 
 Setting setting_of(const char* category, const StoreEntry& entry, const std::string& file) {
@@ -122,10 +106,13 @@ Setting setting_of(const char* category, const StoreEntry& entry, const std::str
 // and sets those debug levels; a user who sends all lines back then still ends with the right debug levels.
 void add_store(Settings& settings, const char* category, int product, Problems& problems) {
     const std::string file = product_files::logging_store(product);
-    const std::string text = read_text(file, problems).value_or("");
+    const std::optional<std::string> text = read_text(file, problems);
+    if (!text) {
+        return;
+    }
     std::set<std::pair<std::string_view, std::string_view>> seen;
     Settings debug_levels;
-    for (const std::string_view line : split_lines(text)) {
+    for (const std::string_view line : split_lines(*text)) {
         const std::optional<StoreEntry> entry = parse_store_line(line);
         if (entry && seen.emplace(entry->originator, entry->kind).second) {
             Settings& levels = entry->kind == debug_level ? debug_levels : settings;
@@ -144,7 +131,9 @@ void add_log_directories(Settings& settings, const LogRoot& root, Problems& prob
     const bool takes_mode = std::string_view(root.category) == category::zmlogdir;
     for (const LogDirectory& directory : list_log_directories(root, problems)) {
         const std::string name = directory.path.substr(std::string_view(root.path).size() + 1);
-        Setting setting = settable(root.category, name, mode_text(directory.mode).substr(1), directory.path);
+        std::string mode = mode_text(directory.mode);
+        mode.erase(0, mode.starts_with('0') ? 1 : 0);
+        Setting setting = settable(root.category, name, mode, directory.path);
         if (takes_mode && contains(name, "=")) {
             setting.request.clear();
         } else if (!takes_mode && !setting.request.empty()) {
@@ -157,9 +146,12 @@ void add_log_directories(Settings& settings, const LogRoot& root, Problems& prob
 // The first line of a key is active. The case of a key's letters does not matter.
 void add_main_configuration(Settings& settings, Problems& problems) {
     const std::string file = product_files::main_configuration;
-    const std::string text = read_text(file, problems).value_or("");
+    const std::optional<std::string> text = read_text(file, problems);
+    if (!text) {
+        return;
+    }
     std::set<std::string> seen;
-    for (const std::string_view line : split_lines(text)) {
+    for (const std::string_view line : split_lines(*text)) {
         const auto entry = platform_library::parse_configuration_line(line);
         if (!entry) {
             continue;
@@ -250,8 +242,11 @@ void add_authorization(Settings& settings, Problems& problems) {
 // The volume manager looks for a line that is exactly the keyword.
 void add_volume_manager(Settings& settings, Problems& problems) {
     const setting::KeyValue& place = setting::volume_manager;
-    const std::string text = read_text(place.file, problems).value_or("");
-    const std::vector<std::string_view> lines = split_lines(text);
+    const std::optional<std::string> text = read_text(place.file, problems);
+    if (!text) {
+        return;
+    }
+    const std::vector<std::string_view> lines = split_lines(*text);
     const bool is_on = std::any_of(lines.begin(), lines.end(),
                                    [&](std::string_view line) { return without_line_end(line) == place.key; });
     settings.push_back(is_on ? settable(category::vmconf, place.key, "on", place.file)

@@ -13,7 +13,8 @@ struct Setting {
     std::string name;
     std::optional<std::string> value;  // nothing when it is not set
     std::string file;
-    // The argument of a logging request that sets this setting and nothing else; empty where there is none.
+    // The argument of a logging request that sets this setting, maybe with others of its category; empty where there is
+    // none.
     std::string request = {};
     bool is_known = true;  // false when only the component itself knows the value
 };

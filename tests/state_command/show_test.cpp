@@ -147,6 +147,18 @@ TEST_F(Show, SkipsTheAgentsOwnFoldersAndWhatIsNotADirectory) {
     EXPECT_THAT(shown({"ZMLOGDIR"}), ElementsAre("ZMLOGDIR:linked=755 /usr/kumel/zembrath/logs/linked"));
 }
 
+TEST_F(Show, ShowsAllPermissionBitsOfALogDirectory) {
+    for (const unsigned mode : {0070U, 0755U, 01777U, 02775U, 04700U}) {
+        make_folder(logs_folder + "/" + std::to_string(mode));
+        set_mode(logs_folder + "/" + std::to_string(mode), mode);
+    }
+    EXPECT_THAT(shown({"ZMLOGDIR"}), ElementsAre("ZMLOGDIR:1023=1777 " + logs_folder + "/1023",  //
+                                                 "ZMLOGDIR:1533=2775 " + logs_folder + "/1533",  //
+                                                 "ZMLOGDIR:2496=4700 " + logs_folder + "/2496",  //
+                                                 "ZMLOGDIR:493=755 " + logs_folder + "/493",     //
+                                                 "ZMLOGDIR:56=070 " + logs_folder + "/56"));
+}
+
 TEST_F(Show, EscapesControlCharacters) {
     make_folder(logs_folder + "/a\nb\x1b[2J");
     write_file(container_file, "SHCT_LOG_LEVEL=\x7f\t1\n");
@@ -175,6 +187,24 @@ TEST_F(Show, NamesAFileThatItCannotReadAndShowsTheOthers) {
     EXPECT_EQ(run.exit_status, 2);
     EXPECT_EQ(run.errors, "zmlogstate: cannot read /usr/kumel/ktul/51216.conf: Is a directory\n");
     EXPECT_THAT(lines_of(run.output), Contains("QPKTUL:111=3 /usr/kumel/ktul/58330.conf"));
+}
+
+// Their settings are neither active nor "not set".
+TEST_F(Show, NamesNoSettingsOfFilesThatItCannotRead) {
+    for (const std::string& path : {store, main_configuration, registered_file, plugin_file, storage_file,
+                                    container_file, console_file, authorization_file, volume_manager_file}) {
+        remove_tree(path);
+        make_folder(path);
+        const CommandRun run = run_command({"show", "--all"});
+        EXPECT_EQ(run.exit_status, 2);
+        EXPECT_THAT(lines_of(run.output), Not(Contains(testing::EndsWith(" " + path))));
+        EXPECT_THAT(lines_of(run.errors), Contains("zmlogstate: cannot read " + path + ": Is a directory"));
+    }
+}
+
+TEST_F(Show, TakesSettingsOfAMissingFileForNotSet) {
+    remove_tree(container_file);
+    EXPECT_THAT(shown({"--all", "CLOUD"}), ElementsAre("CLOUD:skyhold=- " + container_file));
 }
 
 TEST_F(Show, DoesNotWaitForAFifo) {
@@ -213,6 +243,18 @@ TEST_F(Show, HasTheSameSettingsInJson) {
         "set":false,"value":null,"file":"/usr/kumel/zembrath/qr.conf","request":null})")));
     EXPECT_THAT(objects, Contains(Object::parse(R"({"type":"setting","category":"KOB","name":"kob","set":null,
         "value":null,"file":"/opt/HOLKkob/bin/ktlogcfg","request":null})")));
+}
+
+TEST_F(Show, HasNoRequestInJsonThatTheAgentWouldReject) {
+    const std::string start = "CLOUD:skyhold=";
+    for (const auto& [size, fits] : {std::pair(2047U, true), std::pair(2048U, false)}) {
+        const std::string value(size - start.size(), 'x');
+        write_file(container_file, "SHCT_LOG_LEVEL=" + value + "\n");
+        const std::vector<Object> objects = objects_of(run_command({"show", "--json", "CLOUD"}).output);
+        ASSERT_EQ(objects.size(), 2U);
+        EXPECT_EQ(objects[1]["value"], value);
+        EXPECT_EQ(objects[1]["request"], fits ? Object(start + value) : Object(nullptr));
+    }
 }
 
 TEST_F(Show, HasBytesThatAreNotTextInJson) {
