@@ -196,13 +196,17 @@ void remove_all_made(const std::vector<LogDirectory>& made, const RestoreOptions
     }
 }
 
-// The key-value editor leaves such a copy when its rename fails, or when the agent is killed before.
+// The key-value editor leaves NAME.new when its rename fails, or when the agent is killed before. A killed rewrite of
+// the main configuration or the store leaves .NAME.new.
 void report_stale_copies(const ProductState& saved) {
     for (const auto& [path, state] : saved.files) {
-        const std::string copy = path + ".new";
-        struct stat found {};
-        if (lstat(copy.c_str(), &found) == 0) {
-            print_line(copy + ": left by a change that was interrupted; not touched");
+        const std::string name = last_component(path);
+        const std::string folder = path.substr(0, path.size() - name.size());
+        for (const std::string& copy : {path + ".new", folder + "." + name + ".new"}) {
+            struct stat found {};
+            if (lstat(copy.c_str(), &found) == 0) {
+                print_line(copy + ": left by a change that was interrupted; not touched");
+            }
         }
     }
 }
