@@ -1,9 +1,7 @@
 #include "state_command/new_folder.h"
 
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
@@ -72,27 +70,6 @@ void flush_folders(const Descriptor& folder, const std::string& name) {
     flush(folder, name);
 }
 
-// Renames the folder, but never over anything else. Where the kernel or the file system cannot do that, this function
-// makes an empty folder under the new name and renames over that, which fails if something else takes its place.
-int rename_to_new(int parent, const std::string& from, const std::string& to) {
-    if (syscall(SYS_renameat2, parent, from.c_str(), parent, to.c_str(), RENAME_NOREPLACE) == 0) {
-        return 0;
-    }
-    if (errno != ENOSYS && errno != EINVAL) {
-        return -1;
-    }
-    if (mkdirat(parent, to.c_str(), folder_mode) != 0) {
-        return -1;
-    }
-    if (renameat(parent, from.c_str(), parent, to.c_str()) != 0) {
-        const int error = errno;
-        unlinkat(parent, to.c_str(), AT_REMOVEDIR);
-        errno = error;
-        return -1;
-    }
-    return 0;
-}
-
 std::string without_last_slashes(std::string path) {
     while (path.size() > 1 && path.ends_with('/')) {
         path.pop_back();
@@ -137,9 +114,9 @@ void NewFolder::add_copy(const std::string& name, const FileState& state) {
 
 void NewFolder::finish() {
     flush_folders(folder_, temporary_name_);
-    if (rename_to_new(parent_.get(), temporary_name_, name_) != 0) {
-        throw errno == EEXIST ? Failure(path_ + " exists")
-                              : system_failure(errno, "cannot name the new folder " + path_);
+    if (const int error = rename_to_new_at(parent_.get(), temporary_name_, name_)) {
+        throw error == EEXIST ? Failure(path_ + " exists")
+                              : system_failure(error, "cannot name the new folder " + path_);
     }
     temporary_name_.clear();
     check(fsync(parent_.get()), path_ + " has been made, but cannot be flushed to the disk");

@@ -14,6 +14,7 @@
 #include "platform/library/put_back.h"
 #include "platform/library/trusted_folder.h"
 #include "platform/posix.h"
+#include "platform/runtime.h"
 #include "state_command/differences.h"
 #include "state_command/failure.h"
 #include "state_command/output.h"
@@ -119,21 +120,25 @@ int give_owner_and_mode(const Descriptor& made, const LogDirectory& directory) {
     return fchmod(made.get(), directory.mode) == 0 ? 0 : errno;
 }
 
-// Returns 0 or an error number. After an error the directory is missing again, so that the next comparison finds it
-// gone.
+// Returns 0 or an error number. The directory has a temporary name until it has its owner and mode. After an error or a
+// crash its name is still missing, so that the next restore makes it. That one also removes the temporary name, which
+// is an empty log directory made since the save.
 int make_again(const LogDirectory& directory) {
     const Descriptor parent = open_parent(directory.path);
     if (!parent.valid()) {
         return errno;
     }
-    const std::string name = last_component(directory.path);
-    const Descriptor made = make_folder_at(parent.get(), name);
+    const std::string new_name = last_component(temporary_name("", ".zmlogstate"));
+    const Descriptor made = make_folder_at(parent.get(), new_name);
     if (!made.valid()) {
         return errno;
     }
-    const int error = give_owner_and_mode(made, directory);
+    int error = give_owner_and_mode(made, directory);
+    if (error == 0) {
+        error = rename_to_new_at(parent.get(), new_name, last_component(directory.path));
+    }
     if (error != 0) {
-        unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR);
+        unlinkat(parent.get(), new_name.c_str(), AT_REMOVEDIR);
     }
     return error;
 }

@@ -1,7 +1,9 @@
 #include "state_command/tree.h"
 
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -188,6 +190,24 @@ Descriptor make_folder_at(int parent, const std::string& name) {
         errno = error;
     }
     return folder;
+}
+
+int rename_to_new_at(int parent, const std::string& from, const std::string& to) {
+    if (syscall(SYS_renameat2, parent, from.c_str(), parent, to.c_str(), RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    if (errno != ENOSYS && errno != EINVAL) {
+        return errno;
+    }
+    if (mkdirat(parent, to.c_str(), S_IRWXU) != 0) {
+        return errno;
+    }
+    if (renameat(parent, from.c_str(), parent, to.c_str()) != 0) {
+        const int error = errno;
+        unlinkat(parent, to.c_str(), AT_REMOVEDIR);
+        return error;
+    }
+    return 0;
 }
 
 int remove_contents(int folder) {

@@ -21,6 +21,11 @@ struct FolderNames {
 // means that another user, who can write the parent, has put something else in the place of the new folder.
 [[nodiscard]] Descriptor make_folder_at(int parent, const std::string& name);
 
+// Renames the folder, but never over anything else: fails with EEXIST. Where the kernel or the file system cannot do
+// that, this function makes an empty folder under the new name and renames over that, which fails if something else
+// takes its place.
+[[nodiscard]] int rename_to_new_at(int parent, const std::string& from, const std::string& to);
+
 // Removes everything in the open folder that is on the folder's own file system. Returns the error number of the first
 // entry that is left.
 [[nodiscard]] int remove_contents(int folder);
