@@ -117,6 +117,7 @@ int probe_peer(int socket) {
         return status::socket_not_nonblocking;
     }
     char byte = 0;
+    errno = 0;  // recv sets it only when it fails, and the line shows it in any case
     const ssize_t received = recv(socket, &byte, 1, 0);
     const SystemError left_by_recv;
     logmsgf(log_level::detail, tag, "recv return value=%zd ERRNO=%d (%s)", received, left_by_recv.number,

@@ -125,7 +125,7 @@ TEST_F(ToolStatus, Is23WhenThePeerHasClosed) {
     const AgentRun run = agent.finish();
     EXPECT_EQ(run.exit_status(), 23);
     EXPECT_THAT(run.log, LogHas({information, tag, "child process exited CEC=3 C=" + zmsu_tool}));
-    EXPECT_THAT(run.log, LogHas({detail, tag, "recv return value=0 ERRNO=<digits> (<text>)"}));
+    EXPECT_THAT(run.log, LogHas({detail, tag, "recv return value=0 ERRNO=0 (Success)"}));
     EXPECT_THAT(run.log, LogHas({error, tag, "Peer socket is closed NSC=0"}));
     EXPECT_THAT(run.log, LogHas({information, "zmlogadmagent", "closing peer SOCK (3) in QAS NSC=23"}));
 }
@@ -145,7 +145,7 @@ TEST_F(ToolStatus, Is23WhenThePeerSentMoreThanTheToolRead) {
     const AgentRun run = run_agent_with_bytes(netstrings({"zmsu"}) + "x");
     EXPECT_EQ(run.output(), "output");
     EXPECT_EQ(run.status(), 23);
-    EXPECT_THAT(run.log, LogHas({detail, tag, "recv return value=1 ERRNO=<digits> (<text>)"}));
+    EXPECT_THAT(run.log, LogHas({detail, tag, "recv return value=1 ERRNO=0 (Success)"}));
     EXPECT_THAT(run.log, LogHas({error, tag, "Peer socket is closed NSC=1"}));
 }
 
