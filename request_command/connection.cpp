@@ -51,7 +51,9 @@ Descriptor connect_to_socket(const LocalSocket& peer, std::chrono::seconds timeo
         run(task);
     }
     error = error == EAGAIN ? ETIMEDOUT : error;
-    throw system_failure(error, "cannot connect to " + peer.path, connection_failure_code(error));
+    // A service that does not run has no socket file, or one that refuses connections.
+    throw Failure(connection_failure_code(error), "cannot connect to " + peer.path + ": " + strerror(error),
+                  connection_failure_code(error == ENOENT ? ECONNREFUSED : error));
 }
 
 }  // namespace

@@ -17,13 +17,19 @@ FailureCode connection_failure_code(int error);
 // Ends the command with `own_failure` and prints its text on standard error.
 class Failure : public std::runtime_error {
   public:
-    Failure(FailureCode code, const std::string& message) : std::runtime_error(message), code_(code) {}
+    Failure(FailureCode code, const std::string& message) : Failure(code, message, code) {}
+    Failure(FailureCode code, const std::string& message, FailureCode cause)
+        : std::runtime_error(message), code_(code), cause_(cause) {}
     explicit Failure(const std::string& message) : Failure(FailureCode::system_failed, message) {}
 
     [[nodiscard]] FailureCode code() const { return code_; }
 
+    // Returns the code that a hint is about. Of several causes, it is the one that the user can do something about.
+    [[nodiscard]] FailureCode cause() const { return cause_; }
+
   private:
     FailureCode code_;
+    FailureCode cause_;
 };
 
 // The failure of a system call: what failed, followed by the system's error text.

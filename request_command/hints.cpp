@@ -48,24 +48,44 @@ const char* tool_of(const Options& options) {
 
 std::string host_hint(const Options& options, const Asker& asker) {
     const std::string entry = asker.is_on_agents_host ? "localhost" : asker.address;
-    return "qr.conf does not list this host; " + where(options) + "echo 'SERVER = " + entry + "' | sudo tee --append " +
-           product_files::main_configuration;
+    // The newline in front ends a last line that has none. Otherwise the line would become part of its value.
+    return "qr.conf does not list this host; " + where(options) + "printf '\\nSERVER = " + entry +
+           "\\n' | sudo tee --append " + product_files::main_configuration;
+}
+
+// No shell changes these characters.
+constexpr std::string_view plain_characters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789%+,-./:=@_";
+
+// Returns the request as words of a command. Leaves the arguments out if a shell would change one of them: over SSH,
+// two shells read them.
+std::string words_for_shell(const std::vector<std::string>& request) {
+    const auto is_plain = [](const std::string& text) {
+        return !text.empty() && text.find_first_not_of(plain_characters) == std::string::npos;
+    };
+    if (!std::all_of(request.begin(), request.end(), is_plain)) {
+        return printable(request.front()) + " ...";
+    }
+    std::string words;
+    for (const std::string& text : request) {
+        words += (words.empty() ? "" : " ") + text;
+    }
+    return words;
 }
 
 std::string user_hint(const Options& options, const Asker& asker) {
     if (!asker.is_root) {
         return "an agent serves only root; run the same command with sudo";
     }
-    if (tool_of(options) != nullptr) {
-        return "";  // 135 may be the tool's own exit status
-    }
+    const std::string or_tool = tool_of(options) == nullptr ? "" : ", or 135 is the tool's own exit status";
     const RemoteHost* const host = remote_host(options);
     if (host == nullptr) {
-        return "the agent does not see this user as root of the host; run the same command outside of any container";
+        return "the agent does not see this user as root of the host" + or_tool +
+               "; run the same command outside of any container";
     }
     const std::string name = printable(host->name);
-    return "the source port changed on the way to " + name + "; ask over SSH: ssh root@" + name + " zmlogadm --local " +
-           printable(options.request.front());
+    return "the source port changed on the way to " + name + or_tool + "; ask over SSH: ssh root@" + name +
+           " zmlogadm --local " + words_for_shell(options.request);
 }
 
 std::string tool_hint(const Options& options) {

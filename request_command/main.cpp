@@ -48,7 +48,7 @@ int fail(const Failure& failure, const std::optional<Options>& options, AnswerOu
     }
     console.write_remark(failure.what());
     if (options) {
-        console.write_hint(hint_about_failure(failure.code(), *options));
+        console.write_hint(hint_about_failure(failure.cause(), *options));
     }
     return own_failure;
 }

@@ -226,6 +226,7 @@ Descriptor connect_to_host(const RemoteHost& host, std::chrono::seconds timeout,
             codes.insert(failure.code());
         }
     }
-    throw Failure(codes.size() == 1 ? *codes.begin() : FailureCode::connection_failed,
-                  "cannot connect to " + host.name + " port " + std::to_string(host.port) + ": " + failures);
+    const FailureCode code = codes.size() == 1 ? *codes.begin() : FailureCode::connection_failed;
+    throw Failure(code, "cannot connect to " + host.name + " port " + std::to_string(host.port) + ": " + failures,
+                  codes.contains(FailureCode::connection_refused) ? FailureCode::connection_refused : code);
 }

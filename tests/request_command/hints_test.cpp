@@ -30,21 +30,37 @@ const Asker user_elsewhere = {.is_root = false, .is_on_agents_host = false, .add
 TEST(Hints, ShowTheLineThatListsThisHost) {
     for (const Peer& peer : {this_host, local_socket}) {
         EXPECT_EQ(hint_about_status(5762, request_to(peer), root_here),
-                  "qr.conf does not list this host; run: echo 'SERVER = localhost' | sudo tee --append "
+                  "qr.conf does not list this host; run: printf '\\nSERVER = localhost\\n' | sudo tee --append "
                   "/usr/kumel/zembrath/qr.conf");
     }
     EXPECT_EQ(hint_about_status(5762, request_to(other_host), root_elsewhere),
-              "qr.conf does not list this host; on backup7: echo 'SERVER = 192.0.2.1' | sudo tee --append "
+              "qr.conf does not list this host; on backup7: printf '\\nSERVER = 192.0.2.1\\n' | sudo tee --append "
               "/usr/kumel/zembrath/qr.conf");
-    EXPECT_THAT(hint_about_status(5762, request_to(other_host), root_here), HasSubstr("'SERVER = localhost'"));
+    EXPECT_THAT(hint_about_status(5762, request_to(other_host), root_here), HasSubstr("SERVER = localhost"));
 }
 
 TEST(Hints, ShowHowToAskAsRoot) {
     EXPECT_THAT(hint_about_status(135, request_to(other_host), user_elsewhere), HasSubstr("sudo"));
     EXPECT_THAT(hint_about_status(135, request_to(other_host), root_elsewhere),
-                EndsWith("ssh root@backup7 zmlogadm --local CLEANUP"));
+                EndsWith("ssh root@backup7 zmlogadm --local CLEANUP /a"));
     EXPECT_THAT(hint_about_status(135, request_to(this_host), root_here), HasSubstr("container"));
-    EXPECT_EQ(hint_about_status(135, request_to(other_host, {"zmsu"}), root_elsewhere), "");
+}
+
+TEST(Hints, SayThatTheStatusMayBeTheToolsOwn) {
+    EXPECT_EQ(hint_about_status(135, request_to(other_host, {"zmsu", "-help"}), root_elsewhere),
+              "the source port changed on the way to backup7, or 135 is the tool's own exit status; ask over SSH: ssh "
+              "root@backup7 zmlogadm --local zmsu -help");
+    EXPECT_THAT(hint_about_status(135, request_to(this_host, {"zmsu"}), root_here),
+                HasSubstr("or 135 is the tool's own exit status"));
+}
+
+// The remote shell would read such arguments in another way.
+TEST(Hints, LeaveOutArgumentsThatAShellWouldChange) {
+    for (const std::string argument : {"/a b", "/$(id)", "'", "", "/*", "\x1b", "~"}) {
+        EXPECT_THAT(hint_about_status(135, request_to(other_host, {"CLEANUP", argument}), root_elsewhere),
+                    EndsWith("ssh root@backup7 zmlogadm --local CLEANUP ..."))
+            << argument;
+    }
 }
 
 TEST(Hints, NameTheToolThatCouldNotBeExecuted) {

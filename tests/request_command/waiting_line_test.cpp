@@ -186,24 +186,25 @@ TEST_F(CommandAtATerminal, ShowsThatItWaitsUntilTheAnswerComes) {
     EXPECT_THAT(terminal_.await_end(), EndsWith(" \rEXIT STATUS 0 done\n"));
 }
 
-TEST_F(CommandAtATerminal, GivesAHintBetweenTheStatusAndWhatFailed) {
-    const CommandRun run = run_with_answer("PROCESS=ZMKTUL:1 STATUS=1 MSG=no\nEXIT STATUS 5772 no\n",
-                                           with_errors_to_terminal(), {"ENABLELOGGING", "ZMKTUL:1"});
-    EXPECT_THAT(terminal_.await_end(),
-                testing::MatchesRegex("EXIT STATUS 5772 no\nzmlogadm: a store .*cat /usr/kumel/ktul/51216.conf\n"
-                                      "zmlogadm: 1 of 1 item failed: ZMKTUL:1; 0 things not answered\n"));
-}
-
-TEST_F(CommandAtATerminal, GivesAHintAfterItsOwnFailure) {
-    const CommandRun run = run_with_answer("one\n", with_errors_to_terminal());
-    EXPECT_THAT(terminal_.await_end(), testing::MatchesRegex("zmlogadm: the answer has no status line\n"
-                                                             "zmlogadm: the agent may have logged the reason; .*\n"));
-    EXPECT_EQ(run.exit_status, 255);
-}
-
-TEST_F(CommandAtATerminal, GivesNoHintWithoutATerminal) {
-    EXPECT_EQ(run_with_answer("EXIT STATUS 5762 no\n").errors, "EXIT STATUS 5762 no\n");
-    EXPECT_EQ(run_with_answer("").errors, "zmlogadm: the answer has no status line\n");
+// The other command began later, so the silent one has waited for longer.
+TEST_F(CommandAtATerminal, ShowsNothingWithoutProgress) {
+    const auto answer = [](PeerConnection peer) {
+        peer.send("EXIT STATUS 0 done\n");
+        peer.close();
+    };
+    Terminal other_terminal(200);
+    Command silent = start({"--no-progress", "ZMLA"}, with_errors_to_terminal());
+    PeerConnection silent_peer = silent.await_connection(listener_);
+    Command other = start({"ZMLA"}, [&] { dup2(other_terminal.get(), STDERR_FILENO); });
+    PeerConnection other_peer = other.await_connection(listener_);
+    static_cast<void>(silent_peer.receive_request());
+    static_cast<void>(other_peer.receive_request());
+    other_terminal.await("so far");
+    answer(std::move(silent_peer));
+    answer(std::move(other_peer));
+    EXPECT_EQ(silent.finish().exit_status, 0);
+    EXPECT_EQ(other.finish().exit_status, 0);
+    EXPECT_EQ(terminal_.await_end(), "EXIT STATUS 0 done\n");
 }
 
 }  // namespace
