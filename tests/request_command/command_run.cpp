@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "tests/request_command/json_lines.h"
 #include "tests/support/test_files.h"
 #include "tests/support/tested_program.h"
 
@@ -155,6 +156,7 @@ CommandRun Command::finish() {
     int status = 0;
     check(waitpid(process_, &status, 0), "wait");
     process_ = -1;
+    keep_objects(run_.output);
     run_.exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return run_;
 }

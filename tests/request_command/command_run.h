@@ -54,7 +54,7 @@ class Command {
     // Closes the reading end of the output.
     void close_output() { output_.reset(); }
 
-    // Waits for the end of the command.
+    // Waits for the end of the command. Keeps the JSON objects that it printed.
     [[nodiscard]] CommandRun finish();
 
   private:

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <ctime>
 #include <thread>
 
 #include "tests/request_command/answered_command.h"
@@ -77,6 +78,46 @@ TEST_F(JsonAnswer, HasAnObjectForEveryLineAndTheStatusLast) {
                             status_object(5772, "a unified logging configuration could not be loaded", 2, 1)));
     EXPECT_EQ(run.errors, "zmlogadm: 1 of 2 items failed: MMLOGDIR:ALL; 0 things not answered\n");
     EXPECT_EQ(run.exit_status, 252);
+}
+
+// Returns the request object of the answer of a peer that is connected over TCP.
+Json request_over_tcp(const std::string& word) {
+    const PeerListener listener("127.0.0.1");
+    Command command(listener.options() + Arguments{"--json", word});
+    PeerConnection peer = command.await_connection(listener);
+    static_cast<void>(peer.receive_request());
+    peer.send("EXIT STATUS 0 done\n");
+    peer.close();
+    return json_lines(command.finish().output).at(0);
+}
+
+TEST_F(JsonAnswer, BeginsWithTheRequestThatWasSent) {
+    write_tool(folder_.path("agent"), "request=$(head -c 14)\necho EXIT STATUS 0 done >&0\n");
+    std::vector<Json> requests = {
+        json_lines(run_command({"--json", "--agent", folder_.path("agent"), "CLEANUP"}).output).at(0),
+        json_lines(run_with_answer("EXIT STATUS 0 done\n", nullptr, {"ZMLA", "-H", ""}).output).at(0),
+        request_over_tcp("zmsu")};
+    for (Json& request : requests) {
+        request.erase("time");
+    }
+    const auto object = [](const std::string& host, const std::string& peer, const Arguments& words) {
+        return Json{{"type", "request"}, {"format", 1}, {"host", host}, {"peer", peer}, {"request", words}};
+    };
+    EXPECT_THAT(requests,
+                ElementsAre(object(this_host(), "local", {"CLEANUP"}),
+                            object(this_host(), "socket", {"ZMLA", "-H", ""}), object("127.0.0.1", "tcp", {"zmsu"})));
+}
+
+TEST_F(JsonAnswer, HasTheTimeOfTheRequest) {
+    const auto seconds_of = [](const std::string& time) {
+        std::tm parts{};
+        EXPECT_NE(strptime(time.c_str(), "%Y-%m-%dT%H:%M:%S", &parts), nullptr) << time;
+        return timegm(&parts);
+    };
+    const std::time_t before = std::time(nullptr);
+    const std::string time = json_lines(run_with_answer("EXIT STATUS 0 done\n").output).at(0).at("time");
+    EXPECT_GE(seconds_of(time), before);
+    EXPECT_LE(seconds_of(time), std::time(nullptr));
 }
 
 TEST_F(JsonAnswer, EndsTheCommandWithTheExitStatusOfAPlainAnswer) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <system_error>
@@ -23,19 +24,39 @@ void keep_for_validation(std::string_view text) {
     }
 }
 
+// Removes the first line from the text and returns it with its newline, if it has one.
+std::string_view take_line(std::string_view& text) {
+    const std::string_view line = text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
+    text.remove_prefix(line.size());
+    return line;
+}
+
+bool is_object(std::string_view line) {
+    return line.starts_with("{\"type\":\"") && line.ends_with("}\n");
+}
+
 }  // namespace
 
+void keep_objects(std::string_view text) {
+    std::string objects;
+    while (!text.empty()) {
+        const std::string_view line = take_line(text);
+        objects += is_object(line) ? line : "";
+    }
+    if (!objects.empty()) {
+        keep_for_validation(objects);
+    }
+}
+
 JsonLines json_lines(std::string_view text) {
-    keep_for_validation(text);
+    keep_objects(text);
     JsonLines lines;
     while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        const std::string_view line = text.substr(0, end);
-        if (end == std::string_view::npos || !line.starts_with("{\"type\":\"") || !line.ends_with('}')) {
+        const std::string_view line = take_line(text);
+        if (!is_object(line)) {
             throw std::runtime_error("not an object: " + std::string(line));
         }
         lines.push_back(Json::parse(line));
-        text.remove_prefix(end + 1);
     }
     return lines;
 }

@@ -28,7 +28,10 @@ class JsonOutput : public testing::Test {
     [[nodiscard]] JsonLines lines() const { return json_lines(text_); }
 
     std::string text_;
-    std::unique_ptr<AnswerOutput> output_ = json_output([this](std::string_view text) { text_ += text; });
+    std::unique_ptr<AnswerOutput> output_ = json_output([this](std::string_view text) {
+        keep_objects(text);
+        text_ += text;
+    });
 };
 
 Json output_object(const std::string& text) {
@@ -78,6 +81,7 @@ TEST_F(JsonOutput, EndsWithTheCountsAndTheElapsedTime) {
 TEST_F(JsonOutput, ReportsAFailureBeforeAHostIsKnown) {
     std::string text;
     json_output([&](std::string_view bytes) { text += bytes; })->fail(FailureCode::invalid_arguments, "no");
+    keep_objects(text);
     EXPECT_EQ(text, "{\"type\":\"error\",\"code\":\"invalid_arguments\",\"message\":\"no\"}\n");
 }
 

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "request_command/answer_line.h"
+#include "request_command/failure_code.h"
 #include "tests/support/test_files.h"
 
 namespace {
@@ -53,6 +54,15 @@ TEST(Schema, NamesTheFieldsOfEveryResponseLine) {
     for (const auto& [type, fields] : fields_of_lines()) {
         EXPECT_EQ(fields_of_schema(schema, type), fields) << type;
     }
+}
+
+TEST(Schema, NamesTheCodeOfEveryFailure) {
+    Names codes;
+    for (const FailureCodeName& row : failure_code_names) {
+        codes.insert(row.name);
+    }
+    const auto schema = nlohmann::json::parse(read_file(ZMLA_SCHEMA_FILE));
+    EXPECT_EQ(schema.at("$defs").at("error").at("properties").at("code").at("enum").get<Names>(), codes);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "request_command/console.h"
 #include "tests/request_command/answered_command.h"
+#include "tests/request_command/json_lines.h"
 #include "tests/request_command/terminal.h"
 
 namespace {
@@ -184,6 +185,17 @@ TEST_F(CommandAtATerminal, ShowsThatItWaitsUntilTheAnswerComes) {
     peer.close();
     EXPECT_EQ(command.finish().output, "one\n");
     EXPECT_THAT(terminal_.await_end(), EndsWith(" \rEXIT STATUS 0 done\n"));
+}
+
+TEST_F(CommandAtATerminal, ReportsTheTimeThatItWaited) {
+    Command command = start({"--json", "ZMLA"}, with_errors_to_terminal());
+    PeerConnection peer = command.await_connection(listener_);
+    static_cast<void>(peer.receive_request());
+    terminal_.await("so far");
+    peer.send("EXIT STATUS 0 done\n");
+    peer.close();
+    const Json status = json_lines(command.finish().output).back();
+    EXPECT_GE(status.at("elapsed_ms"), 2000);
 }
 
 // The other command began later, so the silent one has waited for longer.

@@ -50,6 +50,14 @@ TEST_F(WhatFailed, LeavesAnotherStatusUnchanged) {
     EXPECT_EQ(run_with({"--strict"}, "PROCESS=VMCONF:a STATUS=1 MSG=no\nEXIT STATUS 5772 no\n").exit_status, 252);
 }
 
+TEST_F(WhatFailed, IsNotReportedWithoutAStatusLine) {
+    for (const Arguments& options : {Arguments{"--strict"}, Arguments{"--strict", "--json"}}) {
+        const CommandRun run = run_with(options, "PROCESS=VMCONF:a STATUS=1 MSG=no\n");
+        EXPECT_EQ(run.errors, "zmlogadm: the answer has no status line\n");
+        EXPECT_EQ(run.exit_status, 255);
+    }
+}
+
 TEST_F(WhatFailed, IsNothingWhenAllSucceed) {
     const CommandRun run =
         run_with({"--strict"}, "PROCESS=VMCONF:a STATUS=0 MSG=x\nPROCESS=FOO:b STATUS=0 MSG=x\nEXIT STATUS 0 done\n");
