@@ -24,7 +24,7 @@ inline constexpr const char* clean_up = "CLEANUP";
 // Accepted, but without a handler: does nothing and succeeds.
 inline constexpr const char* fetch_file = "FETCHFILE";
 
-// Tools that run with the arguments of the request as they are.
+// Tools that run with the unchanged arguments of the request.
 inline constexpr const char* zmsu = "zmsu";
 inline constexpr const char* zmcplogs = "zmcplogs";
 inline constexpr const char* ktlogcfg = "ktlogcfg";

@@ -7,7 +7,7 @@
 
 struct RunCounts {
     ProgramRun run;
-    // Made by the program and by its children, until these become other programs.
+    // Made by the program and by its children, until they execute other programs.
     long system_calls = 0;
     // Of the program only, from its first instruction to its end. None reads from a disk.
     long page_faults = 0;

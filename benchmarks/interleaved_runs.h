@@ -26,12 +26,12 @@ struct Range {
 // Throws when the contender failed.
 void check_run(const Contender& contender, const ProgramRun& run);
 
-// Runs each contender once unmeasured and then once a round, each in turn beginning a round. Returns the seconds of
-// each contender's rounds.
+// Runs each contender once unmeasured and then once in each round. Another contender begins each round. Returns the
+// seconds of each contender's rounds.
 [[nodiscard]] std::vector<std::vector<double>> run_interleaved(const std::vector<Contender>& contenders, int rounds);
 
 // Returns the median of the values, which are not empty, and its range.
 [[nodiscard]] Range median_with_range(std::vector<double> values);
 
-// Returns the rounds' ratios of one contender's seconds to another's.
+// Returns the median of the rounds' ratios, `first` to `second`, and its range.
 [[nodiscard]] Range ratio_of(const std::vector<double>& first, const std::vector<double>& second);

@@ -62,7 +62,7 @@ std::string read_lines(Descriptor file) {
 // The new copy of the file. It is written line by line and then replaces the file.
 class NewCopy {
   public:
-    // System calls end a path at a zero byte, so the name of the copy continues there.
+    // System calls end a path at a zero byte, so the suffix follows there.
     explicit NewCopy(const std::string& path) : path_(path), name_(path.substr(0, path.find('\0')) + ".new") {}
 
     // Truncates and reuses a stale copy, which keeps its mode. Does not follow a link, because the folder may be

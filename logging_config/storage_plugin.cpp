@@ -34,7 +34,7 @@ int set_plugin_logging(const std::string& level, Message& message) {
 
 int process_rkplugin(std::string category, const Values& values, Responses& responses) {
     constexpr const char* tag = "process_rkplugin";
-    // The rejection is only a remark: the first value is applied all the same.
+    // The rejection is only a remark: the first value is applied anyway.
     if (values.size() != 1 || values[0] != setting::plugin_name) {
         respond(log_level::error, tag,
                 compose({.label = category::rkplugin,

@@ -8,5 +8,5 @@
 
 // Sets "LOGLEVEL" to LEVEL of the first value NAME=LEVEL, or to 10 without "=", and switches a commented "DEBUGLOG"
 // back on. Appends one line for it. Before that, any values other than exactly one "rkplugin" get a line that rejects
-// them; the first value is applied all the same. Returns 0: failures are reported only in the lines.
+// them; the first value is applied anyway. Returns 0: failures are reported only in the lines.
 int process_rkplugin(std::string category, const Values& values, Responses& responses);

@@ -1,4 +1,4 @@
-// A task for the time of a wait.
+// A task that runs during a wait.
 #pragma once
 
 #include "platform/deadline.h"

@@ -26,7 +26,7 @@ struct AnswerLine {
 };
 
 // Parses one whole line, given without its newline. Returns it as output, with the line as the field "text", unless its
-// fields can be separated without doubt: the values of a request and the names of files may contain the keys. A line
+// fields can be separated with certainty: the values of a request and the names of files may contain the keys. A line
 // that came without a newline was cut; callers pass it to output_line instead.
 AnswerLine parse_answer_line(std::string_view line);
 

@@ -33,6 +33,6 @@ void check(const PeerCase& peer, const AgentRun& run);
 // Expects that the agent sends only a status line, and logs the status.
 void expect_rejected(const AgentRun& run, int status);
 
-// What the log says of a local peer of root.
+// What the log says about a local peer that is root.
 inline constexpr const char* listed_root = "H=local P=0 U=root F=0x42 UT=2";
 inline constexpr const char* unlisted_root = "H=local P=0 U=root F=0x40 UT=2";

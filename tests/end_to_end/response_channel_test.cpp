@@ -50,7 +50,7 @@ void install_tool_that_leaves(int files) {
                                 " ]; do : > $name$number; number=$((number + 1)); done")});
 }
 
-// The first buffer of a local socket holds half as many lines.
+// Without a larger buffer, a local socket would hold half as many lines.
 TEST_F(ResponseChannel, ListsManyFilesToAPeerThatDoesNotReadMeanwhile) {
     install_tool_that_leaves(400);
     Agent agent;

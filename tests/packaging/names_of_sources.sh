@@ -1,4 +1,4 @@
-# For checks that a text has the names of the sources, and no others. Sourced, in the folder of the tree.
+# Functions for checks that a text has exactly the names of the sources. Source this in the folder of the tree.
 # shellcheck shell=bash
 failed=0
 

@@ -1,5 +1,5 @@
-// System calls of this program that fail when a test says so (tests/support/failing_calls.h), whose results a test
-// overrides, or that it watches. Everything else goes through to the real call.
+// Replaces system calls of this program. A test can make a call fail (tests/support/failing_calls.h), override its
+// result, or watch it. Otherwise the real call is made.
 //
 // failing_calls knows fsync by the subjects "file" and "folder". Of getsockopt only SO_PEERCRED can fail, and "rename"
 // is also renameat.
@@ -32,32 +32,32 @@ struct PretendedAttribute {
     std::string value;
 };
 
-// A disk with space for so many bytes. Writes beyond them fail with the error number.
+// A disk with space for this many bytes. Writes beyond them fail with the error number.
 struct FullDisk {
     std::size_t space;
     int error;
 };
 
-// What calls do otherwise than the real ones.
+// How calls differ from the real ones.
 struct Overrides {
-    std::size_t longest_write = 0;  // a write takes no more than that; 0 for all of it
+    std::size_t longest_write = 0;  // a write takes at most this many bytes; 0 for no limit
     std::optional<FullDisk> full_disk;
-    int attributes_grown = 0;     // so many times what is read of attributes has outgrown the size that was reported
-    std::optional<int> protocol;  // what getsockopt reports as SO_PROTOCOL
-    bool interface_without_address = false;  // the first one of the list, whatever it was
+    int attributes_grown = 0;                // this many times, attributes have grown since their size was reported
+    std::optional<int> protocol;             // what getsockopt reports as SO_PROTOCOL
+    bool interface_without_address = false;  // the first interface of the list seems to have no address
 
-    // The owner that fstat reports of this file. No file is really given to anybody then.
+    // The owner that fstat reports for this file. While it is set, fchown changes no owner.
     std::optional<OwnedFile> owner;
-    // Giving a file an attribute of such a name does nothing.
+    // Setting one of these attributes does nothing.
     std::vector<PretendedAttribute> attributes;
 
-    // The time of day, which then does not advance.
+    // The time of day. While it is set, it does not advance.
     std::optional<timespec> time_of_day;
     // What the monotonic clock shows since its start.
     std::optional<std::chrono::nanoseconds> steady_time;
     // Is called instead of waiting for a socket, and the wait succeeds. Set steady_time too.
     std::function<void()> instead_of_waiting;
-    // The next random bytes; then real ones follow.
+    // The next random bytes, before real ones.
     std::deque<unsigned char> random_bytes;
 
     // Is called once, after the removal of that file from that folder.
@@ -79,7 +79,7 @@ extern std::map<std::string, int> opening_flags;
 // How many times the program received or looked at what a socket holds.
 extern int receptions;
 
-// Lets all calls through, as the real ones, and empties the journal.
+// Makes all calls real again, and empties the journal.
 void reset();
 
 }  // namespace system_calls

@@ -22,7 +22,7 @@
 
 namespace {
 
-// No plan has EINTR ever after: no system does that, and a correct program would retry without end.
+// No plan repeats EINTR for ever: no system does that, and a correct program would retry without end.
 const std::vector<FaultPlan> plans = {
     {"InputOutputErrorOnce", fail_once(EIO)},
     {"InputOutputErrorEverAfter", fail_ever_after(EIO)},

@@ -36,7 +36,7 @@ std::string print_arguments() {
     return "printf '[%s]\\n' \"$0\" \"$@\"";
 }
 
-// Tries each number, which works without /proc too. A program that the shell starts does not inherit its own ones.
+// Tries each number, because there may be no /proc. perl does not inherit the descriptors that the shell itself uses.
 std::string print_descriptors() {
     return "perl -MPOSIX -e 'for (0 .. 255) { my $copy = dup($_); defined($copy) && print(\"$_ \") && "
            "POSIX::close($copy) }'\necho";

@@ -116,7 +116,7 @@ Outcome manager_failed(const std::string& name, const std::string& reason) {
         error);
 }
 
-// The message is empty, so a space and the directory follow at once.
+// The message is empty, so a space and the directory follow directly.
 Outcome manager_not_done(const std::string& name, const std::string& action) {
     Outcome outcome = manager_line(action, name, " STATUS=0 MSG= DIR=/usr/kumel/volmgr/debug/" + name + "\n");
     outcome.log.push_back(said_of_manager(error, "Invalid action=" + action));
