@@ -14,15 +14,16 @@ import textwrap
 from pathlib import Path
 
 TREE = Path(__file__).resolve().parent.parent
-FILES = [
-    "packaging/completion/zmlogadm.bash",
-    "packaging/completion/_zmlogadm",
-    "packaging/completion/zmlogstate.bash",
-    "packaging/completion/_zmlogstate",
-    "tests/fuzz/dictionary/answer.dict",
-    "tests/fuzz/dictionary/request.dict",
-    "tests/fuzz/dictionary/spelling.dict",
-]
+# The forms that each file has to have.
+FILES = {
+    "packaging/completion/zmlogadm.bash": ["words for bash", "categories for bash"],
+    "packaging/completion/_zmlogadm": ["words for zsh", "categories for zsh"],
+    "packaging/completion/zmlogstate.bash": ["categories for bash"],
+    "packaging/completion/_zmlogstate": ["categories for zsh"],
+    "tests/fuzz/dictionary/answer.dict": ["answers"],
+    "tests/fuzz/dictionary/request.dict": ["categories"],
+    "tests/fuzz/dictionary/spelling.dict": ["words", "categories"],
+}
 SCHEMA = "docs/zmlogstate.schema.json"
 WIDTH = 119
 
@@ -72,11 +73,12 @@ def lines_of(form, facts, indent):
     return forms[form]()
 
 
-def with_names(text, facts):
-    """Returns the text with the lines between its marks replaced."""
+def with_names(text, forms, facts):
+    """Returns the text with the lines between its marks replaced. The text must have a mark of each form."""
     mark = re.compile(r"^( *)(# names: (.*))\n(?:.*\n)*?( *# end of names)$", re.MULTILINE)
-    if not mark.search(text):
-        raise ValueError("no mark")
+    found = sorted(match[3] for match in mark.finditer(text))
+    if found != sorted(forms):
+        raise ValueError(f"marks of {found} and not of {sorted(forms)}")
     return mark.sub(lambda m: "\n".join([m[1] + m[2], *lines_of(m[3], facts, m[1]), m[4]]), text)
 
 
@@ -104,7 +106,7 @@ def main():
     for name in [*FILES, SCHEMA]:
         path = TREE / name
         before = path.read_text(encoding="utf-8")
-        after = with_categories(before, facts) if name == SCHEMA else with_names(before, facts)
+        after = with_categories(before, facts) if name == SCHEMA else with_names(before, FILES[name], facts)
         if after == before:
             continue
         if "--check" in options:

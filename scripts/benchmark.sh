@@ -11,7 +11,7 @@
 # Other options are passed to request_benchmark, such as --rounds N, and --only TEXT for some of the comparisons; --help
 # lists them.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 
 folder=build/benchmark
 pictures=$folder

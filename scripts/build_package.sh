@@ -2,7 +2,7 @@
 # Builds the Debian package from a copy of the sources, because the build leaves files among them. The argument is the
 # folder to build in; the default is build/package.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 
 scripts/install_dependencies.sh package

@@ -3,7 +3,7 @@
 # is a folder that scripts/stage_static_build.sh made; if it is empty or missing, that script runs first. The variable
 # RPM_RELEASE is the number after the version (default: 1).
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 scripts/install_dependencies.sh rpm
 folder=$(realpath --canonicalize-missing "${3:-build/rpm}")

@@ -3,7 +3,7 @@
 # build/tarball), to be unpacked at "/". STAGED is a folder that scripts/stage_static_build.sh made; if it is empty or
 # missing, that script runs first.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 folder=$(realpath --canonicalize-missing "${3:-build/tarball}")
 staged=${1:-$folder/static}

@@ -6,7 +6,7 @@
 # the end-to-end tests of this machine's release build run with the programs of the other architecture.
 # tests/not_emulated.txt lists the tests that are left out, with the reasons.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 programs=(zmlogadmagent zmlogadm zmlogstate)
 cross_built=(unit_tests platform_tests)
@@ -109,6 +109,9 @@ report() { # ARCHITECTURE JOBS
 
 mapfile -t all < <(basename --suffix=.cmake --multiple cmake/architectures/*.cmake)
 (($# > 0)) || set -- "${all[@]}"
+# A name given twice would build twice in one folder.
+mapfile -t chosen < <(printf '%s\n' "$@" | sort --unique)
+set -- "${chosen[@]}"
 for architecture; do
     if [[ ! -e cmake/architectures/$architecture.cmake ]]; then
         echo "check_architectures.sh: no architecture is called $architecture; there are ${all[*]}" >&2

@@ -5,6 +5,7 @@ A row of the table names a folder, and the folders and single headers that its s
 `agent/main.cpp`, which uses every other part, has a row of its own.
 """
 
+import posixpath
 import re
 import subprocess
 import sys
@@ -27,7 +28,7 @@ ALLOWED = {
     "state_command": {"logging_config", "agent", "platform/library", "platform"},
 }
 
-INCLUDE = re.compile(r'^#include "([^"]+)"', re.MULTILINE)
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">]+)[">]', re.MULTILINE)
 
 
 def row_of(path):
@@ -40,13 +41,15 @@ def wrong_includes(path):
     row = row_of(path)
     allowed = ALLOWED[row] | {row}
     with open(path, encoding="utf-8") as source:
-        included = INCLUDE.findall(source.read())
+        found = [(mark, posixpath.normpath(name)) for mark, name in INCLUDE.findall(source.read())]
+    # In angle brackets the headers of the system stand too.
+    included = [name for mark, name in found if mark == '"' or row_of(name) in ALLOWED]
     return [name for name in included if row_of(name) not in allowed and name not in allowed]
 
 
 def main():
-    listed = subprocess.run(["git", "ls-files", "*.cpp", "*.h"], capture_output=True, text=True, check=True)
-    sources = [path for path in listed.stdout.split() if row_of(path) in ALLOWED]
+    listed = subprocess.run(["git", "ls-files", "-z", "*.cpp", "*.h"], capture_output=True, text=True, check=True)
+    sources = [path for path in listed.stdout.split("\0") if row_of(path) in ALLOWED]
     wrong = [(path, name) for path in sources for name in wrong_includes(path)]
     for path, name in wrong:
         print(f"{path} includes {name}, which it may not include")

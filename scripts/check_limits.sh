@@ -2,7 +2,7 @@
 # Checks that no source has more than 330 lines and that the subject of the last commit has at most 72 characters.
 # clang-tidy checks the length of functions.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 most_lines=330
 most_characters=72
 

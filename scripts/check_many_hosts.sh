@@ -4,7 +4,7 @@
 # server, which Debian would start: if there is none, its program is unpacked in the build folder. Leaves no process and
 # no mount, and opens no port of this host.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 
 require_root 'an SSH server needs several users'

@@ -3,7 +3,7 @@
 # other tests start. Reports the descriptors that an agent or zmlogadm leaves open, too. Takes about a quarter of an
 # hour. The reports are in build/valgrind/reports.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 folder=$PWD/build/valgrind
 reports=$folder/reports

@@ -3,7 +3,7 @@
 # of the build, no name of the machine, no home folder. Searches debug information decompressed. The variable
 # ZMLA_TRACES is one more text to search for.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 failed=0
 stage=$(mktemp --directory)
 trap 'rm -r "$stage"' EXIT
@@ -20,7 +20,7 @@ unpack() { # FILE FOLDER
 # Prints the texts to search for. Short names, such as "host", are left out, because other texts contain them.
 traces() {
     pwd
-    [[ $HOME == / || $HOME == /root ]] || echo "$HOME/"
+    [[ ${HOME:-/} == / || $HOME == /root ]] || echo "$HOME/"
     echo "${TMPDIR:-/tmp}/tmp."
     (($(hostname | wc -c) < 6)) || hostname
     [[ -z ${ZMLA_TRACES:-} ]] || echo "$ZMLA_TRACES"
@@ -33,11 +33,12 @@ show() { # FILE: prints its bytes, and those of its debug information decompress
     fi
 }
 
+traces >"$stage/traces"
 for file; do
     mkdir "$stage/unpacked"
     unpack "$file" "$stage/unpacked"
     while IFS= read -r -d '' part; do
-        found=$(show "$part" | grep --text --only-matching --fixed-strings --file=<(traces) | sort -u || true)
+        found=$(show "$part" | grep --text --only-matching --fixed-strings --file="$stage/traces" | sort -u || true)
         if [[ -n $found ]]; then
             echo "$(basename "$file"): ${part#"$stage/unpacked/"} holds" $found
             failed=1

@@ -3,7 +3,7 @@
 # installs, uses, upgrades and purges it on a private copy of this machine, with its units and completions. Needs root.
 # The argument is the folder to build in; the default is build/package.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 folder=$(realpath --canonicalize-missing "${1:-build/package}")
 

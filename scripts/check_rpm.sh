@@ -4,7 +4,7 @@
 # erases them on a private copy of this machine. Needs root. The argument is the folder to build in; the default is
 # build/check_rpm.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 folder=$(realpath --canonicalize-missing "${1:-build/check_rpm}")
 

@@ -3,7 +3,7 @@
 # the programs' sources with the totals. build/coverage/branches.txt lists every line with a branch that no test takes.
 # Fails when the tests take too few branches.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 
 scripts/install_dependencies.sh build coverage
 folder=$PWD/build/coverage

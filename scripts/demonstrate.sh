@@ -3,7 +3,7 @@
 # sends requests of every kind. Shows each request with its answer, the changed files and the debug log. Leaves only the
 # build folder and the packages on the host. Fails when a result differs from the expected one.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 
 scripts/install_dependencies.sh build
 echo "Building the agent and zmlogadm"

@@ -11,7 +11,7 @@
 # replays it. Inputs that cover more than the corpus are in build/fuzz/new/NAME. This adds them to the corpus:
 #   build/fuzz/tests/fuzz/fuzz_NAME -merge=1 tests/fuzz/corpus/NAME build/fuzz/new/NAME
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 
 limit=${1:-300}
 if [[ ! $limit =~ ^[1-9][0-9]*(runs)?$ ]]; then

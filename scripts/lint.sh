@@ -3,7 +3,7 @@
 # (scripts/check_includes.py), and the programs' sources with clang-tidy (.clang-tidy). With the argument "tests",
 # clang-tidy checks the sources of tests and benchmarks instead, which takes several times as long.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 
 git ls-files -z '*.cpp' '*.h' '*.c' | xargs -0 clang-format-14 --dry-run --Werror
 echo "format: clean"

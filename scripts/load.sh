@@ -3,7 +3,7 @@
 # table of figures. The tests run in private roots and use only their loopback interfaces. Takes about five minutes. The
 # whole output is in build/load.log. Options are those of GoogleTest, such as --gtest_filter=TEXT.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 
 scripts/install_dependencies.sh build
 cmake --preset release >/dev/null

@@ -8,7 +8,7 @@
 # named, except agent/main.cpp. --every N takes every N-th mutant of each file, --survivors only mutants that survived
 # the last run or are new. Prints the share of caught mutants for each file, and every survivor.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 
 scripts/install_dependencies.sh build

@@ -3,7 +3,7 @@
 # uses CTest, which starts a process for each test and takes four times as long. Arguments select programs by their
 # names: scripts/quick_test.sh unit_tests platform_tests
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 
 cmake --preset release >/dev/null

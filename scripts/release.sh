@@ -4,8 +4,14 @@
 # builds everything from the source tarball. Always builds for this machine's architecture. Further architectures are
 # names in cmake/architectures; their cross compilers are installed. The same commit gives the same bytes.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
+for architecture in "${@:2}"; do
+    if [[ ! -e cmake/architectures/$architecture.cmake ]]; then
+        echo "No architecture is called $architecture" >&2
+        exit 2
+    fi
+done
 scripts/install_dependencies.sh package rpm "${@:2}"
 folder=$(realpath --canonicalize-missing "${1:-build/release_files}")
 shift || true
@@ -21,12 +27,14 @@ fi
 name=zmlogadmagent-$version
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
+# What the user has set, such as a date or options of a compiler, must not change the files.
+unset $(compgen -e | grep -vxE 'HOME|PATH|PWD|TMPDIR')
 umask 022
 make_empty_folder "$folder"
 
 # Each file gets the time of the commit; the build takes its date from there.
 make_source_tarball() {
-    git archive --format=tar --prefix="$name/" HEAD | gzip -9 --no-name >"$folder/$name.tar.gz"
+    git -c tar.umask=0002 -c core.autocrlf=false archive --format=tar --prefix="$name/" HEAD | gzip -9 --no-name >"$folder/$name.tar.gz"
     tar --extract --file "$folder/$name.tar.gz" --directory "$work"
 }
 

@@ -9,7 +9,7 @@
 #   memory    scripts/check_memory.sh
 #   mutants   scripts/mutate.sh
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 release=build/release
 
 build() {

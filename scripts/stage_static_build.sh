@@ -3,7 +3,7 @@
 # and the tarball contain below FOLDER/root. ARCHITECTURE is a name in cmake/architectures (default: this machine's).
 # The same sources give the same bytes, whatever the folders' names.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 sources=$PWD
 folder=$(realpath --canonicalize-missing "$1")

@@ -2,7 +2,7 @@
 # Installs missing packages, builds everything and runs all tests. The argument is a preset (default: release):
 # scripts/test.sh sanitizers
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 preset=${1:-release}
 
 scripts/install_dependencies.sh build

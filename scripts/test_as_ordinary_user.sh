@@ -2,7 +2,7 @@
 # Runs the tests of the release build as the user nobody, who gets a private root through a user namespace. Needs root,
 # to become nobody. Leaves out the loops of failing calls, which take long and do not depend on the user.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 
 scripts/install_dependencies.sh build

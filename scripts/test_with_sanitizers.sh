@@ -4,7 +4,7 @@
 # make too many calls. The argument is the folder to build in (default: build/sanitizers). In the folder of a release
 # build, the tests' own objects are not built again, because both builds have the same ones.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 folder=${1:-build/sanitizers}
 excluded=('*FileSafety*' '*SwappedForALink*')

@@ -2,7 +2,7 @@
 # Checks that the completions of bash and zsh name every command word, category, option and known key of the sources,
 # and nothing else.
 set -euo pipefail
-cd "$(dirname "$0")/../.."
+CDPATH= cd "$(dirname "$0")/../.."
 bash_source=packaging/completion/zmlogadm.bash
 zsh_source=packaging/completion/_zmlogadm
 # shellcheck source=tests/packaging/names_of_sources.sh

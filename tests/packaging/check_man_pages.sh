@@ -2,7 +2,7 @@
 # Checks the manual pages: mandoc has no complaint, and the pages' items are the command words, categories, options,
 # statuses, configuration keys and products of the sources.
 set -euo pipefail
-cd "$(dirname "$0")/../.."
+CDPATH= cd "$(dirname "$0")/../.."
 pages=docs/man
 # shellcheck source=tests/packaging/names_of_sources.sh
 . tests/packaging/names_of_sources.sh
