@@ -42,7 +42,7 @@ struct FullDisk {
 struct Overrides {
     std::size_t longest_write = 0;  // a write takes at most this many bytes; 0 for no limit
     std::optional<FullDisk> full_disk;
-    int attributes_grown = 0;                // this many times, attributes have grown since their size was reported
+    int attributes_grown = 0;                // this many reads of attributes fail, as if the attributes had just grown
     std::optional<int> protocol;             // what getsockopt reports as SO_PROTOCOL
     bool interface_without_address = false;  // the first interface of the list seems to have no address
 
