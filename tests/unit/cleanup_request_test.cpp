@@ -56,6 +56,16 @@ TEST_F(CleanupRequest, RemovesACollectionResultInAnyFolder) {
     EXPECT_EQ(messages_under(tag), (Lines{{error, tag, "Cleanup result D=" + result_ + " #D=1 NSC=0 M=" + answer}}));
 }
 
+TEST_F(CleanupRequest, LogsTheResultBeforeTheAnswerIsSent) {
+    make_folder(result_);
+    clean_up({result_});
+    Texts order;
+    for (const LogLine& line : recording_platform::messages()) {
+        order.push_back(line.tag);
+    }
+    EXPECT_EQ(order, (Texts{check_tag, "remove_directory", tag, "socksend", "socksend"}));
+}
+
 TEST_F(CleanupRequest, RemovesAResultNamedByItsBareName) {
     make_folder(result_);
     ASSERT_EQ(chdir(folder_.path().c_str()), 0);
@@ -137,6 +147,16 @@ TEST_F(CleanupRequest, RejectsAMiddleThatIsNotAllDigits) {
     expect_refusal("/tmp/zmla-x" + digits.substr(1) + "-abcdef", reason);
     expect_refusal("/tmp/zmla-" + digits.substr(1) + ":-abcdef", reason);
     expect_refusal("/tmp/zmla-" + digits.substr(1) + " -abcdef", reason);
+}
+
+TEST_F(CleanupRequest, RejectsAMiddleWithAnyByteThatIsNotADigit) {
+    for (int byte = 1; byte < 256; ++byte) {
+        const char other = static_cast<char>(byte);
+        // A hyphen or slash would split the name.
+        if (std::string("0123456789-/").find(other) == std::string::npos) {
+            expect_refusal("/tmp/zmla-" + digits.substr(1) + other + "-abcdef", "The middle is not all digits");
+        }
+    }
 }
 
 TEST_F(CleanupRequest, RejectsAnEndOfAnotherLength) {

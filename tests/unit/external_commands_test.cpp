@@ -41,7 +41,8 @@ TEST_F(ExecuteCmdSendOutput, LogsTheLifeOfTheChild) {
                {information, tag, "child process exited CEC=3 C=" + utility},
                nothing_to_read_}));
     EXPECT_EQ(messages_under("getcommandpath").size(), 1U);
-    EXPECT_EQ(messages_under("socksend").size(), 2U);
+    EXPECT_EQ(messages_under("socksend"), (Lines{{information, "socksend", "sent installment #1: 1 of 1"},
+                                                 {information, "socksend", "sent M=\n L=1, 1"}}));
 }
 
 TEST_F(ExecuteCmdSendOutput, ReturnsTheToolsExitCode) {
@@ -142,6 +143,20 @@ TEST_F(ExecuteCmdSendOutput, Returns27ForAToolThatASignalEnded) {
     EXPECT_EQ(later_messages(), (Lines{{error, tag, "child process terminated w/ signal SIG=9 C=" + utility},
                                        {information, tag, "child process exited CEC=27 C=" + utility},
                                        nothing_to_read_}));
+}
+
+TEST_F(ExecuteCmdSendOutput, Returns27ForAToolThatTheHighestSignalEnded) {
+    write_tool(utility, "kill -64 $$\n");
+    EXPECT_EQ(execute({"zmsu"}), 27);
+    EXPECT_EQ(later_messages().front(),
+              (LogLine{error, tag, "child process terminated w/ signal SIG=64 C=" + utility}));
+}
+
+TEST_F(ExecuteCmdSendOutput, ReportsTheSignalOfAToolThatDumpedCoreWithoutTheFlagOfTheDump) {
+    write_tool(utility, "kill -9 $$\n");
+    overrides.wait_status_flags = WCOREFLAG;
+    EXPECT_EQ(execute({"zmsu"}), 27);
+    EXPECT_EQ(later_messages().front(), (LogLine{error, tag, "child process terminated w/ signal SIG=9 C=" + utility}));
 }
 
 TEST_F(ExecuteCmdSendOutput, Returns5766WhenNoProcessCanBeForked) {

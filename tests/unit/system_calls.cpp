@@ -105,6 +105,7 @@ pid_t __wrap_fork() {
 
 pid_t __wrap_waitpid(pid_t child, int* word, int options) {
     const pid_t result = __real_waitpid(child, word, options);
+    *word |= overrides.wait_status_flags;
     return fails("waitpid") ? -1 : result;
 }
 

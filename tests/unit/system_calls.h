@@ -40,6 +40,8 @@ struct Overrides {
 
     // Is called before each call that is recorded, but not for those that it makes itself.
     std::function<void(const std::string& call)> before_call;
+
+    int wait_status_flags = 0;  // waitpid adds these bits to the wait status
 };
 
 extern Overrides overrides;
