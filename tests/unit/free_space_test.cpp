@@ -130,6 +130,18 @@ TEST_F(CalcFreeSpaceSendOutput, MeasuresTheParentOfAMissingDirectoryWithALongPat
     EXPECT_EQ(socket_.received(), ("CALCLOGSIZE: TARGET_DIR=" + deep).substr(0, 1023));
 }
 
+TEST_F(CalcFreeSpaceSendOutput, MeasuresTheFolderAboveTheParentForAPathOf2048Characters) {
+    std::string above = folder_.path();
+    while (above.size() < 1900) {
+        above += "/" + std::string(100, 'd');
+    }
+    const std::string parent = above + "/" + std::string(2046 - above.size() - 1, 'd');
+    make_folder(parent);
+    // Cut by one character, the path ends in the slash.
+    EXPECT_EQ(query(parent + "/x"), 0);
+    EXPECT_EQ(calls_of("statvfs"), (Texts{"statvfs " + above}));
+}
+
 TEST_F(CalcFreeSpaceSendOutput, MeasuresTheParentOfTheFirst2047Characters) {
     const std::string name(2100, 'x');
     EXPECT_EQ(query(folder_.path(name) + "/below"), 0);
