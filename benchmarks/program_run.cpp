@@ -118,7 +118,7 @@ ProgramRun run_program(const Program& program) {
     errno = posix_spawnp(&child, arguments[0], actions.get(), nullptr, arguments.data(), environ);
     check(errno == 0, arguments[0]);
     connection.agent_end.reset();
-    // A program that takes no request may have gone already.
+    // A program that takes no request may have ended already.
     check(program.request.empty() || write_all(connection.peer_end.get(), program.request), "send a request");
     receive_answer(connection.peer_end.get(), program.reader, run);
     run.exit_status = wait_for_end(child);

@@ -1,5 +1,5 @@
-// The command words and categories of agents, with their arguments: what help, completions and suggestions name. The
-// command sends other words all the same.
+// The command words and categories of agents, with their arguments, for help, completions and suggestions. The command
+// sends other words too.
 #pragma once
 
 #include <algorithm>

@@ -37,7 +37,7 @@ SentRequest describe_request(const Options& options) {
             .time = std::chrono::system_clock::now()};
 }
 
-// Reports words and categories that look misspelt. The request is sent all the same, because an agent may know more
+// Reports words and categories that look misspelt. The request is sent anyway, because an agent may know more
 // words than the command.
 void remark_on_spelling(const std::vector<std::string>& request, Console& console) {
     for (const std::string& remark : spelling_remarks(request)) {

@@ -79,8 +79,8 @@ std::vector<Kernel> old_kernels() {
         const RefusedCall unknown = {.number = call.number, .error = ENOSYS};
         kernels.push_back({"Without" + in_camel_case(call.name), {unknown}});
         all.push_back(unknown);
-        // An older kernel may know the call but not a flag of it. Not so for clone3: the C library falls back from it
-        // only where the whole call is missing.
+        // An older kernel may know the call but not a flag of it. clone3 is an exception: the C library has a fallback
+        // only for a kernel without the call.
         if (call.number != SYS_clone3) {
             kernels.push_back({"WithOlder" + in_camel_case(call.name), {{.number = call.number, .error = EINVAL}}});
         }

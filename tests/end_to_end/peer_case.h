@@ -1,4 +1,4 @@
-// Peers that the agent lets in or turns away: the SERVER list, the peer's host and its user.
+// Peers that the agent accepts or rejects: the SERVER list, the peer's host and its user.
 #pragma once
 
 #include <iosfwd>

@@ -184,7 +184,7 @@ class Workshop:
 
 
 def set_limits() -> None:
-    """A mutant may write or count for ever. Not with sanitizers, which reserve more memory than this."""
+    """Ends a mutant that writes or counts without end. Not for sanitizers, which reserve more memory than this."""
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
     resource.setrlimit(resource.RLIMIT_DATA, (1 << 31, 1 << 31))

@@ -46,7 +46,7 @@ ReadNumber read_number(int socket, int timeout = plenty_of_time);
 // A failed read leaves an empty text. The test fails when the library writes beyond the buffer.
 ReadString read_string(int socket, int max_length = longest_string, int timeout = plenty_of_time);
 
-// Returns a text of so many bytes.
+// Returns a text of this many bytes.
 std::string repeated(char byte, std::size_t count);
 
 // Returns the text as a netstring.

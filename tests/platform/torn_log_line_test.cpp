@@ -18,7 +18,7 @@ using system_calls::overrides;
 
 namespace {
 
-// Logs a message. Its writes take at most so many bytes, or fail.
+// Logs a message. Its writes take at most this many bytes, or fail.
 void log_message(const char* text, std::size_t longest_write, int error = 0) {
     overrides.longest_write = longest_write;
     if (error != 0) {

@@ -87,8 +87,8 @@ TEST_F(ConnectingToHost, NoticesAHostThatGoesDown) {
     EXPECT_EQ(on, 1);
 }
 
-// Strangers shall not guess the port, and several commands shall not try the same ports in turn. The odds that all
-// these ports lie within a sixteenth of the range are one in 10^17.
+// Nobody must be able to guess the port, and several commands must not try the same ports in the same order. The odds
+// that all these ports lie within a sixteenth of the range are one in 10^17.
 TEST_F(ConnectingToHost, BeginsWithARandomPort) {
     std::vector<int> ports;
     for (int i = 0; i != 16; ++i) {

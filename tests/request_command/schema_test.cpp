@@ -1,5 +1,5 @@
-// The JSON Schema names the fields that response lines have, and no others. That objects are valid is checked for every
-// object that a test sees.
+// The JSON Schema names exactly the fields of response lines. check_objects.py checks that the objects of all tests are
+// valid.
 #include <gtest/gtest.h>
 
 #include <map>

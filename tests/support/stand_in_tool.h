@@ -24,7 +24,7 @@ std::string print_descriptors();
 // Prints the value of an environment variable and a newline.
 std::string print_variable(const std::string& name);
 
-// Reads exactly so many bytes from standard input, and prints them.
+// Reads exactly this many bytes from standard input, and prints them.
 std::string print_input(int bytes);
 
 // Waits until the peer has stopped sending.

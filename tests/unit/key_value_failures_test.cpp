@@ -135,7 +135,7 @@ TEST_F(KeyValueFileReplacement, FailsWhenTheCopyWouldBeLargerThanThisProcessMayW
 // The caller's buffer.
 class ErrorBuffer : public KeyValueFileReplacement {
   protected:
-    // Reports a failure of each operation to a buffer of so many bytes.
+    // Reports a failure of each operation to a buffer of this many bytes.
     void expect_bounded(unsigned long size) {
         const std::string whole = "Could not open file " + missing_ + " E=2 (No such file or directory)";
         const std::string message = whole.substr(0, size - 1);

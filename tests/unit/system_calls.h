@@ -19,7 +19,7 @@ namespace system_calls {
 
 // How one write to the watched descriptor ends.
 struct WriteOutcome {
-    ssize_t accepted;           // at most so many bytes are written; -1 for a failure
+    ssize_t accepted;           // at most this many bytes are written; -1 for a failure
     int error = 0;              // with this error number
     bool only_claimed = false;  // nothing is written, although as many bytes as above are reported
 };

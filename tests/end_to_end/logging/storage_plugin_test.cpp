@@ -84,7 +84,7 @@ const std::vector<RequestCase> debug_logs = {
 
 INSTANTIATE_TEST_SUITE_P(DebugLog, StoragePlugin, testing::ValuesIn(debug_logs), name_of_row);
 
-// The agent reports the rejection and applies the first value all the same.
+// The agent reports the rejection and applies the first value anyway.
 RequestCase rejected(const std::string& name, const std::string& values, const std::string& shown,
                      const std::string& level) {
     const std::string line = "PROCESS=RKPLUGIN:" + shown + " STATUS=0 MSG=Set up rkplugin debug logging\n";
