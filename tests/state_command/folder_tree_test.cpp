@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <utility>
@@ -24,6 +25,9 @@ namespace {
 // What another user does as soon as a folder has been made.
 std::function<void(const std::string& name)> after_making;
 
+// Is called with the path of each file and folder that is flushed.
+std::function<void(const std::string& path)> before_flush;
+
 }  // namespace
 
 // Takes the C library's place.
@@ -36,9 +40,19 @@ extern "C" int mkdirat(int parent, const char* name, mode_t mode) {
     return static_cast<int>(result);
 }
 
+extern "C" int fsync(int file) {
+    if (before_flush) {
+        before_flush(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file)));
+    }
+    return static_cast<int>(syscall(SYS_fsync, file));
+}
+
 class FolderTree : public testing::Test {
   protected:
-    ~FolderTree() override { after_making = nullptr; }
+    ~FolderTree() override {
+        after_making = nullptr;
+        before_flush = nullptr;
+    }
 
     // Another user moves the new folder away, and something else to its name.
     void swap_for(const std::string& other) {
@@ -118,4 +132,20 @@ TEST_F(FolderTree, OfASaveRemovesOnlyItsOwnFiles) {
     const std::vector<std::string> names = names_in(folder_.path());
     ASSERT_THAT(names, ElementsAre(testing::StartsWith(".zmlogstate-"), "moved"));
     EXPECT_EQ(read_file(folder_.path(names[0] + "/manifest")), "of an earlier save");
+}
+
+// So after a crash the folder is whole or missing.
+TEST_F(FolderTree, OfASaveIsFlushedBeforeItHasItsName) {
+    const std::string path = folder_.path("case");
+    std::vector<std::string> before_name;
+    std::vector<std::string> after_name;
+    NewFolder made(path);
+    before_flush = [&](const std::string& flushed) { (exists(path) ? after_name : before_name).push_back(flushed); };
+    made.add_copy("files/usr/file", {.kind = FileState::Kind::file, .text = "text", .mode = 0600});
+    made.add_file("manifest", "text");
+    const std::string temporary = folder_.path(names_in(folder_.path()).at(0));
+    made.finish();
+    EXPECT_THAT(before_name, ElementsAre(temporary + "/files/usr/file", temporary + "/manifest",
+                                         temporary + "/files/usr", temporary + "/files", temporary));
+    EXPECT_THAT(after_name, ElementsAre(folder_.path()));
 }

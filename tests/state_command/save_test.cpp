@@ -1,10 +1,12 @@
 // zmlogstate save: what it saves, and when it fails.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <string>
 
@@ -50,6 +52,14 @@ TEST_F(Save, CopiesFilesWithContentModeOwnerTimesAndAttributes) {
         EXPECT_EQ(stat_of(copy_of(path)).st_mtim.tv_nsec, stat_of(path).st_mtim.tv_nsec);
     }
     EXPECT_EQ(mode_of(folder_), 0700U);
+}
+
+TEST_F(Save, KeepsTheTimeOfTheLastAccess) {
+    const std::array<timespec, 2> times = {timespec{.tv_sec = 1'000'000'000, .tv_nsec = 42}, timespec{}};
+    ASSERT_EQ(utimensat(AT_FDCWD, store.c_str(), times.data(), 0), 0);
+    save();
+    EXPECT_EQ(stat_of(copy_of(store)).st_atim.tv_sec, 1'000'000'000);
+    EXPECT_EQ(stat_of(copy_of(store)).st_atim.tv_nsec, 42);
 }
 
 TEST_F(Save, RecordsHostTimeAndFilesAndThatTheBrokersLevelIsUnknown) {
@@ -179,6 +189,13 @@ TEST_F(Save, ReportsThatItCannotReadTheRegistry) {
     const CommandRun diff = run_command({"diff", folder_});
     EXPECT_EQ(diff.exit_status, 2);
     EXPECT_EQ(diff.errors, "zmlogstate: /etc/rkregistry.cfg was not saved: Is a directory\n");
+}
+
+TEST_F(Save, EscapesControlCharactersInItsMessages) {
+    write_file("/etc/rkregistry.cfg", "kpa.cfg=/opt/a\x1b[2J\xc2\x9b\n");
+    make_folder("/opt/a\x1b[2J\xc2\x9b");
+    EXPECT_EQ(run_command({"save", folder_}).errors,
+              "zmlogstate: cannot read /opt/a\\x1b[2J\\xc2\\x9b: Is a directory\n");
 }
 
 TEST_F(Save, NamesWhatIsNotAFile) {
