@@ -7,7 +7,7 @@ CDPATH= cd "$(dirname "$0")/.."
 . scripts/shared_steps.sh
 scripts/install_dependencies.sh rpm
 folder=$(realpath --canonicalize-missing "${3:-build/rpm}")
-staged=${1:-$folder/static}
+staged=$(realpath --canonicalize-missing "${1:-$folder/static}")
 architecture=${2:-}
 make_empty_folder "$folder"
 mkdir "$folder/files"

@@ -21,8 +21,8 @@ build() { # SOURCES NAME
 build_again() {
     SOURCE_DATE_EPOCH=$(scripts/source_date.sh)
     export SOURCE_DATE_EPOCH
-    copy_sources "$folder/other_sources"
-    build "$folder/other_sources" other_build
+    copy_sources "$folder/other sources"
+    build "$folder/other sources" "other build"
 }
 
 # Makes the same RPM with a higher release number and other settings.
@@ -36,7 +36,7 @@ make_empty_folder "$folder"
 build . build
 build_again
 for kind in rpm/*.rpm tarball/*.tar.gz; do
-    cmp "$folder"/build/$kind "$folder"/other_build/$kind
+    cmp "$folder"/build/$kind "$folder/other build"/$kind
 done
 echo "RPM and tarball: the same bytes from two folders"
 ZMLA_TRACES=$folder scripts/check_no_traces.sh "$folder"/build/rpm/*.rpm "$folder"/build/tarball/*.tar.gz

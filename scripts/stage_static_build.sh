@@ -15,7 +15,7 @@ build() {
     local options=(-DCMAKE_BUILD_TYPE=Release -DZMLA_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr
         -DZMLA_UNIT_DIR=/usr/lib/systemd/system)
     # Keeps folders of this machine out of the programs.
-    options+=("-DCMAKE_CXX_FLAGS=-ffile-prefix-map=$sources=. -ffile-prefix-map=$folder=.")
+    options+=("-DCMAKE_CXX_FLAGS=$(printf -- '-ffile-prefix-map=%q=. ' "$sources" "$folder")")
     if [[ -n $architecture ]]; then
         options+=("-DCMAKE_TOOLCHAIN_FILE=$sources/cmake/architectures/$architecture.cmake")
     fi
