@@ -75,6 +75,8 @@ TEST_F(RemoveDirectory, DoesNotDescendWithAnyOtherOption) {
     EXPECT_EQ(remove(2), 5784);
     EXPECT_EQ(remove(-1), 5784);
     EXPECT_TRUE(exists(directory_ + "/below"));
+    EXPECT_EQ(messages().at(0), removing(directory_, 2));
+    EXPECT_EQ(messages().at(3), removing(directory_, -1));
 }
 
 TEST_F(RemoveDirectory, RemovesTheFilesReadBeforeTheSubdirectory) {
