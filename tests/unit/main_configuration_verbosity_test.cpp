@@ -117,8 +117,9 @@ TEST_F(ProcessQrconf, WritesMinusOneWhileGlobalLoggingIsOn) {
 }
 
 TEST_F(ProcessQrconf, FetchesTheGlobalVerbosityForEachEntry) {
-    script.next_global_verbosities = {7, 0, 3, 0};
-    EXPECT_EQ(text_of({"A_VERBOSE=-1", "B_VERBOSE=-1", "C_VERBOSE=-1"}), "A_VERBOSE\nB_VERBOSE=-1\nC_VERBOSE\n");
+    script.next_global_verbosities = {7, 0, 3, 0, 3, 0};
+    EXPECT_EQ(text_of({"A_VERBOSE=-1", "B_VERBOSE=-1", "C_VERBOSE=-1", "D_VERBOSE=4", "E_VERBOSE=-1"}),
+              "A_VERBOSE\nB_VERBOSE=-1\nC_VERBOSE\nD_VERBOSE=4\nE_VERBOSE\n");
     EXPECT_EQ(messages_under(tag).at(0), (LogLine{detail, tag, "current global VERBOSE=7"}));
 }
 

@@ -15,8 +15,13 @@ TEST(TrimSpaces, KeepsWhatIsBetweenTheFirstAndTheLastCharacter) {
     EXPECT_EQ(trim_spaces(" a \t\r\n b "), "a \t\r\n b");
 }
 
-TEST(TrimSpaces, KeepsOtherWhitespace) {
-    EXPECT_EQ(trim_spaces("\v x \f"), "\v x \f");
+TEST(TrimSpaces, KeepsEveryOtherByte) {
+    for (int byte = 0; byte < 256; ++byte) {
+        const std::string text(1, static_cast<char>(byte));
+        if (std::string(" \t\r\n").find(text) == std::string::npos) {
+            EXPECT_EQ(trim_spaces(" " + text + " x " + text + " "), text + " x " + text) << byte;
+        }
+    }
 }
 
 TEST(TrimSpaces, ReturnsATextOfOnlyWhitespaceUnchanged) {
