@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
@@ -167,6 +168,18 @@ TEST_F(ProcessKob, QuotesALevelTextThatAShellWouldInterpret) {
         EXPECT_EQ(process({"kob=" + level}), 0) << level;
         EXPECT_EQ(read_file(arguments), "-a\n-p\n50936\n-o\n103\n-s\nDebugLevel=" + level + "\n");
         EXPECT_FALSE(exists("/opt/HOLKkob/x")) << level;
+    }
+}
+
+TEST_F(ProcessKob, QuotesALevelTextWithAnyByteThatMayBeSpecial) {
+    failures["system"] = always(EAGAIN);
+    for (int byte = 1; byte < 256; ++byte) {
+        const std::string level = std::string("x") + static_cast<char>(byte);
+        const bool is_harmless = std::isalnum(byte) != 0 || std::string("_.+=-").find(level[1]) != std::string::npos;
+        const std::string quoted = level == "x'" ? R"('x'\''')" : "'" + level + "'";
+        recording_platform::reset();
+        EXPECT_EQ(process({"kob=" + level}), -1);
+        EXPECT_EQ(calls_of("system"), (Texts{"system " + command + (is_harmless ? level : quoted)}));
     }
 }
 
