@@ -51,6 +51,15 @@ TEST_F(Diff, DoesNotShowBytesThatAreNotText) {
     EXPECT_THAT(differences(), ElementsAre(store + ": content is not text, and differs (40 bytes, now 3)"));
 }
 
+TEST_F(Diff, DoesNotShowTextThatReplacesBytesThatAreNotText) {
+    using namespace std::string_literals;
+    remove_tree(folder_);
+    write_file(store, "a\0b"s);
+    save();
+    write_file(store, "text\n");
+    EXPECT_THAT(differences(), ElementsAre(store + ": content is not text, and differs (3 bytes, now 5)"));
+}
+
 TEST_F(Diff, EscapesControlCharacters) {
     write_file(storage_file, "WQF:LOGLEVEL=2\n\x1b[2J\r\n");
     EXPECT_THAT(differences(), testing::Contains("+\\x1b[2J\\r"));
@@ -62,6 +71,26 @@ TEST_F(Diff, NamesOwnerAndGroup) {
     }
     give_away(store);
     EXPECT_THAT(differences(), ElementsAre(store + ": owner 0:0, now 1234:5678"));
+}
+
+TEST_F(Diff, NamesOwnerAndGroupWhenOnlyOneDiffers) {
+    if (!namespace_has_several_users()) {
+        GTEST_SKIP() << "no other user";
+    }
+    ASSERT_EQ(chown(console_file.c_str(), 1234, 0), 0);
+    ASSERT_EQ(chown(store.c_str(), 0, 5678), 0);
+    EXPECT_THAT(differences(),
+                ElementsAre(console_file + ": owner 0:0, now 1234:0", store + ": owner 0:0, now 0:5678"));
+}
+
+TEST_F(Diff, NamesBothTargetsOfALink) {
+    remove_tree(folder_);
+    remove_tree(console_file);
+    make_link("/nowhere", console_file);
+    save();
+    remove_tree(console_file);
+    make_link("/elsewhere", console_file);
+    EXPECT_THAT(differences(), ElementsAre(console_file + ": a link to /nowhere, now a link to /elsewhere"));
 }
 
 TEST_F(Diff, NamesModeAndAttributes) {

@@ -1,6 +1,7 @@
 // Folders that are made and removed where another user can change names at any moment.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -27,6 +28,20 @@ std::function<void(const std::string& name)> after_making;
 
 // Is called with the path of each file and folder that is flushed.
 std::function<void(const std::string& path)> before_flush;
+
+// A file system of its own in the folder.
+class Mount {
+  public:
+    explicit Mount(std::string folder) : folder_(std::move(folder)) {
+        EXPECT_EQ(mount("none", folder_.c_str(), "tmpfs", 0, nullptr), 0);
+    }
+    ~Mount() { umount2(folder_.c_str(), MNT_DETACH); }
+    Mount(const Mount&) = delete;
+    Mount& operator=(const Mount&) = delete;
+
+  private:
+    std::string folder_;
+};
 
 }  // namespace
 
@@ -132,6 +147,18 @@ TEST_F(FolderTree, OfASaveRemovesOnlyItsOwnFiles) {
     const std::vector<std::string> names = names_in(folder_.path());
     ASSERT_THAT(names, ElementsAre(testing::StartsWith(".zmlogstate-"), "moved"));
     EXPECT_EQ(read_file(folder_.path(names[0] + "/manifest")), "of an earlier save");
+}
+
+TEST_F(FolderTree, KeepsWhatIsMountedInIt) {
+    make_folder(folder_.path("tree/empty/mounted"));
+    {
+        const Mount mount(folder_.path("tree/empty/mounted"));
+        EXPECT_EQ(remove_empty_tree_at(parent_.get(), "tree"), EBUSY);
+        write_file(folder_.path("tree/empty/mounted/file"), "kept");
+        EXPECT_EQ(remove_tree_at(parent_.get(), "tree"), EBUSY);
+        EXPECT_TRUE(exists(folder_.path("tree/empty/mounted/file")));
+    }
+    EXPECT_EQ(remove_tree_at(parent_.get(), "tree"), 0);
 }
 
 // So after a crash the folder is whole or missing.

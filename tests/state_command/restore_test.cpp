@@ -6,6 +6,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <string>
 
 #include "tests/state_command/state_test.h"
@@ -264,6 +265,20 @@ TEST_F(Restore, ContinuesWhenNobodyReadsItsOutput) {
     save();
     raise_all_logging();
     EXPECT_EQ(run_command({"restore", folder_}, with_output_to("/dev/full")).exit_status, 255);
+    EXPECT_EQ(take_snapshot(), before);
+}
+
+TEST_F(Restore, ContinuesWhenThePipeOfItsOutputIsClosed) {
+    const Snapshot before = take_snapshot();
+    save();
+    raise_all_logging();
+    const auto without_reader = [] {
+        std::array<int, 2> ends{};
+        ASSERT_EQ(pipe(ends.data()), 0);
+        ASSERT_EQ(dup2(ends[1], STDOUT_FILENO), STDOUT_FILENO);
+        ASSERT_EQ(close(ends[0]), 0);
+    };
+    EXPECT_EQ(run_command({"restore", folder_}, without_reader).exit_status, 255);
     EXPECT_EQ(take_snapshot(), before);
 }
 

@@ -131,6 +131,23 @@ TEST_F(Save, DoesNotFollowALinkInAFolderOfAnotherUser) {
     EXPECT_FALSE(exists(copy_of("/opt/secret")));
 }
 
+TEST_F(Save, SavesLinksThatLeadToNoFile) {
+    const std::string& loop = volume_manager_file;
+    remove_tree(loop);
+    remove_tree(console_file);
+    make_link(loop, loop);
+    make_link("/nowhere/at/all", console_file);
+    const Snapshot before = take_snapshot();
+    save();
+    for (const std::string& path : {loop, console_file}) {
+        remove_tree(path);
+        write_file(path, "");
+    }
+    EXPECT_EQ(run_command({"diff", folder_}).exit_status, 1);
+    expect_status(run_command({"restore", folder_}), 0);
+    EXPECT_EQ(take_snapshot(), before);
+}
+
 TEST_F(Save, SavesAFileOnItsOwnDespiteAnUntrustedLinkToIt) {
     remove_tree(store);
     make_link(main_configuration, store);

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <string>
 
@@ -174,6 +176,13 @@ TEST_F(Show, FindsTheRegisteredFileUpToAZeroByteAndInTheRootFolder) {
     EXPECT_THAT(shown({"RK"}), Contains("RK:spoold=high /usr/kumel/lib/pd/agent.cfg"));
 }
 
+TEST_F(Show, KnowsNoSharedFileWhenTheRegistryNamesNone) {
+    for (const char* registry : {"", "other=1\n", "kpa.cfg\n", "kpa.cfg=\n", "kpa.cfg=\nkpa.cfg=/opt/second\n"}) {
+        write_file("/etc/rkregistry.cfg", registry);
+        EXPECT_THAT(shown({"--all", "RK"}), ElementsAre("RK:qtpiped=full /usr/kumel/lib/stg-plugins/qtpipe.conf"));
+    }
+}
+
 TEST_F(Show, ShowsNothingOnAHostWithoutTheProduct) {
     remove_tree("/usr/kumel");
     remove_tree("/etc/rkregistry.cfg");
@@ -198,7 +207,7 @@ TEST_F(Show, NamesNoSettingsOfFilesThatItCannotRead) {
         const CommandRun run = run_command({"show", "--all"});
         EXPECT_EQ(run.exit_status, 2);
         EXPECT_THAT(lines_of(run.output), Not(Contains(testing::EndsWith(" " + path))));
-        EXPECT_THAT(lines_of(run.errors), Contains("zmlogstate: cannot read " + path + ": Is a directory"));
+        EXPECT_THAT(lines_of(run.errors), Contains("zmlogstate: cannot read " + path + ": Is a directory").Times(1));
     }
 }
 
@@ -243,6 +252,14 @@ TEST_F(Show, HasTheSameSettingsInJson) {
         "set":false,"value":null,"file":"/usr/kumel/zembrath/qr.conf","request":null})")));
     EXPECT_THAT(objects, Contains(Object::parse(R"({"type":"setting","category":"KOB","name":"kob","set":null,
         "value":null,"file":"/opt/HOLKkob/bin/ktlogcfg","request":null})")));
+}
+
+TEST_F(Show, HasTheTimeOfUtcInJson) {
+    const std::string output = run_command({"show", "--json", "CLOUD"}, [] { setenv("TZ", "ELSEWHERE-5", 1); }).output;
+    const std::string time = objects_of(output).at(0)["time"];
+    tm parts{};
+    ASSERT_NE(strptime(time.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts), nullptr);
+    EXPECT_NEAR(static_cast<double>(timegm(&parts)), static_cast<double>(::time(nullptr)), 600);
 }
 
 TEST_F(Show, HasNoRequestInJsonThatTheAgentWouldReject) {
