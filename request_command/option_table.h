@@ -27,7 +27,7 @@ inline constexpr std::array all = {
     CommandOption{agent, "agent", "PATH", "with --local: the agent's file"},
     CommandOption{timeout, "timeout", "SECONDS", "give up connecting after that long (default: 30)"},
     CommandOption{json, "json", "", "print the answer as JSON, one object a line"},
-    CommandOption{strict, "strict", "", "exit with 1 if the status is 0 but anything failed"},
+    CommandOption{strict, "strict", "", "exit with 1, not 0, if anything failed or has no answer"},
     CommandOption{no_progress, "no-progress", "", "do not show on a terminal that the peer takes long"},
     CommandOption{help, "help", "", "print this help"},
     CommandOption{version, "version", "", "print the version"},

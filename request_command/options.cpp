@@ -221,5 +221,5 @@ std::string help_text() {
            wrapped_names("Words:", words) + "The logging words take CATEGORY:VALUE[,VALUE...], with the categories\n" +
            wrapped_names(" ", categories) +
            "The answer goes to standard output; its status, and what failed, to standard\n"
-           "error. The exit status is the request's, 252 if that is not 0 to 254, else 255.\n";
+           "error. Exit status: the request's (252 if not 0 to 254); 255: zmlogadm failed.\n";
 }

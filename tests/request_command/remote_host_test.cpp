@@ -102,6 +102,12 @@ TEST(RemoteHost, IsReachedByAnIpv6Address) {
     expect_to_be_reached(listener, {"-H", "::1", "-p", std::to_string(listener.port())});
 }
 
+// Without the interface, the connection fails with "Invalid argument".
+TEST(RemoteHost, IsSoughtOnTheInterfaceOfALinkLocalAddress) {
+    EXPECT_EQ(failure_to_connect({"-H", "fe80::99%lo"}),
+              "zmlogadm: cannot connect to fe80::99%lo port 24761: fe80::99%lo: Network is unreachable\n");
+}
+
 TEST(RemoteHost, IsReachedByAName) {
     set_known_hosts("127.0.0.9 elsewhere\n");
     const PeerListener listener("127.0.0.9");

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "request_command/console.h"
@@ -185,6 +186,17 @@ TEST_F(CommandAtATerminal, ShowsThatItWaitsUntilTheAnswerComes) {
     peer.close();
     EXPECT_EQ(command.finish().output, "one\n");
     EXPECT_THAT(terminal_.await_end(), EndsWith(" \rEXIT STATUS 0 done\n"));
+}
+
+TEST_F(CommandAtATerminal, ShowsThatItWaitsForTheAgentOfThisHost) {
+    const std::string end = folder_.path("end");
+    ASSERT_EQ(mkfifo(end.c_str(), 0600), 0);
+    write_tool(folder_.path("agent"), "head -c 11 >/dev/null\nread line < " + end + "\necho EXIT STATUS 0 done >&0\n");
+    Command command({"--agent", folder_.path("agent"), "ZMLA"}, with_errors_to_terminal());
+    EXPECT_EQ(terminal_.await("so far"),
+              "\rzmlogadm: waiting for the agent of this host, 2 s, 0 lines, 0 bytes so far");
+    write_file(end, "\n");
+    EXPECT_EQ(command.finish().exit_status, 0);
 }
 
 TEST_F(CommandAtATerminal, ReportsTheTimeThatItWaited) {
