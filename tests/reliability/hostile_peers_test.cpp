@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tests/reliability/load_share.h"
-#include "tests/reliability/network_door.h"
+#include "tests/reliability/network_service.h"
 #include "tests/reliability/peers.h"
 #include "tests/support/product_test.h"
 #include "tests/support/stand_in_tool.h"
@@ -30,8 +30,8 @@ class HostilePeers : public ProductTest {
   protected:
     HostilePeers() {
         serve_good_peers(1);
-        door_.await_end_of_agents();
-        before_ = door_.state();
+        service_.await_end_of_agents();
+        before_ = service_.state();
     }
 
     // An agent has read the time-out when it has verified its peer.
@@ -42,7 +42,7 @@ class HostilePeers : public ProductTest {
     Peers connect(int count) {
         Peers peers;
         for (int i = 0; i < count; ++i) {
-            peers.emplace_back(door_.connect_as_root());
+            peers.emplace_back(service_.connect_as_root());
         }
         return peers;
     }
@@ -68,9 +68,9 @@ class HostilePeers : public ProductTest {
     // have ended with 0 and the others with the status.
     void expect_nothing_left(int status) {
         serve_good_peers(1);
-        door_.await_end_of_agents();
-        EXPECT_EQ(door_.state(), before_);
-        EXPECT_EQ(door_.statuses_of_agents(), (std::set<int>{served, status}));
+        service_.await_end_of_agents();
+        EXPECT_EQ(service_.state(), before_);
+        EXPECT_EQ(service_.statuses_of_agents(), (std::set<int>{served, status}));
     }
 
     // Expects that each peer was sent the status of a time-out.
@@ -81,8 +81,8 @@ class HostilePeers : public ProductTest {
         expect_nothing_left(ended_early);
     }
 
-    NetworkDoor door_;
-    DoorState before_;
+    NetworkService service_;
+    ServiceState before_;
     int good_ = 0;
 };
 
@@ -103,9 +103,9 @@ TEST_F(HostilePeers, ThatStaySilentDoNotBlockTheService) {
     set_time_out(86400);
     Peers silent = connect(count);
     await_verified(count);
-    const DoorState meanwhile = door_.state();
+    const ServiceState meanwhile = service_.state();
     EXPECT_EQ(meanwhile.processes, before_.processes + count);
-    EXPECT_EQ(meanwhile.descriptors_of_door, before_.descriptors_of_door);
+    EXPECT_EQ(meanwhile.descriptors_of_service, before_.descriptors_of_service);
     serve_good_peers();
     EXPECT_TRUE(std::none_of(silent.begin(), silent.end(), [](const Peer& peer) { return peer.has_answer(); }));
     print_figure("silent peers: agents that wait while good peers are served", meanwhile.processes - before_.processes);
@@ -118,7 +118,7 @@ TEST_F(HostilePeers, ThatAreNotRootAreRejectedWithoutARequest) {
     set_time_out(86400);
     Peers users;
     for (int i = 0; i < count; ++i) {
-        users.emplace_back(door_.connect_as_anybody());
+        users.emplace_back(service_.connect_as_anybody());
     }
     serve_good_peers();
     receive_all(users);
@@ -149,8 +149,8 @@ TEST_F(HostilePeers, ThatNeverReadTheOutputOfAToolBlockOnlyTheirOwnAgents) {
     send(deaf, netstrings({"versioninfo"}));
     await_answers(deaf);
     serve_good_peers();
-    door_.await_end_of_all_but(count);
-    EXPECT_EQ(door_.state().processes, before_.processes + 2 * count);
+    service_.await_end_of_all_but(count);
+    EXPECT_EQ(service_.state().processes, before_.processes + 2 * count);
     deaf.clear();
     expect_nothing_left(peer_closed);
     print_figure("deaf peers of a tool: their agents that wait while good peers are served", count);
@@ -169,8 +169,8 @@ TEST_F(HostilePeers, ThatNeverReadTheAnswerBlockOnlyTheirOwnAgents) {
     send(deaf, netstrings(request));
     await_answers(deaf);
     serve_good_peers();
-    door_.await_end_of_all_but(count);
-    EXPECT_EQ(door_.state().processes, before_.processes + count);
+    service_.await_end_of_all_but(count);
+    EXPECT_EQ(service_.state().processes, before_.processes + count);
     deaf.clear();
     expect_nothing_left(output_not_sent);
     print_figure("deaf peers of the agent: agents that wait while good peers are served", count);
@@ -189,7 +189,7 @@ TEST_F(HostilePeers, ThatCloseWithinARequestChangeNothing) {
         broken[i].close();
     }
     serve_good_peers();
-    door_.await_end_of_agents();
+    service_.await_end_of_agents();
     EXPECT_EQ(count_in_debug_log("E=104 "), static_cast<int>(change.size()));
     EXPECT_EQ(count_in_debug_log("failed to receive args SC=5763"), static_cast<int>(change.size()));
     EXPECT_EQ(read_file(main_configuration), configuration_before);
@@ -207,7 +207,7 @@ TEST_F(HostilePeers, ThatResetWithinARequestChangeNothing) {
         broken[i].reset();
     }
     serve_good_peers();
-    door_.await_end_of_agents();
+    service_.await_end_of_agents();
     EXPECT_EQ(count_in_debug_log("failed to receive args SC=5763"), static_cast<int>(change.size()));
     EXPECT_EQ(read_file(main_configuration), configuration_before);
     expect_nothing_left(ended_early);

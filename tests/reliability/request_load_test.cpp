@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tests/reliability/load_share.h"
-#include "tests/reliability/network_door.h"
+#include "tests/reliability/network_service.h"
 #include "tests/reliability/peers.h"
 #include "tests/support/product_test.h"
 
@@ -48,21 +48,21 @@ struct Load {
 
 class UnderLoad : public ProductTest {
   protected:
-    // The first requests let the door load what it needs, so that this does not count as growth.
+    // The first requests let the service load what it needs, so that this does not count as growth.
     UnderLoad() {
         for (int i = 0; i < 8; ++i) {
             serve(1);
         }
-        door_.await_end_of_agents();
-        state_before_ = door_.state();
-        memory_before_ = door_.memory();
+        service_.await_end_of_agents();
+        state_before_ = service_.state();
+        memory_before_ = service_.memory();
     }
 
     // Sends that many requests before it receives an answer.
     Peers serve(int count) {
         Peers peers;
         for (int i = 0; i < count; ++i) {
-            peers.emplace_back(door_.connect_as_root());
+            peers.emplace_back(service_.connect_as_root());
             peers.back().send(request);
         }
         receive_all(peers);
@@ -70,21 +70,21 @@ class UnderLoad : public ProductTest {
     }
 
     void expect_all_as_before(const std::string& name) {
-        // Pages that the door shares with its children come and go. A leak in each request would be more than this.
+        // Pages that the service shares with its children come and go. A leak in each request would be more than this.
         constexpr long most_growth = 256;
-        door_.await_end_of_agents();
-        const DoorState after = door_.state();
+        service_.await_end_of_agents();
+        const ServiceState after = service_.state();
         print_figure(name + ": processes before, after", state_before_.processes, after.processes);
-        print_figure(name + ": descriptors of the door before, after", state_before_.descriptors_of_door,
-                     after.descriptors_of_door);
-        print_figure(name + ": memory of the door before, after, KiB", memory_before_, door_.memory());
+        print_figure(name + ": descriptors of the service before, after", state_before_.descriptors_of_service,
+                     after.descriptors_of_service);
+        print_figure(name + ": memory of the service before, after, KiB", memory_before_, service_.memory());
         EXPECT_EQ(after, state_before_);
-        EXPECT_LE(door_.memory(), memory_before_ + most_growth);
-        EXPECT_EQ(door_.statuses_of_agents(), std::set<int>{0});
+        EXPECT_LE(service_.memory(), memory_before_ + most_growth);
+        EXPECT_EQ(service_.statuses_of_agents(), std::set<int>{0});
     }
 
-    NetworkDoor door_;
-    DoorState state_before_;
+    NetworkService service_;
+    ServiceState state_before_;
     long memory_before_ = 0;
 };
 

@@ -9,36 +9,36 @@
 #include "platform/posix.h"
 
 // Resources that must be the same before and after a load.
-struct DoorState {
-    // Descendants of the test. Includes the door, and processes that have ended but were not waited for.
+struct ServiceState {
+    // Descendants of the test. Includes the service, and processes that have ended but were not waited for.
     int processes = 0;
-    int descriptors_of_door = 0;
+    int descriptors_of_service = 0;
     int descriptors_of_test = 0;
-    bool operator==(const DoorState&) const = default;
+    bool operator==(const ServiceState&) const = default;
 };
 
 // systemd-socket-activate at 127.0.0.1, which starts agents as inetd does. There can be only one at a time.
-class NetworkDoor {
+class NetworkService {
   public:
     // Listens when it returns. Needs a fresh product tree.
-    NetworkDoor();
-    ~NetworkDoor();
-    NetworkDoor(const NetworkDoor&) = delete;
-    NetworkDoor& operator=(const NetworkDoor&) = delete;
+    NetworkService();
+    ~NetworkService();
+    NetworkService(const NetworkService&) = delete;
+    NetworkService& operator=(const NetworkService&) = delete;
 
     // Connects from a new loopback address for each connection, from a port of root or of another user.
     [[nodiscard]] Descriptor connect_as_root() { return connect_from(1000); }
     [[nodiscard]] Descriptor connect_as_anybody() { return connect_from(0); }
 
-    // Waits until the door has waited for the agents of all connections, or of all but that many.
+    // Waits until the service has waited for the agents of all connections, or of all but that many.
     void await_end_of_agents() const { await_end_of_all_but(0); }
     void await_end_of_all_but(int count) const;
 
     // The exit statuses of the agents; the signal number for an agent that a signal ended.
     [[nodiscard]] std::set<int> statuses_of_agents() const;
 
-    [[nodiscard]] DoorState state() const;
-    // Memory of the door in use, in KiB.
+    [[nodiscard]] ServiceState state() const;
+    // Memory of the service in use, in KiB.
     [[nodiscard]] long memory() const;
 
   private:

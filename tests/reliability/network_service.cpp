@@ -1,4 +1,4 @@
-#include "tests/reliability/network_door.h"
+#include "tests/reliability/network_service.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -27,8 +27,8 @@ constexpr int watchdog_milliseconds = 60'000;
 
 constexpr int agent_port = 24761;
 
-const std::string door_folder = "/tmp/door";
-const std::string door_log = door_folder + "/log";
+const std::string service_folder = "/tmp/service";
+const std::string service_log = service_folder + "/log";
 
 const std::string debug_log_folder = logs_folder + "/zmlogadmagent";
 
@@ -109,11 +109,11 @@ int count_descriptors(const std::string& process) {
     return static_cast<int>(names_in("/proc/" + process + "/fd").size());
 }
 
-[[noreturn]] void become_door() {
+[[noreturn]] void become_service() {
     const std::string program = inside_path(ZMLA_SOCKET_ACTIVATE);
     const std::string agent = inside_path(ZMLA_AGENT_FILE);
     const std::string listening = "127.0.0.1:" + std::to_string(agent_port);
-    const int log = open(door_log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    const int log = open(service_log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
     if (log != -1 && dup2(log, STDERR_FILENO) != -1) {
         close(log);
         execl(program.c_str(), program.c_str(), "--accept", "--inetd", "-l", listening.c_str(), agent.c_str(), nullptr);
@@ -123,24 +123,24 @@ int count_descriptors(const std::string& process) {
 
 }  // namespace
 
-NetworkDoor::NetworkDoor() {
+NetworkService::NetworkService() {
     // Orphans of agents become children of the test, so that they count.
     check(prctl(PR_SET_CHILD_SUBREAPER, 1), "adopt");
-    make_folder(door_folder);
+    make_folder(service_folder);
     process_ = fork();
     check(process_, "fork");
     if (process_ == 0) {
-        become_door();
+        become_service();
     }
-    await_in_folder(door_folder, [](const std::string& text) { return count_of(text, "Listening on") == 1; });
+    await_in_folder(service_folder, [](const std::string& text) { return count_of(text, "Listening on") == 1; });
 }
 
-NetworkDoor::~NetworkDoor() {
+NetworkService::~NetworkService() {
     kill(process_, SIGTERM);
     waitpid(process_, nullptr, 0);
 }
 
-Descriptor NetworkDoor::connect_from(int port) {
+Descriptor NetworkService::connect_from(int port) {
     constexpr int addresses = 250;
     const int number = connections_++;
     const std::string address =
@@ -148,14 +148,15 @@ Descriptor NetworkDoor::connect_from(int port) {
     return connect_to("127.0.0.1", agent_port, address, port);
 }
 
-void NetworkDoor::await_end_of_all_but(int count) const {
+void NetworkService::await_end_of_all_but(int count) const {
     const int ended = connections_ - count;
-    await_in_folder(door_folder, [&](const std::string& text) { return count_of(text, " died with code ") == ended; });
+    await_in_folder(service_folder,
+                    [&](const std::string& text) { return count_of(text, " died with code ") == ended; });
 }
 
-std::set<int> NetworkDoor::statuses_of_agents() const {
+std::set<int> NetworkService::statuses_of_agents() const {
     const std::string mark = " died with code ";
-    const std::string text = text_in(door_folder);
+    const std::string text = text_in(service_folder);
     std::set<int> statuses;
     for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at + 1)) {
         statuses.insert(std::stoi(text.substr(at + mark.size(), 3)));
@@ -163,13 +164,13 @@ std::set<int> NetworkDoor::statuses_of_agents() const {
     return statuses;
 }
 
-DoorState NetworkDoor::state() const {
+ServiceState NetworkService::state() const {
     return {.processes = count_descendants_of_test(),
-            .descriptors_of_door = count_descriptors(std::to_string(process_)),
+            .descriptors_of_service = count_descriptors(std::to_string(process_)),
             .descriptors_of_test = count_descriptors("self")};
 }
 
-long NetworkDoor::memory() const {
+long NetworkService::memory() const {
     const std::string text = read_file("/proc/" + std::to_string(process_) + "/status");
     const std::string mark = "VmRSS:";
     return std::stol(text.substr(text.find(mark) + mark.size()));
