@@ -54,17 +54,6 @@ bool has_succeeded(std::string_view line) {
     return is_zero;
 }
 
-std::vector<std::string> categories_of(const std::vector<std::string>& request) {
-    std::vector<std::string> categories;
-    for (std::size_t i = 1; i < request.size(); ++i) {
-        const std::string category = request[i].substr(0, request[i].find(':'));
-        if (!is_one_of(category, categories)) {
-            categories.push_back(category);
-        }
-    }
-    return categories;
-}
-
 std::string counted(std::size_t count, const std::string& what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
@@ -82,7 +71,9 @@ std::string listed(const std::vector<std::string>& names) {
 AnswerTally::AnswerTally(const std::vector<std::string>& request)
     : request_(request), is_believed_(std::none_of(request.begin(), request.end(), holds_newline)) {
     if (takes(request.front(), Takes::settings)) {
-        unnamed_categories_ = categories_of(request);
+        for (std::size_t i = 1; i < request.size(); ++i) {
+            unnamed_categories_.emplace(request[i].substr(0, request[i].find(':')), i);
+        }
     }
 }
 
@@ -131,12 +122,19 @@ void AnswerTally::take(std::string_view line) {
 void AnswerTally::take_process(std::string_view line) {
     const std::string_view label = line.substr(label_key.size());
     add_item(has_succeeded(line), label.substr(0, label.find(status_key)));
-    const auto is_named = [label](const std::string& category) {
-        const std::string_view rest = label.substr(std::min(label.size(), category.size()));
-        return label.starts_with(category) && (rest.empty() || rest.starts_with(':') || rest.starts_with(status_key));
-    };
     if (is_believed_) {
-        std::erase_if(unnamed_categories_, is_named);
+        take_category(label.substr(0, label.find(':')));
+    }
+}
+
+// Takes the start of a label up to its colon. It is a category, or one that is followed by the status.
+void AnswerTally::take_category(std::string_view start) {
+    for (std::size_t end = start.size(); end != std::string_view::npos;
+         end = end == 0 ? std::string_view::npos : start.rfind(status_key, end - 1)) {
+        const auto named = unnamed_categories_.find(start.substr(0, end));
+        if (named != unnamed_categories_.end()) {
+            unnamed_categories_.erase(named);
+        }
     }
 }
 
@@ -172,8 +170,14 @@ void AnswerTally::add_item(bool succeeded, std::string_view name) {
 }
 
 void AnswerTally::add_unanswered_categories() {
-    count_.not_answered = unnamed_categories_.size();
-    count_.unanswered = std::move(unnamed_categories_);
+    std::map<std::size_t, std::string> by_position;
+    for (const auto& [category, position] : unnamed_categories_) {
+        by_position.emplace(position, category);
+    }
+    for (auto& [position, category] : by_position) {
+        count_.unanswered.push_back(std::move(category));
+    }
+    count_.not_answered = count_.unanswered.size();
 }
 
 void AnswerTally::add_unanswered_directories() {

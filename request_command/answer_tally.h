@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +43,7 @@ class AnswerTally {
   private:
     void take(std::string_view line);
     void take_process(std::string_view line);
+    void take_category(std::string_view start);
     void take_cleanup(std::string_view line);
     void take_space(std::string_view rest);
     void add_item(bool succeeded, std::string_view name);
@@ -48,10 +51,11 @@ class AnswerTally {
     void add_unanswered_directories();
 
     std::vector<std::string> request_;
-    bool is_believed_;                             // no argument can look like a line of the answer
-    std::string line_;                             // the received part of a line
-    std::vector<std::string> unnamed_categories_;  // of the request, each once
-    std::vector<std::string> measured_;            // directories whose free space was received
+    bool is_believed_;  // no argument can look like a line of the answer
+    std::string line_;  // the received part of a line
+    // The categories of the request that no item names, and the position where each comes first.
+    std::map<std::string, std::size_t, std::less<>> unnamed_categories_;
+    std::vector<std::string> measured_;  // directories whose free space was received
     AnswerCount count_;
 };
 

@@ -45,6 +45,19 @@ TEST(AnswerTally, NamesItemsAlsoWithAnotherStatusThanZero) {
               "1 of 1 item failed: KOB:kob; 0 things not answered");
 }
 
+TEST(AnswerTally, CountsManyCategoriesInTheirOrder) {
+    constexpr std::size_t many = 100000;
+    Texts request = {"ENABLELOGGING"};
+    std::string answer;
+    for (std::size_t i = 1; i <= many; ++i) {
+        request.push_back("CATEGORY" + std::to_string(i) + ":x");
+        answer += i == 9 || i == 10 ? "" : "PROCESS=CATEGORY" + std::to_string(i) + ":x STATUS=0 MSG=x\n";
+    }
+    const AnswerCount count = count_of(request, answer);
+    EXPECT_EQ(count.items, many - 2);
+    EXPECT_THAT(count.unanswered, ElementsAre("CATEGORY9", "CATEGORY10"));
+}
+
 TEST(AnswerTally, NamesAtMostTenItems) {
     Texts request = {"ENABLELOGGING"};
     std::string answer;
