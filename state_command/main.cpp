@@ -1,11 +1,9 @@
 // zmlogstate: shows, saves and restores what the logging requests change on this host.
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <string>
-#include <string_view>
 
 #include "platform/standard_streams.h"
 #include "state_command/differences.h"
@@ -70,7 +68,7 @@ int main(int argc, char** argv) {
         finish_output();
         return status;
     } catch (const std::exception& failure) {
-        if (std::find(argv, argv + argc, std::string_view("--json")) != argv + argc) {
+        if (wants_json(argc, argv)) {
             print_json_failure(failure.what());
         }
         complain(failure.what());

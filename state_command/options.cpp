@@ -105,6 +105,12 @@ Options parse_options(int argc, char** argv) {
     return options;
 }
 
+bool wants_json(int argc, char** argv) {
+    const CommandLine line = read_command_line(state_option::all, OptionsEnd::at_two_dashes, argc, argv);
+    return std::any_of(line.options.begin(), line.options.end(),
+                       [](const GivenOption& given) { return given.id == state_option::json; });
+}
+
 std::string help_text() {
     const std::vector<std::string_view> categories(category::all.begin(), category::all.end());
     return "Usage: zmlogstate show [--all] [--json] [CATEGORY ...]\n"

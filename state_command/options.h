@@ -22,5 +22,8 @@ struct Options {
 // Parses the command line. Throws a Failure when it is not valid.
 Options parse_options(int argc, char** argv);
 
+// Returns whether the command line has --json, also when it is not valid.
+bool wants_json(int argc, char** argv);
+
 // Returns what --help prints.
 std::string help_text();

@@ -293,3 +293,11 @@ TEST_F(Show, NamesUnreadableFilesAndItsOwnFailureInJson) {
     ASSERT_EQ(objects.size(), 1U);
     EXPECT_EQ(objects[0]["code"], "failed");
 }
+
+TEST_F(Show, PrintsItsOwnFailureInJsonWhenTheOptionIsAbbreviated) {
+    EXPECT_EQ(objects_of(run_command({"show", "--js", "X"}).output).size(), 1U);
+}
+
+TEST_F(Show, PrintsItsOwnFailureAsTextWhenAnArgumentLooksLikeTheOption) {
+    EXPECT_EQ(run_command({"show", "--", "--json"}).output, "");
+}
