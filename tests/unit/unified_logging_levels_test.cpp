@@ -1,5 +1,6 @@
 #include "logging_config/unified_logging_levels.h"
 
+#include "tests/support/call_journal.h"
 #include "tests/unit/agent_test.h"
 
 namespace {
@@ -60,6 +61,23 @@ TEST_F(ProcessKtulLoglevel, SetsTheLevelAndTheDiagnosticLevelOfAnOriginator) {
                                  {detail, tag, "Current setting P=51216 O=111 DbgLvl=2"},
                                  {detail, tag, "Current setting P=51216 O=111 DiagLvl=5"},
                                  {information, tag, responses_.at(0)}}));
+}
+
+TEST_F(ProcessKtulLoglevel, LogsWhatItReadsAndRemovesRightAfterwards) {
+    set_levels(111, 2, 5);
+    process({"111=1"});
+    Texts steps;
+    for (const call_journal::Entry& entry : call_journal::entries()) {
+        steps.push_back(entry.fields.at(entry.kind == call_journal::Kind::message ? 2 : 0));
+    }
+    EXPECT_EQ(steps, (Texts{"holkLogReadCfg 51216 112", "holkLogCfgGetDebugLevel 51216 112",
+                            "holkLogCfgGetDiagLevel 51216 112", "Default DbgLvl=1 DiagLvl=6",
+                            "holkLogFreeCfg 51216 112", "holkLogReadCfg 51216 111", "holkLogCfgGetDebugLevel 51216 111",
+                            "Current setting P=51216 O=111 DbgLvl=2", "holkLogCfgGetDiagLevel 51216 111",
+                            "Current setting P=51216 O=111 DiagLvl=5", "holkLogCfgRemoveSettings 51216 111 32",
+                            "Removing '111.DebugLevel' line", "holkLogCfgRemoveSettings 51216 111 64",
+                            "Removing '111.DiagnosticLevel' line", "holkLogWriteCfg 51216 111 51216 111",
+                            responses_.at(0), "holkLogFreeCfg 51216 111"}));
 }
 
 TEST_F(ProcessKtulLoglevel, SetsLevelSixForAnOriginatorWithoutALevel) {
