@@ -57,8 +57,6 @@ TEST(CommandLine, IsQuotedInOneLineWithoutControlCharacters) {
               "zmlogadm: cannot look up a\\x1b[2J\\nb: neither a host name nor an address\n");
     EXPECT_EQ(run_command({"-S", "/none\x1b[2J", "CLEANUP"}).errors,
               "zmlogadm: cannot connect to /none\\x1b[2J: No such file or directory\n");
-    EXPECT_EQ(run_command({"--agent", "/none\r", "CLEANUP"}).errors,
-              "zmlogadm: cannot start the agent /none\\r: No such file or directory\n");
     EXPECT_THAT(run_command({"-S", "/none", "CLEAN\x1bUP"}).errors,
                 testing::StartsWith("zmlogadm: CLEAN\\x1bUP is not a known request word; did you mean CLEANUP?\n"));
 }

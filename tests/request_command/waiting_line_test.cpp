@@ -193,8 +193,7 @@ TEST_F(CommandAtATerminal, ShowsThatItWaitsForTheAgentOfThisHost) {
     ASSERT_EQ(mkfifo(end.c_str(), 0600), 0);
     write_tool(folder_.path("agent"), "head -c 11 >/dev/null\nread line < " + end + "\necho EXIT STATUS 0 done >&0\n");
     Command command({"--agent", folder_.path("agent"), "ZMLA"}, with_errors_to_terminal());
-    EXPECT_EQ(terminal_.await("so far"),
-              "\rzmlogadm: waiting for the agent of this host, 2 s, 0 lines, 0 bytes so far");
+    EXPECT_THAT(terminal_.await("so far"), testing::HasSubstr("waiting for the agent of this host, "));
     write_file(end, "\n");
     EXPECT_EQ(command.finish().exit_status, 0);
 }
