@@ -46,20 +46,20 @@ class Mount {
 }  // namespace
 
 // Takes the C library's place.
-extern "C" int mkdirat(int parent, const char* name, mode_t mode) {
-    const long result = syscall(SYS_mkdirat, parent, name, mode);
+extern "C" int mkdirat(int fd, const char* path, mode_t mode) {
+    const long result = syscall(SYS_mkdirat, fd, path, mode);
     if (after_making) {
         const std::function<void(const std::string&)> action = std::exchange(after_making, nullptr);
-        action(name);
+        action(path);
     }
     return static_cast<int>(result);
 }
 
-extern "C" int fsync(int file) {
+extern "C" int fsync(int fd) {
     if (before_flush) {
-        before_flush(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file)));
+        before_flush(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd)));
     }
-    return static_cast<int>(syscall(SYS_fsync, file));
+    return static_cast<int>(syscall(SYS_fsync, fd));
 }
 
 class FolderTree : public testing::Test {
