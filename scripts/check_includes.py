@@ -5,10 +5,12 @@ A row of the table names a folder, and the folders and single headers that its s
 `agent/main.cpp`, which uses every other part, has a row of its own.
 """
 
+import os
 import posixpath
 import re
 import subprocess
 import sys
+from pathlib import Path
 
 ALLOWED = {
     "platform": set(),
@@ -48,6 +50,7 @@ def wrong_includes(path):
 
 
 def main():
+    os.chdir(Path(__file__).resolve().parent.parent)
     listed = subprocess.run(["git", "ls-files", "-z", "*.cpp", "*.h"], capture_output=True, text=True, check=True)
     sources = [path for path in listed.stdout.split("\0") if row_of(path) in ALLOWED]
     wrong = [(path, name) for path in sources for name in wrong_includes(path)]

@@ -37,6 +37,7 @@ accepts() { # COMMAND...
 }
 
 accepts scripts/check_includes.py
+(cd agent && ../scripts/check_includes.py >/dev/null) || failed=1
 for include in '#include "agent/globals.h"' '#include <agent/globals.h>' '#  include "agent/globals.h"' \
     '#include "platform/../agent/globals.h"' '#include "../agent/globals.h"'; do
     finds platform/command_line.cpp "$include" scripts/check_includes.py
