@@ -24,7 +24,7 @@ using Parts = std::initializer_list<std::string_view>;
 void print(Parts parts) {
     std::string line;
     for (const std::string_view part : parts) {
-        line += (line.empty() ? "" : "\t") + std::string(part);
+        line.append(line.empty() ? "" : "\t").append(part);
     }
     puts(line.c_str());
 }
