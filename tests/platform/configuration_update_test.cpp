@@ -124,12 +124,6 @@ int apply(std::string text) {
     return status;
 }
 
-struct stat state_of(const std::string& path) {
-    struct stat state {};
-    EXPECT_EQ(stat(path.c_str(), &state), 0);
-    return state;
-}
-
 }  // namespace
 
 class ConfigurationUpdate : public ProductTest {

@@ -10,7 +10,6 @@
 #include "platform/runtime.h"
 #include "tests/platform/child_process.h"
 #include "tests/platform/system_calls.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 using system_calls::overrides;

@@ -1,7 +1,6 @@
 // A rewrite that fails leaves the old text and nothing else.
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -12,13 +11,6 @@
 #include "tests/platform/system_calls.h"
 #include "tests/support/failing_calls.h"
 #include "tests/support/test_files.h"
-
-// Uses a call that no test makes fail.
-inline struct stat state_of(const std::string& path) {
-    struct stat state {};
-    EXPECT_EQ(fstatat(AT_FDCWD, path.c_str(), &state, AT_SYMLINK_NOFOLLOW), 0);
-    return state;
-}
 
 class FailingRewrite : public RewriteTest {
   protected:

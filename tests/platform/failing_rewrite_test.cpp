@@ -8,7 +8,7 @@
 #include <string>
 
 #include "tests/platform/child_process.h"
-#include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
 
 using failing_calls::always_after;
 using failing_calls::failures;

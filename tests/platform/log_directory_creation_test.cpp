@@ -8,7 +8,6 @@
 
 #include "platform/runtime.h"
 #include "tests/platform/child_process.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 namespace {

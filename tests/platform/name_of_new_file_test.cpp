@@ -10,19 +10,12 @@
 #include "tests/platform/rewritten_file.h"
 #include "tests/platform/system_calls.h"
 #include "tests/support/failing_calls.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 using failing_calls::failures;
 using system_calls::overrides;
 
 namespace {
-
-struct stat state_of(const std::string& path) {
-    struct stat state {};
-    EXPECT_EQ(lstat(path.c_str(), &state), 0);
-    return state;
-}
 
 void make_file(const std::string& path, unsigned mode) {
     write_file(path, "kept");

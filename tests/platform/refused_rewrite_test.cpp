@@ -7,7 +7,7 @@
 
 #include "tests/platform/child_process.h"
 #include "tests/platform/failing_rewrite.h"
-#include "tests/support/product_tree.h"
+#include "tests/support/test_files.h"
 
 using system_calls::overrides;
 

@@ -1,7 +1,7 @@
 // What a rewrite keeps of the file, and in which order it works.
 #include <dirent.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,7 +14,6 @@
 #include "tests/platform/rewritten_file.h"
 #include "tests/platform/system_calls.h"
 #include "tests/support/failing_calls.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 using failing_calls::failures;
@@ -22,12 +21,6 @@ using failing_calls::times;
 using system_calls::overrides;
 
 namespace {
-
-struct stat state_of(const std::string& path) {
-    struct stat state {};
-    EXPECT_EQ(lstat(path.c_str(), &state), 0);
-    return state;
-}
 
 std::set<int> open_descriptors() {
     std::set<int> descriptors;
@@ -176,13 +169,16 @@ TEST_P(SafeRewrite, FlushesTheFileBeforeTheRenameAndTheFolderAfterIt) {
 
 // The old text has the name until the rename.
 TEST_P(SafeRewrite, KeepsTheOldTextUntilTheRename) {
+    std::set<std::string> calls;
     overrides.before_call = [&](const std::string& call) {
         if (call != "flush folder" && call != "read") {
             expect_text(GetParam().before);
+            calls.insert(call);
         }
     };
     EXPECT_EQ(GetParam().change(), 0);
     overrides.before_call = nullptr;
+    EXPECT_THAT(calls, testing::IsSupersetOf({"write", "flush file", "rename"}));
     expect_rewritten();
 }
 

@@ -1,7 +1,7 @@
 // Peer verification: by which names and addresses this host is known, and when names are looked up.
 #include "tests/platform/server_list.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -151,9 +151,8 @@ TEST_F(ServerList, IgnoresTheNameOfAnAddress) {
     const ConnectedSockets connection = foreign_.connect(from_foreign);
     trust({"server.example.test"});
     EXPECT_FALSE(is_trusted(connection.agent_end.get()));
-    for (const std::string& question : name_server.questions()) {
-        EXPECT_TRUE(question.starts_with("address ")) << question;
-    }
+    EXPECT_THAT(name_server.questions(), testing::AllOf(testing::Contains("address server.example.test."),
+                                                        testing::Each(testing::StartsWith("address "))));
 }
 
 TEST_F(ServerList, LooksNothingUpWithoutTime) {

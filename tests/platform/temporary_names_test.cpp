@@ -14,7 +14,6 @@
 #include "tests/platform/system_calls.h"
 #include "tests/support/debug_log_lines.h"
 #include "tests/support/failing_calls.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 using failing_calls::always;

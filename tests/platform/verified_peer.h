@@ -1,6 +1,8 @@
 // The results of peer verification.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -35,8 +37,9 @@ inline void trust(const std::vector<std::string>& hosts) {
     static_cast<void>(ZM_read_master_config());
 }
 
-// Returns whether the peer is on a trusted host. Expects that the connection could be examined.
+// Returns whether the peer is on a trusted host. The test fails when the connection cannot be examined.
 inline bool is_trusted(int socket, int timeout = 60) {
     const VerifiedPeer peer = verify_peer(socket, timeout);
-    return peer.status == 0 && (peer.flags & peer_flag::host_is_server) != 0;
+    EXPECT_EQ(peer.status, 0);
+    return (peer.flags & peer_flag::host_is_server) != 0;
 }

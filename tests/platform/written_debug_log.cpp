@@ -6,7 +6,6 @@
 
 #include "platform/runtime.h"
 #include "tests/platform/child_process.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 std::string debug_log_of(const std::function<void()>& work) {

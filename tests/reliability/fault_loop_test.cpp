@@ -17,7 +17,6 @@
 
 #include "tests/reliability/faulty_run.h"
 #include "tests/reliability/scenarios.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 namespace {

@@ -320,7 +320,8 @@ TEST_F(MisspeltRequest, IsSentUnchangedWithARemark) {
 }
 
 TEST_F(MisspeltRequest, GetsNoRemarkWhenItIsRejected) {
-    EXPECT_THAT(run_command({"-t", "0", "Cleanup"}).errors, testing::Not(HasSubstr("did you mean")));
+    EXPECT_THAT(run_command({"-t", "0", "Cleanup"}).errors,
+                testing::AllOf(HasSubstr("the time-out must be"), testing::Not(HasSubstr("did you mean"))));
 }
 
 }  // namespace

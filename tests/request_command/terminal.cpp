@@ -45,7 +45,7 @@ std::string Terminal::await(std::string_view text) {
 }
 
 std::string Terminal::await_end() {
-    leave_to_programs();
+    programs_side_.reset();
     while (receive()) {
     }
     return text_;

@@ -16,7 +16,6 @@
 #include "state_command/failure.h"
 #include "state_command/new_folder.h"
 #include "state_command/tree.h"
-#include "tests/support/product_tree.h"
 #include "tests/support/test_files.h"
 
 using testing::ElementsAre;

@@ -82,6 +82,7 @@ TEST_F(Show, NamesEverythingAfterARequestForAllCategories) {
 TEST_F(Show, ShowsSettingsInTheFormOfARequest) {
     raise_all_logging();
     const std::vector<std::string> raised = shown({});
+    ASSERT_FALSE(raised.empty());
     make_installation();
     Request request = {"ENABLELOGGING"};
     for (const std::string& line : raised) {

@@ -31,11 +31,8 @@ std::map<std::string, std::string> attributes_of(const std::string& path) {
     return attributes;
 }
 
-NameState state_of(const std::string& path) {
-    struct stat found {};
-    if (lstat(path.c_str(), &found) != 0) {
-        throw std::system_error(errno, std::generic_category(), path);
-    }
+NameState snapshot_of(const std::string& path) {
+    const struct stat found = state_of(path);
     NameState state{"other", "", found.st_mode & ALLPERMS, found.st_uid, found.st_gid, attributes_of(path)};
     if (S_ISREG(found.st_mode)) {
         state.kind = "file";
@@ -65,7 +62,7 @@ Snapshot take_whole_snapshot(const std::string& folder) {
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
         const std::string path = entry.path();
         if (path.find("/zmlogadmagent") == std::string::npos) {
-            snapshot[path] = state_of(path);
+            snapshot[path] = snapshot_of(path);
         }
     }
     return snapshot;

@@ -1,6 +1,5 @@
 #include "tests/support/product_tree.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 
@@ -33,13 +32,4 @@ void make_product_tree() {
         make_folder(std::string("/usr/kumel/") + folder);
     }
     write_file(main_configuration, "SERVER = localhost\n");
-}
-
-std::vector<std::string> names_in(const std::string& folder) {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 inline const std::string main_configuration = "/usr/kumel/zembrath/qr.conf";
 inline const std::string logs_folder = "/usr/kumel/zembrath/logs";
@@ -11,6 +10,3 @@ inline const std::string default_collection_folder = "/usr/kumel/zembrath/logs/z
 // Wipes /usr/kumel, /opt, /etc/rkregistry.cfg and /tmp and makes an installation of empty product folders and a main
 // configuration that trusts this host. Throws outside a private root: it would wipe the host's installation.
 void make_product_tree();
-
-// Returns the names in the folder, sorted; throws when it cannot be read.
-[[nodiscard]] std::vector<std::string> names_in(const std::string& folder);

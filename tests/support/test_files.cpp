@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -51,6 +52,21 @@ void make_folder(const std::string& path) {
 
 void make_link(const std::string& target, const std::string& path) {
     fs::create_symlink(target, path);
+}
+
+std::vector<std::string> names_in(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+struct stat state_of(const std::string& path) {
+    struct stat state {};
+    check(lstat(path.c_str(), &state) == 0, path);
+    return state;
 }
 
 unsigned mode_of(const std::string& path) {

@@ -1,6 +1,8 @@
 // Files for tests.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
@@ -20,6 +22,12 @@ bool exists(const std::string& path);
 void make_folder(const std::string& path);
 
 void make_link(const std::string& target, const std::string& path);
+
+// Returns the names in the folder, sorted; throws when it cannot be read.
+[[nodiscard]] std::vector<std::string> names_in(const std::string& folder);
+
+// Returns what the file system knows of the file, or of a link itself; throws when there is none.
+[[nodiscard]] struct stat state_of(const std::string& path);
 
 // Returns the permission bits.
 unsigned mode_of(const std::string& path);

@@ -19,8 +19,8 @@ using log_level::error;
 using log_level::information;
 constexpr const char* tag = "list_dir_and_send_output";
 
-// Returns the names in the order of the directory, without "." and "..".
-Texts names_in(const std::string& folder) {
+// Returns the names in the folder in its own order, without "." and "..".
+Texts names_in_order_of(const std::string& folder) {
     Texts names;
     const Directory directory(opendir(folder.c_str()));
     while (const dirent* entry = readdir(directory.get())) {
@@ -47,7 +47,7 @@ TEST_F(ListDirAndSendOutput, SendsALineForEachFileInTheDirectorysOrder) {
     for (const char* name : {"c", "a", "b", ".hidden", "..."}) {
         write_file(folder_.path(name), "");
     }
-    for (const std::string& name : names_in(folder_.path())) {
+    for (const std::string& name : names_in_order_of(folder_.path())) {
         expected += package(name);
     }
     EXPECT_EQ(list(folder_.path()), 0);
@@ -120,7 +120,7 @@ TEST_F(ListDirAndSendOutput, LeavesTheLinesSentBeforeADanglingLink) {
         write_file(folder_.path(name), "");
     }
     std::string expected;
-    for (const std::string& name : names_in(folder_.path())) {
+    for (const std::string& name : names_in_order_of(folder_.path())) {
         if (name == "dangling") {
             break;
         }
@@ -144,7 +144,7 @@ TEST_F(ListDirAndSendOutput, SucceedsWhenReadingTheDirectoryFails) {
 TEST_F(ListDirAndSendOutput, StopsWith5796WhenALineIsNotSent) {
     write_file(folder_.path("a"), "");
     write_file(folder_.path("b"), "");
-    const std::string line = package(names_in(folder_.path()).front());
+    const std::string line = package(names_in_order_of(folder_.path()).front());
     overrides.watched_descriptor = socket_.agent();
     overrides.writes = {{.accepted = -1, .error = EPIPE}};
     EXPECT_EQ(list(folder_.path()), 5796);

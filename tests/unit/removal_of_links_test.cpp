@@ -39,15 +39,6 @@ class RemovalOfLinks : public AgentTest {
     }
     LogLine not_empty() const { return {error, tag, "rmdir failed DIR=" + directory_ + " E=39 (Directory not empty)"}; }
 
-    static Texts names_in(const std::string& folder) {
-        Texts names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            names.push_back(entry.path().filename());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
     // Replaces what has the path with a link to the other folder, once, right before the call.
     void put_link_before(const std::string& call, const std::string& path) {
         overrides.before_call = [this, call, path, done = false](const std::string& next) mutable {

@@ -4,7 +4,6 @@
 
 #include "tests/end_to_end/logging/tree_snapshot.h"
 #include "tests/support/log_matchers.h"
-#include "tests/support/product_tree.h"
 
 namespace {
 
