@@ -86,7 +86,7 @@ std::vector<MeasuredRequest> all_requests() {
 
 }  // namespace
 
-TEST(BestProgram, AnswersLogsAndLeavesWhatTheAgentDoes) {
+TEST(BestProgram, HasTheAnswersLogLinesAndFilesOfTheAgent) {
     make_sample_product({.idle = IDLE_TOOL_FILE, .listed = LISTED_TOOL_FILE});
     for (const MeasuredRequest& request : all_requests()) {
         const Effects agent = run_and_look(AGENT_FILE, request);

@@ -117,7 +117,7 @@ TEST_F(NetworkPeer, IsThisHostAtAnOwnAddressOnTheNetwork) {
     check({"", {}, "H=10.77.0.1 P=1023 U=root F=0x42 UT=2"}, agent.finish());
 }
 
-TEST_F(NetworkPeer, IsReportedAsAnUnknownUserAtAFreePort) {
+TEST_F(NetworkPeer, IsReportedAsAnUnknownUserAtPort1024) {
     Agent agent(connect_over_tcp(from_ipv4(1024)), {});
     const AgentRun run = agent.finish();
     EXPECT_THAT(run.log, LogHas({error, "setup_comms_w_client", "peer user info unavailable"}));

@@ -114,7 +114,7 @@ TEST_F(PeerVerification, ReportsThatThePeersUserIsNotRoot) {
     expect_rejected(run, 135);
 }
 
-TEST_F(PeerVerification, ReportsAConnectionThatIsNoStream) {
+TEST_F(PeerVerification, ReportsAConnectionThatIsNotAStream) {
     std::array<int, 2> ends{};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
     Agent agent({Descriptor(ends[0]), Descriptor(ends[1])}, {});

@@ -160,7 +160,7 @@ const std::vector<Swap> swaps = {
 
 class SwappedForALink : public RemovalSafety, public testing::WithParamInterface<Swap> {};
 
-TEST_P(SwappedForALink, DoesNotLeadTheRemovalAwayAtAnySystemCall) {
+TEST_P(SwappedForALink, LeavesTheTargetUnchangedAtAnySystemCall) {
     install_tool(zmcplogs_tool, {stand_in::fill_last_argument({"below/file"}), stand_in::run("chmod -R 777 \"$last\""),
                                  stand_in::exit_with(3)});
     int stop = 0;

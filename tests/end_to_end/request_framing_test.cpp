@@ -110,16 +110,16 @@ std::ostream& operator<<(std::ostream& out, const AcceptedBytes& row) {
     return out << row.name;
 }
 
-class AcceptedCount : public testing::TestWithParam<AcceptedBytes> {};
+class CountOfOne : public testing::TestWithParam<AcceptedBytes> {};
 
-TEST_P(AcceptedCount, IsOne) {
+TEST_P(CountOfOne, IsAcceptedInAnyForm) {
     make_product_tree();
     const AgentRun run = run_agent_with_only(GetParam().bytes + netstring("FETCHFILE"));
     EXPECT_EQ(run.status(), 0);
     EXPECT_THAT(run.log, LogHas({information, "process_request", "processing request R=FETCHFILE"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(, AcceptedCount,
+INSTANTIATE_TEST_SUITE_P(, CountOfOne,
                          testing::Values(AcceptedBytes{"WithoutLeadingZeros", "1:1,"},
                                          AcceptedBytes{"WithLeadingZeros", "4:0001,"},
                                          AcceptedBytes{"In32Bits", netstring("4294967297")},

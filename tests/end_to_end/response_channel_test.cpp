@@ -61,7 +61,7 @@ TEST_F(ResponseChannel, ListsManyFilesToAPeerThatDoesNotReadMeanwhile) {
     EXPECT_THAT(run.log, Not(LogHas({warning, "socksend", "sleep, retry <text>"})));
 }
 
-TEST_F(ResponseChannel, ContinuesAfterABusyPeerHasReadOn) {
+TEST_F(ResponseChannel, SendsTheRestWhenABusyPeerReadsAgain) {
     constexpr int files = 15'000;
     install_tool_that_leaves(files);
     Agent agent;

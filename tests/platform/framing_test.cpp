@@ -104,7 +104,7 @@ TEST_F(FramedString, ConsumesOnlyItsOwnBytesWhereverItsArrivalPauses) {
 }
 
 // Unread bytes would end each wait at once.
-TEST_F(FramedString, IsWaitedForWithNothingLeftUnread) {
+TEST_F(FramedString, IsWaitedForWithoutUnreadBytesOnTheSocket) {
     std::string coming = "12:GETDISKSPACE,";
     int waits = 0;
     system_calls::overrides.steady_time = std::chrono::nanoseconds(0);

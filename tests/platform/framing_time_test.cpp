@@ -69,7 +69,7 @@ TEST_F(FramingTime, LimitsTheWholeNumberAndNotEachRead) {
     EXPECT_EQ(read_number(socket(), 4), number_refused(ETIMEDOUT));
 }
 
-TEST_F(FramingTime, SufficesForAValueThatTakesLess) {
+TEST_F(FramingTime, AllowsASlowValueThatArrivesInTime) {
     send_a_byte_a_second("4:/tmp,4:1066,");
     EXPECT_EQ(read_string(socket(), longest_string, 8), string_read("/tmp"));
     EXPECT_EQ(read_number(socket(), 8), number_read(1066));
@@ -82,7 +82,7 @@ TEST_F(FramingTime, BeginsAgainWithEachValue) {
     }
 }
 
-TEST_F(FramingTime, EndsAfterWaitsThatBroughtNothing) {
+TEST_F(FramingTime, EndsAfterWaitsWithoutBytes) {
     overrides.steady_time = std::chrono::nanoseconds(0);
     overrides.instead_of_waiting = [this] {
         *overrides.steady_time += seconds(1);

@@ -170,7 +170,7 @@ TEST_F(MainConfiguration, CannotBeReadFromAFolder) {
 }
 
 // Nobody writes to the FIFO, so reading it like a file would wait forever.
-TEST_F(MainConfiguration, IsEmptyInAFifo) {
+TEST_F(MainConfiguration, IsEmptyWhenItsFileIsAFifo) {
     write_file(main_configuration, "VERBOSE = 5\n");
     ASSERT_EQ(ZM_read_master_config(), 0);
     remove_tree(main_configuration);

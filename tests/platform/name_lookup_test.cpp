@@ -77,7 +77,7 @@ TEST_F(NameLookUp, FindsANameBesideOneThatGetsNoAnswer) {
     EXPECT_EQ(find({"one", "silent"}, long_time, "10.77.0.9").end, LookUpEnd::stopped);
 }
 
-TEST_F(NameLookUp, AsksForMoreNamesThanItStartsAtOnce) {
+TEST_F(NameLookUp, FindsMoreNamesThanItLooksUpAtOnce) {
     const StandInGetent getent("echo \"10.77.0.$3 STREAM\"\n");
     Texts names;
     Texts addresses;

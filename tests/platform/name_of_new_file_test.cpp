@@ -58,7 +58,7 @@ class NameOfNewFile : public RewriteTest {
 };
 FOR_EACH_REWRITTEN_FILE(NameOfNewFile);
 
-TEST_P(NameOfNewFile, IsLeftToFilesThatNoRewriteMade) {
+TEST_P(NameOfNewFile, IsNotTakenFromFilesThatNoRewriteMade) {
     make_file("/opt/there", 0600);
     for (const Obstacle& obstacle : obstacles) {
         SCOPED_TRACE(obstacle.name);
@@ -70,7 +70,7 @@ TEST_P(NameOfNewFile, IsLeftToFilesThatNoRewriteMade) {
     expect_change();
 }
 
-TEST_P(NameOfNewFile, IsLeftToAnotherOwnersFile) {
+TEST_P(NameOfNewFile, IsNotTakenFromAFileOfAnotherOwner) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }
@@ -80,7 +80,7 @@ TEST_P(NameOfNewFile, IsLeftToAnotherOwnersFile) {
 }
 
 // The new file gets the owner and the mode of the old one right before the rename.
-TEST_P(NameOfNewFile, IsFreedOfTheFileOfACrash) {
+TEST_P(NameOfNewFile, IsReusedAfterACrash) {
     const uid_t owner = namespace_has_several_users() ? 1234 : 0;
     for (const unsigned mode : {0600U, 0640U}) {
         for (const uid_t user : {uid_t{0}, owner}) {

@@ -87,7 +87,7 @@ TEST_F(TrustedFolder, IsNotReachedThroughALinkInTheFolderOfAnotherUser) {
     expect_error("real/link", untrusted_link, "real/link");
 }
 
-TEST_F(TrustedFolder, IsNotFoundWhereThereIsNone) {
+TEST_F(TrustedFolder, IsNotFoundWhenThePathLeadsToNoFolder) {
     write_file(folder_.path("file"), "");
     make_link("nowhere", folder_.path("dangling"));
     make_link("loop", folder_.path("loop"));

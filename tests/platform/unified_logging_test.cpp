@@ -147,7 +147,7 @@ TEST_F(UnifiedLogging, CannotBeReadFromAFolder) {
 }
 
 // Nobody writes to the FIFO, so reading it like a file would wait forever.
-TEST_F(UnifiedLogging, HasNoLevelsInAFifo) {
+TEST_F(UnifiedLogging, HasNoLevelsWhenItsFileIsAFifo) {
     ASSERT_EQ(mkfifo(store_file().c_str(), 0600), 0);
     EXPECT_EQ(Originator(111).status(), 0);
     EXPECT_EQ(Originator(111).debug_level(), none);

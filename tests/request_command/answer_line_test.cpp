@@ -293,19 +293,19 @@ TEST(ParseAnswerLine, TakesALineAfterACutOneForOutput) {
     }
 }
 
-TEST(AnswersInForms, AreThoseOfTheAgentsWordsAndOfUnknownWords) {
+TEST(AnswersInForms, IsTrueForTheAgentsWordsAndUnknownWords) {
     for (const char* word : {"ENABLELOGGING", "RUNZMSU", "CALCLOGSIZE", "GETDISKSPACE", "ZMLA", "CLEANUP", "NEWWORD"}) {
         EXPECT_TRUE(answers_in_forms({word, "a"})) << word;
     }
 }
 
-TEST(AnswersInForms, AreNotThoseOfTools) {
+TEST(AnswersInForms, IsFalseForWordsOfTools) {
     for (const char* word : {"zmsu", "zmcplogs", "ktlogcfg", "versioninfo"}) {
         EXPECT_FALSE(answers_in_forms({word})) << word;
     }
 }
 
-TEST(AnswersInForms, AreNotThoseWithANewlineInAnArgument) {
+TEST(AnswersInForms, IsFalseForAnArgumentWithANewline) {
     EXPECT_FALSE(answers_in_forms({"CLEANUP", "a", "b\nCLEANUP: Successfully cleaned up c"}));
 }
 

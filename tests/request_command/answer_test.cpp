@@ -115,7 +115,7 @@ TEST_F(Exchange, PrintsBytesThatAreNotText) {
     EXPECT_EQ(run.errors, status_line);
 }
 
-TEST_F(Exchange, EndsWithTheStatusOrWith252IfThatIsNoExitStatus) {
+TEST_F(Exchange, EndsWithTheStatusOrWith252IfItIsNotAnExitStatus) {
     const std::vector<std::pair<std::string, int>> exit_statuses = {
         {"0", 0},
         {"1", 1},

@@ -27,7 +27,7 @@ class HintAtATerminal : public AnsweredCommand {
     Terminal terminal_ = Terminal(200);
 };
 
-TEST_F(HintAtATerminal, StandsBetweenTheStatusAndWhatFailed) {
+TEST_F(HintAtATerminal, IsPrintedBetweenTheStatusAndWhatFailed) {
     const CommandRun run = run_with_answer("PROCESS=ZMKTUL:1 STATUS=1 MSG=no\nEXIT STATUS 5772 no\n",
                                            with_errors_to_terminal(), {"ENABLELOGGING", "ZMKTUL:1"});
     EXPECT_THAT(terminal_.await_end(), MatchesRegex("EXIT STATUS 5772 no\nzmlogadm: a store .*cat "
@@ -35,7 +35,7 @@ TEST_F(HintAtATerminal, StandsBetweenTheStatusAndWhatFailed) {
                                                     "zmlogadm: 1 of 1 item failed: ZMKTUL:1; 0 things not answered\n"));
 }
 
-TEST_F(HintAtATerminal, StandsBesideJsonToo) {
+TEST_F(HintAtATerminal, IsPrintedBesideJsonToo) {
     options_ = {"--json"};
     const CommandRun run = run_with_answer("EXIT STATUS 5762 no\n", with_errors_to_terminal());
     EXPECT_THAT(terminal_.await_end(), MatchesRegex("zmlogadm: qr.conf does not list this host; .*\n"));
@@ -71,7 +71,7 @@ TEST_F(HintAtATerminal, FollowsAMissingSocket) {
               "zmlogadm: nothing listens there; run: sudo systemctl enable --now zmlogadmagent.socket\n");
 }
 
-TEST_F(HintAtATerminal, IsNotGivenElsewhere) {
+TEST_F(HintAtATerminal, IsNotPrintedElsewhere) {
     EXPECT_EQ(run_with_answer("EXIT STATUS 5762 no\n").errors, "EXIT STATUS 5762 no\n");
     EXPECT_EQ(run_with_answer("").errors, "zmlogadm: the answer has no status line\n");
 }

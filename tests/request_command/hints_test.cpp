@@ -118,20 +118,20 @@ TEST(Hints, ShowNoControlCharacters) {
     EXPECT_THAT(hint_about_failure(FailureCode::connection_refused, request_to(peer)), HasSubstr("on a\\x1b[2J: "));
 }
 
-TEST(AskerOf, IsOnTheAgentsHostOverLoopbackAndLocally) {
+TEST(AskerOf, ReportsTheAgentsHostOverAUnixSocket) {
     const ConnectedSockets local = connect_locally();
     EXPECT_TRUE(asker_of(local.peer_end.get()).is_on_agents_host);
     EXPECT_EQ(asker_of(local.peer_end.get()).is_root, geteuid() == 0);
 }
 
-TEST(AskerOf, IsOnTheAgentsHostOverItsLoopback) {
+TEST(AskerOf, ReportsTheAgentsHostOverLoopback) {
     EXPECT_TRUE(asker_of(connect_over_tcp({}).peer_end.get()).is_on_agents_host);
     EXPECT_TRUE(asker_of(connect_over_tcp({.peer = "127.0.0.5"}).peer_end.get()).is_on_agents_host);
     EXPECT_TRUE(asker_of(connect_over_tcp({.listener = "::1", .server = "::1", .peer = "::1"}).peer_end.get())
                     .is_on_agents_host);
 }
 
-TEST(AskerOf, HasTheAddressThatAnotherHostSees) {
+TEST(AskerOf, ReportsTheAddressThatAnotherHostSees) {
     const ForeignHost host;
     const ConnectedSockets ipv4 =
         host.connect({.listener = ForeignHost::own_ipv4, .server = ForeignHost::own_ipv4, .peer = ForeignHost::ipv4});

@@ -223,13 +223,13 @@ TEST_F(LocalAgent, IsReportedWhenItEndsBeforeTheRequest) {
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(LocalAgent, CanBeMissing) {
+TEST_F(LocalAgent, IsReportedWhenItsFileIsMissing) {
     const CommandRun run = run_command({"--agent", agent_, "RUNZMSU"});
     EXPECT_EQ(run.errors, "zmlogadm: cannot start the agent " + agent_ + ": No such file or directory\n");
     EXPECT_EQ(run.exit_status, 255);
 }
 
-TEST_F(LocalAgent, CanBeNoProgram) {
+TEST_F(LocalAgent, IsReportedWhenItsFileIsNotAProgram) {
     write_file(agent_, "no program\n");
     const CommandRun not_executable = run_command({"--agent", agent_, "RUNZMSU"});
     EXPECT_EQ(not_executable.errors, "zmlogadm: cannot start the agent " + agent_ + ": Permission denied\n");
@@ -267,7 +267,7 @@ class InterruptedCollection : public testing::TestWithParam<Signal> {
     Descriptor end_of_tool_;
 };
 
-TEST_P(InterruptedCollection, LeavesNothingBehind) {
+TEST_P(InterruptedCollection, LeavesNoFiles) {
     Command command({"--agent", tested_program(ZMLA_AGENT_FILE), "RUNZMCPLOGS", "--collectdir", collections}, [] {
         setpgid(0, 0);
         signal(GetParam().number, SIG_DFL);  // the tests may run with ignored signals

@@ -32,12 +32,12 @@ TEST_F(LocalSocketPeer, IsReachedByTheLongestPath) {
     EXPECT_EQ(command.finish().exit_status, 5);
 }
 
-TEST_F(LocalSocketPeer, CanBeMissing) {
+TEST_F(LocalSocketPeer, IsReportedWhenItsSocketIsMissing) {
     EXPECT_EQ(failure_to_connect({"-S", "/tmp/nothing"}),
               "zmlogadm: cannot connect to /tmp/nothing: No such file or directory\n");
 }
 
-TEST_F(LocalSocketPeer, CanHaveNoListener) {
+TEST_F(LocalSocketPeer, IsReportedWhenItDoesNotListen) {
     const std::string path = folder_.path("socket");
     static_cast<void>(PeerListener::at_path(path));
     EXPECT_EQ(failure_to_connect({"-S", path}), "zmlogadm: cannot connect to " + path + ": Connection refused\n");

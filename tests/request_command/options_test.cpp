@@ -128,7 +128,7 @@ TEST(Options, AfterAWordThatRunsAToolBelongToTheTool) {
     }
 }
 
-TEST(Options, MakeTheVerdictStrictAndTheWaitingSilent) {
+TEST(Options, SelectTheStrictVerdictAndHideTheProgress) {
     EXPECT_EQ(parse({"CLEANUP"}).verdict, Verdict::of_request);
     EXPECT_EQ(parse({"--strict", "CLEANUP"}).verdict, Verdict::strict);
     EXPECT_EQ(parse({"CLEANUP"}).waiting, Waiting::shown);

@@ -152,19 +152,19 @@ TEST(RemoteHost, FailsAfterTheTimeOut) {
                   ": 127.0.0.1: Connection timed out\n");
 }
 
-TEST(RemoteHost, CanRefuseTheConnection) {
+TEST(RemoteHost, IsReportedWhenItRefusesTheConnection) {
     const std::string port = std::to_string(free_port());
     EXPECT_EQ(failure_to_connect({"-H", "127.0.0.1", "-p", port}),
               "zmlogadm: cannot connect to 127.0.0.1 port " + port + ": 127.0.0.1: Connection refused\n");
 }
 
-TEST(RemoteHost, CanRefuseTheConnectionOfAnOrdinaryUser) {
+TEST(RemoteHost, IsReportedWhenItRefusesTheConnectionOfAnOrdinaryUser) {
     const std::string port = std::to_string(free_port());
     EXPECT_EQ(failure_to_connect({"-H", "127.0.0.1", "-p", port}, as_user(ordinary_user)),
               "zmlogadm: cannot connect to 127.0.0.1 port " + port + ": 127.0.0.1: Connection refused\n");
 }
 
-TEST(RemoteHost, CanBeUnknown) {
+TEST(RemoteHost, IsReportedWhenItIsUnknown) {
     set_known_hosts("");
     EXPECT_EQ(failure_to_connect({"-H", "nowhere"}), "zmlogadm: cannot look up nowhere: Name or service not known\n");
 }
@@ -176,7 +176,7 @@ TEST(RemoteHost, IsNotLookedUpWhenItIsNeitherANameNorAnAddress) {
     }
 }
 
-TEST(RemoteHost, HasNeitherAPortNorBrackets) {
+TEST(RemoteHost, IsRejectedWithAPortOrBrackets) {
     for (const std::string text : {"localhost:24761", "127.0.0.1:24761", "[::1]", "[::1]:24761"}) {
         EXPECT_EQ(failure_to_connect({"-H", text}),
                   "zmlogadm: cannot look up " + text +
@@ -281,7 +281,7 @@ TEST(RemoteHost, IsNotReachedFromAnotherPortByRootWithoutPrivileges) {
 }
 
 // A connection from a port to itself succeeds without a listener.
-TEST(RemoteHost, IsNotTheCommandItself) {
+TEST(RemoteHost, IsNotReachedAtTheCommandsOwnPort) {
     const UsedRootPorts used(1);
     EXPECT_THAT(failure_to_connect({"-H", "127.0.0.1", "-p", std::to_string(used.left())}),
                 HasSubstr("127.0.0.1: Connection refused\n"));

@@ -82,7 +82,7 @@ TEST(LengthToCharacterEnd, LeavesACharacterWhole) {
     EXPECT_EQ(length_to_character_end("a\xf0\x90\x80\x80 ", 5), 5U);
 }
 
-TEST(LengthToCharacterEnd, IsTheMostForOtherBytes) {
+TEST(LengthToCharacterEnd, IsTheLimitForBytesThatAreNotUtf8) {
     EXPECT_EQ(length_to_character_end("abc\x80\x80\x80\x80\x80\x80", 8), 8U);
     EXPECT_EQ(length_to_character_end("\x80\x80\x80\x80", 2), 2U);
     EXPECT_EQ(length_to_character_end("ab\xe2\x82", 3), 3U);

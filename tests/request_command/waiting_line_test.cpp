@@ -149,7 +149,7 @@ TEST_F(ConsoleAtATerminal, ShowsNoLineWhenItIsSilent) {
     EXPECT_EQ(console_.wait_for("b", Waiting::silent, start_), nullptr);
 }
 
-TEST_F(ConsoleAtATerminal, EndsACutLine) {
+TEST_F(ConsoleAtATerminal, EndsACutLineBeforeAHint) {
     console_.write_error("EXIT STATUS 5 cut");
     console_.write_hint("do this");
     console_.write_hint("");

@@ -63,7 +63,7 @@ TEST_F(WhatFailedOfAgent, IsAnEarlierCleanUp) {
     EXPECT_EQ(result.errors, std::string(success) + "zmlogadm: 1 of 2 items failed: /tmp; 0 things not answered\n");
 }
 
-TEST_F(WhatFailedOfAgent, IsNothingWhenAMisplacedOptionStopsTheRequest) {
+TEST_F(WhatFailedOfAgent, IsNotPrintedWhenAMisplacedOptionStopsTheRequest) {
     write_file(store, "111.DebugLevel=1\n");
     for (const Arguments& misplaced :
          {Arguments{"-H", "backup7"}, Arguments{"--host=backup7"}, Arguments{"-Hbackup7"}}) {

@@ -58,7 +58,7 @@ TEST_F(WhatFailed, IsNotReportedWithoutAStatusLine) {
     }
 }
 
-TEST_F(WhatFailed, IsNothingWhenAllSucceed) {
+TEST_F(WhatFailed, IsNotPrintedWhenAllSucceed) {
     const CommandRun run =
         run_with({"--strict"}, "PROCESS=VMCONF:a STATUS=0 MSG=x\nPROCESS=FOO:b STATUS=0 MSG=x\nEXIT STATUS 0 done\n");
     EXPECT_EQ(run.errors, "EXIT STATUS 0 done\n");

@@ -86,7 +86,7 @@ TEST_F(FolderTree, MakesAPrivateFolder) {
     EXPECT_EQ(mode_of(folder_.path("new")), 0700U);
 }
 
-TEST_F(FolderTree, OpensNoFolderThatHoldsSomethingInThePlaceOfTheNewOne) {
+TEST_F(FolderTree, RejectsAFolderWithFilesInPlaceOfTheNewOne) {
     write_file(folder_.path("other/file"), "");
     set_mode(folder_.path("other"), 0700);
     swap_for("other");
@@ -94,13 +94,13 @@ TEST_F(FolderTree, OpensNoFolderThatHoldsSomethingInThePlaceOfTheNewOne) {
     EXPECT_EQ(errno, EPERM);
 }
 
-TEST_F(FolderTree, OpensNoFolderThatOthersCanReadInThePlaceOfTheNewOne) {
+TEST_F(FolderTree, RejectsAFolderThatOthersCanReadInPlaceOfTheNewOne) {
     make_folder(folder_.path("other"));
     swap_for("other");
     EXPECT_FALSE(make_folder_at(parent_.get(), "new").valid());
 }
 
-TEST_F(FolderTree, OpensNoFolderOfAnotherUserInThePlaceOfTheNewOne) {
+TEST_F(FolderTree, RejectsAFolderOfAnotherUserInPlaceOfTheNewOne) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }
@@ -111,7 +111,7 @@ TEST_F(FolderTree, OpensNoFolderOfAnotherUserInThePlaceOfTheNewOne) {
     EXPECT_FALSE(make_folder_at(parent_.get(), "new").valid());
 }
 
-TEST_F(FolderTree, FollowsNoLinkInThePlaceOfTheNewFolder) {
+TEST_F(FolderTree, RejectsALinkInPlaceOfTheNewFolder) {
     make_folder(folder_.path("target"));
     set_mode(folder_.path("target"), 0700);
     make_link("target", folder_.path("other"));
@@ -120,7 +120,7 @@ TEST_F(FolderTree, FollowsNoLinkInThePlaceOfTheNewFolder) {
 }
 
 // A save whose folder has been swapped writes nothing into the other one, and removes nothing of it.
-TEST_F(FolderTree, OfASaveIsNotTheFolderThatAnotherUserHasPutInItsPlace) {
+TEST_F(FolderTree, OfASaveIsNotAFolderThatAnotherUserPutInItsPlace) {
     write_file(folder_.path("other/manifest"), "of an earlier save");
     set_mode(folder_.path("other"), 0700);
     swap_for("other");

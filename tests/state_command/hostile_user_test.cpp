@@ -112,7 +112,7 @@ TEST_F(HostileUser, CannotRewriteAManifest) {
     }
 }
 
-TEST_F(HostileUser, OwnsNoManifestThatIsRestored) {
+TEST_F(HostileUser, CannotHaveAManifestOfItsOwnRestored) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }
@@ -122,7 +122,7 @@ TEST_F(HostileUser, OwnsNoManifestThatIsRestored) {
 }
 
 // Each folder holds the next one, by names that no path of one call can have.
-TEST_F(HostileUser, CannotEndTheCommandWithFoldersInFolders) {
+TEST_F(HostileUser, CannotCrashTheCommandWithDeeplyNestedFolders) {
     make_folder(logs_folder + "/jobd");
     save();
     ASSERT_EQ(system(("cd " + logs_folder +

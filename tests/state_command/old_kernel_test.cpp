@@ -60,7 +60,7 @@ TEST_P(OldKernel, LetsARestoreMakeLogDirectories) {
 
 class RefusedRename : public StateTest {};
 
-TEST_F(RefusedRename, LeavesNothingOfASave) {
+TEST_F(RefusedRename, MakesASaveFailAndLeaveNoFiles) {
     const CommandRun run = run_command({"save", folder_}, without_renameat2(EROFS));
     EXPECT_EQ(run.exit_status, 255);
     EXPECT_EQ(run.errors, "zmlogstate: cannot name the new folder /tmp/case: Read-only file system\n");

@@ -9,7 +9,7 @@
 class RestoreWithoutRights : public StateTest {};
 
 // Otherwise the next comparison would take the directory for restored.
-TEST_F(RestoreWithoutRights, LeavesNoLogDirectoryBehindThatItCannotGiveItsOwner) {
+TEST_F(RestoreWithoutRights, LeavesNoLogDirectoryWithTheWrongOwner) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }

@@ -179,7 +179,7 @@ TEST_F(Save, AcceptsARelativeNameAndATrailingSlash) {
     expect_status(run_command({"diff", "case"}, [] { ASSERT_EQ(chdir("/tmp"), 0); }), 0);
 }
 
-TEST_F(Save, WithoutTheFolderAboveFails) {
+TEST_F(Save, FailsWithoutItsParentFolder) {
     EXPECT_EQ(run_command({"save", "/tmp/missing/case"}).exit_status, 255);
     EXPECT_THAT(names_in("/tmp"), ElementsAre());
 }
@@ -221,14 +221,14 @@ TEST_F(Save, NamesWhatIsNotAFile) {
     EXPECT_EQ(run_command({"save", folder_}).errors, "zmlogstate: cannot read " + console_file + ": not a file\n");
 }
 
-TEST_F(Save, OnAFullDiskLeavesNothing) {
+TEST_F(Save, LeavesNoFilesOnAFullDisk) {
     expect_failure("File too large", [] {
         const rlimit limit = {.rlim_cur = 20, .rlim_max = 20};
         setrlimit(RLIMIT_FSIZE, &limit);
     });
 }
 
-TEST_F(Save, OfAnotherUserSavesWhatThatUserMayRead) {
+TEST_F(Save, CopiesForAnotherUserWhatThatUserMayRead) {
     if (!namespace_has_several_users()) {
         GTEST_SKIP() << "no other user";
     }

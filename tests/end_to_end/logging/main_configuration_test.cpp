@@ -79,9 +79,9 @@ INSTANTIATE_TEST_SUITE_P(
     Reset, MainConfiguration,
     testing::ValuesIn(std::vector<RequestCase>{
         reset("ZeroesTheGlobalVerbosity", "VERBOSE", "VERBOSE = 0 \n", "VERBOSE = 0\n"),
-        reset("ZeroesAKeyThatIsNoVerbosity", "Foo", "FOO = 3\n", "FOO = 0\n"),
+        reset("ZeroesAKeyThatIsNotAVerbosity", "Foo", "FOO = 3\n", "FOO = 0\n"),
         reset("ZeroesAKeyWithVerboseAtItsStart", "VERBOSE_X", "", "VERBOSE_X = 0\n"),
-        reset("ZeroesTheSpecialMemberByThatRuleAndNotAsOne", "Debug_Database", "", "DEBUG_DATABASE = 0\n"),
+        reset("ZeroesDebugDatabaseAsAKeyThatIsNotAVerbosity", "Debug_Database", "", "DEBUG_DATABASE = 0\n"),
         removed("RemovesAVerbosityOfAnyOtherProcess", "MYPROC_VERBOSE", "A = 1\nMYPROC_VERBOSE = 5\nB = 2\n",
                 "A = 1\nB = 2\n"),
         removed("ReportsTheNameAsReceived", "MyProc_Verbose", "myproc_verbose = 5\n", ""),
@@ -153,7 +153,7 @@ INSTANTIATE_TEST_SUITE_P(
                  .after = "VERBOSE = -1\n",
                  .names = {"VERBOSE"},
                  .global_verbosity = 3}),
-        removed("IsOffIfItIsNoNumber", "X_VERBOSE", "VERBOSE = high\nX_VERBOSE = 1\n", "VERBOSE = high\n"),
+        removed("IsOffIfItIsNotANumber", "X_VERBOSE", "VERBOSE = high\nX_VERBOSE = 1\n", "VERBOSE = high\n"),
         removed("IsOffIfItIsNoNumberOf32Bits", "X_VERBOSE", "VERBOSE = 2147483648\nX_VERBOSE = 1\n",
                 "VERBOSE = 2147483648\n"),
         removed("IsReadFromTheFirstLine", "X_VERBOSE", "VERBOSE = 0\nVERBOSE = 3\nX_VERBOSE = 1\n",
@@ -192,12 +192,12 @@ INSTANTIATE_TEST_SUITE_P(Rejection, MainConfiguration,
                              rejection("LevelWithADelete", "X=\x7f"),
                              rejection("LevelWithAByteOne", "X=\x01"),
                              rejection("LevelWithANewlineAtItsEnd", "X=2\n"),
-                             rejection("VerbosityThatIsNoNumber", "X_VERBOSE=high"),
-                             rejection("VerbosityInLowerCaseThatIsNoNumber", "x_verbose=high"),
+                             rejection("VerbosityThatIsNotANumber", "X_VERBOSE=high"),
+                             rejection("VerbosityInLowerCaseThatIsNotANumber", "x_verbose=high"),
                              rejection("EmptyVerbosity", "X_VERBOSE="),
                              rejection("VerbosityWithASpace", "X_VERBOSE= 2"),
                              rejection("VerbosityBeyond32Bits", "X_VERBOSE=2147483648"),
-                             rejection("GlobalVerbosityThatIsNoNumber", "VERBOSE=2x"),
+                             rejection("GlobalVerbosityThatIsNotANumber", "VERBOSE=2x"),
                              rejection("EmptyGlobalVerbosity", "VERBOSE="),
                              rejected({.name = "OneOfSeveralRejectsAll",
                                        .values = "X=2,1Y=3,Z=4",
@@ -258,7 +258,7 @@ TEST_F(MainConfigurationFile, ReportsThatTheNameOfTheNewFileIsTaken) {
     EXPECT_EQ(read_file(main_configuration), "SERVER = localhost\n");
 }
 
-TEST_F(MainConfigurationFile, IsReplacedWhereALinkToItLeads) {
+TEST_F(MainConfigurationFile, IsReplacedAtTheTargetOfALink) {
     const std::string real = "/usr/kumel/elsewhere/real.conf";
     write_file(real, "SERVER = localhost\n");
     remove_tree(main_configuration);

@@ -251,7 +251,7 @@ TEST_F(UnifiedLoggingStore, FailsOnlyTheLineWhenItCannotBeLocked) {
     EXPECT_EQ(read_file(store), "111.DebugLevel=2\n");
 }
 
-TEST_F(UnifiedLoggingStore, IsReplacedWhereALinkToItLeads) {
+TEST_F(UnifiedLoggingStore, IsReplacedAtTheTargetOfALink) {
     const std::string real = "/usr/kumel/elsewhere/real.conf";
     write_file(real, "111.DebugLevel=2\n");
     make_link(real, store);
