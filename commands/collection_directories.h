@@ -1,4 +1,4 @@
-// The directories in which the support tools collect, and the request that removes them.
+// The directories in which the support tools collect, and the request CLEANUP, which removes them.
 #pragma once
 
 #include <string>

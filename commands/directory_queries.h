@@ -1,4 +1,4 @@
-// Queries about directories of this host.
+// Lists the files of a directory, and reports the free and total space of its file system.
 #pragma once
 
 #include <string>
