@@ -10,7 +10,6 @@
 #include "tests/state_command/state_test.h"
 #include "tests/support/test_files.h"
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 

@@ -12,7 +12,6 @@ using recording_platform::messages;
 using recording_platform::messages_under;
 
 using log_level::detail;
-using log_level::error;
 using log_level::information;
 const std::string registry = "/etc/rkregistry.cfg";
 const std::string fixed_file = "/usr/kumel/lib/stg-plugins/qtpipe.conf";
