@@ -11,6 +11,7 @@
 
 #include "tests/request_command/command_run.h"
 #include "tests/request_command/json_lines.h"
+#include "tests/request_command/silent_name_server.h"
 #include "tests/support/replaced_file.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/support/test_files.h"
@@ -207,13 +208,7 @@ TEST(RemoteHost, IsFoundAlsoWhenSigchldIsIgnored) {
 }
 
 TEST(RemoteHost, FailsWhenTheLookUpExceedsTheTimeOut) {
-    write_file("/etc/nsswitch.conf", "hosts: dns\n");
-    write_file("/etc/resolv.conf", "nameserver 127.0.0.1\n");
-    const Descriptor silent_name_server(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(53);
-    ASSERT_EQ(bind(silent_name_server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const Descriptor name_server = start_silent_name_server();
     // The time-out works without a signal.
     const auto block_signals = [] {
         sigset_t signals;
@@ -228,7 +223,7 @@ TEST(RemoteHost, FailsWhenTheLookUpExceedsTheTimeOut) {
     EXPECT_EQ(error.at("code"), "lookup_timed_out");
     EXPECT_EQ(error.at("message"), "cannot look up elsewhere.example.test: no answer within 1 s");
     char byte = 0;
-    EXPECT_EQ(recv(silent_name_server.get(), &byte, 1, MSG_DONTWAIT), 1) << "the name server got no query";
+    EXPECT_EQ(recv(name_server.get(), &byte, 1, MSG_DONTWAIT), 1) << "the name server got no query";
 }
 
 // Programs read the kind of failure from the code.

@@ -1,10 +1,10 @@
 // The line that a user at a terminal sees while the command looks a host up or connects to it.
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "tests/request_command/command_run.h"
+#include "tests/request_command/silent_name_server.h"
 #include "tests/request_command/terminal.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/support/test_files.h"
@@ -48,13 +48,7 @@ TEST_F(WaitingToConnect, IsShownForASocketThatDoesNotAnswer) {
 }
 
 TEST_F(WaitingToConnect, IsShownForANameServerThatDoesNotAnswer) {
-    write_file("/etc/nsswitch.conf", "hosts: dns\n");
-    write_file("/etc/resolv.conf", "nameserver 127.0.0.1\n");
-    const Descriptor silent_name_server(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(53);
-    ASSERT_EQ(bind(silent_name_server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const Descriptor name_server = start_silent_name_server();
     EXPECT_THAT(seen_with({"-H", "elsewhere.example.test"}),
                 line_before("elsewhere.example.test", "cannot look up elsewhere.example.test: no answer within 4 s"));
 }
