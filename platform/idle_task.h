@@ -1,6 +1,8 @@
 // A task that runs during a wait.
 #pragma once
 
+#include <algorithm>
+
 #include "platform/deadline.h"
 
 // Something to do during a long wait, such as showing on a terminal that it takes long. It never ends the wait.
